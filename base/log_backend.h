@@ -1,0 +1,12 @@
+// Access to the logger behind the `log_*` functions, for sinks of other shape (a terminal's
+// progress bar, a test that collects lines). The functions of base/log.h are all that logging code
+// needs.
+#pragma once
+
+#include <spdlog/logger.h>
+
+#include <memory>
+
+// The one logger of the process; created on first use and never destroyed, so that threads which
+// outlive `main` may still log. A message's text is "[tag] text".
+const std::shared_ptr<spdlog::logger>& LogBackend();

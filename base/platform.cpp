@@ -1,0 +1,37 @@
+#include "base/platform.h"
+
+#include <termios.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <ctime>
+#include <thread>
+
+void Sleep(int milliseconds) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+void PauseForKey() {
+  if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0) return;
+  termios before{};
+  if (tcgetattr(STDIN_FILENO, &before) != 0) return;
+  // One key is enough: without line mode the read does not wait for Enter.
+  termios raw = before;
+  raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+  raw.c_cc[VMIN] = 1;
+  raw.c_cc[VTIME] = 0;
+  tcsetattr(STDIN_FILENO, TCSANOW, &raw);
+  char key = 0;
+  [[maybe_unused]] const ssize_t got = read(STDIN_FILENO, &key, 1);
+  tcsetattr(STDIN_FILENO, TCSANOW, &before);
+}
+
+namespace but {
+
+int64_t ProcessClockMillis() {
+  return static_cast<int64_t>(std::clock()) / (CLOCKS_PER_SEC / 1000);
+}
+
+int64_t NowMicros() { return ProcessClockMillis() * 1000; }
+
+}  // namespace but

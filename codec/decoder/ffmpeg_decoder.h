@@ -1,0 +1,86 @@
+// The decoder interface of the system.
+#pragma once
+
+#include <cstdint>
+
+#include "codec/decoder/media_info.h"
+
+namespace codec {
+
+// Frame type codes, shared by decoder, job, writer and pool.
+enum FrameType : uint32_t { kVideoFrame = 1, kAudioFrame = 2 };
+
+// Opens one input, seeks in it and hands out decoded frames, one a call, into the caller's buffer.
+// Used by one thread at a time. Operations return 0 or -1; the base stands for a decoder that can
+// do nothing. The order of the virtual operations is fixed; the reserved ones keep its slots.
+class FFmpegDecoder {
+ public:
+  FFmpegDecoder() = default;
+  virtual ~FFmpegDecoder() = default;
+  FFmpegDecoder(const FFmpegDecoder&) = delete;
+  FFmpegDecoder& operator=(const FFmpegDecoder&) = delete;
+
+  // Opens and probes the input. 0 also when it is open already.
+  virtual int Init() { return -1; }
+  // Closes the input; a later Init opens it again.
+  virtual int Release() { return -1; }
+  // Moves to a time in seconds. Mode 2 holds the first picture at or after it for the next
+  // DecodeFrame, mode 3 reads on after that picture, any other mode lands on the key frame at or
+  // before it.
+  virtual int Seek(double /*seconds*/, int /*mode*/) { return -1; }
+
+  virtual int Reserved4() { return -1; }
+  virtual int Reserved5() { return -1; }
+  virtual int Reserved6() { return -1; }
+  virtual int Reserved7() { return -1; }
+
+  // Decodes packet by packet until a frame comes out. Outputs and buffer as for ReceiveFrame, but
+  // `size` counts the packed picture's bytes for video.
+  virtual int DecodeFrame(uint8_t* /*buffer*/, uint32_t* /*size*/, uint32_t* /*type*/,
+                          double* /*pts*/) {
+    return -1;
+  }
+  virtual int GetMediaInfo(MediaInfo& /*info*/) { return -1; }
+
+  virtual int Reserved10() { return -1; }
+  virtual int Reserved11() { return -1; }
+  virtual int Reserved12() { return -1; }
+  virtual void Reserved13() {}
+  virtual void Reserved14() {}
+  virtual void Reserved15() {}
+  virtual void Reserved16() {}
+  virtual void Reserved17() {}
+  virtual void Reserved18() {}
+  virtual void Reserved19() {}
+
+  // Bytes of one packed decoded picture.
+  virtual int GetFrameBufferSize() { return 0; }
+  virtual int GetWidth() { return 0; }
+  virtual int GetHeight() { return 0; }
+
+  virtual void Reserved23() {}
+  virtual void Reserved24() {}
+  virtual void Reserved25() {}
+  virtual void Reserved26() {}
+  virtual void Reserved27() {}
+  virtual void Reserved28() {}
+  virtual void Reserved29() {}
+  virtual void Reserved30() {}
+  virtual int Reserved31() { return -1; }
+  virtual int Reserved32() { return 0; }
+
+  // Delivers the next frame: 0, or -1 when all streams are finished. The buffer must hold the
+  // larger of GetFrameBufferSize() and GetAudioBufferSize() bytes; nothing is ever written past
+  // them. `type` is a FrameType. `pts` is in seconds from the first frame of its kind. `size`: for
+  // audio the bytes of the block; for video the bytes of the compressed packet that the picture
+  // came from, while the picture itself always fills GetFrameBufferSize() bytes.
+  virtual int ReceiveFrame(uint8_t* /*buffer*/, uint32_t* /*size*/, uint32_t* /*type*/,
+                           double* /*pts*/) {
+    return -1;
+  }
+
+  // Bytes of the largest audio block that is delivered; larger ones are dropped with a warning.
+  virtual int GetAudioBufferSize() { return 0; }
+};
+
+}  // namespace codec

@@ -1,0 +1,32 @@
+// What a decoder reports of its input.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace codec {
+
+// The initial values stand for streams that the input does not have.
+struct MediaInfo {
+  float duration = 0;  // seconds
+  uint8_t has_video = 0;
+  uint8_t has_audio = 0;
+  int32_t width = 0;
+  int32_t height = 0;
+  float frame_rate = 0;  // frames per second
+  int32_t pixel_format =
+      -1;  // FFmpeg's number, full-range planar formats folded onto ordinary ones
+  std::string pixel_format_name;  // FFmpeg's name of the source format, nothing folded
+  int32_t profile = 0;            // 0 baseline, 1 main, 2 high, -1 anything else
+  int32_t level = 0;              // as the video decoder reports it
+  int32_t video_bit_rate = 0;     // bit/s
+  int32_t sample_rate = 0;        // Hz
+  int32_t channels = 0;           // that blocks are delivered in
+  int32_t sample_format = -1;     // FFmpeg's number, of the blocks delivered; -1 when above 9
+  int32_t audio_bit_rate = 0;     // bit/s
+  int32_t sample_aspect_den = 1;
+  int32_t sample_aspect_num = 1;
+  double rotation = 0;  // degrees clockwise, about -1 to 359
+};
+
+}  // namespace codec

@@ -1,0 +1,280 @@
+#include "codec/ffmpeg/compat.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+extern "C" {
+#include <libavutil/display.h>
+}
+
+#define HAS_CHANNEL_LAYOUT (LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(59, 24, 100))  // FFmpeg 5.1
+#define HAS_COPY_OPAQUE (LIBAVCODEC_VERSION_MAJOR >= 60)                            // FFmpeg 6.0
+#define HAS_PARAMETER_SIDE_DATA (LIBAVCODEC_VERSION_MAJOR >= 61)                    // FFmpeg 7.0
+
+namespace codec::ffmpeg {
+namespace {
+
+bool IsSet(AVRational rate) { return rate.num > 0 && rate.den > 0; }
+
+constexpr size_t kDisplayMatrixBytes = 9 * sizeof(int32_t);
+
+const int32_t* DisplayMatrix(const AVStream* stream) {
+#if HAS_PARAMETER_SIDE_DATA
+  const AVPacketSideData* data =
+      av_packet_side_data_get(stream->codecpar->coded_side_data,
+                              stream->codecpar->nb_coded_side_data, AV_PKT_DATA_DISPLAYMATRIX);
+  if (data == nullptr || data->size < kDisplayMatrixBytes) return nullptr;
+  return reinterpret_cast<const int32_t*>(data->data);
+#else
+  return reinterpret_cast<const int32_t*>(
+      av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr));
+#endif
+}
+
+int32_t* NewDisplayMatrix(AVStream* stream) {
+#if HAS_PARAMETER_SIDE_DATA
+  AVPacketSideData* data = av_packet_side_data_new(
+      &stream->codecpar->coded_side_data, &stream->codecpar->nb_coded_side_data,
+      AV_PKT_DATA_DISPLAYMATRIX, kDisplayMatrixBytes, 0);
+  return data == nullptr ? nullptr : reinterpret_cast<int32_t*>(data->data);
+#else
+  return reinterpret_cast<int32_t*>(
+      av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, kDisplayMatrixBytes));
+#endif
+}
+
+#if HAS_CHANNEL_LAYOUT
+uint64_t MaskOf(const AVChannelLayout& layout) {
+  return layout.order == AV_CHANNEL_ORDER_NATIVE ? layout.u.mask : 0;
+}
+#endif
+
+// The muxers that store a display matrix in the track header.
+bool IsMovFamily(const AVOutputFormat* format) {
+  constexpr std::array<std::string_view, 8> kNames = {"mp4", "mov", "ipod", "3gp",
+                                                      "3g2", "psp", "f4v",  "ismv"};
+  return std::find(kNames.begin(), kNames.end(), format->name) != kNames.end();
+}
+
+}  // namespace
+
+UniqueCodecContext NewDecoder(const AVStream* stream, const AVCodec* codec) {
+  UniqueCodecContext context(avcodec_alloc_context3(codec));
+  if (context == nullptr) return nullptr;
+  if (avcodec_parameters_to_context(context.get(), stream->codecpar) < 0) return nullptr;
+#if HAS_COPY_OPAQUE
+  context->flags |= AV_CODEC_FLAG_COPY_OPAQUE;
+#endif
+  return context;
+}
+
+void TagPacket([[maybe_unused]] AVPacket* packet) {
+#if HAS_COPY_OPAQUE
+  packet->opaque = reinterpret_cast<void*>(static_cast<intptr_t>(packet->size));
+#endif
+}
+
+int FramePacketSize(const AVFrame* frame) {
+#if HAS_COPY_OPAQUE
+  return static_cast<int>(reinterpret_cast<intptr_t>(frame->opaque));
+#else
+  return frame->pkt_size;
+#endif
+}
+
+int DecodeOne(AVCodecContext* context, AVFrame* frame, AVFrame* spare, int* gotFrame,
+              AVPacket* packet) {
+  *gotFrame = 0;
+  const bool drain = packet->size == 0;
+  if (!drain) TagPacket(packet);
+  int result = avcodec_send_packet(context, drain ? nullptr : packet);
+  if (result < 0 && result != AVERROR_EOF) return result;
+  for (;;) {
+    result = avcodec_receive_frame(context, *gotFrame != 0 ? spare : frame);
+    if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) break;
+    if (result < 0) return result;
+    if (*gotFrame != 0) {
+      if (context->codec_type == AVMEDIA_TYPE_AUDIO) {
+        av_frame_unref(frame);
+        av_frame_move_ref(frame, spare);
+      } else {
+        av_frame_unref(spare);
+      }
+    }
+    *gotFrame = 1;
+    if (drain) break;
+  }
+  return packet->size;
+}
+
+int TicksPerFrame(AVCodecID id) {
+  return id == AV_CODEC_ID_H264 || id == AV_CODEC_ID_MPEG2VIDEO || id == AV_CODEC_ID_VC1 ? 2 : 1;
+}
+
+AVRational CodecTimeBase(const AVStream* stream) {
+  AVRational rate = stream->avg_frame_rate;
+#if HAS_PARAMETER_SIDE_DATA
+  if (!IsSet(rate)) rate = stream->codecpar->framerate;
+  if (!IsSet(rate)) return stream->time_base;
+#else
+  if (!IsSet(rate)) return av_stream_get_codec_timebase(stream);
+#endif
+  return av_inv_q(av_mul_q(rate, AVRational{TicksPerFrame(stream->codecpar->codec_id), 1}));
+}
+
+AVRational RealBaseRate(const AVStream* stream) {
+#if HAS_PARAMETER_SIDE_DATA
+  // Newer releases report the field rate of field-coded codecs where no usable stamps exist.
+  const AVRational coded = stream->codecpar->framerate;
+  if (TicksPerFrame(stream->codecpar->codec_id) == 2 && IsSet(coded) &&
+      av_cmp_q(stream->r_frame_rate, av_mul_q(coded, AVRational{2, 1})) == 0) {
+    return coded;
+  }
+#endif
+  return stream->r_frame_rate;
+}
+
+int EncodeOne(AVCodecContext* context, AVPacket* packet, const AVFrame* frame, int* gotPacket) {
+  *gotPacket = 0;
+  int result = avcodec_send_frame(context, frame);
+  if (result < 0) return result;
+  result = avcodec_receive_packet(context, packet);
+  if (result == AVERROR(EAGAIN)) return 0;
+  if (result < 0) return result;
+  *gotPacket = 1;
+  if (packet->duration == 0) packet->duration = 1;
+  return 0;
+}
+
+UniqueOutput NewMuxer(const AVOutputFormat* format, const char* path) {
+  AVFormatContext* context = nullptr;
+  avformat_alloc_output_context2(&context, const_cast<AVOutputFormat*>(format), nullptr, path);
+  return UniqueOutput(context);
+}
+
+int Channels(const AVCodecContext* context) {
+#if HAS_CHANNEL_LAYOUT
+  return context->ch_layout.nb_channels;
+#else
+  return context->channels;
+#endif
+}
+
+int Channels(const AVFrame* frame) {
+#if HAS_CHANNEL_LAYOUT
+  return frame->ch_layout.nb_channels;
+#else
+  return frame->channels;
+#endif
+}
+
+uint64_t ChannelMask(const AVCodecContext* context) {
+#if HAS_CHANNEL_LAYOUT
+  return MaskOf(context->ch_layout);
+#else
+  return context->channel_layout;
+#endif
+}
+
+uint64_t ChannelMask(const AVFrame* frame) {
+#if HAS_CHANNEL_LAYOUT
+  return MaskOf(frame->ch_layout);
+#else
+  return frame->channel_layout;
+#endif
+}
+
+uint64_t DefaultChannelMask(int channels) {
+#if HAS_CHANNEL_LAYOUT
+  AVChannelLayout layout = {};
+  av_channel_layout_default(&layout, channels);
+  const uint64_t mask = MaskOf(layout);
+  av_channel_layout_uninit(&layout);
+  return mask;
+#else
+  return static_cast<uint64_t>(av_get_default_channel_layout(channels));
+#endif
+}
+
+void SetDefaultLayout(AVCodecContext* context, int channels) {
+#if HAS_CHANNEL_LAYOUT
+  av_channel_layout_uninit(&context->ch_layout);
+  av_channel_layout_default(&context->ch_layout, channels);
+#else
+  context->channels = channels;
+  context->channel_layout = static_cast<uint64_t>(av_get_default_channel_layout(channels));
+#endif
+}
+
+int CopyLayout(AVFrame* frame, const AVCodecContext* context) {
+#if HAS_CHANNEL_LAYOUT
+  return av_channel_layout_copy(&frame->ch_layout, &context->ch_layout);
+#else
+  frame->channels = context->channels;
+  frame->channel_layout = context->channel_layout;
+  return 0;
+#endif
+}
+
+UniqueResampler NewResampler(uint64_t outMask, AVSampleFormat outFormat, uint64_t inMask,
+                             AVSampleFormat inFormat, int sampleRate) {
+#if HAS_CHANNEL_LAYOUT
+  AVChannelLayout out = {};
+  AVChannelLayout in = {};
+  if (av_channel_layout_from_mask(&out, outMask) < 0) return nullptr;
+  if (av_channel_layout_from_mask(&in, inMask) < 0) return nullptr;
+  SwrContext* resampler = nullptr;
+  const int result = swr_alloc_set_opts2(&resampler, &out, outFormat, sampleRate, &in, inFormat,
+                                         sampleRate, 0, nullptr);
+  UniqueResampler owned(resampler);
+  return result < 0 ? nullptr : std::move(owned);
+#else
+  return UniqueResampler(swr_alloc_set_opts(nullptr, static_cast<int64_t>(outMask), outFormat,
+                                            sampleRate, static_cast<int64_t>(inMask), inFormat,
+                                            sampleRate, 0, nullptr));
+#endif
+}
+
+std::string RotateText(const AVFormatContext* input, const AVStream* stream) {
+  if (const AVDictionaryEntry* tag = av_dict_get(stream->metadata, "rotate", nullptr, 0)) {
+    return tag->value;
+  }
+  // Only the MP4 demuxer of FFmpeg 4 turned a matrix into the tag.
+  if (std::strstr(input->iformat->name, "mp4") == nullptr) return {};
+  const int32_t* matrix = DisplayMatrix(stream);
+  if (matrix == nullptr) return {};
+  double degrees = -av_display_rotation_get(matrix);
+  if (std::isnan(degrees)) return {};
+  if (degrees < 0) degrees += 360;
+  std::array<char, 64> text{};
+  std::snprintf(text.data(), text.size(), "%g", degrees);
+  return text.data();
+}
+
+void SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degrees) {
+  av_dict_set(&stream->metadata, "rotate", degrees, 0);
+  const int angle = std::atoi(degrees);
+  if (!IsMovFamily(format) || (angle != 90 && angle != 180 && angle != 270)) return;
+  int32_t* matrix = NewDisplayMatrix(stream);
+  if (matrix == nullptr) return;
+  av_display_rotation_set(matrix, angle);
+  // The turned picture is moved back into view: by its height, its width or both, in 16.16 fixed
+  // point.
+  const int32_t width = stream->codecpar->width * 65536;
+  const int32_t height = stream->codecpar->height * 65536;
+  matrix[6] = angle == 90 ? height : angle == 180 ? width : 0;
+  matrix[7] = angle == 180 ? height : angle == 270 ? width : 0;
+}
+
+std::string ErrorText(int error) {
+  std::array<char, AV_ERROR_MAX_STRING_SIZE * 2> text{};
+  av_strerror(error, text.data(), text.size());
+  return text.data();
+}
+
+}  // namespace codec::ffmpeg

@@ -1,0 +1,86 @@
+// Every difference between the FFmpeg releases that the system builds on (4.3 and newer), each as a
+// function that says what it does. No other file of the tree looks at FFmpeg's version.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "codec/ffmpeg/owned.h"
+
+namespace codec::ffmpeg {
+
+// --- Decoding
+// --------------------------------------------------------------------------------------
+
+// A context for the stream's decoder, not opened yet; null when memory runs out or the stream's
+// parameters are unusable. `pkt_timebase` stays unset on purpose: with it, newer releases move the
+// first audio stamp past the encoder's priming and older ones do not.
+UniqueCodecContext NewDecoder(const AVStream* stream, const AVCodec* codec);
+
+// To be called before `avcodec_send_packet`, so that FramePacketSize can answer.
+void TagPacket(AVPacket* packet);
+// Bytes of the compressed packet that a decoded frame came from.
+int FramePacketSize(const AVFrame* frame);
+
+// Decodes one packet in one call. A packet of size 0 drains one delayed frame. `*gotFrame` becomes
+// 1 when `frame` holds a frame. Where a packet gives several frames, video keeps the first and
+// audio the last; `spare` is a scratch frame for that. Returns the bytes consumed, always the whole
+// packet, or a negative error.
+int DecodeOne(AVCodecContext* context, AVFrame* frame, AVFrame* spare, int* gotFrame,
+              AVPacket* packet);
+
+// Fields of a frame count as two ticks of the codec's time base for the field-coded codecs.
+int TicksPerFrame(AVCodecID id);
+// Time base of the stream's opened decoder: 1 / (frame rate x ticks per frame).
+AVRational CodecTimeBase(const AVStream* stream);
+// The lowest rate that can represent all time stamps of the stream exactly.
+AVRational RealBaseRate(const AVStream* stream);
+
+// --- Encoding and muxing
+// ---------------------------------------------------------------------------
+
+// Encodes one picture in one call; `*gotPacket` becomes 1 when `packet` holds a packet, whose
+// duration is then at least one encoder tick (without it an MP4 loses the duration of its last
+// picture). Returns 0 or a negative error. Never called to drain.
+int EncodeOne(AVCodecContext* context, AVPacket* packet, const AVFrame* frame, int* gotPacket);
+
+// A muxer context for `path` with `format` attached, its private data allocated and at its
+// defaults; null when memory runs out.
+UniqueOutput NewMuxer(const AVOutputFormat* format, const char* path);
+
+// --- Channels
+// --------------------------------------------------------------------------------------
+
+int Channels(const AVCodecContext* context);
+int Channels(const AVFrame* frame);
+// The 64-bit mask of the layout; 0 when there is none.
+uint64_t ChannelMask(const AVCodecContext* context);
+uint64_t ChannelMask(const AVFrame* frame);
+// FFmpeg's layout for a channel count; 0 when it has none.
+uint64_t DefaultChannelMask(int channels);
+// Gives the context that layout.
+void SetDefaultLayout(AVCodecContext* context, int channels);
+// Gives the frame the context's layout. 0 or a negative error.
+int CopyLayout(AVFrame* frame, const AVCodecContext* context);
+// A converter between two layouts and sample formats at one sample rate, not initialised yet; null
+// when a mask or memory does not serve.
+UniqueResampler NewResampler(uint64_t outMask, AVSampleFormat outFormat, uint64_t inMask,
+                             AVSampleFormat inFormat, int sampleRate);
+
+// --- Rotation
+// --------------------------------------------------------------------------------------
+
+// The clockwise turn that a demuxed stream asks of its player, in degrees as text ("" when none):
+// its "rotate" tag, or the text that FFmpeg 4 made of the display matrix of an MP4.
+std::string RotateText(const AVFormatContext* input, const AVStream* stream);
+// Makes a stream that is going to be muxed ask for this turn. To be called after
+// `avcodec_parameters_from_context`, which wipes the display matrix on newer releases.
+void SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degrees);
+
+// --- Errors
+// ----------------------------------------------------------------------------------------
+
+// FFmpeg's sentence for one of its error numbers.
+std::string ErrorText(int error);
+
+}  // namespace codec::ffmpeg

@@ -1,0 +1,47 @@
+#include "codec/ffmpeg/log_bridge.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+
+#include "base/log.h"
+#include "codec/ffmpeg/ffmpeg_headers.h"
+
+namespace codec::ffmpeg {
+namespace {
+
+int OurLevel(int ffmpegLevel) {
+  if (ffmpegLevel <= AV_LOG_ERROR) return kLogError;
+  if (ffmpegLevel <= AV_LOG_WARNING) return kLogWarn;
+  if (ffmpegLevel <= AV_LOG_INFO) return kLogDebug;
+  return kLogVerbose;
+}
+
+std::string TagOf(void* speaker) {
+  const AVClass* const* object = static_cast<const AVClass* const*>(speaker);
+  if (object == nullptr || *object == nullptr) return "ffmpeg";
+  return std::string("ffmpeg:") + (*object)->item_name(speaker);
+}
+
+[[gnu::format(printf, 3, 0)]] void OnLine(void* speaker, int level, const char* format,
+                                          va_list args) {
+  // FFmpeg's trace level prints whole packets; it says nothing about a run.
+  if (level > AV_LOG_DEBUG || !log_enabled(OurLevel(level))) return;
+  std::array<char, 1024> text;
+  if (std::vsnprintf(text.data(), text.size(), format, args) < 0) return;
+
+  // FFmpeg builds some lines piece by piece; they are joined until the newline comes. Each thread
+  // has its own unfinished line, because decoder threads speak at the same time.
+  thread_local std::string line;
+  line += text.data();
+  if (line.empty() || (line.back() != '\n' && line.size() < 4096)) return;
+  log_text(OurLevel(level), TagOf(speaker).c_str(), line.c_str());
+  line.clear();
+}
+
+}  // namespace
+
+void InstallLogBridge() { av_log_set_callback(&OnLine); }
+
+}  // namespace codec::ffmpeg

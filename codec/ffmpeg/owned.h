@@ -1,0 +1,68 @@
+// Owning handles for FFmpeg's objects. FFmpeg frees with two signatures; one deleter template for
+// each keeps every alias to a line. Inputs and outputs are freed by different calls, so that they
+// have aliases of their own.
+#pragma once
+
+#include <memory>
+
+#include "codec/ffmpeg/ffmpeg_headers.h"
+
+namespace codec::ffmpeg {
+
+// For `void free(T**)`, which also clears the pointer.
+template <typename T, void (*Free)(T**)>
+struct ClearingDeleter {
+  void operator()(T* object) const { Free(&object); }
+};
+
+// For `void free(T*)`.
+template <typename T, void (*Free)(T*)>
+struct PlainDeleter {
+  void operator()(T* object) const { Free(object); }
+};
+
+// A muxer's context owns the file that it writes to.
+inline void CloseOutput(AVFormatContext* context) {
+  if (context == nullptr) return;
+  if (context->oformat != nullptr && (context->oformat->flags & AVFMT_NOFILE) == 0) {
+    avio_closep(&context->pb);
+  }
+  avformat_free_context(context);
+}
+
+using UniqueInput =
+    std::unique_ptr<AVFormatContext, ClearingDeleter<AVFormatContext, avformat_close_input>>;
+using UniqueOutput = std::unique_ptr<AVFormatContext, PlainDeleter<AVFormatContext, CloseOutput>>;
+using UniqueCodecContext =
+    std::unique_ptr<AVCodecContext, ClearingDeleter<AVCodecContext, avcodec_free_context>>;
+using UniqueFrame = std::unique_ptr<AVFrame, ClearingDeleter<AVFrame, av_frame_free>>;
+using UniquePacket = std::unique_ptr<AVPacket, ClearingDeleter<AVPacket, av_packet_free>>;
+using UniqueDictionary = std::unique_ptr<AVDictionary, ClearingDeleter<AVDictionary, av_dict_free>>;
+using UniqueResampler = std::unique_ptr<SwrContext, ClearingDeleter<SwrContext, swr_free>>;
+using UniqueScaler = std::unique_ptr<SwsContext, PlainDeleter<SwsContext, sws_freeContext>>;
+
+// Unreferences a packet when the scope is left, on every path of a loop body.
+class PacketGuard {
+ public:
+  explicit PacketGuard(AVPacket* packet) : mPacket(packet) {}
+  ~PacketGuard() { av_packet_unref(mPacket); }
+  PacketGuard(const PacketGuard&) = delete;
+  PacketGuard& operator=(const PacketGuard&) = delete;
+
+ private:
+  AVPacket* mPacket;
+};
+
+// The same for a frame.
+class FrameGuard {
+ public:
+  explicit FrameGuard(AVFrame* frame) : mFrame(frame) {}
+  ~FrameGuard() { av_frame_unref(mFrame); }
+  FrameGuard(const FrameGuard&) = delete;
+  FrameGuard& operator=(const FrameGuard&) = delete;
+
+ private:
+  AVFrame* mFrame;
+};
+
+}  // namespace codec::ffmpeg

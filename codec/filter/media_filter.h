@@ -1,0 +1,39 @@
+// The base of all picture filters, and the way they are linked into a chain.
+#pragma once
+
+#include <cstdint>
+
+#include "codec/format/media_format.h"
+#include "codec/writer/media_buffer.h"
+
+namespace codec {
+
+// Pictures are packed: rows without padding, planes one after another. A filter owns its `next`, so
+// that deleting the head of a chain deletes all of it.
+class MediaFilter {
+ public:
+  MediaFilter() = default;
+  virtual ~MediaFilter();
+  MediaFilter(const MediaFilter&) = delete;
+  MediaFilter& operator=(const MediaFilter&) = delete;
+
+  // Reads "width" and "height". 0, or -1 when either is missing or 0. Derived filters call it
+  // first.
+  virtual int Configure(MediaFormat& format);
+
+  // Filters one picture of `width` x `height` in the filter's input format. A filter with a `next`
+  // writes into a buffer of its own (or passes `picture` on where it has nothing to do) and returns
+  // what `next` returns. The last filter writes into a free video buffer of the shared pool and
+  // returns it, or null when none is free; the caller sets its time stamp and size and gives it
+  // back to the pool.
+  virtual MediaBuffer* Process(uint8_t* picture) = 0;
+
+  int32_t width = 0;
+  int32_t height = 0;
+  MediaFilter* next = nullptr;
+};
+
+// Makes `filter` the last of the chain that `head` begins; the chain owns it from then on.
+void AppendFilter(MediaFilter* head, MediaFilter* filter);
+
+}  // namespace codec

@@ -1,0 +1,34 @@
+// Runs other programs.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace test_support {
+
+struct CommandResult {
+  int status = -1;  // exit status, or 128 + signal
+  bool timedOut = false;
+  long peakKilobytes = 0;  // largest resident set
+  std::string out;
+  std::string err;
+};
+
+// Runs a program (found on PATH when its name has no slash) with its output collected; kills it
+// when the time is over. Standard input is empty.
+CommandResult Run(const std::vector<std::string>& arguments,
+                  std::chrono::seconds limit = std::chrono::seconds(240));
+
+// Runs the built clip-reverse with these arguments.
+CommandResult RunProgram(std::vector<std::string> arguments,
+                         std::chrono::seconds limit = std::chrono::seconds(240));
+
+// The path of the built clip-reverse.
+std::string ProgramPath();
+
+// A path in a directory of this process that is removed when the process ends.
+std::string ScratchPath(const std::string& name);
+
+}  // namespace test_support

@@ -1,0 +1,102 @@
+#include "tests/support/media_reading.h"
+
+#include <cmath>
+#include <cstring>
+#include <sstream>
+#include <stdexcept>
+
+#include "tests/support/command.h"
+
+namespace test_support {
+namespace {
+
+std::string Output(const std::vector<std::string>& command) {
+  CommandResult result = Run(command);
+  if (result.status != 0) throw std::runtime_error(command[0] + " failed: " + result.err);
+  return std::move(result.out);
+}
+
+std::map<std::string, std::string> ParseFields(const std::string& text) {
+  std::map<std::string, std::string> fields;
+  std::istringstream lines(text);
+  std::string line;
+  while (std::getline(lines, line)) {
+    const size_t equals = line.find('=');
+    if (equals != std::string::npos) fields[line.substr(0, equals)] = line.substr(equals + 1);
+  }
+  return fields;
+}
+
+}  // namespace
+
+int ReadFrameNumber(const Picture& picture) {
+  int number = 0;
+  for (int bit = 0; bit < kNumberBits; ++bit) {
+    const int x = bit * kNumberCell + kNumberCell / 2;
+    const int y = kNumberCell / 2;
+    if (picture.luma[static_cast<size_t>(y * picture.width + x)] > 128) number |= 1 << bit;
+  }
+  return number;
+}
+
+std::vector<Picture> DecodeLuma(const std::string& path) {
+  const auto fields = StreamFields(path, "v");
+  const int width = std::stoi(fields.at("width"));
+  const int height = std::stoi(fields.at("height"));
+  // "gray" alone would stretch limited range to full range; the luma plane is what is compared.
+  const std::string bytes =
+      Output({"ffmpeg", "-v", "error", "-noautorotate", "-i", path, "-map", "0:v:0", "-vsync", "0",
+              "-vf", "format=yuv420p,extractplanes=y", "-f", "rawvideo", "-"});
+  const size_t size = static_cast<size_t>(width) * static_cast<size_t>(height);
+  std::vector<Picture> pictures(bytes.size() / size);
+  for (size_t i = 0; i < pictures.size(); ++i) {
+    pictures[i].width = width;
+    pictures[i].height = height;
+    const auto* first = reinterpret_cast<const uint8_t*>(bytes.data()) + i * size;
+    pictures[i].luma.assign(first, first + size);
+  }
+  return pictures;
+}
+
+std::vector<double> VideoTimes(const std::string& path) {
+  std::istringstream lines(
+      Output({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
+              "frame=best_effort_timestamp_time", "-of", "csv=p=0", path}));
+  std::vector<double> times;
+  std::string line;
+  while (std::getline(lines, line)) {
+    if (!line.empty()) times.push_back(std::stod(line));
+  }
+  return times;
+}
+
+std::vector<float> DecodeStereo(const std::string& path) {
+  const std::string bytes = Output({"ffmpeg", "-v", "error", "-i", path, "-map", "0:a:0", "-ac",
+                                    "2", "-f", "f32le", "-c:a", "pcm_f32le", "-"});
+  std::vector<float> samples(bytes.size() / sizeof(float));
+  std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
+  return samples;
+}
+
+std::map<std::string, std::string> StreamFields(const std::string& path, const std::string& kind) {
+  return ParseFields(Output({"ffprobe", "-v", "error", "-select_streams", kind + ":0",
+                             "-show_streams", "-of", "default=noprint_wrappers=1", path}));
+}
+
+std::map<std::string, std::string> ContainerFields(const std::string& path) {
+  return ParseFields(Output(
+      {"ffprobe", "-v", "error", "-show_format", "-of", "default=noprint_wrappers=1", path}));
+}
+
+double Psnr(const Picture& a, const Picture& b) {
+  if (a.luma.size() != b.luma.size()) throw std::runtime_error("pictures of different sizes");
+  double sum = 0;
+  for (size_t i = 0; i < a.luma.size(); ++i) {
+    const double difference = static_cast<double>(a.luma[i]) - b.luma[i];
+    sum += difference * difference;
+  }
+  if (sum == 0) return 100;
+  return 10 * std::log10(255.0 * 255.0 * static_cast<double>(a.luma.size()) / sum);
+}
+
+}  // namespace test_support
