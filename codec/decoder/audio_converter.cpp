@@ -1,0 +1,124 @@
+#include "codec/decoder/audio_converter.h"
+
+#include <algorithm>
+
+#include "base/log.h"
+#include "codec/decoder/decoder_tag.h"
+#include "codec/ffmpeg/compat.h"
+
+namespace codec {
+namespace {
+
+// No codec's frame comes near it; demuxers cut uncompressed sound far shorter still.
+constexpr int kMinRoomSamples = 131072;
+// Keeps a header that claims an absurd sample rate from asking for gigabytes.
+constexpr int kMaxRoomSamples = 1 << 22;
+constexpr int kTargetBytesPerSample = AudioConverter::kTargetChannels * 4;
+
+SoundForm FormOf(AVSampleFormat format, int channels, uint64_t mask) {
+  // A mask that does not name every channel cannot describe the frame.
+  if (av_popcount64(mask) != channels) mask = 0;
+  if (mask == 0) mask = ffmpeg::DefaultChannelMask(channels);
+  return {format, channels, mask};
+}
+
+uint64_t TargetMask() {
+  switch (AudioConverter::kTargetChannels) {
+    case 1:
+      return AV_CH_LAYOUT_MONO;
+    case 2:
+      return AV_CH_LAYOUT_STEREO;
+    default:
+      return ffmpeg::DefaultChannelMask(AudioConverter::kTargetChannels);
+  }
+}
+
+bool IsTarget(const SoundForm& form) {
+  return form.format == AudioConverter::kTargetFormat &&
+         form.channels == AudioConverter::kTargetChannels;
+}
+
+const char* NameOf(AVSampleFormat format) {
+  const char* const name = av_get_sample_fmt_name(format);
+  return name == nullptr ? "unknown" : name;
+}
+
+}  // namespace
+
+int AudioConverter::Open(const AVCodecContext* context) {
+  mSampleRate = context->sample_rate;
+  const SoundForm form =
+      FormOf(context->sample_fmt, ffmpeg::Channels(context), ffmpeg::ChannelMask(context));
+  mDeliveredFormat = IsTarget(form) ? form.format : kTargetFormat;
+  if (!IsTarget(form)) {
+    log_debug(kDecoderTag, "audio sample format is %s, convert it to %s ", NameOf(form.format),
+              NameOf(kTargetFormat));
+  }
+  if (mSampleRate <= 0 || !SetForm(form)) {
+    log_error(kDecoderTag, "Could not convert audio of format %s, %d channels, %d Hz",
+              NameOf(form.format), form.channels, mSampleRate);
+    return -1;
+  }
+  mMaxBlockBytes =
+      std::clamp(mSampleRate, kMinRoomSamples, kMaxRoomSamples) * kTargetBytesPerSample;
+  return 0;
+}
+
+bool AudioConverter::SetForm(const SoundForm& form) {
+  if (mForm == form) return true;
+  mForm.reset();
+  mResampler.reset();
+  if (!IsTarget(form)) {
+    if (form.mask == 0 || form.format == AV_SAMPLE_FMT_NONE) return false;
+    mResampler =
+        ffmpeg::NewResampler(TargetMask(), kTargetFormat, form.mask, form.format, mSampleRate);
+    if (mResampler == nullptr || swr_init(mResampler.get()) < 0) {
+      mResampler.reset();
+      return false;
+    }
+  }
+  mForm = form;
+  return true;
+}
+
+int AudioConverter::Deliver(const AVFrame* frame, uint8_t* buffer) {
+  if (frame->nb_samples <= 0) return -1;
+  if (frame->sample_rate != mSampleRate) return Drop("audio frame has another sample rate");
+  // A stream may change its form in its middle, and with AAC the first frame may bring out that a
+  // stream announced as mono is stereo.
+  if (!SetForm(FormOf(static_cast<AVSampleFormat>(frame->format), ffmpeg::Channels(frame),
+                      ffmpeg::ChannelMask(frame)))) {
+    return Drop("audio frame has a form that cannot be converted");
+  }
+  const int64_t needed = static_cast<int64_t>(frame->nb_samples) * kTargetBytesPerSample;
+  if (needed > mMaxBlockBytes) return Drop("audio frame is too long");
+  const int bytes = IsConverting() ? Convert(frame, buffer) : Copy(frame, buffer);
+  if (bytes < 0) return Drop("audio frame could not be converted");
+  mDrops.Delivered();
+  return bytes;
+}
+
+int AudioConverter::Copy(const AVFrame* frame, uint8_t* buffer) {
+  const int bytes =
+      av_get_bytes_per_sample(static_cast<AVSampleFormat>(frame->format)) * frame->nb_samples;
+  std::copy_n(frame->data[0], bytes, buffer);
+  return bytes;
+}
+
+int AudioConverter::Convert(const AVFrame* frame, uint8_t* buffer) {
+  // Older releases take the input planes without the inner const.
+  const int samples =
+      swr_convert(mResampler.get(), &buffer, frame->nb_samples,
+                  const_cast<const uint8_t**>(frame->extended_data), frame->nb_samples);
+  if (samples < 0) return -1;
+  mConvertedSeconds += static_cast<double>(samples) / mSampleRate;
+  if (samples == 0) return 0;
+  return av_samples_get_buffer_size(nullptr, kTargetChannels, samples, kTargetFormat, 1);
+}
+
+int AudioConverter::Drop(const char* reason) {
+  mDrops.Dropped(reason);
+  return -1;
+}
+
+}  // namespace codec

@@ -1,0 +1,64 @@
+// Turns decoded sound into blocks of packed stereo float.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "codec/decoder/drop_warning.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+// How samples lie in a frame.
+struct SoundForm {
+  AVSampleFormat format = AV_SAMPLE_FMT_NONE;
+  int channels = 0;
+  uint64_t mask = 0;
+
+  friend bool operator==(const SoundForm& a, const SoundForm& b) {
+    return a.format == b.format && a.channels == b.channels && a.mask == b.mask;
+  }
+};
+
+class AudioConverter {
+ public:
+  static constexpr int kTargetChannels = 2;
+  static constexpr AVSampleFormat kTargetFormat = AV_SAMPLE_FMT_FLT;
+
+  // Prepares for the sound that an opened decoder announces. 0, or -1, logged, when it cannot be
+  // converted.
+  int Open(const AVCodecContext* context);
+
+  // Copies or converts a frame into `buffer`, which holds MaxBlockBytes(), and returns the bytes
+  // that count. A frame that cannot be delivered is dropped with a warning and gives -1.
+  //
+  // Sound that is packed stereo float already is not converted: then as many bytes are delivered
+  // as one channel has, which is the first half of the interleaved block. Deliberate.
+  int Deliver(const AVFrame* frame, uint8_t* buffer);
+
+  // Bytes of the largest block that is delivered; 0 when not opened.
+  int MaxBlockBytes() const { return mMaxBlockBytes; }
+  // The sample format of the blocks that the announced sound gives.
+  AVSampleFormat DeliveredFormat() const { return mDeliveredFormat; }
+  // Whether there is a converter at the moment.
+  bool IsConverting() const { return mResampler != nullptr; }
+  // Seconds of sound converted so far.
+  double ConvertedSeconds() const { return mConvertedSeconds; }
+
+ private:
+  bool SetForm(const SoundForm& form);
+  int Copy(const AVFrame* frame, uint8_t* buffer);
+  int Convert(const AVFrame* frame, uint8_t* buffer);
+  int Drop(const char* reason);
+
+  int mSampleRate = 0;
+  int mMaxBlockBytes = 0;
+  AVSampleFormat mDeliveredFormat = AV_SAMPLE_FMT_NONE;
+  // Without a value when the converter could not be made.
+  std::optional<SoundForm> mForm;
+  ffmpeg::UniqueResampler mResampler;
+  double mConvertedSeconds = 0;
+  DropWarning mDrops;
+};
+
+}  // namespace codec

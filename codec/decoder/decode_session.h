@@ -1,0 +1,48 @@
+// What one opened input consists of; the reading and seeking strategies work on it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "codec/decoder/audio_converter.h"
+#include "codec/decoder/frame_times.h"
+#include "codec/decoder/input_file.h"
+#include "codec/decoder/picture_copy.h"
+#include "codec/decoder/stream_decoder.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+struct DecodeSession {
+  InputFile input;
+  // Null when the input has no such stream, or none that can be decoded. Declared after the input,
+  // so that decoders are gone before the streams that they belong to.
+  std::unique_ptr<StreamDecoder> video;
+  std::unique_ptr<StreamDecoder> audio;
+
+  PictureCopy pictures;
+  AudioConverter sound;
+  FrameTimes times;
+
+  // Scratch of whichever operation runs; blank between operations.
+  ffmpeg::UniqueFrame frame;
+  ffmpeg::UniqueFrame spare;
+  ffmpeg::UniquePacket packet;
+
+  double duration = 0;   // seconds
+  double frameRate = 0;  // frames per second, 0 when unknown
+  // In ticks of the video stream: the first stamp that a packet has, and the distance between two
+  // key frames, 0 when unknown.
+  int64_t first_video_pts_ = AV_NOPTS_VALUE;
+  int32_t keyint_ = 0;
+
+  int VideoIndex() const { return video == nullptr ? -1 : video->Index(); }
+  bool IsUsable() const { return frame != nullptr && spare != nullptr && packet != nullptr; }
+
+  void FlushDecoders() {
+    if (video != nullptr) video->Flush();
+    if (audio != nullptr) audio->Flush();
+  }
+};
+
+}  // namespace codec

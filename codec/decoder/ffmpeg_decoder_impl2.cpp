@@ -1,0 +1,115 @@
+#include "codec/decoder/ffmpeg_decoder_impl2.h"
+
+#include "base/log.h"
+#include "codec/decoder/decode_session.h"
+#include "codec/decoder/decoder_tag.h"
+#include "codec/decoder/frame_receiver.h"
+#include "codec/decoder/frame_source.h"
+#include "codec/decoder/packet_decoder.h"
+#include "codec/decoder/pending_frame.h"
+#include "codec/decoder/seeker.h"
+#include "codec/decoder/session_opener.h"
+
+namespace codec {
+
+struct FFmpegDecoderImpl2::Parts {
+  DecodeSession session;
+  PendingFrame pending;
+  FrameSource source{&session};
+  FrameReceiver receiver{&session, &source};
+  PacketDecoder packets{&session};
+  Seeker seeker{&session, &source, &packets, &pending};
+};
+
+namespace {
+
+void Give(const DecodedFrame& frame, uint32_t* size, uint32_t* type, double* pts) {
+  *size = frame.size;
+  *type = frame.type;
+  *pts = frame.pts;
+}
+
+}  // namespace
+
+FFmpegDecoderImpl2::FFmpegDecoderImpl2(const char* path) : mPath(path) {
+  mInfo.channels = AudioConverter::kTargetChannels;
+}
+
+FFmpegDecoderImpl2::~FFmpegDecoderImpl2() = default;
+
+int FFmpegDecoderImpl2::Init() {
+  if (mParts != nullptr) return 0;
+  log_debug(kDecoderTag, "=====Init=====");
+  auto parts = std::make_unique<Parts>();
+  MediaInfo info;
+  info.channels = AudioConverter::kTargetChannels;
+  if (SessionOpener(&parts->session, &info).Open(mPath) != 0) return -1;
+  mInfo = info;
+  mFrameBufferSize = parts->session.pictures.Size();
+  mAudioBufferSize = parts->session.sound.MaxBlockBytes();
+  mParts = std::move(parts);
+  log_debug(kDecoderTag, "=====Init done=====");
+  return 0;
+}
+
+int FFmpegDecoderImpl2::Release() {
+  log_debug(kDecoderTag, "=====Release=====");
+  mParts.reset();
+  log_debug(kDecoderTag, "=====Release done=====");
+  return 0;
+}
+
+int FFmpegDecoderImpl2::Seek(double seconds, int mode) {
+  if (mParts == nullptr || !mParts->session.IsUsable()) return -1;
+  return mParts->seeker.Seek(seconds, mode);
+}
+
+int FFmpegDecoderImpl2::DecodeFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) {
+  if (mParts == nullptr || !mParts->session.IsUsable()) return -1;
+  DecodedFrame frame;
+  if (!mParts->pending.Take(buffer, &frame) && mParts->packets.Decode(buffer, &frame) != 0) {
+    return -1;
+  }
+  Give(frame, size, type, pts);
+  return 0;
+}
+
+int FFmpegDecoderImpl2::ReceiveFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) {
+  if (mParts == nullptr || !mParts->session.IsUsable()) return -1;
+  DecodedFrame frame;
+  if (mParts->receiver.Receive(buffer, &frame) != 0) return -1;
+  Give(frame, size, type, pts);
+  return 0;
+}
+
+int FFmpegDecoderImpl2::GetMediaInfo(MediaInfo& info) {
+  info = mInfo;
+  return 0;
+}
+
+int FFmpegDecoderImpl2::GetFrameBufferSize() { return mFrameBufferSize; }
+
+int FFmpegDecoderImpl2::GetAudioBufferSize() { return mAudioBufferSize; }
+
+int FFmpegDecoderImpl2::GetWidth() { return mInfo.width; }
+
+int FFmpegDecoderImpl2::GetHeight() { return mInfo.height; }
+
+DecoderCounters FFmpegDecoderImpl2::Counters() const {
+  DecoderCounters counters;
+  if (mParts == nullptr) return counters;
+  const DecodeSession& session = mParts->session;
+  counters.packetsRead = session.input.PacketsRead();
+  counters.seeks = session.input.Seeks();
+  if (session.video != nullptr) counters.videoFramesDecoded = session.video->FramesDecoded();
+  if (session.audio != nullptr) counters.audioFramesDecoded = session.audio->FramesDecoded();
+  counters.delayedFrames = mParts->packets.DelayedFrames();
+  counters.audioClock = session.sound.ConvertedSeconds();
+  return counters;
+}
+
+int32_t FFmpegDecoderImpl2::KeyInterval() const {
+  return mParts == nullptr ? 0 : mParts->session.keyint_;
+}
+
+}  // namespace codec

@@ -1,0 +1,62 @@
+// The decoder: opens one input through FFmpeg and hands out its frames.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "codec/decoder/ffmpeg_decoder.h"
+
+namespace codec {
+
+// How much work was done since the input was opened.
+struct DecoderCounters {
+  int64_t packetsRead = 0;
+  int64_t videoFramesDecoded = 0;
+  int64_t audioFramesDecoded = 0;
+  int64_t seeks = 0;          // of the demuxer
+  int64_t delayedFrames = 0;  // video packets that gave DecodeFrame no picture
+  double audioClock = 0;      // seconds of sound converted
+};
+
+//                        +-> FrameSource -> FrameReceiver -> ReceiveFrame
+//   file -> InputFile ---+        ^
+//                        |        |  pictures on the way to a time
+//                        |     Seeker  ----> PendingFrame --> DecodeFrame
+//                        |        v                             ^
+//                        +-> PacketDecoder ---------------------+
+//
+// All of them work on one DecodeSession, which exists from Init to Release.
+class FFmpegDecoderImpl2 : public FFmpegDecoder {
+ public:
+  // Remembers the path; nothing is opened before Init.
+  explicit FFmpegDecoderImpl2(const char* path);
+  ~FFmpegDecoderImpl2() override;
+
+  int Init() override;
+  int Release() override;
+  int Seek(double seconds, int mode) override;
+  int DecodeFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) override;
+  // The facts found by the last Init, after Release too.
+  int GetMediaInfo(MediaInfo& info) override;
+  int GetFrameBufferSize() override;
+  int GetWidth() override;
+  int GetHeight() override;
+  int ReceiveFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) override;
+  int GetAudioBufferSize() override;
+
+  DecoderCounters Counters() const;
+  // Distance between two key frames in ticks of the video stream; 0 when unknown.
+  int32_t KeyInterval() const;
+
+ private:
+  struct Parts;
+
+  std::string mPath;
+  std::unique_ptr<Parts> mParts;  // null unless initialised
+  MediaInfo mInfo;
+  int mFrameBufferSize = 0;
+  int mAudioBufferSize = 0;
+};
+
+}  // namespace codec

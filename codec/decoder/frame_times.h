@@ -1,0 +1,54 @@
+// The times that frames are delivered with.
+#pragma once
+
+#include <cstdint>
+
+#include "codec/ffmpeg/ffmpeg_headers.h"
+
+namespace codec {
+
+class StreamDecoder;
+
+// Seconds from the first frame of each kind. A frame without a stamp follows the one before it by
+// that one's duration: taken as a number, FFmpeg's mark for "no stamp" would be a time some 10^18
+// seconds before the start, and every comparison with it would go wrong.
+class FrameTimes {
+ public:
+  // Either may be null. `frameRate` 0 stands for unknown.
+  void Open(const StreamDecoder* video, const StreamDecoder* audio, double frameRate);
+
+  void SetFirstVideo(double seconds) { mFirstVideo = seconds; }
+  void SetFirstAudio(double seconds) { mFirstAudio = seconds; }
+  double FirstVideo() const { return mFirstVideo; }
+  double FirstAudio() const { return mFirstAudio; }
+
+  // Times by the stamps of the decoded frames.
+  double OfVideo(const AVFrame* frame);
+  double OfAudio(const AVFrame* frame);
+  // Times by the stamps of the packets they came from. Both count from the first video frame here.
+  double OfVideoPacket(int64_t ticks);
+  double OfAudioPacket(int64_t ticks, const AVFrame* frame);
+
+  // After a seek to about this time: frames without a stamp count from here.
+  void Restart(double seconds);
+
+ private:
+  struct Track {
+    double next = 0;  // time of a frame without a stamp
+    double Take(bool known, double seconds, double duration) {
+      const double time = known ? seconds : next;
+      next = time + duration;
+      return time;
+    }
+  };
+
+  const StreamDecoder* mVideo = nullptr;
+  const StreamDecoder* mAudio = nullptr;
+  double mPictureSeconds = 0;
+  double mFirstVideo = 0;
+  double mFirstAudio = 0;
+  Track mVideoTrack;
+  Track mAudioTrack;
+};
+
+}  // namespace codec

@@ -1,0 +1,40 @@
+// The opened input: the only place that reads packets and moves the reading position.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "codec/decoder/packet_source.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+class InputFile : public PacketSource {
+ public:
+  // Opens the file and finds its streams. 0, or -1 with the reason logged.
+  int Open(const std::string& path);
+
+  bool Read(AVPacket* packet) override;
+
+  // Moves to the key frame at or before `position`, in ticks of the stream, or in AV_TIME_BASE
+  // units when `stream` is -1. FFmpeg's result.
+  int SeekBackward(int stream, int64_t position);
+  // Moves to the first packet that can be reached with stamps from `earliest` to 0, in AV_TIME_BASE
+  // units, or to the first byte where there are no stamps. FFmpeg's result.
+  int SeekToStart(int64_t earliest);
+
+  // Owned here; valid while this object lives.
+  AVFormatContext* Context() const { return mContext.get(); }
+  const std::string& Path() const { return mPath; }
+
+  int64_t PacketsRead() const { return mPacketsRead; }
+  int64_t Seeks() const { return mSeeks; }
+
+ private:
+  std::string mPath;
+  ffmpeg::UniqueInput mContext;
+  int64_t mPacketsRead = 0;
+  int64_t mSeeks = 0;
+};
+
+}  // namespace codec

@@ -1,0 +1,32 @@
+// Copies decoded pictures into packed buffers.
+#pragma once
+
+#include <cstdint>
+
+#include "codec/decoder/drop_warning.h"
+#include "codec/ffmpeg/ffmpeg_headers.h"
+
+namespace codec {
+
+// Packed: planes one after another, rows as long as the picture is wide.
+class PictureCopy {
+ public:
+  // Takes the pictures' form. 0, or -1 when no packed buffer can hold such a picture.
+  int Open(AVPixelFormat format, int width, int height);
+
+  // Bytes of a packed picture; 0 when not opened.
+  int Size() const { return mSize; }
+
+  // Copies into a buffer of Size() bytes and returns Size(). A picture of another size or format
+  // would not fit: it is dropped with a warning and 0 is returned.
+  int Copy(const AVFrame* frame, uint8_t* buffer);
+
+ private:
+  AVPixelFormat mFormat = AV_PIX_FMT_NONE;
+  int mWidth = 0;
+  int mHeight = 0;
+  int mSize = 0;
+  DropWarning mDrops;
+};
+
+}  // namespace codec

@@ -1,0 +1,211 @@
+#include "codec/decoder/seeker.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <limits>
+
+#include "base/log.h"
+#include "codec/decoder/decoder_tag.h"
+#include "codec/decoder/ffmpeg_decoder.h"
+#include "codec/decoder/packet_clock.h"
+#include "codec/decoder/time_probe.h"
+
+namespace codec {
+namespace {
+
+constexpr int64_t kMaxWholeSeconds = std::numeric_limits<int64_t>::max() / AV_TIME_BASE;
+constexpr int kMaxPreKeyFrameLandings = 2;
+
+int64_t Truncated(float value) {
+  // The next float below 2^63.
+  constexpr float kLargest = 9223371487098961920.0F;
+  return static_cast<int64_t>(std::clamp(value, -kLargest, kLargest));
+}
+
+// Whether a frame of this time is the first one at or after the target, given that earlier ones
+// were not.
+bool Reaches(double time, float seconds) {
+  const float beyond = seconds + FLT_EPSILON;
+  return time > beyond || std::abs(time - seconds) < FLT_EPSILON;
+}
+
+}  // namespace
+
+int Seeker::Seek(double seconds, int mode) {
+  const auto single = static_cast<float>(seconds);
+  mPending->Clear();
+  switch (mode) {
+    case 2:
+      return _SeekNoKeyFrame(single);
+    case 3:
+      return _SeekDecodeForward(single);
+    default:
+      return _Seek(single);
+  }
+}
+
+bool Seeker::InRange(float seconds) const {
+  // Written so that what is not a number is out of range.
+  if (seconds >= 0 && seconds <= mSession->duration) return true;
+  log_error(kDecoderTag, "error time:%0.3f not in [0,%0.3f]", static_cast<double>(seconds),
+            mSession->duration);
+  return false;
+}
+
+int64_t Seeker::TargetPosition(float seconds) const {
+  // Without video the demuxer counts in its own units.
+  const AVRational timeBase = mSession->video != nullptr ? mSession->video->Stream()->time_base
+                                                         : AVRational{1, AV_TIME_BASE};
+  return Truncated(static_cast<float>(timeBase.den) * seconds / static_cast<float>(timeBase.num));
+}
+
+int64_t Seeker::SeekPosition(int64_t target) const {
+  return target > mSession->first_video_pts_ ? target : 0;
+}
+
+int Seeker::_Seek(float seconds) {
+  if (!InRange(seconds)) return -1;
+  InputFile& input = mSession->input;
+  const int64_t position = SeekPosition(TargetPosition(seconds));
+  const auto firstPts = static_cast<long long>(mSession->first_video_pts_);
+  if (mSession->video != nullptr) mSession->video->SkipLoopFilter();
+  int result = input.SeekBackward(mSession->VideoIndex(), position);
+  if (result < 0) {
+    log_warn(kDecoderTag, "_Seek av_seek_frame seek_pts:%lld, first_video_pts_:%lld, res=%d",
+             static_cast<long long>(position), firstPts, result);
+    if (position == 0) {
+      result = input.SeekBackward(mSession->VideoIndex(), mSession->first_video_pts_);
+      if (result < 0) {
+        log_warn(kDecoderTag, "_Seek av_seek_frame first_video_pts_:%lld, res=%d", firstPts,
+                 result);
+      }
+    }
+  }
+  if (result >= 0) mSession->times.Restart(static_cast<double>(seconds));
+  mSession->FlushDecoders();
+  return 0;
+}
+
+int Seeker::_SeekPreKeyFrame(float seconds) {
+  if (!InRange(seconds)) return -1;
+  const int64_t target = TargetPosition(seconds);
+  if (mSession->input.SeekBackward(mSession->VideoIndex(), SeekPosition(target)) < 0) {
+    log_error(kDecoderTag, "could not seek to position %0.3f", static_cast<double>(seconds));
+    return -1;
+  }
+  mSession->times.Restart(static_cast<double>(seconds));
+  const int result = mSession->keyint_ == 0 ? 0 : StepBackFrom(target);
+  mSession->FlushDecoders();
+  return result;
+}
+
+// From where the demuxer landed to one key frame before: pictures that need the group of pictures
+// before theirs decode from there.
+int Seeker::StepBackFrom(int64_t target) {
+  InputFile& input = mSession->input;
+  AVPacket* const packet = mSession->packet.get();
+  const int video = mSession->VideoIndex();
+  int landings = 1;
+  while (input.Read(packet)) {
+    const ffmpeg::PacketGuard guard(packet);
+    if (packet->stream_index != video) continue;
+    const int64_t timestamp = PacketTimestamp(packet);
+    if ((packet->flags & AV_PKT_FLAG_KEY) != 0) return SeekBeforeKey(timestamp);
+    if (target <= mSession->first_video_pts_) {
+      input.SeekBackward(video, SeekPosition(target));
+      return -1;
+    }
+    ++landings;
+    const int64_t interval = mSession->keyint_;
+    const int64_t position = timestamp < interval + 1 ? 0 : timestamp - interval - 1;
+    if (input.SeekBackward(video, position) < 0) {
+      log_error(kDecoderTag, "could not seek to position %lld", static_cast<long long>(position));
+      return -1;
+    }
+    if (landings > kMaxPreKeyFrameLandings) {
+      log_warn(kDecoderTag, "_SeekPreKeyFrame failed, repeat %d count", landings);
+      return -1;
+    }
+  }
+  return -1;
+}
+
+int Seeker::SeekBeforeKey(int64_t timestamp) {
+  const int64_t position = timestamp > 0 ? timestamp - 1 : timestamp;
+  if (mSession->input.SeekBackward(mSession->VideoIndex(), position) >= 0) return 0;
+  log_error(kDecoderTag, "could not seek to position %lld", static_cast<long long>(position));
+  return -1;
+}
+
+int Seeker::_SeekNoKeyFrame(float seconds) {
+  if (_SeekPreKeyFrame(seconds) != 0) {
+    log_error(kDecoderTag, "_SeekNoKeyFrame failed");
+    return -1;
+  }
+  if (DecodeToPending(seconds) == 0) return 0;
+  log_error(kDecoderTag, "_SeekNoKeyFrame failed, use seek to key frame");
+  _Seek(seconds);
+  return -1;
+}
+
+int Seeker::DecodeToPending(float seconds) {
+  // Sound is decoded into the same buffer on the way.
+  const int bytes = std::max(mSession->pictures.Size(), mSession->sound.MaxBlockBytes());
+  if (!mPending->Reserve(static_cast<size_t>(bytes))) return -1;
+  DecodedFrame frame;
+  do {
+    if (mPackets->Decode(mPending->Buffer(), &frame) != 0) return -1;
+  } while (frame.type != kVideoFrame || !Reaches(frame.pts, seconds));
+  mPending->Hold(frame);
+  return 0;
+}
+
+// 1. Find the first times, once. 2. Move to a key frame at or before the whole second. 3. Decode
+// pictures until the first one at or after the time; it is consumed. 4. Where the demuxer landed
+// behind the time, on a key frame or in a group whose start the decoder needs, go back further.
+int Seeker::_SeekDecodeForward(float seconds) {
+  if (mSession->video == nullptr) return -1;
+  if (mNeedsTimeProbe) {
+    mNeedsTimeProbe = false;
+    TimeProbe(mSession).Run();
+  }
+  if (seconds > mSession->duration) seconds = static_cast<float>(mSession->duration);
+  if (!(seconds > 0)) seconds = 0;
+  int64_t whole = std::min(Truncated(seconds), kMaxWholeSeconds);
+  int64_t back = 1;
+  for (;;) {
+    MoveToWhole(whole);
+    if (seconds == 0) return 0;
+    const Walk walk = WalkTo(seconds, whole > 0);
+    if (walk != Walk::kOvershot) return walk == Walk::kReached ? 0 : -1;
+    whole = std::max<int64_t>(0, whole - back);
+    back *= 2;
+  }
+}
+
+void Seeker::MoveToWhole(int64_t seconds) {
+  InputFile& input = mSession->input;
+  if (seconds != 0 && input.SeekBackward(-1, seconds * AV_TIME_BASE) >= 0) {
+    mSession->times.Restart(static_cast<double>(seconds));
+  } else if (input.SeekToStart(std::numeric_limits<int64_t>::min()) >= 0) {
+    // Also where the demuxer cannot move to the second: from the start every time is reached.
+    mSession->times.Restart(0);
+  }
+  mSession->FlushDecoders();
+}
+
+Seeker::Walk Seeker::WalkTo(float seconds, bool mayOvershoot) {
+  AVFrame* const frame = mSession->frame.get();
+  for (bool first = true;; first = false) {
+    const int result = mSource->NextPicture(frame);
+    if (result < 0) return Walk::kFailed;
+    const ffmpeg::FrameGuard guard(frame);
+    const double time = mSession->times.OfVideo(frame);
+    if (!Reaches(time, seconds)) continue;
+    const bool behind = time - seconds >= FLT_EPSILON;
+    return first && behind && mayOvershoot ? Walk::kOvershot : Walk::kReached;
+  }
+}
+
+}  // namespace codec

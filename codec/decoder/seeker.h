@@ -1,0 +1,47 @@
+// The seek strategies. Times are single precision, as they are everywhere below the caller: the
+// comparisons with frame times depend on it.
+#pragma once
+
+#include <cstdint>
+
+#include "codec/decoder/decode_session.h"
+#include "codec/decoder/frame_source.h"
+#include "codec/decoder/packet_decoder.h"
+#include "codec/decoder/pending_frame.h"
+
+namespace codec {
+
+class Seeker {
+ public:
+  Seeker(DecodeSession* session, FrameSource* source, PacketDecoder* packets, PendingFrame* pending)
+      : mSession(session), mSource(source), mPackets(packets), mPending(pending) {}
+
+  // 0 or -1. Mode 2 leaves the first picture at or after the time in the pending frame, mode 3
+  // reads past it, any other mode lands on the key frame at or before the time.
+  int Seek(double seconds, int mode);
+
+ private:
+  enum class Walk { kReached, kOvershot, kFailed };
+
+  int _Seek(float seconds);
+  int _SeekPreKeyFrame(float seconds);
+  int _SeekNoKeyFrame(float seconds);
+  int _SeekDecodeForward(float seconds);
+
+  bool InRange(float seconds) const;
+  int64_t TargetPosition(float seconds) const;
+  int64_t SeekPosition(int64_t target) const;
+  int StepBackFrom(int64_t target);
+  int SeekBeforeKey(int64_t timestamp);
+  int DecodeToPending(float seconds);
+  void MoveToWhole(int64_t seconds);
+  Walk WalkTo(float seconds, bool mayOvershoot);
+
+  DecodeSession* mSession;
+  FrameSource* mSource;
+  PacketDecoder* mPackets;
+  PendingFrame* mPending;
+  bool mNeedsTimeProbe = true;
+};
+
+}  // namespace codec

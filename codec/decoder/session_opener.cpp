@@ -1,0 +1,164 @@
+#include "codec/decoder/session_opener.h"
+
+#include <limits>
+
+#include "base/log.h"
+#include "codec/decoder/decoder_tag.h"
+#include "codec/decoder/key_frame_scan.h"
+#include "codec/decoder/stream_facts.h"
+#include "codec/ffmpeg/compat.h"
+
+namespace codec {
+namespace {
+
+constexpr bool kRefcountedFrames = true;
+
+}  // namespace
+
+int SessionOpener::Open(const std::string& path) {
+  DecodeSession& session = *mSession;
+  if (session.input.Open(path) != 0) return -1;
+  if (OpenVideo() != 0) return -1;
+  OpenAudio();
+  // Sound alone has a length too: a caller that asks for the video of such a file is then told of
+  // the missing video rather than of a range that does not fit.
+  if (session.video == nullptr) SetDuration(session.audio.get());
+  session.times.Open(session.video.get(), session.audio.get(), session.frameRate);
+  AllocateScratch();
+  ScanKeyFrames();
+  if (session.first_video_pts_ == AV_NOPTS_VALUE) CheckVariableRate();
+  log_debug(kDecoderTag, "first video pts:%lld, first audio pts:%lld",
+            static_cast<long long>(session.first_video_pts_),
+            static_cast<long long>(mFirstAudioTicks));
+  if (session.video != nullptr && session.first_video_pts_ != AV_NOPTS_VALUE) {
+    session.times.SetFirstVideo(session.video->Seconds(session.first_video_pts_));
+  }
+  return 0;
+}
+
+int SessionOpener::OpenVideo() {
+  DecodeSession& session = *mSession;
+  session.video = StreamDecoder::Open(session.input, AVMEDIA_TYPE_VIDEO, kRefcountedFrames);
+  if (session.video == nullptr) return 0;
+  const AVCodecContext* const context = session.video->Context();
+  if (context->pix_fmt == AV_PIX_FMT_NONE) {
+    log_error(kDecoderTag, "Could not find video pixel format");
+    return -1;
+  }
+  if (session.pictures.Open(context->pix_fmt, context->width, context->height) != 0) {
+    // Without a size for its pictures no buffer can be given for them; the sound may still serve.
+    log_error(kDecoderTag, "Could not use pictures of %dx%d", context->width, context->height);
+    session.video.reset();
+    return 0;
+  }
+  DescribeVideo();
+  return 0;
+}
+
+void SessionOpener::DescribeVideo() {
+  DecodeSession& session = *mSession;
+  const AVCodecContext* const context = session.video->Context();
+  const AVStream* const stream = session.video->Stream();
+  mInfo->has_video = 1;
+  mInfo->width = context->width;
+  mInfo->height = context->height;
+  mInfo->sample_aspect_num = context->sample_aspect_ratio.num;
+  mInfo->sample_aspect_den = context->sample_aspect_ratio.den;
+  mInfo->rotation = RotationDegrees(ffmpeg::RotateText(session.input.Context(), stream));
+  session.frameRate =
+      FrameRate(stream->avg_frame_rate, ffmpeg::RealBaseRate(stream), ffmpeg::CodecTimeBase(stream),
+                ffmpeg::TicksPerFrame(context->codec_id))
+          .value_or(0);
+  mInfo->frame_rate = static_cast<float>(session.frameRate);
+  SetDuration(session.video.get());
+  mInfo->pixel_format = FoldedPixelFormat(context->pix_fmt);
+  const char* const name = av_get_pix_fmt_name(context->pix_fmt);
+  mInfo->pixel_format_name = name == nullptr ? "" : name;
+  DescribeProfile();
+  log_debug(kDecoderTag, "fps:%f duration:%f", session.frameRate, session.duration);
+}
+
+void SessionOpener::DescribeProfile() {
+  const AVCodecContext* const context = mSession->video->Context();
+  log_debug(kDecoderTag, "SetVideoProfileAndLevel.profile: %d, level: %d", context->profile,
+            context->level);
+  mInfo->profile = ProfileCode(context->profile);
+  mInfo->level = context->level;
+  mInfo->video_bit_rate = static_cast<int32_t>(context->bit_rate);
+}
+
+void SessionOpener::OpenAudio() {
+  DecodeSession& session = *mSession;
+  session.audio = StreamDecoder::Open(session.input, AVMEDIA_TYPE_AUDIO, kRefcountedFrames);
+  if (session.audio == nullptr) return;
+  const AVCodecContext* const context = session.audio->Context();
+  if (session.sound.Open(context) != 0) {
+    session.audio.reset();
+    return;
+  }
+  mInfo->has_audio = 1;
+  mInfo->sample_rate = context->sample_rate;
+  mInfo->audio_bit_rate = static_cast<int32_t>(context->bit_rate);
+  mInfo->sample_format = SampleFormatCode(session.sound.DeliveredFormat());
+}
+
+void SessionOpener::SetDuration(const StreamDecoder* decoder) {
+  DecodeSession& session = *mSession;
+  const int64_t whole = session.input.Context()->duration;
+  session.duration = decoder == nullptr ? DurationSeconds(whole, AV_NOPTS_VALUE, {0, 1})
+                                        : DurationSeconds(whole, decoder->Stream()->duration,
+                                                          decoder->Stream()->time_base);
+  mInfo->duration = static_cast<float>(session.duration);
+}
+
+void SessionOpener::AllocateScratch() {
+  DecodeSession& session = *mSession;
+  session.frame.reset(av_frame_alloc());
+  session.spare.reset(av_frame_alloc());
+  session.packet.reset(av_packet_alloc());
+  if (!session.IsUsable()) log_error(kDecoderTag, "Could not allocate frame");
+  if (session.video != nullptr) {
+    const AVRational timeBase = session.video->Stream()->time_base;
+    log_debug(kDecoderTag, "video time_base(%d/%d)", timeBase.num, timeBase.den);
+  }
+}
+
+void SessionOpener::ScanKeyFrames() {
+  DecodeSession& session = *mSession;
+  KeyFrameScan scan(session.VideoIndex());
+  // Without video there is nothing to find, and the whole file would be read for it.
+  if (session.video != nullptr && session.packet != nullptr) {
+    scan.Run(&session.input, session.packet.get(), &session.first_video_pts_);
+  }
+  if (session.video != nullptr) session.video->SkipLoopFilter();
+  // A cover picture has no index to seek in; the sound beside it is still to be read from the
+  // start.
+  if (session.input.SeekBackward(session.VideoIndex(), 0) < 0) {
+    session.input.SeekToStart(std::numeric_limits<int64_t>::min());
+  }
+  session.FlushDecoders();
+  if (scan.PacketsBetween() == 0) {
+    log_warn(kDecoderTag, "not find keyint, not support seek to no key frame");
+  } else {
+    session.keyint_ = KeyIntervalTicks(scan.PacketsBetween() + 1, session.frameRate,
+                                       session.video->Stream()->time_base)
+                          .value_or(0);
+  }
+  log_debug(kDecoderTag, "keyint_:%d", session.keyint_);
+}
+
+void SessionOpener::CheckVariableRate() {
+  DecodeSession& session = *mSession;
+  if (session.video != nullptr && session.packet != nullptr) {
+    VariableRateCheck check(session.VideoIndex());
+    check.Run(&session.input, session.packet.get(), &session.first_video_pts_);
+    if (session.first_video_pts_ != AV_NOPTS_VALUE && session.audio != nullptr) {
+      mFirstAudioTicks = static_cast<int64_t>(session.video->Seconds(session.first_video_pts_) *
+                                              session.audio->TicksPerSecond());
+    }
+  }
+  session.input.SeekBackward(-1, 0);
+  session.FlushDecoders();
+}
+
+}  // namespace codec

@@ -1,0 +1,75 @@
+#include "codec/decoder/stream_decoder.h"
+
+#include <utility>
+
+#include "base/log.h"
+#include "codec/decoder/decoder_tag.h"
+#include "codec/ffmpeg/compat.h"
+
+namespace codec {
+
+StreamDecoder::StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext context)
+    : mStream(stream),
+      mContext(std::move(context)),
+      mTicksPerSecond(static_cast<double>(stream->time_base.den) / stream->time_base.num) {}
+
+std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMediaType type,
+                                                   bool refcounted) {
+  const char* const typeName = av_get_media_type_string(type);
+  AVFormatContext* const file = input.Context();
+  const int index = av_find_best_stream(file, type, -1, -1, nullptr, 0);
+  if (index < 0) {
+    log_error(kDecoderTag, "Could not find %s stream in input file '%s'", typeName,
+              input.Path().c_str());
+    return nullptr;
+  }
+  const AVStream* const stream = file->streams[index];
+  const AVCodec* const codec = avcodec_find_decoder(stream->codecpar->codec_id);
+  if (codec == nullptr) {
+    log_error(kDecoderTag, "Failed to find %s codec", typeName);
+    return nullptr;
+  }
+  ffmpeg::UniqueCodecContext context = ffmpeg::NewDecoder(stream, codec);
+  AVDictionary* options = nullptr;
+  if (refcounted) av_dict_set(&options, "refcounted_frames", "1", 0);
+  const int opened =
+      context == nullptr ? AVERROR(ENOMEM) : avcodec_open2(context.get(), codec, &options);
+  av_dict_free(&options);
+  if (opened < 0) {
+    log_error(kDecoderTag, "Failed to open %s codec", typeName);
+    return nullptr;
+  }
+  return std::unique_ptr<StreamDecoder>(new StreamDecoder(stream, std::move(context)));
+}
+
+void StreamDecoder::Send(AVPacket* packet) {
+  if (packet != nullptr) ffmpeg::TagPacket(packet);
+  avcodec_send_packet(mContext.get(), packet);
+}
+
+int StreamDecoder::Receive(AVFrame* frame) {
+  const int result = avcodec_receive_frame(mContext.get(), frame);
+  if (result >= 0) ++mFramesDecoded;
+  return result;
+}
+
+int StreamDecoder::DecodeOne(AVPacket* packet, AVFrame* frame, AVFrame* spare, int* gotFrame) {
+  const int result = ffmpeg::DecodeOne(mContext.get(), frame, spare, gotFrame, packet);
+  if (*gotFrame != 0) ++mFramesDecoded;
+  return result;
+}
+
+double StreamDecoder::Seconds(int64_t ticks) const {
+  return static_cast<double>(mStream->time_base.num) * static_cast<double>(ticks) /
+         mStream->time_base.den;
+}
+
+void LogDecodeError(AVMediaType type, int error) {
+  if (type == AVMEDIA_TYPE_VIDEO) {
+    log_warn(kDecoderTag, "Error decoding video frame ret (%d)", error);
+  } else {
+    log_error(kDecoderTag, "Error decoding audio frame (%d)", error);
+  }
+}
+
+}  // namespace codec

@@ -1,0 +1,55 @@
+// One stream of the input with its opened decoder.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "codec/decoder/input_file.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+// Lives no longer than its input.
+class StreamDecoder {
+ public:
+  // Picks the best stream of this type and opens its decoder, with reference-counted frames where
+  // that is still a choice. Null, with the reason logged, when there is no such stream or no
+  // decoder for it.
+  static std::unique_ptr<StreamDecoder> Open(const InputFile& input, AVMediaType type,
+                                             bool refcounted);
+
+  bool Owns(const AVPacket* packet) const { return packet->stream_index == mStream->index; }
+  int Index() const { return mStream->index; }
+  const AVStream* Stream() const { return mStream; }
+  AVCodecContext* Context() const { return mContext.get(); }
+
+  // Hands a packet to the decoder, null to drain it. What it refuses is lost.
+  void Send(AVPacket* packet);
+  // Takes the next frame: 0, AVERROR(EAGAIN) when a packet is wanted, AVERROR_EOF when drained, or
+  // another negative error.
+  int Receive(AVFrame* frame);
+  // Decodes one packet in one call, see ffmpeg::DecodeOne.
+  int DecodeOne(AVPacket* packet, AVFrame* frame, AVFrame* spare, int* gotFrame);
+  void Flush() { avcodec_flush_buffers(mContext.get()); }
+  // Leaves the loop filter out for pictures that no other refers to. Works on the open decoder.
+  void SkipLoopFilter() { mContext->skip_loop_filter = AVDISCARD_NONREF; }
+
+  double TicksPerSecond() const { return mTicksPerSecond; }
+  // Ticks of the stream in seconds.
+  double Seconds(int64_t ticks) const;
+
+  int64_t FramesDecoded() const { return mFramesDecoded; }
+
+ private:
+  StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext context);
+
+  const AVStream* mStream;
+  ffmpeg::UniqueCodecContext mContext;
+  double mTicksPerSecond;
+  int64_t mFramesDecoded = 0;
+};
+
+// Logs a decoder's error as the decoder reports it for its kind of stream.
+void LogDecodeError(AVMediaType type, int error);
+
+}  // namespace codec

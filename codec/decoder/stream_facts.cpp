@@ -1,0 +1,93 @@
+#include "codec/decoder/stream_facts.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <utility>
+
+namespace codec {
+namespace {
+
+double AsDouble(AVRational value) { return static_cast<double>(value.num) / value.den; }
+
+bool Usable(double rate) { return std::isfinite(rate) && rate >= 1.0; }
+
+constexpr std::array kFoldedFormats = {
+    std::pair{AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUV420P},
+    std::pair{AV_PIX_FMT_YUVJ422P, AV_PIX_FMT_YUV422P},
+    std::pair{AV_PIX_FMT_YUVJ444P, AV_PIX_FMT_YUV444P},
+    std::pair{AV_PIX_FMT_YUVJ411P, AV_PIX_FMT_YUV411P},
+};
+
+struct ProfileRow {
+  int profile;
+  int code;
+};
+constexpr std::array kProfiles = {ProfileRow{66, 0}, ProfileRow{578, 0}, ProfileRow{77, 1},
+                                  ProfileRow{100, 2}};
+
+}  // namespace
+
+double RotationDegrees(const std::string& text) {
+  if (text.empty() || text == "0") return 0;
+  char* rest = nullptr;
+  double degrees = std::strtod(text.c_str(), &rest);
+  if (*rest != '\0') degrees = 0;
+  // The bias takes the angles that fixed-point matrices leave just below a full turn to just below
+  // 0 instead.
+  const double rotation = degrees - 360 * std::floor(degrees / 360 + 0.0025);
+  // "inf", "nan" and numbers too large to have an angle.
+  return std::abs(rotation) <= 360 ? rotation : 0;
+}
+
+std::optional<double> FrameRate(AVRational average, AVRational realBase, AVRational codecTimeBase,
+                                int ticksPerFrame) {
+  const double averageRate = AsDouble(average);
+  const double realRate = AsDouble(realBase);
+  double rate = averageRate;
+  if (!std::isfinite(rate) || rate == 0) rate = realRate;
+  // Such a real base rate is the clock of the container rather than that of the pictures.
+  if (realRate >= 1000 && averageRate > 0) rate = AsDouble(av_d2q(averageRate, 1024));
+  if (!Usable(rate)) {
+    rate = static_cast<double>(codecTimeBase.den) /
+           (static_cast<double>(codecTimeBase.num) * ticksPerFrame);
+  }
+  if (!Usable(rate)) return std::nullopt;
+  return rate;
+}
+
+double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRational timeBase) {
+  // Single precision, because times are compared with it in single precision when seeking.
+  if (demuxerDuration != AV_NOPTS_VALUE) return static_cast<float>(demuxerDuration) / 1000000.0F;
+  if (streamDuration == AV_NOPTS_VALUE) return 0;
+  return static_cast<double>(timeBase.num) * static_cast<double>(streamDuration) / timeBase.den;
+}
+
+AVPixelFormat FoldedPixelFormat(AVPixelFormat format) {
+  for (const auto& [fullRange, ordinary] : kFoldedFormats) {
+    if (format == fullRange) return ordinary;
+  }
+  return format;
+}
+
+int ProfileCode(int profile) {
+  for (const ProfileRow& row : kProfiles) {
+    if (row.profile == profile) return row.code;
+  }
+  return -1;
+}
+
+int SampleFormatCode(AVSampleFormat format) {
+  return format >= AV_SAMPLE_FMT_U8 && format <= AV_SAMPLE_FMT_DBLP ? format : -1;
+}
+
+std::optional<int32_t> KeyIntervalTicks(int64_t packets, double frameRate, AVRational timeBase) {
+  const double ticks =
+      static_cast<double>(packets) / frameRate * timeBase.den / static_cast<double>(timeBase.num);
+  if (!(ticks >= 0 && ticks <= std::numeric_limits<int32_t>::max())) return std::nullopt;
+  return static_cast<int32_t>(ticks);
+}
+
+}  // namespace codec

@@ -1,0 +1,38 @@
+// The rules by which the facts of a stream are derived from what FFmpeg reports. Pure functions.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "codec/ffmpeg/ffmpeg_headers.h"
+
+namespace codec {
+
+// The clockwise turn in degrees, about -1 to 359, that a "rotate" text asks for; 0 when the text is
+// not a number as a whole.
+double RotationDegrees(const std::string& text);
+
+// Frames per second from the stream's average rate, its real base rate, and the time base of its
+// decoder with its ticks a frame. Nothing when none of them gives a rate of at least 1.
+std::optional<double> FrameRate(AVRational average, AVRational realBase, AVRational codecTimeBase,
+                                int ticksPerFrame);
+
+// Seconds of the input: the demuxer's duration (microseconds) or else the stream's (ticks).
+// AV_NOPTS_VALUE stands for unknown; 0 when both are.
+double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRational timeBase);
+
+// The ordinary format of a full-range planar one; other formats are their own.
+AVPixelFormat FoldedPixelFormat(AVPixelFormat format);
+
+// 0 baseline, 1 main, 2 high, -1 anything else, from an H.264 profile number.
+int ProfileCode(int profile);
+
+// FFmpeg's own number for its first ten sample formats, else -1.
+int SampleFormatCode(AVSampleFormat format);
+
+// A key-frame interval in stream ticks: `packets` frames at this rate. Nothing when it cannot be
+// told or does not fit.
+std::optional<int32_t> KeyIntervalTicks(int64_t packets, double frameRate, AVRational timeBase);
+
+}  // namespace codec

@@ -1,0 +1,33 @@
+// Finds the times of the first picture and the first sound by decoding them.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "codec/decoder/decode_session.h"
+
+namespace codec {
+
+class TimeProbe {
+ public:
+  explicit TimeProbe(DecodeSession* session) : mSession(session) {}
+
+  // Moves to the start, decodes until each stream has given a frame or the input ends, and sets the
+  // session's first times. A time that cannot be found stays as it was. Leaves the input somewhere
+  // behind the start.
+  void Run();
+
+ private:
+  // A stream is settled when it has given its frame, can give none any more, or is not there.
+  bool TryVideo();
+  bool TryAudio();
+  std::optional<int64_t> Try(StreamDecoder* decoder, bool* settled);
+  void Feed();
+
+  DecodeSession* mSession;
+  bool mVideoSettled = false;
+  bool mAudioSettled = false;
+  bool mEnded = false;
+};
+
+}  // namespace codec
