@@ -19,9 +19,6 @@ constexpr char kTag[] = "codec::MediaWriterImpl";
 
 constexpr std::chrono::milliseconds kLongestWait(1000);
 
-// The event by which a logo is moved or turned.
-constexpr int32_t kWaterMarkEvent = 4097;
-
 // An event's argument carries the turn in its upper and the corner in its lower half; a half that
 // is 0 means no corner, but a turn of 0.
 struct WaterMarkKey {
@@ -85,7 +82,8 @@ int MediaWriterImpl::Start() {
   }
   running = true;
   if (mSettings.use_thread_) {
-    mScheduler = std::make_unique<MWScheduler>(this);
+    MWScheduler::Work* const work = this;
+    mScheduler = std::make_unique<MWScheduler>(work);
     mScheduler->Start();
   }
   log_debug(kTag, "MediaWriterImpl start successfully");
