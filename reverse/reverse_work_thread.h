@@ -14,7 +14,7 @@ class Reverse;
 // job clears it.
 class ReverseWorkThread : public but::Thread {
  public:
-  explicit ReverseWorkThread(Reverse* job) : job(job) {}
+  explicit ReverseWorkThread(Reverse* owner) : job(owner) {}
 
   // Does nothing when the thread has been started before.
   void Start() override;
