@@ -86,26 +86,29 @@ SoundMatch CompareSound(const std::string& sourcePath, const std::string& output
   const std::vector<float> output = Coarse(DecodeStereo(outputPath));
   const double coarseRate = rate / static_cast<double>(kDecimation);
 
-  // From here on both run backwards from the end of the range.
-  const auto length = std::min(source.size(), static_cast<size_t>(end * coarseRate));
-  source.resize(length);
+  // From here on both run backwards; the output begins where the range ends in the source.
   std::reverse(source.begin(), source.end());
+  const long begin = static_cast<long>(source.size()) - static_cast<long>(end * coarseRate);
 
-  const auto window = static_cast<size_t>(0.4 * coarseRate);
+  const auto window = static_cast<long>(0.4 * coarseRate);
   const auto reach = static_cast<long>(2 * 1024 / kDecimation);
   SoundMatch match;
-  for (size_t at = 0; at + window <= std::min(output.size(), source.size()); at += window) {
+  for (long at = 0; at + window <= static_cast<long>(output.size()); at += window) {
     double best = -1;
     long bestLag = 0;
     for (long lag = -reach; lag <= reach; ++lag) {
-      const long from = static_cast<long>(at) + lag;
-      if (from < 0 || static_cast<size_t>(from) + window > source.size()) continue;
-      const double value = Correlation(&output[at], &source[static_cast<size_t>(from)], window);
+      const long from = begin + at + lag;
+      if (from < 0 || from + window > static_cast<long>(source.size())) continue;
+      const double value =
+          Correlation(&output[static_cast<size_t>(at)], &source[static_cast<size_t>(from)],
+                      static_cast<size_t>(window));
       if (value > best) {
         best = value;
         bestLag = lag;
       }
     }
+    // The sound that follows the start of the source, or precedes its end, has nothing to match.
+    if (best < -0.5) continue;
     match.peaks.push_back(best);
     match.lagFrames.push_back(static_cast<double>(bestLag) * kDecimation / 1024);
   }
