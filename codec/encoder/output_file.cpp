@@ -3,8 +3,10 @@
 #include <array>
 #include <ctime>
 
+#include "base/local_file.h"
 #include "base/log.h"
 #include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/file_url.h"
 
 namespace codec {
 namespace {
@@ -45,7 +47,8 @@ int OutputFile::Create(const std::string& path, const EncoderOptions& options) {
     log_error(kTag, "not find format for %s", path.c_str());
     return -1;
   }
-  mContext = ffmpeg::NewMuxer(format, path.c_str());
+  // The muxer needs the address too: it opens the file a second time to move its index forward.
+  mContext = ffmpeg::NewMuxer(format, ffmpeg::FileUrl(but::LocalPath(path)).c_str());
   if (mContext == nullptr) {
     log_error(kTag, "Could not deduce output format from file extension.");
     return -1;
@@ -74,12 +77,13 @@ int OutputFile::OpenFileAndWriteHeader() {
   if (mHeader != Header::kNone) return 0;
   if (mContext == nullptr) return -1;
   if ((Format()->flags & AVFMT_NOFILE) == 0 &&
-      Remember(avio_open(&mContext->pb, mPath.c_str(), AVIO_FLAG_WRITE)) < 0) {
+      Remember(avio_open(&mContext->pb, mContext->url, AVIO_FLAG_WRITE)) < 0) {
     log_error(kTag, "Could not open '%s'\n", mPath.c_str());
+    log_error(kTag, "'%s': %s", mPath.c_str(), ffmpeg::ErrorText(mError).c_str());
     return -1;
   }
-  // A muxer whose header failed crashes when it is called again, so the refusal is kept. Encoding
-  // goes on as if nothing had happened; the packets are refused one by one.
+  // A muxer whose header failed crashes when it is called again, so the refusal is kept and packets
+  // are turned away here. OutputError tells the caller that going on is no use.
   const int result = Remember(avformat_write_header(mContext.get(), nullptr));
   mHeader = result < 0 ? Header::kRefused : Header::kWritten;
   if (result < 0) {
@@ -128,6 +132,10 @@ void OutputFile::Close() {
   const bool needsFile = (Format()->flags & AVFMT_NOFILE) == 0;
   // Closed by hand, because the last bytes are flushed here and a full disk shows only now.
   if (needsFile) {
+    if (mContext->pb != nullptr) {
+      avio_flush(mContext->pb);
+      Remember(mContext->pb->error);
+    }
     Remember(avio_closep(&mContext->pb));
     log_debug(kTag, "close output file.");
   }
