@@ -25,6 +25,18 @@ const AVOutputFormat* ChooseFormat(const char* path) {
   return format != nullptr ? format : av_guess_format("mpeg", nullptr, nullptr);
 }
 
+// Containers without stamps are the bare packets of one codec, and several of them write those of
+// any other without a complaint: a file that nothing can play.
+bool TakesStreams(const AVFormatContext& context) {
+  const AVOutputFormat& format = *context.oformat;
+  if ((format.flags & AVFMT_NOTIMESTAMPS) == 0) return true;
+  for (unsigned i = 0; i < context.nb_streams; ++i) {
+    const AVCodecID codec = context.streams[i]->codecpar->codec_id;
+    if (codec != format.video_codec && codec != format.audio_codec) return false;
+  }
+  return true;
+}
+
 // The local time without a zone; readers take it as local time too.
 std::array<char, 40> TimeText() {
   std::array<char, 40> text{};
@@ -84,7 +96,8 @@ int OutputFile::OpenFileAndWriteHeader() {
   }
   // A muxer whose header failed crashes when it is called again, so the refusal is kept and packets
   // are turned away here. OutputError tells the caller that going on is no use.
-  const int result = Remember(avformat_write_header(mContext.get(), nullptr));
+  const int result = Remember(
+      TakesStreams(*mContext) ? avformat_write_header(mContext.get(), nullptr) : AVERROR(EINVAL));
   mHeader = result < 0 ? Header::kRefused : Header::kWritten;
   if (result < 0) {
     log_error(kTag, "Could not write the header of '%s': %s", mPath.c_str(),
