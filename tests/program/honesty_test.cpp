@@ -250,7 +250,8 @@ TEST(Honesty, SurvivesBeingKilledAtAnyMoment) {
   const std::string output = ScratchPath("killed.mp4");
   for (int i = 0; i < 8; ++i) {
     const std::string after = std::to_string(seconds(random));
-    Run({"timeout", "-s", "KILL", after, ProgramPath(), "-i", input, "-o", output}, kNotForEver);
+    test_support::Run({"timeout", "-s", "KILL", after, ProgramPath(), "-i", input, "-o", output},
+                      kNotForEver);
     ASSERT_EQ(Bytes(input), before) << "seed " << kSeed << ", killed after " << after;
   }
   EXPECT_EQ(Reverse(input, output).status, 0);
