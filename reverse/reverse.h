@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "base/local_file.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/media_info.h"
 #include "codec/format/media_format.h"
@@ -43,13 +44,17 @@ class Reverse {
 
   // Opens input and output. 0, or -1 after an error line.
   int Init();
-  // Starts the work. 0, or -1 after an error line.
+  // Starts the work. 0, or -1 after an error line. Where the host gives no thread the job is over:
+  // its progress is 100 and its result an error.
   int Start();
   // Percent done, 0 to 100; 0 before Start.
   float GetProgress();
-  // Ends the work after its current step, closes the output and frees everything. May be called
-  // again.
+  // Ends the work after its current step, closes the output and frees everything. A file that this
+  // job has made and could not finish is removed. May be called again.
   void Release();
+  // Once the progress is 100 or the job is released: 0, or the first error that left the output
+  // incomplete, as FFmpeg's negative number.
+  int Result() const { return mResult; }
 
   // Asks the work to end at its next step; what is written by then becomes a whole file.
   void Cancel() { mIsCancel = 1; }
@@ -88,8 +93,10 @@ class Reverse {
   // Shared by the caller's thread and the worker.
   std::atomic<float> mProgress{0};
   std::atomic<int32_t> mIsCancel{0};
+  std::atomic<int32_t> mResult{0};
 
   // Touched by the caller's thread only.
+  std::unique_ptr<but::NewFile> mOutputFile;
   std::unique_ptr<ReverseWorkThread> mWorkThread;
 };
 

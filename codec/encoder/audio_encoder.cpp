@@ -111,7 +111,7 @@ int AudioEncoder::Encode(const uint8_t* data, size_t size) {
   const int filled = avcodec_fill_audio_frame(mFrame.get(), mSettings.channelCount,
                                               static_cast<AVSampleFormat>(mSettings.sampleFormat),
                                               data, static_cast<int>(size), 0);
-  if (filled < 0) {
+  if (mFile->Remember(filled) < 0) {
     log_error(kTag, "avcodec_fill_audio_frame failed: %d", filled);
     return -1;
   }
@@ -124,6 +124,8 @@ int AudioEncoder::Encode(const uint8_t* data, size_t size) {
 int AudioEncoder::EncodeFrame(const AVFrame* frame) {
   int result = avcodec_send_frame(mContext.get(), frame);
   if (result < 0) {
+    // A second call to drain is told of the end, which is no failure.
+    if (result != AVERROR_EOF) mFile->Remember(result);
     std::array<char, 128> text{};
     av_strerror(result, text.data(), text.size());
     log_error(kTag, "Error encoding audio frame: %s", text.data());
@@ -137,7 +139,7 @@ int AudioEncoder::EncodeFrame(const AVFrame* frame) {
       log_debug(kTag, "audio encode eof");
       return result;
     }
-    if (result < 0) {
+    if (mFile->Remember(result) < 0) {
       log_error(kTag, "error encoding audio frame");
       return -1;
     }
