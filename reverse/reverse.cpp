@@ -10,7 +10,6 @@
 #include "base/log.h"
 #include "base/platform.h"
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
-#include "codec/format/media_format.h"
 #include "codec/writer/media_writer_factory.h"
 #include "reverse/output_description.h"
 
@@ -25,6 +24,10 @@ Reverse::Reverse(const char* inputPath, double start, double end, const char* ou
     : mInputPath(inputPath), mOutputPath(outputPath), mStart(start), mEnd(end) {}
 
 Reverse::~Reverse() { Release(); }
+
+void Reverse::SetOutputParameter(const char* key, const char* value) {
+  mOutputParameters.SetString(key, value);
+}
 
 int Reverse::Init() {
   log_debug(kTag, "==========Init==========");
@@ -93,6 +96,9 @@ int Reverse::CreateWriter() {
 
   MediaFormat format;
   if (DescribeOutput(info, hasAudio, mOutputPath, format) != 0) return -1;
+  for (const auto& [key, value] : mOutputParameters.Entries()) {
+    format.SetString(key.c_str(), value.c_str());
+  }
   mOutputFile = std::make_unique<but::NewFile>(but::LocalPath(mOutputPath));
   mWriter.reset(MakeMediaWriter(format));
   if (mWriter == nullptr) {

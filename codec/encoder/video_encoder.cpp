@@ -226,6 +226,7 @@ int VideoEncoder::Drain() { return mContext == nullptr ? 0 : EncodeSendReceive(n
 
 void VideoEncoder::Close() {
   if (!Exists()) return;
+  mPicture.reset();
   mContext.reset();
   mTrack.stream = nullptr;
   log_debug(kTag, "free Videostream");

@@ -1,7 +1,5 @@
 #include "codec/filter/media_filter.h"
 
-#include <limits>
-
 #include "base/log.h"
 #include "codec/utils/image_utils.h"
 
@@ -9,12 +7,6 @@ namespace codec {
 namespace {
 
 constexpr char kTag[] = "codec::MediaFilter";
-
-// Four bytes a pixel is the most that a working buffer takes for the sizes of this system.
-bool IsUsableSize(int64_t width, int64_t height) {
-  if (width <= 0 || height <= 0) return false;
-  return WithSlack(4 * width * height) <= std::numeric_limits<int32_t>::max();
-}
 
 }  // namespace
 
@@ -26,7 +18,7 @@ MediaFilter::~MediaFilter() {
 int MediaFilter::Configure(MediaFormat& format) {
   format.GetInt32("width", width);
   format.GetInt32("height", height);
-  if (!IsUsableSize(width, height)) {
+  if (width == 0 || height == 0 || !IsUsablePictureSize(width, height)) {
     log_error(kTag, "Invalid size (%d, %d)", width, height);
     return -1;
   }

@@ -1,7 +1,6 @@
 #include "codec/filter/scale_filter.h"
 
 #include <cstring>
-#include <limits>
 #include <string>
 
 #include "base/log.h"
@@ -14,11 +13,6 @@ namespace codec {
 namespace {
 
 constexpr char kTag[] = "codec::ScaleFilter";
-
-bool IsUsableTarget(int64_t width, int64_t height) {
-  if (width < 0 || height < 0) return false;
-  return WithSlack(4 * width * height) <= std::numeric_limits<int32_t>::max();
-}
 
 }  // namespace
 
@@ -38,7 +32,7 @@ int ScaleFilter::Configure(MediaFormat& format) {
     log_debug(kTag, "Invalid scale color type");
     return -1;
   }
-  if (!IsUsableTarget(mTargetWidth, mTargetHeight) ||
+  if (!IsUsablePictureSize(mTargetWidth, mTargetHeight) ||
       !mWorking.Resize(PictureBytes(mColorType, mTargetWidth, mTargetHeight))) {
     log_error(kTag, "Invalid target size (%d, %d)", mTargetWidth, mTargetHeight);
     return -1;

@@ -87,6 +87,12 @@ int FrameSize(int width, int height, const char* formatName) {
   return bytes > kMaxBytes || bytes < -kMaxBytes ? -1 : static_cast<int>(bytes);
 }
 
+bool IsUsablePictureSize(int width, int height) {
+  // WithSlack(4 * pixels) solved for the pixels: the product itself might not fit 64 bits.
+  constexpr int64_t kMaxPixels = (std::numeric_limits<int>::max() - int64_t{64}) / 6;
+  return width >= 0 && height >= 0 && int64_t{width} * height <= kMaxPixels;
+}
+
 int AudioBufferSize(int samples, int channels, int sampleFormat) {
   const auto* const row = std::find_if(
       kSampleBytes.begin(), kSampleBytes.end(),
