@@ -86,7 +86,8 @@ TEST(EncoderOpen, ReportsAPathThatCannotBeOpened) {
   encoder_test::Configure(&encoder, encoder_test::FilmFormat(path));
   const LogCapture log;
   EXPECT_EQ(encoder.Open(), -1);
-  EXPECT_EQ(Texts(log, kLogError), (Lines{"Could not open '" + path + "'"}));
+  EXPECT_EQ(Texts(log, kLogError),
+            (Lines{"Could not open '" + path + "'", "'" + path + "': No such file or directory"}));
   EXPECT_EQ(log.CountContaining(kLogDebug, kEncoderTag, ", after WriteHeader"), 1);
   EXPECT_EQ(encoder.OutputError(), AVERROR(ENOENT));
   EXPECT_EQ(encoder.GetParameter("next-frame-type"), 1);
