@@ -8,7 +8,6 @@
 #include "base/log.h"
 #include "base/platform.h"
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
-#include "codec/format/media_format.h"
 #include "codec/writer/media_writer_factory.h"
 #include "reverse/output_description.h"
 
@@ -91,7 +90,7 @@ int Reverse::CreateWriter() {
 
   MediaFormat format;
   if (DescribeOutput(info, hasAudio, mOutputPath, format) != 0) return -1;
-  mWriter.reset(MakeMediaWriter(format));
+  mWriter.reset(MakeWriter(format));
   if (mWriter == nullptr) {
     log_error(kTag, "Make MediaWriter error");
     return -1;
@@ -107,6 +106,8 @@ int Reverse::CreateWriter() {
   mLoop = std::make_unique<ReverseLoop>(mDecoder.get(), mWriter.get(), range);
   return 0;
 }
+
+MediaWriter* Reverse::MakeWriter(MediaFormat& format) { return MakeMediaWriter(format); }
 
 int Reverse::Start() {
   if (mDecoder == nullptr) {

@@ -8,6 +8,7 @@
 
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/media_info.h"
+#include "codec/format/media_format.h"
 #include "codec/writer/media_writer.h"
 #include "reverse/reverse_loop.h"
 #include "reverse/reverse_work_thread.h"
@@ -22,7 +23,7 @@ class Reverse {
   // Nothing is opened yet.
   Reverse(const char* inputPath, double start, double end, const char* outputPath);
   // Does what Release does.
-  ~Reverse();
+  virtual ~Reverse();
   Reverse(const Reverse&) = delete;
   Reverse& operator=(const Reverse&) = delete;
 
@@ -47,6 +48,10 @@ class Reverse {
   // The body of the worker: steps until the work is over or `running` is cleared, then stops the
   // writer.
   void RunToEnd(const std::atomic<bool>& running);
+
+ protected:
+  // Makes the writer that `format` describes; the caller owns it. Null when it cannot be made.
+  virtual MediaWriter* MakeWriter(MediaFormat& format);
 
  private:
   int CreateDecoder();
