@@ -13,8 +13,8 @@ namespace {
 
 constexpr char kTag[] = "reverse::Main";
 
-// The end value is said to be in milliseconds and has always been read in seconds; scripts rely on
-// both.
+// Start and end are said to be in milliseconds and have always been read in seconds; scripts rely
+// on both.
 constexpr std::array kUsage = {
     "usage: prog [options] <input file>",
     "options:",

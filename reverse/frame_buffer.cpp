@@ -19,10 +19,11 @@ void FrameBuffer::Resize(int32_t bytes) {
   std::unique_ptr<uint8_t[], Free> data(
       static_cast<uint8_t*>(std::calloc(static_cast<size_t>(bytes) + kReadSlack, 1)));
   if (data == nullptr) throw std::bad_alloc();
-  if (mSized) std::memcpy(data.get(), mData.get(), static_cast<size_t>(std::min(bytes, mLength)));
+  if (mData != nullptr) {
+    std::memcpy(data.get(), mData.get(), static_cast<size_t>(std::min(bytes, mLength)));
+  }
   mData = std::move(data);
   mLength = bytes;
-  mSized = true;
 }
 
 }  // namespace codec

@@ -29,7 +29,6 @@ class FrameBuffer {
 
   std::unique_ptr<uint8_t[], Free> mData;
   int32_t mLength = 10;
-  bool mSized = false;
 };
 
 }  // namespace codec

@@ -1,5 +1,6 @@
 #include "reverse/output_description.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -43,6 +44,12 @@ int32_t AudioBitRate(int32_t sourceBitRate) {
   constexpr int32_t kLowest = 128000;
   constexpr int32_t kGenerous = 384000;
   return sourceBitRate < kLowest ? kGenerous : sourceBitRate;
+}
+
+// One key frame a second. A header may claim any rate, also one that is no int.
+int KeyFrameDistance(float frameRate) {
+  constexpr float kMost = 1e9F;
+  return static_cast<int>(std::min(frameRate, kMost));
 }
 
 int Refuse(const char* what, int value) {
@@ -91,8 +98,7 @@ int DescribeOutput(const MediaInfo& info, bool hasAudio, const std::string& outp
   format.SetInt32("sample-rate", info.sample_rate);
   format.SetInt32("channel-count", info.channels);
   format.SetInt32("sample-format", kPlanarFloat);
-  // One key frame a second.
-  format.SetInt32("gop", static_cast<int>(info.frame_rate));
+  format.SetInt32("gop", KeyFrameDistance(info.frame_rate));
   format.SetInt32("maxrate", videoBitRate);
   format.SetInt32("bufsize", 5 * videoBitRate);
   format.SetString("profile", "baseline");

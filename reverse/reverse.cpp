@@ -100,7 +100,7 @@ int Reverse::CreateWriter() {
     format.SetString(key.c_str(), value.c_str());
   }
   mOutputFile = std::make_unique<but::NewFile>(but::LocalPath(mOutputPath));
-  mWriter.reset(MakeMediaWriter(format));
+  mWriter.reset(MakeWriter(format));
   if (mWriter == nullptr) {
     mOutputFile->Discard();
     log_error(kTag, "Make MediaWriter error");
@@ -117,6 +117,8 @@ int Reverse::CreateWriter() {
   mLoop = std::make_unique<ReverseLoop>(mDecoder.get(), mWriter.get(), range);
   return 0;
 }
+
+MediaWriter* Reverse::MakeWriter(MediaFormat& format) { return MakeMediaWriter(format); }
 
 int Reverse::Start() {
   if (mDecoder == nullptr) {

@@ -24,16 +24,15 @@ class Reverse {
   // Nothing is opened yet.
   Reverse(const char* inputPath, double start, double end, const char* outputPath);
   // Does what Release does.
-  ~Reverse();
+  virtual ~Reverse();
   Reverse(const Reverse&) = delete;
   Reverse& operator=(const Reverse&) = delete;
 
   // Adds a key to the description of the output, or replaces one; the last value counts. To be
   // called before Init. Keys that make sense here, beside those that the job sets itself:
   //   "target-width", "target-height"  size of the output's pictures in pixels, both even
-  //   "rotation"                       0, 90, 180 or 270: turns the pictures themselves, clockwise;
-  //   only
-  //                                    together with another size
+  //   "rotation"                       0, 90, 180 or 270: turns the pictures themselves, clockwise,
+  //                                    only together with another size
   //   "preset"                         of the H.264 encoder, "superfast" unless set
   //   "video-bitrate", "maxrate"       bit/s;  "bufsize" in bits, "gop" in frames
   //   "thread-count", "thread-type"    of the video encoder; "thread-type" is "frame" or "slice"
@@ -67,6 +66,10 @@ class Reverse {
   // The body of the worker: steps until the work is over or `running` is cleared, then stops the
   // writer.
   void RunToEnd(const std::atomic<bool>& running);
+
+ protected:
+  // Makes the writer that `format` describes; the caller owns it. Null when it cannot be made.
+  virtual MediaWriter* MakeWriter(MediaFormat& format);
 
  private:
   int CreateDecoder();

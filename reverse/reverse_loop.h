@@ -13,7 +13,7 @@ namespace codec {
 
 // What the walk needs to know of its job.
 struct ReverseRange {
-  double start = 0;  // seconds; the first frame written last is at or after it
+  double start = 0;  // seconds; frames before it are not written
   double end = 0;    // seconds; frames at or after it are not written
   bool hasAudio = false;
   int32_t channels = 0;       // of decoded audio
@@ -25,8 +25,7 @@ struct ReverseRange {
 //   1. Seek one second before the part that is done (or to 0).
 //   2. Decode from there up to that part and keep every frame of it.
 //   3. Write the kept frames, the last decoded first, the samples of each audio frame reversed,
-//   stamped
-//      with their distance from the end of the range.
+//      stamped with their distance from the end of the range.
 //   4. Move the cursor back by the second, or to the earliest frame written, whichever is earlier.
 // The seek consumes one picture; the next step, which starts a second earlier, reads up to the
 // earliest picture written and so brings it after all.

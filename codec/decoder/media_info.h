@@ -14,8 +14,8 @@ struct MediaInfo {
   int32_t width = 0;
   int32_t height = 0;
   float frame_rate = 0;  // frames per second
-  int32_t pixel_format =
-      -1;  // FFmpeg's number, full-range planar formats folded onto ordinary ones
+  // FFmpeg's number, full-range planar formats folded onto ordinary ones.
+  int32_t pixel_format = -1;
   std::string pixel_format_name;  // FFmpeg's name of the source format, nothing folded
   int32_t profile = 0;            // 0 baseline, 1 main, 2 high, -1 anything else
   int32_t level = 0;              // as the video decoder reports it

@@ -54,8 +54,9 @@ bool PacketDecoder::DecodeWhole(AVPacket* packet, uint8_t* buffer, DecodedFrame*
   return delivered;
 }
 
-// A failed read leaves a blank packet, whose stream is the first one: of a file that starts with
-// its sound the delayed pictures stay in the decoder. Deliberate, callers count on what comes out.
+// A failed read leaves a blank packet, whose stream is the first one, so that only the first stream
+// is drained: of a file that starts with its sound the delayed pictures stay in the decoder.
+// Deliberate; ReceiveFrame is there for whoever wants every picture.
 bool PacketDecoder::DrainOne(uint8_t* buffer, DecodedFrame* out) {
   AVPacket* const packet = mSession->packet.get();
   const ffmpeg::PacketGuard guard(packet);

@@ -132,6 +132,10 @@ TEST(OutputDescription, TruncatesTheFrameRateForTheKeyFrameDistance) {
   EXPECT_EQ(entries.at("gop"), "29");
 }
 
+TEST(OutputDescription, KeepsTheKeyFrameDistanceOfAnAbsurdRateInRange) {
+  EXPECT_EQ(Describe(FullHd(2147483648.0F)).at("gop"), "1000000000");
+}
+
 TEST(OutputDescription, RefusesAFrameRateOfNothing) {
   ExpectRefusal(FullHd(0), "error fps:0");
   ExpectRefusal(FullHd(-1), "error fps:-1");

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <thread>
+#include <vector>
 
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
@@ -31,10 +32,98 @@ void Finish(Reverse* job) {
   job->Release();
 }
 
+// What the writer of a job was asked for and given.
+struct WriterRecord {
+  int startResult = 0;
+  int stops = 0;
+  std::vector<int64_t> pictureStamps;
+};
+
+class RecordingWriter : public MediaWriter {
+ public:
+  explicit RecordingWriter(WriterRecord* record) : mRecord(record) {}
+
+  int Configure(MediaFormat& /*format*/) override { return 0; }
+  int Start() override { return mRecord->startResult; }
+  void Stop() override { ++mRecord->stops; }
+  void WriteFrame(int type, uint8_t* /*data*/, uint32_t /*size*/, int64_t pts) override {
+    if (type == static_cast<int>(kVideoFrame)) mRecord->pictureStamps.push_back(pts);
+  }
+  int64_t GetParameter(const char* /*key*/) override { return 0; }
+  void SetParameter(const char* /*key*/, int /*value*/) override {}
+  void SetParameter(const char* /*key*/, double /*value*/) override {}
+
+ private:
+  WriterRecord* mRecord;
+};
+
+// A job that writes into a record instead of a file.
+class RecordedJob : public Reverse {
+ public:
+  RecordedJob(ClipKind kind, double start, double end, WriterRecord* record)
+      : Reverse(Clip(kind).c_str(), start, end, ScratchPath("recorded.mp4").c_str()),
+        mRecord(record) {}
+  ~RecordedJob() override { Release(); }
+
+ protected:
+  MediaWriter* MakeWriter(MediaFormat& /*format*/) override { return new RecordingWriter(mRecord); }
+
+ private:
+  WriterRecord* mRecord;
+};
+
 TEST(Reverse, RefusesAStartBehindTheEndOfTheClip) {
+  Reverse job(Clip(ClipKind::kH264Short).c_str(), 5, 0, ScratchPath("init.mp4").c_str());
   const LogCapture log;
-  EXPECT_EQ(InitOnly(ClipKind::kH264Short, 5, 0), -1);
+  EXPECT_EQ(job.Init(), -1);
   EXPECT_TRUE(log.Has(kLogError, kTag, "error reverse start position"));
+  EXPECT_EQ(job.Start(), -1);
+  EXPECT_TRUE(log.Has(kLogError, kTag, "mDecoder not created")) << "the decoder is gone";
+}
+
+TEST(Reverse, RefusesAStartAtTheVeryEndOfTheClip) {
+  const LogCapture log;
+  EXPECT_EQ(InitOnly(ClipKind::kH264Short, 3, 0), -1);
+  EXPECT_TRUE(log.Has(kLogError, kTag, "error reverse start position"));
+}
+
+TEST(Reverse, SaysThatTheWriterDoesNotStart) {
+  WriterRecord record;
+  record.startResult = -1;
+  RecordedJob job(ClipKind::kH264Short, 0, 0, &record);
+  ASSERT_EQ(job.Init(), 0);
+  const LogCapture log;
+  EXPECT_EQ(job.Start(), -1);
+  EXPECT_TRUE(log.Has(kLogError, kTag, "MediaWriter start failed"));
+  EXPECT_EQ(job.GetProgress(), 0.0F);
+  job.Release();
+  EXPECT_EQ(log.CountContaining(kLogDebug, kTag, "ReverseWorkThread stopped"), 0)
+      << "the worker was made but never ran";
+  EXPECT_TRUE(record.pictureStamps.empty());
+}
+
+TEST(Reverse, CountsStampsFromAnEndCutToTheDuration) {
+  WriterRecord record;
+  RecordedJob job(ClipKind::kH264Short, 0, 10, &record);
+  ASSERT_EQ(job.Init(), 0);
+  ASSERT_EQ(job.Start(), 0);
+  Finish(&job);
+  ASSERT_EQ(record.pictureStamps.size(), 75U);
+  EXPECT_NEAR(static_cast<double>(record.pictureStamps.front()), 40000, 1) << "2.96 s before 3 s";
+  EXPECT_NEAR(static_cast<double>(record.pictureStamps.back()), 3000000, 1);
+}
+
+TEST(Reverse, RunsOnceWhenStartedTwice) {
+  WriterRecord record;
+  RecordedJob job(ClipKind::kH264Short, 0, 0, &record);
+  ASSERT_EQ(job.Init(), 0);
+  const LogCapture log;
+  ASSERT_EQ(job.Start(), 0);
+  ASSERT_EQ(job.Start(), 0);
+  Finish(&job);
+  EXPECT_EQ(log.CountContaining(kLogDebug, kTag, "reverse time : "), 1);
+  EXPECT_EQ(record.stops, 1);
+  EXPECT_EQ(record.pictureStamps.size(), 75U);
 }
 
 TEST(Reverse, TakesTheWholeClipForANegativeStartAndNoEnd) {
@@ -112,26 +201,35 @@ TEST(Reverse, ReachesHundredAndReleasesTwice) {
 }
 
 TEST(Reverse, EndsWithAnEmptyOutputWhereTheEndIsNotAfterTheStart) {
-  Reverse job(Clip(ClipKind::kH264Short).c_str(), 2, 1, ScratchPath("empty.mp4").c_str());
-  ASSERT_EQ(job.Init(), 0);
-  const LogCapture log;
-  ASSERT_EQ(job.Start(), 0);
-  Finish(&job);
-  EXPECT_TRUE(log.Has(kLogDebug, kTag, "Reverse over"));
+  for (const double end : {1.0, 2.0}) {
+    const std::string output = ScratchPath("empty.mp4");
+    Reverse job(Clip(ClipKind::kH264Short).c_str(), 2, end, output.c_str());
+    ASSERT_EQ(job.Init(), 0);
+    const LogCapture log;
+    ASSERT_EQ(job.Start(), 0);
+    Finish(&job);
+    EXPECT_TRUE(log.Has(kLogDebug, kTag, "Reverse over"));
+    EXPECT_TRUE(std::filesystem::exists(output));
+    EXPECT_TRUE(test_support::VideoTimes(output).empty());
+  }
 }
 
-TEST(Reverse, CancelsAtTheNextStepAndLeavesAWholeFile) {
-  const std::string output = ScratchPath("cancelled.mp4");
-  Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
+TEST(Reverse, CancelsAtTheNextStepAndStillStopsTheWriter) {
+  WriterRecord record;
+  RecordedJob job(ClipKind::kH264Short, 0, 0, &record);
   ASSERT_EQ(job.Init(), 0);
   const LogCapture log;
   EXPECT_EQ(job.DoReverse(), 0);
-  EXPECT_NEAR(job.GetProgress(), 0, 0) << "no worker yet";
+  EXPECT_EQ(job.GetProgress(), 0.0F) << "no worker yet";
+  const size_t written = record.pictureStamps.size();
+  EXPECT_EQ(written, 24U) << "a second of pictures but the one that the seek consumed";
   job.Cancel();
   EXPECT_EQ(job.DoReverse(), -1);
   EXPECT_TRUE(log.Has(kLogDebug, kTag, "mIsCancel == 1, DoReverse return"));
   ASSERT_EQ(job.Start(), 0);
   Finish(&job);
+  EXPECT_EQ(record.pictureStamps.size(), written);
+  EXPECT_EQ(record.stops, 1);
 }
 
 TEST(Reverse, MayBeReleasedWhileItRuns) {

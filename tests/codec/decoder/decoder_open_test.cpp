@@ -219,6 +219,21 @@ TEST(DecoderOpen, OpensAFileWhoseVideoCodecIsUnknown) {
   EXPECT_EQ(reader.Decoder().Seek(1, 3), -1);
 }
 
+TEST(DecoderOpen, CountsSoundWhoseDecoderDoesNotOpenAsNoSound) {
+  // No Opus decoder knows version 255 of the codec's header.
+  constexpr size_t kVersionAt = 8;
+  std::string bytes = FileBytes(Clip(ClipKind::kVp9));
+  bytes.at(bytes.find("OpusHead") + kVersionAt) = '\xFF';
+  const LogCapture log;
+  DecoderReader reader(ScratchFile("unknown_version.webm", bytes));
+  EXPECT_EQ(reader.InitResult(), 0);
+  EXPECT_TRUE(log.Has(kLogError, kDecoderTestTag, "Failed to open audio codec"));
+  EXPECT_EQ(reader.Info().has_video, 1);
+  EXPECT_EQ(reader.Info().has_audio, 0);
+  ReadFrame frame;
+  EXPECT_TRUE(reader.Receive(&frame));
+}
+
 TEST(DecoderOpen, OpensSoundAlone) {
   const std::string path = Clip(ClipKind::kAudioOnly);
   const LogCapture log;

@@ -259,6 +259,21 @@ TEST(DecodeFrame, LogsTheEndOfInputEachTime) {
   EXPECT_EQ(log.Count(kLogDebug, kDecoderTestTag, "Demuxing over."), 2);
 }
 
+TEST(DecodeFrame, LeavesDelayedPicturesBehindWhereTheSoundIsTheFirstStream) {
+  const auto clip = [](const std::string& name, const std::vector<std::string>& order) {
+    std::vector<std::string> words = {"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25",
+                                      "-f", "lavfi", "-i", "anullsrc=r=48000:cl=stereo"};
+    words.insert(words.end(), order.begin(), order.end());
+    words.insert(words.end(), {"-t", "2", "-c:v", "libx264", "-bf", "3", "-c:a", "aac"});
+    return CustomClip(name, words);
+  };
+  const std::string pictureFirst = clip("decoder_picture_first.mp4", {"-map", "0", "-map", "1"});
+  EXPECT_EQ(DecoderReader(pictureFirst).DecodeAll(kVideoFrame).size(), 50U);
+  const std::string soundFirst = clip("decoder_sound_first.mp4", {"-map", "1", "-map", "0"});
+  EXPECT_EQ(DecoderReader(soundFirst).ReceiveAll(kVideoFrame).size(), 50U);
+  EXPECT_LT(DecoderReader(soundFirst).DecodeAll(kVideoFrame).size(), 50U);
+}
+
 TEST(DecodeFrame, DeliversTheSameSoundAsReceiveFrame) {
   const std::string path = Clip(ClipKind::kSurround);
   DecoderReader one(path);
