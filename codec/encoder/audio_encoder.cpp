@@ -6,6 +6,7 @@
 #include "codec/encoder/encoder_context.h"
 #include "codec/encoder/sample_planes.h"
 #include "codec/ffmpeg/compat.h"
+#include "codec/utils/image_utils.h"
 
 namespace codec {
 namespace {
@@ -98,6 +99,8 @@ int AudioEncoder::Encode(const uint8_t* data, size_t size) {
     SplitIntoPlanes(data, samples, channels, sampleBytes, mStaging.data());
     data = mStaging.data();
   }
+  // With more than eight channels each filling allocates a new table of plane pointers.
+  if (mFrame->extended_data != mFrame->data) av_freep(&mFrame->extended_data);
   // The frame keeps the sample count of the encoder, so a short block does not fit it.
   const int filled = avcodec_fill_audio_frame(mFrame.get(), mSettings.channelCount,
                                               static_cast<AVSampleFormat>(mSettings.sampleFormat),
