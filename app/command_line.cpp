@@ -1,6 +1,7 @@
 #include "app/command_line.h"
 
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <iostream>
 #include <string_view>
@@ -49,6 +50,10 @@ int ParseCommandLine(int argc, const char* const* argv, CommandLine* commandLine
         return -1;
       }
       option.store(commandLine, argv[i + 1]);
+      if (std::isnan(commandLine->start) || std::isnan(commandLine->end)) {
+        log_error(kTag, "option %s needs a number, not %s", argv[i], argv[i + 1]);
+        return -1;
+      }
     }
   }
   return 0;

@@ -14,7 +14,8 @@ struct CommandLine {
 
 // Reads the options and sets the log level for -v. Every argument is looked at as an option, also
 // one that is the value of the option before it; unknown ones are ignored. 0, or -1 after an error
-// line when the last argument is an option that needs a value.
+// line when the last argument is an option that needs a value, or a time is
+// not a number ("nan").
 int ParseCommandLine(int argc, const char* const* argv, CommandLine* commandLine);
 
 // Writes the usage text to standard output.

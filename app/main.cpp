@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
     PauseForKey();
     return -1;
   }
+  IgnoreWriteSignals();
   codec::ffmpeg::InstallLogBridge();
   app::CommandLine commandLine;
   if (app::ParseCommandLine(argc, argv, &commandLine) != 0) return -1;

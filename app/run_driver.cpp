@@ -2,6 +2,7 @@
 
 #include "base/log.h"
 #include "base/platform.h"
+#include "codec/ffmpeg/compat.h"
 #include "reverse/reverse.h"
 
 namespace app {
@@ -21,6 +22,11 @@ int RunReverse(const CommandLine& commandLine) {
   job.Start();
   ReportProgress([&job] { return job.GetProgress(); }, &Sleep);
   job.Release();
+  if (const int error = job.Result()) {
+    log_error(kTag, "could not write %s: %s", commandLine.output.c_str(),
+              codec::ffmpeg::ErrorText(error).c_str());
+    return -1;
+  }
   return 0;
 }
 

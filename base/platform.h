@@ -6,6 +6,10 @@
 // Waits for this many milliseconds.
 void Sleep(int milliseconds);
 
+// Makes writing into a pipe that nobody reads, or past the limit of a file's size, an error of that
+// write. By default either ends the program without a word.
+void IgnoreWriteSignals();
+
 // Waits for a key press, but only where a person can give one: standard input and standard output
 // both at a terminal. Returns at once otherwise.
 void PauseForKey();

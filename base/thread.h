@@ -15,12 +15,16 @@ class Thread {
   Thread(const Thread&) = delete;
   Thread& operator=(const Thread&) = delete;
 
-  // Creates the thread. Where the host refuses, the error is logged and there is no thread.
+  // Creates the thread. Where the host refuses, the error is logged, there is no thread and
+  // HasThread stays false.
   virtual void Start();
   // Waits for the thread to end; at once when there is none.
   virtual void Join();
   // The body.
   virtual void Run() = 0;
+
+  // Whether a thread was created and has not been joined.
+  bool HasThread() const { return mStarted; }
 
  private:
   static void* Enter(void* self);

@@ -1,14 +1,15 @@
 #include "reverse/reverse.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <limits>
 
 #include "base/file_identity.h"
+#include "base/local_file.h"
 #include "base/log.h"
 #include "base/platform.h"
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
-#include "codec/format/media_format.h"
 #include "codec/writer/media_writer_factory.h"
 #include "reverse/output_description.h"
 
@@ -24,10 +25,14 @@ Reverse::Reverse(const char* inputPath, double start, double end, const char* ou
 
 Reverse::~Reverse() { Release(); }
 
+void Reverse::SetOutputParameter(const char* key, const char* value) {
+  mOutputParameters.SetString(key, value);
+}
+
 int Reverse::Init() {
   log_debug(kTag, "==========Init==========");
   // Opening the output empties it, which must never happen to the input.
-  if (but::IsSameFile(mInputPath, mOutputPath)) {
+  if (but::IsSameFile(but::LocalPath(mInputPath), but::LocalPath(mOutputPath))) {
     log_error(kTag, "output %s is the input file, choose another name", mOutputPath.c_str());
     return -1;
   }
@@ -91,8 +96,13 @@ int Reverse::CreateWriter() {
 
   MediaFormat format;
   if (DescribeOutput(info, hasAudio, mOutputPath, format) != 0) return -1;
+  for (const auto& [key, value] : mOutputParameters.Entries()) {
+    format.SetString(key.c_str(), value.c_str());
+  }
+  mOutputFile = std::make_unique<but::NewFile>(but::LocalPath(mOutputPath));
   mWriter.reset(MakeMediaWriter(format));
   if (mWriter == nullptr) {
+    mOutputFile->Discard();
     log_error(kTag, "Make MediaWriter error");
     return -1;
   }
@@ -119,6 +129,12 @@ int Reverse::Start() {
     return -1;
   }
   mWorkThread->Start();
+  if (!mWorkThread->HasThread()) {
+    log_error(kTag, "no thread for the work");
+    mResult = -EAGAIN;
+    mProgress = 100;
+    return -1;
+  }
   return 0;
 }
 
@@ -140,6 +156,8 @@ void Reverse::Release() {
   mLoop.reset();
   mWriter.reset();
   mDecoder.reset();
+  if (mResult != 0 && mOutputFile != nullptr) mOutputFile->Discard();
+  mOutputFile.reset();
 }
 
 int Reverse::DoReverse() {
@@ -147,6 +165,8 @@ int Reverse::DoReverse() {
     log_debug(kTag, "mIsCancel == 1, DoReverse return");
     return -1;
   }
+  // What cannot be written need not be decoded.
+  if (mWriter != nullptr && mWriter->OutputError() != 0) return -1;
   if (mLoop == nullptr || mLoop->Step() != 0) return -1;
   mProgress = mLoop->Progress();
   return 0;
@@ -158,7 +178,10 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
   }
   const auto took = static_cast<int32_t>(but::ProcessClockMillis() - begin);
   log_debug(kTag, "reverse time : %.3fs", took / 1000.0);
-  if (mWriter != nullptr) mWriter->Stop();
+  if (mWriter != nullptr) {
+    mWriter->Stop();
+    mResult = mWriter->OutputError();
+  }
   mProgress = 100;
 }
 

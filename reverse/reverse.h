@@ -6,8 +6,10 @@
 #include <memory>
 #include <string>
 
+#include "base/local_file.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/media_info.h"
+#include "codec/format/media_format.h"
 #include "codec/writer/media_writer.h"
 #include "reverse/reverse_loop.h"
 #include "reverse/reverse_work_thread.h"
@@ -26,15 +28,33 @@ class Reverse {
   Reverse(const Reverse&) = delete;
   Reverse& operator=(const Reverse&) = delete;
 
+  // Adds a key to the description of the output, or replaces one; the last value counts. To be
+  // called before Init. Keys that make sense here, beside those that the job sets itself:
+  //   "target-width", "target-height"  size of the output's pictures in pixels, both even
+  //   "rotation"                       0, 90, 180 or 270: turns the pictures themselves, clockwise;
+  //   only
+  //                                    together with another size
+  //   "preset"                         of the H.264 encoder, "superfast" unless set
+  //   "video-bitrate", "maxrate"       bit/s;  "bufsize" in bits, "gop" in frames
+  //   "thread-count", "thread-type"    of the video encoder; "thread-type" is "frame" or "slice"
+  //   "use-thread"                     1 encodes on a thread of its own
+  //   "has-water-mark", "logo-path", "water-mark-pos", "water-mark-gap", "water-mark-rotation"
+  //                                    for inputs in "bgra" or "rgba"
+  void SetOutputParameter(const char* key, const char* value);
+
   // Opens input and output. 0, or -1 after an error line.
   int Init();
-  // Starts the work. 0, or -1 after an error line.
+  // Starts the work. 0, or -1 after an error line. Where the host gives no thread the job is over:
+  // its progress is 100 and its result an error.
   int Start();
   // Percent done, 0 to 100; 0 before Start.
   float GetProgress();
-  // Ends the work after its current step, closes the output and frees everything. May be called
-  // again.
+  // Ends the work after its current step, closes the output and frees everything. A file that this
+  // job has made and could not finish is removed. May be called again.
   void Release();
+  // Once the progress is 100 or the job is released: 0, or the first error that left the output
+  // incomplete, as FFmpeg's negative number.
+  int Result() const { return mResult; }
 
   // Asks the work to end at its next step; what is written by then becomes a whole file.
   void Cancel() { mIsCancel = 1; }
@@ -68,12 +88,15 @@ class Reverse {
   double mDuration = 0;  // of the input, in seconds
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;
+  MediaFormat mOutputParameters;  // of the caller, on top of the job's own
 
   // Shared by the caller's thread and the worker.
   std::atomic<float> mProgress{0};
   std::atomic<int32_t> mIsCancel{0};
+  std::atomic<int32_t> mResult{0};
 
   // Touched by the caller's thread only.
+  std::unique_ptr<but::NewFile> mOutputFile;
   std::unique_ptr<ReverseWorkThread> mWorkThread;
 };
 

@@ -1,24 +1,35 @@
 #include "codec/decoder/input_file.h"
 
+#include "base/local_file.h"
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
+#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/file_url.h"
 
 namespace codec {
 
 int InputFile::Open(const std::string& path) {
   mPath = path;
+  const std::string local = but::LocalPath(path);
+  // Looked at before it is opened: opening a pipe waits for a writer.
+  if (const char* const reason = but::WhyNotSeekable(local)) return CannotOpen(reason);
   AVFormatContext* context = nullptr;
   // A failed open frees the context itself.
-  if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0) {
-    log_error(kDecoderTag, "Could not open source file %s", path.c_str());
-    return -1;
-  }
+  const int result =
+      avformat_open_input(&context, ffmpeg::FileUrl(local).c_str(), nullptr, nullptr);
+  if (result < 0) return CannotOpen(ffmpeg::ErrorText(result));
   mContext.reset(context);
   if (avformat_find_stream_info(context, nullptr) < 0) {
     log_error(kDecoderTag, "Could not find stream information");
     return -1;
   }
   return 0;
+}
+
+int InputFile::CannotOpen(const std::string& reason) const {
+  log_error(kDecoderTag, "Could not open source file %s", mPath.c_str());
+  log_error(kDecoderTag, "%s: %s", mPath.c_str(), reason.c_str());
+  return -1;
 }
 
 bool InputFile::Read(AVPacket* packet) {

@@ -11,7 +11,8 @@ namespace codec {
 
 class InputFile : public PacketSource {
  public:
-  // Opens the file and finds its streams. 0, or -1 with the reason logged.
+  // Opens the local file, which must be one that can be read backwards, and finds its streams. 0,
+  // or -1 with the reason logged.
   int Open(const std::string& path);
 
   bool Read(AVPacket* packet) override;
@@ -31,6 +32,9 @@ class InputFile : public PacketSource {
   int64_t Seeks() const { return mSeeks; }
 
  private:
+  // Logs that the file cannot be opened and why. -1.
+  int CannotOpen(const std::string& reason) const;
+
   std::string mPath;
   ffmpeg::UniqueInput mContext;
   int64_t mPacketsRead = 0;

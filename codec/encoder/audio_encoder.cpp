@@ -1,6 +1,8 @@
 #include "codec/encoder/audio_encoder.h"
 
 #include <array>
+#include <cerrno>
+#include <limits>
 
 #include "base/log.h"
 #include "codec/encoder/encoder_context.h"
@@ -94,18 +96,23 @@ int AudioEncoder::Encode(const uint8_t* data, size_t size) {
   const auto sampleBytes = static_cast<size_t>(BytesPerSample(mSettings.sampleFormat));
   const size_t samples = sampleBytes == 0 ? 0 : size / channels / sampleBytes;
 
+  // What FFmpeg cannot count is no frame of any encoder.
+  if (size > static_cast<size_t>(std::numeric_limits<int>::max())) {
+    log_error(kTag, "avcodec_fill_audio_frame failed: %d", AVERROR(EINVAL));
+    return -1;
+  }
   if (mStaging.size() < size) mStaging.resize(size);
   if (NeedsPlanes(mSettings.sampleFormat)) {
     SplitIntoPlanes(data, samples, channels, sampleBytes, mStaging.data());
     data = mStaging.data();
   }
-  // With more than eight channels each filling allocates a new table of plane pointers.
+  // Filling allocates a list of planes for more than eight channels and forgets an older one.
   if (mFrame->extended_data != mFrame->data) av_freep(&mFrame->extended_data);
   // The frame keeps the sample count of the encoder, so a short block does not fit it.
   const int filled = avcodec_fill_audio_frame(mFrame.get(), mSettings.channelCount,
                                               static_cast<AVSampleFormat>(mSettings.sampleFormat),
                                               data, static_cast<int>(size), 0);
-  if (filled < 0) {
+  if (mFile->Remember(filled) < 0) {
     log_error(kTag, "avcodec_fill_audio_frame failed: %d", filled);
     return -1;
   }
@@ -118,6 +125,8 @@ int AudioEncoder::Encode(const uint8_t* data, size_t size) {
 int AudioEncoder::EncodeFrame(const AVFrame* frame) {
   int result = avcodec_send_frame(mContext.get(), frame);
   if (result < 0) {
+    // A second call to drain is told of the end, which is no failure.
+    if (result != AVERROR_EOF) mFile->Remember(result);
     std::array<char, 128> text{};
     av_strerror(result, text.data(), text.size());
     log_error(kTag, "Error encoding audio frame: %s", text.data());
@@ -131,7 +140,7 @@ int AudioEncoder::EncodeFrame(const AVFrame* frame) {
       log_debug(kTag, "audio encode eof");
       return result;
     }
-    if (result < 0) {
+    if (mFile->Remember(result) < 0) {
       log_error(kTag, "error encoding audio frame");
       return -1;
     }
@@ -146,6 +155,7 @@ int AudioEncoder::Drain() { return mContext == nullptr ? 0 : EncodeFrame(nullptr
 
 void AudioEncoder::Close() {
   if (!Exists()) return;
+  mFrame.reset();
   mContext.reset();
   mTrack.stream = nullptr;
   log_debug(kTag, "free AudioStream");

@@ -28,8 +28,8 @@ class FFmpegEncoder {
   virtual int EncodeVideo(uint8_t* data, int ignored, int64_t ptsUs) = 0;
   virtual int EncodeAudio(uint8_t* data, size_t size) = 0;
 
-  // The first error of opening, writing or finishing the output file, as FFmpeg's negative number;
-  // 0 while there was none. Stays readable after Close.
+  // The first error of opening, encoding, writing or finishing the output, as FFmpeg's negative
+  // number; 0 while there was none. Stays readable after Close.
   virtual int OutputError() const { return 0; }
 };
 

@@ -38,7 +38,7 @@ constexpr std::array<AudioParameter, 3> kAudioParameters = {{
 }  // namespace
 
 FFmpegEncoderImpl::FFmpegEncoderImpl()
-    : mOptions(DefaultEncoderOptions()), mVideo(mSettings, &mFile), mAudio(mSettings, &mFile) {}
+    : mOptions(DefaultEncoderOptions()), mVideo(mOpened, &mFile), mAudio(mOpened, &mFile) {}
 
 FFmpegEncoderImpl::~FFmpegEncoderImpl() { log_debug(kTag, "FFmpegEncoderImpl destructor"); }
 
@@ -52,16 +52,18 @@ void FFmpegEncoderImpl::SetParameter(const char* key, const char* value) {
 }
 
 int FFmpegEncoderImpl::Open() {
-  if (mSettings.CheckParams() != 0) return -1;
-  if (IsMobileCodec(mSettings.videoCodec)) {
+  if (!mFile.Exists()) mOpened = mSettings;
+  mOpenCalled = true;
+  if (mOpened.CheckParams() != 0) return -1;
+  if (IsMobileCodec(mOpened.videoCodec)) {
     log_error(kTag, "h264_zqmediacodec|hevc_zqmediacodec only support android");
     return -1;
   }
-  if (mFile.Create(mSettings.outputPath, mOptions) != 0) return -1;
+  if (mFile.Create(mOpened.outputPath, mOptions) != 0) return -1;
   if (CreateStreams() != 0) return -1;
   mFile.StampMetadata();
   const int result = mFile.OpenFileAndWriteHeader();
-  if (mSettings.hasVideo) {
+  if (mOpened.hasVideo) {
     const AVRational timeBase = mVideo.StreamTimeBase();
     log_debug(kTag, "video stream time_base::%d/%d, after WriteHeader", timeBase.num, timeBase.den);
   }
@@ -69,14 +71,14 @@ int FFmpegEncoderImpl::Open() {
 }
 
 int FFmpegEncoderImpl::CreateStreams() {
-  if (mSettings.hasVideo) {
+  if (mOpened.hasVideo) {
     if (mVideo.Create(mOptions) != 0) {
       log_error(kTag, "Create video stream failed.");
       return -1;
     }
     log_debug(kTag, "Create video stream:%d successfully.", mVideo.StreamIndex());
   }
-  if (mSettings.hasAudio) {
+  if (mOpened.hasAudio) {
     if (mAudio.Create(mOptions) != 0) {
       log_error(kTag, "Create audio stream failed.");
       return -1;
@@ -100,18 +102,18 @@ int FFmpegEncoderImpl::GetParameter(const char* key) {
 
 // The kind whose last packet is the earlier one, so that neither runs away from the other.
 int FFmpegEncoderImpl::NextFrameType() const {
-  if (!mSettings.hasVideo) return mSettings.hasAudio ? kAudio : kNeither;
-  if (!mSettings.hasAudio || !mFile.HeaderWritten()) return kVideo;
+  if (!Current().hasVideo) return Current().hasAudio ? kAudio : kNeither;
+  if (!Current().hasAudio || !mFile.HeaderWritten()) return kVideo;
   return mVideo.LastTime() > mAudio.LastTime() ? kAudio : kVideo;
 }
 
 int FFmpegEncoderImpl::EncodeVideo(uint8_t* data, int /*ignored*/, int64_t ptsUs) {
-  return mSettings.hasVideo ? mVideo.Encode(data, ptsUs) : 0;
+  return Current().hasVideo ? mVideo.Encode(data, ptsUs) : 0;
 }
 
 int FFmpegEncoderImpl::EncodeAudio(uint8_t* data, size_t size) {
   // Sound that comes before the header has no place in the file.
-  if (!mSettings.hasAudio || !mFile.HeaderWritten()) return 0;
+  if (!Current().hasAudio || !mFile.HeaderWritten()) return 0;
   return mAudio.Encode(data, size);
 }
 

@@ -36,7 +36,13 @@ class FFmpegEncoderImpl : public FFmpegEncoder {
   int NextFrameType() const;
   void Drain();
 
-  EncoderSettings mSettings;
+  // The settings that count now: before Open those set so far, from then on those it was called
+  // with.
+  const EncoderSettings& Current() const { return mOpenCalled ? mOpened : mSettings; }
+
+  EncoderSettings mSettings;  // may change at any time
+  EncoderSettings mOpened;    // as Open found them; sizes of running streams hang on these
+  bool mOpenCalled = false;
   EncoderOptions mOptions;
   // The file outlives the streams' encoders, which hold pointers into it.
   OutputFile mFile;

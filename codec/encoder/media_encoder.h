@@ -32,6 +32,10 @@ class MediaEncoder {
   // One encoder frame of interleaved samples in the configured sample format. 0 or a negative
   // error.
   virtual int EncodeAudio(uint8_t* data, size_t size) = 0;
+
+  // The first error of opening, encoding, writing or finishing the output, as FFmpeg's negative
+  // number; 0 while there was none. Stays readable after Close.
+  virtual int OutputError() const { return 0; }
 };
 
 }  // namespace codec

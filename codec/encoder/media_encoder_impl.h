@@ -25,9 +25,8 @@ class MediaEncoderImpl : public MediaEncoder {
   int EncodeVideo(uint8_t* data, int ignored, int64_t ptsUs) override;
   int EncodeAudio(uint8_t* data, size_t size) override;
 
-  // The first error of opening, writing or finishing the output file, as FFmpeg's negative number;
-  // 0 while there was none, -1 without an implementation. Stays readable after Close.
-  int OutputError() const;
+  // Also -1 without an implementation.
+  int OutputError() const override;
 
  private:
   std::unique_ptr<FFmpegEncoder> mEncoder;

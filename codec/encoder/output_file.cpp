@@ -3,8 +3,10 @@
 #include <array>
 #include <ctime>
 
+#include "base/local_file.h"
 #include "base/log.h"
 #include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/file_url.h"
 
 namespace codec {
 namespace {
@@ -20,6 +22,18 @@ static_assert(sizeof(kDescription) - 1 == 104);
 const AVOutputFormat* ChooseFormat(const char* path) {
   const AVOutputFormat* format = av_guess_format(nullptr, path, nullptr);
   return format != nullptr ? format : av_guess_format("mpeg", nullptr, nullptr);
+}
+
+// Containers without stamps are the bare packets of one codec, and several of them write those of
+// any other without a complaint: a file that nothing can play.
+bool TakesStreams(const AVFormatContext& context) {
+  const AVOutputFormat& format = *context.oformat;
+  if ((format.flags & AVFMT_NOTIMESTAMPS) == 0) return true;
+  for (unsigned i = 0; i < context.nb_streams; ++i) {
+    const AVCodecID codec = context.streams[i]->codecpar->codec_id;
+    if (codec != format.video_codec && codec != format.audio_codec) return false;
+  }
+  return true;
 }
 
 // The local time without a zone; readers take it as local time too.
@@ -44,7 +58,8 @@ int OutputFile::Create(const std::string& path, const EncoderOptions& options) {
     log_error(kTag, "not find format for %s", path.c_str());
     return -1;
   }
-  mContext = ffmpeg::NewMuxer(format, path.c_str());
+  // The muxer needs the address too: it opens the file a second time to move its index forward.
+  mContext = ffmpeg::NewMuxer(format, ffmpeg::FileUrl(but::LocalPath(path)).c_str());
   if (mContext == nullptr) {
     log_error(kTag, "Could not deduce output format from file extension.");
     return -1;
@@ -73,13 +88,15 @@ int OutputFile::OpenFileAndWriteHeader() {
   if (mHeader != Header::kNone) return 0;
   if (mContext == nullptr) return -1;
   if ((Format()->flags & AVFMT_NOFILE) == 0 &&
-      Remember(avio_open(&mContext->pb, mPath.c_str(), AVIO_FLAG_WRITE)) < 0) {
+      Remember(avio_open(&mContext->pb, mContext->url, AVIO_FLAG_WRITE)) < 0) {
     log_error(kTag, "Could not open '%s'\n", mPath.c_str());
+    log_error(kTag, "'%s': %s", mPath.c_str(), ffmpeg::ErrorText(mError).c_str());
     return -1;
   }
-  // A muxer whose header failed crashes when it is called again, so the refusal is kept. Encoding
-  // goes on as if nothing had happened; the packets are refused one by one.
-  const int result = Remember(avformat_write_header(mContext.get(), nullptr));
+  // A muxer whose header failed crashes when it is called again, so the refusal is kept and packets
+  // are turned away here. OutputError tells the caller that going on is no use.
+  const int result = Remember(
+      TakesStreams(*mContext) ? avformat_write_header(mContext.get(), nullptr) : AVERROR(EINVAL));
   mHeader = result < 0 ? Header::kRefused : Header::kWritten;
   if (result < 0) {
     log_error(kTag, "Could not write the header of '%s': %s", mPath.c_str(),
@@ -127,6 +144,10 @@ void OutputFile::Close() {
   const bool needsFile = (Format()->flags & AVFMT_NOFILE) == 0;
   // Closed by hand, because the last bytes are flushed here and a full disk shows only now.
   if (needsFile) {
+    if (mContext->pb != nullptr) {
+      avio_flush(mContext->pb);
+      Remember(mContext->pb->error);
+    }
     Remember(avio_closep(&mContext->pb));
     log_debug(kTag, "close output file.");
   }

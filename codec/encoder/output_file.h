@@ -47,13 +47,15 @@ class OutputFile {
   // Closes the file and frees the container with all of its streams.
   void Close();
 
+  // Keeps the first error that leaves the file incomplete, an encoder's for example. Gives `result`
+  // back.
+  int Remember(int result);
   // The first error of the above, as FFmpeg's negative number; 0 while there was none.
   int OutputError() const { return mError; }
 
  private:
   enum class Header { kNone, kWritten, kRefused };
 
-  int Remember(int result);
   void KeepStampsIncreasing(AVPacket* packet, OutputTrack* track) const;
 
   std::string mPath;

@@ -137,7 +137,7 @@ int VideoEncoder::Encode(const uint8_t* picture, int64_t ptsUs) {
   mPicture->pts = NextFrameNumber(ptsUs);
   const int filled = av_image_fill_arrays(mPicture->data, mPicture->linesize, picture,
                                           mContext->pix_fmt, mContext->width, mContext->height, 1);
-  if (filled < 0) return filled;
+  if (mFile->Remember(filled) < 0) return filled;
   ++mPicturesTaken;
   const int result = mSendReceive ? EncodeSendReceive(mPicture.get()) : EncodeInOneCall();
   if (result == 0) mHasSucceeded = true;
@@ -157,7 +157,7 @@ int VideoEncoder::EncodeInOneCall() {
   const ffmpeg::PacketGuard guard(packet);
   int gotPacket = 0;
   const int result = ffmpeg::EncodeOne(mContext.get(), packet, mPicture.get(), &gotPacket);
-  if (result < 0) {
+  if (mFile->Remember(result) < 0) {
     log_error(kTag, "Error encoding video frame");
     return result;
   }
@@ -177,6 +177,7 @@ int VideoEncoder::EncodeSendReceive(const AVFrame* frame) {
   if (frame != nullptr) mStamps.push_back(frame->pts);
   int result = avcodec_send_frame(mContext.get(), frame);
   if (result < 0) {
+    if (result != AVERROR_EOF) mFile->Remember(result);
     log_warn(kTag, "avcodec_send_frame fail, error:%s", SendErrorText(result));
     return result;
   }
@@ -204,6 +205,7 @@ int VideoEncoder::ReceiveFailed(int error) {
   }
   NoteIgnored();
   if (error == AVERROR(EAGAIN)) return 0;
+  mFile->Remember(error);
   log_warn(kTag, "avcodec_receive_packet fail, error:%s",
            error == AVERROR(EINVAL) ? "AVERROR(EINVAL)" : "legitimate decoding errors");
   return error;
@@ -224,6 +226,7 @@ int VideoEncoder::Drain() { return mContext == nullptr ? 0 : EncodeSendReceive(n
 
 void VideoEncoder::Close() {
   if (!Exists()) return;
+  mPicture.reset();
   mContext.reset();
   mTrack.stream = nullptr;
   log_debug(kTag, "free Videostream");

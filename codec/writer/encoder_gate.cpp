@@ -27,6 +27,12 @@ int EncoderGate::GetParameter(const char* key) {
   return mEncoder ? mEncoder->GetParameter(key) : -1;
 }
 
+int EncoderGate::OutputError() {
+  mLock.Lock();
+  const but::LockGuard guard(&mLock);
+  return mEncoder ? mEncoder->OutputError() : -1;
+}
+
 void EncoderGate::Write(PooledBuffer buffer) {
   mLock.Lock();
   const but::LockGuard guard(&mLock);

@@ -26,6 +26,8 @@ class EncoderGate {
   void Close();
   // The encoder's answer; -1 without one.
   int GetParameter(const char* key);
+  // The encoder's first failure, also after Close; -1 without one.
+  int OutputError();
   // Encodes the frame, unless the encoder has been closed, and gives it back to the pool.
   void Write(PooledBuffer buffer);
 

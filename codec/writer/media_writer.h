@@ -29,6 +29,10 @@ class MediaWriter {
   virtual void SetParameter(const char* key, int value) = 0;
   // "speed" only.
   virtual void SetParameter(const char* key, double value) = 0;
+
+  // The first error that leaves the output incomplete, as FFmpeg's negative number; 0 while there
+  // was none. Stays readable after Stop; may be called while frames flow.
+  virtual int OutputError() { return 0; }
 };
 
 }  // namespace codec

@@ -85,6 +85,12 @@ int MediaWriterImpl::Start() {
     MWScheduler::Work* const work = this;
     mScheduler = std::make_unique<MWScheduler>(work);
     mScheduler->Start();
+    if (!mScheduler->HasThread()) {
+      // Queued frames would wait for ever; the producer's thread encodes them instead.
+      log_warn(kTag, "no thread for the encoder, encoding on the caller's");
+      mScheduler.reset();
+      mSettings.use_thread_ = false;
+    }
   }
   log_debug(kTag, "MediaWriterImpl start successfully");
   return 0;
@@ -128,6 +134,8 @@ void MediaWriterImpl::SetParameter(const char* key, int value) {
 void MediaWriterImpl::SetParameter(const char* key, double value) {
   if (key != nullptr && std::string_view(key) == "speed") mSettings.speed = value;
 }
+
+int MediaWriterImpl::OutputError() { return mEncoder.OutputError(); }
 
 std::unique_ptr<vux::AudioProcess> MediaWriterImpl::NewAudioProcess() const {
   return std::make_unique<vux::AudioProcessImpl>();

@@ -42,6 +42,7 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work {
   int64_t GetParameter(const char* key) override;
   void SetParameter(const char* key, int value) override;
   void SetParameter(const char* key, double value) override;
+  int OutputError() override;
 
   double Speed() const { return mSettings.speed; }
   // Bytes of the scratch buffer that slowed sound needs.

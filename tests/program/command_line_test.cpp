@@ -94,8 +94,9 @@ TEST(Program, FailsWhereTheOutputCannotBeMade) {
 }
 
 TEST(Program, FailsForAPictureSizeThatTheEncoderRefuses) {
-  const std::string input = CustomClip(
-      "odd_size.mkv", {"-f", "lavfi", "-i", "testsrc2=size=322x242:rate=25,format=yuv444p,crop=321:241",
+  const std::string input =
+      CustomClip("odd_size.mkv",
+                 {"-f", "lavfi", "-i", "testsrc2=size=322x242:rate=25,format=yuv444p,crop=321:241",
                   "-t", "1", "-c:v", "ffv1"});
   const CommandResult result = RunProgram({"-i", input, "-o", ScratchPath("odd.mp4")});
   EXPECT_EQ(result.status, kFailure);

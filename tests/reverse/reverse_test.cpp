@@ -146,6 +146,23 @@ TEST(Reverse, MayBeReleasedWhileItRuns) {
   EXPECT_LE(pictures, 300U);
 }
 
+TEST(Reverse, LetsACallerChangeTheOutput) {
+  const std::string output = ScratchPath("changed.mp4");
+  Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 1, output.c_str());
+  job.SetOutputParameter("target-width", "180");
+  job.SetOutputParameter("target-height", "320");
+  job.SetOutputParameter("target-width", "160");
+  job.SetOutputParameter("rotation", "90");
+  job.SetOutputParameter("use-thread", "1");
+  ASSERT_EQ(job.Init(), 0);
+  ASSERT_EQ(job.Start(), 0);
+  Finish(&job);
+  const auto fields = test_support::StreamFields(output, "v");
+  EXPECT_EQ(fields.at("width"), "320") << "turned after it was scaled";
+  EXPECT_EQ(fields.at("height"), "160");
+  EXPECT_EQ(test_support::VideoTimes(output).size(), 25U);
+}
+
 TEST(Reverse, CanLeaveTheSoundOut) {
   const std::string output = ScratchPath("silent.mp4");
   Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());

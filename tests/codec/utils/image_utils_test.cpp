@@ -43,6 +43,7 @@ TEST(BytesPerSample, KnowsPackedAndPlanarFormatsButNoOthers) {
   const int bytes[] = {1, 2, 4, 4, 8, 1, 2, 4, 4, 8, 0, 0, 0};
   for (int format = 0; format < 13; ++format) EXPECT_EQ(BytesPerSample(format), bytes[format]);
   EXPECT_EQ(BytesPerSample(-1), 0);
+  EXPECT_EQ(BytesPerSample(1000), 0);
 }
 
 TEST(AudioBufferSize, MultipliesBytesChannelsAndSamples) {

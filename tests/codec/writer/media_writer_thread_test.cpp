@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/codec/writer/writer_fixture.h"
+#include "tests/support/no_threads.h"
 
 namespace codec {
 namespace {
@@ -67,6 +68,19 @@ TEST_F(WriterThread, EncodesTheSamePicturesAndSoundOnBothThreads) {
   EXPECT_TRUE(inlined->Of('V') == threaded->Of('V'));
   EXPECT_TRUE(inlined->Of('A') == threaded->Of('A'));
   EXPECT_EQ(threaded->Kinds().substr(threaded->calls.size() - 2), "CD");
+}
+
+TEST_F(WriterThread, EncodesOnTheCallersThreadWhereTheHostGivesNone) {
+  Make();
+  MediaFormat format = Threaded(VideoFormat(), false);
+  ASSERT_EQ(writer->Configure(format), 0);
+  {
+    const test_support::NoThreads noThreads;
+    ASSERT_EQ(writer->Start(), 0);
+  }
+  for (int i = 0; i < 50; ++i) Video(i * 40000);
+  EXPECT_EQ(state->Of('V').size(), 50U) << "before Stop";
+  writer->Stop();
 }
 
 TEST_F(WriterThread, WaitsForTheEncoderRatherThanDrop) {

@@ -1,0 +1,59 @@
+#include "base/local_file.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+namespace but {
+namespace {
+
+constexpr std::string_view kFilePrefix = "file:";
+
+struct UnseekableKind {
+  mode_t kind;
+  const char* reason;
+};
+constexpr std::array<UnseekableKind, 4> kUnseekableKinds = {{
+    {S_IFDIR, "it is a directory"},
+    {S_IFIFO, "it is a pipe, which cannot be read backwards"},
+    {S_IFSOCK, "it is a socket, which cannot be read backwards"},
+    {S_IFCHR, "it is a character device, which cannot be read backwards"},
+}};
+
+bool IsAbsent(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) != 0 && errno == ENOENT;
+}
+
+}  // namespace
+
+std::string LocalPath(const std::string& name) {
+  if (name.compare(0, kFilePrefix.size(), kFilePrefix) != 0 || !IsAbsent(name)) return name;
+  return name.substr(kFilePrefix.size());
+}
+
+const char* WhyNotSeekable(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) return nullptr;
+  for (const UnseekableKind& row : kUnseekableKinds) {
+    if ((status.st_mode & S_IFMT) == row.kind) return row.reason;
+  }
+  return nullptr;
+}
+
+NewFile::NewFile(const std::string& path) : mPath(path), mIsNew(IsAbsent(path)) {}
+
+void NewFile::Discard() const {
+  if (!mIsNew) return;
+  // Through a symbolic link to nothing the run has made the link's target; the link is the user's.
+  std::error_code error;
+  const std::filesystem::path target = std::filesystem::canonical(mPath, error);
+  if (error || !std::filesystem::is_regular_file(target, error)) return;
+  std::filesystem::remove(target, error);
+}
+
+}  // namespace but

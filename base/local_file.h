@@ -1,0 +1,33 @@
+// What the host knows of the files that the user names.
+#pragma once
+
+#include <string>
+
+namespace but {
+
+// The path that a name given by the user stands for. A name is always that of a local file, also
+// where it looks like an address ("a:b.mp4"); only the prefix "file:" is taken off, unless a file
+// is called so.
+std::string LocalPath(const std::string& name);
+
+// Why a path cannot be read back and forth: a directory, a pipe, a device. Null when it can, and
+// when there is nothing of that name. Opens nothing, so that a pipe without a writer does not
+// block.
+const char* WhyNotSeekable(const std::string& path);
+
+// A file that is about to be written. Knows whether it was there before, so that only what a failed
+// run has made itself is taken away again.
+class NewFile {
+ public:
+  // To be constructed before the file is opened.
+  explicit NewFile(const std::string& path);
+
+  // Removes the file; does nothing when it was there before or is no regular file.
+  void Discard() const;
+
+ private:
+  const std::string mPath;
+  const bool mIsNew;
+};
+
+}  // namespace but

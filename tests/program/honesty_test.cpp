@@ -1,0 +1,261 @@
+// Faults around the program: what it leaves behind and what its exit status says.
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/support/clips.h"
+#include "tests/support/command.h"
+#include "tests/support/media_reading.h"
+
+namespace test_support {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kFailure = 255;
+// No run here has more than three seconds of video to do; this only tells a hang from slowness.
+constexpr std::chrono::seconds kNotForEver(100);
+// Of ClipKind::kH264Short.
+constexpr size_t kPictures = 75;
+
+std::string Source() { return Clip(ClipKind::kH264Short); }
+
+CommandResult Reverse(const std::string& input, const std::string& output) {
+  return RunProgram({"-i", input, "-o", output}, kNotForEver);
+}
+
+// Runs shell text in which $0 is the program; the words after it are $1 and so on.
+CommandResult Shell(const std::string& text, const std::vector<std::string>& words) {
+  std::vector<std::string> arguments = {"bash", "-c", text, ProgramPath()};
+  arguments.insert(arguments.end(), words.begin(), words.end());
+  return Run(arguments, kNotForEver);
+}
+
+std::string Bytes(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+bool Contains(const std::string& text, const std::string& piece) {
+  return text.find(piece) != std::string::npos;
+}
+
+// The run failed, said so in its last line, and that line names the output.
+void ExpectHonestFailure(const CommandResult& result, const std::string& output) {
+  EXPECT_FALSE(result.timedOut);
+  EXPECT_EQ(result.status, kFailure) << result.err;
+  const size_t last = result.err.rfind("could not write " + output + ": ");
+  ASSERT_NE(last, std::string::npos) << result.err;
+  EXPECT_EQ(std::count(result.err.begin() + static_cast<long>(last), result.err.end(), '\n'), 1);
+  const size_t progress = result.err.rfind("progress:");
+  EXPECT_EQ(result.err.substr(progress, 16), "progress:100.000");
+}
+
+TEST(Honesty, FailsForContainersThatDoNotTakeTheCodecs) {
+  for (const char* extension : {"webm", "gif", "mp3", "ogg", "unknown", "wav", "yuv", "jpg"}) {
+    const std::string output = ScratchPath(std::string("refused.") + extension);
+    const CommandResult result = Reverse(Source(), output);
+    ExpectHonestFailure(result, output);
+    EXPECT_TRUE(Contains(result.err, "Could not write the header of '" + output)) << extension;
+    EXPECT_FALSE(fs::exists(output)) << extension;
+  }
+}
+
+TEST(Honesty, StopsDecodingOnceTheHeaderIsRefused) {
+  const std::string input =
+      CustomClip("long_still.mp4", {"-f", "lavfi", "-i", "color=size=64x64:rate=25", "-t", "600",
+                                    "-c:v", "libx264", "-preset", "ultrafast"});
+  const CommandResult result = RunProgram({"-v", "-i", input, "-o", ScratchPath("early.webm")});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_FALSE(Contains(result.err, "Error encoding"));
+  EXPECT_TRUE(Contains(result.err, "encode video frames:0,"));
+}
+
+TEST(Honesty, LeavesAFileThatWasThereBefore) {
+  const std::string output = ScratchPath("kept.webm");
+  std::ofstream(output) << "before";
+  ExpectHonestFailure(Reverse(Source(), output), output);
+  EXPECT_TRUE(fs::exists(output));
+}
+
+TEST(Honesty, FailsOnAFullDevice) {
+  const std::string output = ScratchPath("full.ts");
+  fs::create_symlink("/dev/full", output);
+  const CommandResult result = Reverse(Source(), output);
+  ExpectHonestFailure(result, output);
+  EXPECT_TRUE(Contains(result.err, "No space left on device"));
+  EXPECT_TRUE(fs::is_symlink(fs::symlink_status(output)));
+  EXPECT_TRUE(fs::is_character_file("/dev/full"));
+}
+
+TEST(Honesty, FailsOnAFullDiskAndRemovesItsFile) {
+  const std::string disk = ScratchPath("disk");
+  fs::create_directory(disk);
+  if (mount("none", disk.c_str(), "tmpfs", 0, "size=64k") != 0) GTEST_SKIP() << "no right to mount";
+  for (const char* name : {"x.mp4", "x.mkv", "x.ts"}) {
+    const std::string output = (fs::path(disk) / name).string();
+    const CommandResult result = Reverse(Source(), output);
+    ExpectHonestFailure(result, output);
+    EXPECT_TRUE(Contains(result.err, "No space left on device"));
+    EXPECT_FALSE(fs::exists(output)) << name;
+  }
+  umount(disk.c_str());
+}
+
+TEST(Honesty, FailsAtTheLimitOfAFilesSize) {
+  for (const char* name : {"limited.mp4", "limited.mkv", "limited.ts"}) {
+    const std::string output = ScratchPath(name);
+    const CommandResult result =
+        Shell("ulimit -f 40; exec \"$0\" -i \"$1\" -o \"$2\"", {Source(), output});
+    ExpectHonestFailure(result, output);
+    EXPECT_TRUE(Contains(result.err, "File too large"));
+    EXPECT_FALSE(fs::exists(output)) << name;
+  }
+}
+
+TEST(Honesty, FailsWhereTheReaderOfAPipeGoesAway) {
+  const std::string output = ScratchPath("pipe.ts");
+  ASSERT_EQ(mkfifo(output.c_str(), 0600), 0);
+  const CommandResult result =
+      Shell("head -c 2000 <\"$2\" >/dev/null & \"$0\" -i \"$1\" -o \"$2\"", {Source(), output});
+  ExpectHonestFailure(result, output);
+  EXPECT_TRUE(fs::is_fifo(output)) << "the pipe is not ours to remove";
+}
+
+TEST(Honesty, FailsWhereTheOutputIsADirectory) {
+  const std::string output = ScratchPath("folder.mp4");
+  fs::create_directory(output);
+  const CommandResult result = Reverse(Source(), output);
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_TRUE(Contains(result.err, "'" + output + "': Is a directory")) << result.err;
+  EXPECT_TRUE(fs::is_directory(output));
+}
+
+TEST(Honesty, TellsWhyAnOutputCannotBeOpened) {
+  const std::string output = ScratchPath("none/such.mp4");
+  const CommandResult result = Reverse(Source(), output);
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_TRUE(Contains(result.err, "'" + output + "': No such file or directory"));
+  EXPECT_TRUE(Contains(result.err, "Reverse init error"));
+}
+
+TEST(Honesty, RefusesInputsThatCannotBeReadBackwards) {
+  const std::string pipe = ScratchPath("input.pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const std::string output = ScratchPath("never.mp4");
+  for (const std::string& input :
+       {pipe, ScratchPath(""), std::string("/dev/zero"), std::string("/dev/stdin"),
+        std::string("pipe:0"), std::string("http://127.0.0.1:9/x.mp4"), std::string("tcp://x")}) {
+    const CommandResult result = Reverse(input, output);
+    EXPECT_FALSE(result.timedOut) << input;
+    EXPECT_EQ(result.status, kFailure) << input;
+    EXPECT_TRUE(Contains(result.err, "Could not open source file " + input)) << result.err;
+    EXPECT_FALSE(fs::exists(output));
+  }
+}
+
+TEST(Honesty, OpensFilesWhoseNamesLookLikeSomethingElse) {
+  const std::string folder = ScratchPath("odd names");
+  fs::create_directory(folder);
+  const std::vector<std::string> names = {"a:b.mp4",  "http:x.mp4",  "pipe:1.mp4",
+                                          "100%.mp4", "%03d.mp4",    "two\nlines.mp4",
+                                          "-v.mp4",   "file:in.mp4", "sub file,,:.mp4"};
+  for (const std::string& name : names) {
+    const fs::path clip = fs::path(folder) / name;
+    fs::copy_file(Source(), clip);
+    // By its bare name, as a person in that folder would write it, for input and output.
+    const CommandResult result =
+        Shell("cd \"$1\" && exec \"$0\" -i \"$2\" -o \"out $2\" -s 2 && exit", {folder, name});
+    EXPECT_EQ(result.status, 0) << name << '\n' << result.err;
+    const fs::path output = fs::path(folder) / ("out " + name);
+    EXPECT_EQ(VideoTimes(output.string()).size(), 25U) << name;
+    const std::string colon = "c:" + name;
+    const CommandResult second =
+        Shell("cd \"$1\" && exec \"$0\" -i \"$2\" -o \"$3\" -s 2", {folder, name, colon});
+    EXPECT_EQ(second.status, 0) << colon << '\n' << second.err;
+    EXPECT_TRUE(fs::exists(fs::path(folder) / colon)) << colon;
+  }
+}
+
+TEST(Honesty, NeverWritesToItsInputUnderAnotherName) {
+  const std::string folder = ScratchPath("same");
+  fs::create_directories(folder + "/dir");
+  const std::string input = folder + "/in.mp4";
+  fs::copy_file(Source(), input);
+  fs::create_hard_link(input, folder + "/hard.mp4");
+  fs::create_symlink("in.mp4", folder + "/soft.mp4");
+  const std::string before = Bytes(input);
+  for (const char* name : {"in.mp4", "./in.mp4", "dir/../in.mp4", "hard.mp4", "soft.mp4",
+                           "file:in.mp4", "file:./hard.mp4"}) {
+    const CommandResult result =
+        Shell("cd \"$1\" && exec \"$0\" -i in.mp4 -o \"$2\"", {folder, name});
+    EXPECT_EQ(result.status, kFailure) << name;
+    EXPECT_TRUE(Contains(result.err, "is the input file")) << name;
+    EXPECT_EQ(Bytes(input), before) << name;
+  }
+}
+
+TEST(Honesty, RefusesTimesThatAreNoNumbers) {
+  for (const char* flag : {"-s", "-e"}) {
+    for (const char* value : {"nan", "NAN", "-nan"}) {
+      const std::string output = ScratchPath("nan.mp4");
+      const CommandResult result =
+          RunProgram({"-i", Source(), "-o", output, flag, value}, kNotForEver);
+      EXPECT_EQ(result.status, kFailure);
+      EXPECT_TRUE(
+          Contains(result.err, std::string("option ") + flag + " needs a number, not " + value));
+      EXPECT_FALSE(fs::exists(output));
+    }
+  }
+}
+
+TEST(Honesty, BringsInfiniteTimesIntoTheClip) {
+  const std::string output = ScratchPath("infinite.mp4");
+  const CommandResult whole =
+      RunProgram({"-i", Source(), "-o", output, "-s", "-inf", "-e", "inf"}, kNotForEver);
+  EXPECT_EQ(whole.status, 0);
+  EXPECT_TRUE(Contains(whole.err, "reverse length overflow"));
+  EXPECT_EQ(VideoTimes(output).size(), kPictures);
+  const CommandResult behind = RunProgram({"-i", Source(), "-o", output, "-s", "inf"}, kNotForEver);
+  EXPECT_EQ(behind.status, kFailure);
+  EXPECT_TRUE(Contains(behind.err, "error reverse start position"));
+}
+
+TEST(Honesty, SucceedsWithoutPicturesForAnEmptyRange) {
+  const std::string output = ScratchPath("empty.mp4");
+  const CommandResult result =
+      RunProgram({"-i", Source(), "-o", output, "-s", "2", "-e", "1"}, kNotForEver);
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(fs::exists(output));
+  EXPECT_TRUE(VideoTimes(output).empty());
+}
+
+TEST(Honesty, SurvivesBeingKilledAtAnyMoment) {
+  constexpr unsigned kSeed = 20;
+  std::mt19937 random(kSeed);
+  std::uniform_real_distribution<double> seconds(0.01, 0.5);
+  const std::string input = ScratchPath("victim.mp4");
+  fs::copy_file(Source(), input);
+  const std::string before = Bytes(input);
+  const std::string output = ScratchPath("killed.mp4");
+  for (int i = 0; i < 8; ++i) {
+    const std::string after = std::to_string(seconds(random));
+    Run({"timeout", "-s", "KILL", after, ProgramPath(), "-i", input, "-o", output}, kNotForEver);
+    ASSERT_EQ(Bytes(input), before) << "seed " << kSeed << ", killed after " << after;
+  }
+  EXPECT_EQ(Reverse(input, output).status, 0);
+  EXPECT_EQ(VideoTimes(output).size(), kPictures);
+}
+
+}  // namespace
+}  // namespace test_support
