@@ -8,6 +8,7 @@
 #include "codec/encoder/encoder_context.h"
 #include "codec/encoder/sample_planes.h"
 #include "codec/ffmpeg/compat.h"
+#include "codec/utils/image_utils.h"
 
 namespace codec {
 namespace {

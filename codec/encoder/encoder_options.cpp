@@ -1,15 +1,13 @@
 #include "codec/encoder/encoder_options.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
 
-#include "base/ini_file.h"
 #include "base/log.h"
-#include "codec/encoder/numbers.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
+#include "codec/utils/image_utils.h"
+#include "codec/utils/numbers.h"
 
 namespace codec {
 namespace {
@@ -26,16 +24,8 @@ struct ProfileLevel {
   std::string level;
 };
 
-bool FileExists(const char* path) {
-  struct stat status = {};
-  return stat(path, &status) == 0;
-}
-
 std::string ConfigValue(const char* key, const char* fallback) {
-  std::array<char, 1024> value{};
-  GetPrivateProfileStringA("encoder", key, fallback, value.data(),
-                           static_cast<uint32_t>(value.size()), kConfigPath);
-  return value.data();
+  return ReadIniText(kConfigPath, "encoder", key, fallback);
 }
 
 ProfileLevel ChooseProfile(const EncoderSettings& settings, const std::string& codecName) {
@@ -53,7 +43,7 @@ ProfileLevel ChooseProfile(const EncoderSettings& settings, const std::string& c
 void SetKeyFrameInterval(const EncoderSettings& settings, EncoderOptions* options) {
   const double interval =
       settings.gop <= 0 ? settings.frameRate + settings.frameRate : settings.gop;
-  const std::string text = std::to_string(TruncateToInt(interval));
+  const std::string text = IntToText(TruncateToInt(interval));
   (*options)["g"] = text;
   (*options)["keyint_min"] = text;
 }

@@ -6,8 +6,8 @@
 #include <variant>
 
 #include "base/log.h"
-#include "codec/encoder/numbers.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
+#include "codec/utils/numbers.h"
 
 namespace codec {
 namespace {

@@ -89,7 +89,8 @@ int FFmpegEncoderImpl::CreateStreams() {
 }
 
 int FFmpegEncoderImpl::GetParameter(const char* key) {
-  const std::string_view name = key == nullptr ? "" : key;
+  if (key == nullptr) return 0;
+  const std::string_view name = key;
   if (name == "next-frame-type") return NextFrameType();
   if (name == "surface" || !mAudio.Exists()) return 0;
   for (const AudioParameter& parameter : kAudioParameters) {

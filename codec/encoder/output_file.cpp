@@ -15,9 +15,8 @@ constexpr char kTag[] = "codec::FFmpegEncoderImpl";
 
 // Opaque mark of the files that this system writes.
 constexpr char kDescription[] =
-    "Y2xpcC1yZXZlcnNlIHdyaXRlcyBldmVyeSBmcmFtZSBvZiBhIGNsaXAgaW4gdGhlIG9wcG9zaXRlIG9yZGVyLCBuZXdlc3"
-    "Qg"
-    "Zmlyc3Qu";
+    "Y2xpcC1yZXZlcnNlIHdyaXRlcyBldmVyeSBmcmFtZSBvZiBhIGNs"
+    "aXAgaW4gdGhlIG9wcG9zaXRlIG9yZGVyLCBuZXdlc3QgZmlyc3Qu";
 static_assert(sizeof(kDescription) - 1 == 104);
 
 const AVOutputFormat* ChooseFormat(const char* path) {

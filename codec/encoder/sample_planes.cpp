@@ -22,10 +22,6 @@ void Split(const uint8_t* interleaved, size_t samples, size_t channels, uint8_t*
 
 }  // namespace
 
-int BytesPerSample(int sampleFormat) {
-  return av_get_bytes_per_sample(static_cast<AVSampleFormat>(sampleFormat));
-}
-
 bool NeedsPlanes(int sampleFormat) {
   return sampleFormat >= AV_SAMPLE_FMT_U8P && sampleFormat <= AV_SAMPLE_FMT_FLTP;
 }

@@ -6,9 +6,6 @@
 
 namespace codec {
 
-// Bytes of one sample by FFmpeg's sample format number; 0 for formats that it does not name.
-int BytesPerSample(int sampleFormat);
-
 // Whether interleaved samples must be taken apart for an encoder of this format. Planar double is
 // not: it is handed on as it is.
 bool NeedsPlanes(int sampleFormat);

@@ -7,8 +7,8 @@
 
 #include "base/log.h"
 #include "codec/encoder/encoder_context.h"
-#include "codec/encoder/numbers.h"
 #include "codec/ffmpeg/compat.h"
+#include "codec/utils/numbers.h"
 
 namespace codec {
 namespace {

@@ -63,14 +63,19 @@ int ColorFilter::SizeBuffers(const char* outputName) {
   const int64_t pixels = int64_t{width} * height;
   int64_t working = RuleBytes(mModel->working, pixels);
   int64_t output = RuleBytes(mModel->output, pixels);
-  if (mModel->output == BufferRule::kInput) output = mInputSize;
-  if (mModel->working == BufferRule::kAnyFormat) {
+  const bool copies = mModel->output == BufferRule::kInput;
+  const bool anyFormat = mModel->output == BufferRule::kAnyFormat;
+  if (copies) output = mInputSize;
+  if (anyFormat) {
     working = av_image_get_buffer_size(mOutputFormat, width, height, 2);
-    const int64_t written = av_image_get_buffer_size(mOutputFormat, width, height, 1);
-    // The writer sizes the pool's buffers by the format's name. At odd sizes FFmpeg writes a little
-    // more, which the slack behind them takes; a deeper format than the name rule knows needs more.
     output = FrameSize(width, height, outputName);
-    if (written + kVectorBytes > WithSlack(output)) output = written;
+  }
+  if (copies || anyFormat) {
+    // The writer sizes the pool's buffers by the format's name. At odd sizes swscale writes and the
+    // encoder reads a little more, which the slack behind them takes; a deeper format than the name
+    // rule knows needs more.
+    const int64_t whole = av_image_get_buffer_size(mOutputFormat, width, height, 1);
+    if (whole + kVectorBytes > WithSlack(output)) output = whole;
   }
   if (working < 0 || output < 0 || !mWorking.Resize(working)) {
     log_error(kTag, "no buffer for color format %s at %dx%d", outputName, width, height);

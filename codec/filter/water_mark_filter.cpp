@@ -168,11 +168,22 @@ std::shared_ptr<const WaterMarkFilter::Stamp> WaterMarkFilter::CurrentStamp() {
   return mStamp;
 }
 
+// The factory takes formats of fewer than four bytes a pixel for "bgra". Their pictures end before
+// the last pixel that the stamp may cover; all others leave the judgement to OverlayLogo.
+bool WaterMarkFilter::FitsPicture(const Stamp& stamp) const {
+  if (mFrameSize >= PictureBytes(mColorType, width, height)) return true;
+  const int64_t lastRow = int64_t{stamp.y} + stamp.height - 1;
+  const int64_t end = 4 * (lastRow * width + stamp.x + stamp.width);
+  if (end <= mFrameSize) return true;
+  log_error(kTag, "logo at %d %d lies behind a picture of %d bytes", stamp.x, stamp.y, mFrameSize);
+  return false;
+}
+
 MediaBuffer* WaterMarkFilter::Process(uint8_t* picture) {
   if (picture == nullptr) return nullptr;
   if (mColorType == kRgbaType || mColorType == kBgraType) {
     const std::shared_ptr<const Stamp> stamp = CurrentStamp();
-    if (stamp != nullptr) {
+    if (stamp != nullptr && FitsPicture(*stamp)) {
       OverlayLogo(picture, width, height, stamp->pixels.Data(), stamp->width, stamp->height,
                   stamp->x, stamp->y);
     }

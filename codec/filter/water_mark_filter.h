@@ -54,6 +54,7 @@ class WaterMarkFilter : public MediaFilter, public Listener {
   void MakeStamp();
   bool _RotateLogo(Stamp* stamp) const;
   void PlaceLogo(Stamp* stamp) const;
+  bool FitsPicture(const Stamp& stamp) const;
   std::shared_ptr<const Stamp> CurrentStamp();
 
   // Set by Configure.

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <limits>
 #include <locale>
 #include <sstream>
@@ -12,6 +11,7 @@
 
 #include "base/ini_file.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
+#include "codec/utils/numbers.h"
 
 namespace codec {
 namespace {
@@ -58,17 +58,8 @@ constexpr std::array<SampleBytes, 10> kSampleBytes = {{
     {AV_SAMPLE_FMT_DBLP, 8},
 }};
 
-// A conversion outside the target's range would be undefined.
-int ToInt(float value) {
-  constexpr float kLimit = 2147483648.0F;
-  if (std::isnan(value)) return 0;
-  if (value >= kLimit) return std::numeric_limits<int>::max();
-  if (value <= -kLimit) return std::numeric_limits<int>::min();
-  return static_cast<int>(value);
-}
-
 int RoundedDown(int size, float factor, int multiple) {
-  const int64_t scaled = ToInt(static_cast<float>(size) * factor);
+  const int64_t scaled = TruncateToInt(static_cast<float>(size) * factor);
   return static_cast<int>(scaled - scaled % multiple);
 }
 
@@ -93,12 +84,17 @@ bool IsUsablePictureSize(int width, int height) {
   return width >= 0 && height >= 0 && int64_t{width} * height <= kMaxPixels;
 }
 
-int AudioBufferSize(int samples, int channels, int sampleFormat) {
+int BytesPerSample(int sampleFormat) {
   const auto* const row = std::find_if(
       kSampleBytes.begin(), kSampleBytes.end(),
       [sampleFormat](const SampleBytes& sample) { return sample.format == sampleFormat; });
-  if (row == kSampleBytes.end() || samples < 1 || channels < 1) return -1;
-  const int64_t perChannel = int64_t{row->bytes} * samples;
+  return row == kSampleBytes.end() ? 0 : row->bytes;
+}
+
+int AudioBufferSize(int samples, int channels, int sampleFormat) {
+  const int sampleBytes = BytesPerSample(sampleFormat);
+  if (sampleBytes < 1 || samples < 1 || channels < 1) return -1;
+  const int64_t perChannel = int64_t{sampleBytes} * samples;
   if (perChannel > std::numeric_limits<int>::max() / channels) return -1;
   return static_cast<int>(perChannel * channels);
 }

@@ -18,6 +18,10 @@ constexpr int64_t WithSlack(int64_t bytes) { return bytes + bytes / 2 + 64; }
 // Whether pictures of this size, at four bytes a pixel and with slack, fit 31 bits. Sides of 0 do.
 bool IsUsablePictureSize(int width, int height);
 
+// Bytes of one sample of an AVSampleFormat; 0 for a format that no encoder here takes, 64-bit
+// integers included.
+int BytesPerSample(int sampleFormat);
+
 // Bytes of `samples` samples per channel in an AVSampleFormat; -1 for an unknown format, for counts
 // below 1, or when the result exceeds 31 bits.
 int AudioBufferSize(int samples, int channels, int sampleFormat);

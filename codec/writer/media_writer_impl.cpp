@@ -121,6 +121,7 @@ void MediaWriterImpl::WriteFrame(int type, uint8_t* data, uint32_t size, int64_t
 int64_t MediaWriterImpl::GetParameter(const char* key) { return mEncoder.GetParameter(key); }
 
 void MediaWriterImpl::SetParameter(const char* key, int value) {
+  if (key == nullptr) return;
   for (const WaterMarkKey& row : kWaterMarkKeys) {
     if (row.name != key) continue;
     Listener* const listener = ListenerRegistry::Instance().GetListener();
@@ -131,7 +132,7 @@ void MediaWriterImpl::SetParameter(const char* key, int value) {
 }
 
 void MediaWriterImpl::SetParameter(const char* key, double value) {
-  if (std::string_view(key) == "speed") mSettings.speed = value;
+  if (key != nullptr && std::string_view(key) == "speed") mSettings.speed = value;
 }
 
 int MediaWriterImpl::OutputError() { return mEncoder.OutputError(); }
@@ -197,8 +198,8 @@ int MediaWriterImpl::SizeAudioFrames() {
   // The channel count stays in the product: stereo stamps run at double pace, and the sync rules
   // are tuned to that. The encoder counts samples and never sees these stamps.
   const int64_t duration =
-      int64_t{bytes} * 1000000 / rate / AudioBufferSize(1, 1, mSettings.sample_format);
-  log_debug(kTag, "audio frame duration:%lld", static_cast<long long>(duration));
+      int64_t{bytes} * 1000000 / rate / BytesPerSample(mSettings.sample_format);
+  log_debug(kTag, "audio frame duration:%d", static_cast<int>(duration));
   mFramer.SetFrame(bytes, duration);
   return 0;
 }
@@ -230,6 +231,7 @@ bool MediaWriterImpl::WriteAudio(const uint8_t* data, uint32_t size, int64_t pts
 }
 
 PooledBuffer MediaWriterImpl::FilledBuffer(uint8_t* data, uint32_t size) {
+  if (data == nullptr) return nullptr;
   if (!mFilter) return CopiedBuffer(data, size);
   PooledBuffer buffer(mFilter->Process(data));
   // Filters leave time and size to the writer.

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "codec/encoder/ffmpeg_encoder_impl.h"
-#include "codec/encoder/numbers.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
+#include "codec/utils/numbers.h"
 #include "tests/codec/encoder/encoder_fixture.h"
 
 namespace codec {

@@ -63,14 +63,5 @@ TEST(SamplePlanes, NeedsThemForFourPlanarFormatsOnly) {
   EXPECT_FALSE(NeedsPlanes(AV_SAMPLE_FMT_DBLP));
 }
 
-TEST(SamplePlanes, KnowsTheBytesOfASample) {
-  EXPECT_EQ(BytesPerSample(AV_SAMPLE_FMT_U8P), 1);
-  EXPECT_EQ(BytesPerSample(AV_SAMPLE_FMT_S16), 2);
-  EXPECT_EQ(BytesPerSample(AV_SAMPLE_FMT_FLTP), 4);
-  EXPECT_EQ(BytesPerSample(AV_SAMPLE_FMT_DBL), 8);
-  EXPECT_EQ(BytesPerSample(-1), 0);
-  EXPECT_EQ(BytesPerSample(1000), 0);
-}
-
 }  // namespace
 }  // namespace codec

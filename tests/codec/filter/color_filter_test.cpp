@@ -339,6 +339,36 @@ TEST(ColorFilter, SurvivesNamesThatFFmpegDoesNotKnow) {
   EXPECT_TRUE(log.Has(kLogError, kTag, "sws_getContext falied"));
 }
 
+TEST(ColorFilter, GivesNoBufferThatIsTooSmallForTheEncodersLayout) {
+  // Eight bytes a pixel, of which the size by the name counts four.
+  MediaFormat format = ModelFormat({64, 64}, 1, "rgba64le", "rgba64le");
+  ColorFilter filter;
+  ASSERT_EQ(filter.Configure(format), 0);
+  Bytes picture(64 * 64 * 8);
+  const PoolOf pool(64 * 64 * 4);
+  EXPECT_EQ(filter.Process(picture.data()), nullptr);
+  MediaBufferPool::Instance()->RefillVideo(64 * 64 * 8);
+  MediaBuffer* const buffer = filter.Process(picture.data());
+  ASSERT_NE(buffer, nullptr);
+  EXPECT_EQ(buffer->Capacity(), 64 * 64 * 8);
+  MediaBufferPool::Instance()->Give(buffer);
+}
+
+TEST(ColorFilter, PacksTheRowsOfModelTwentyThreeWithoutPadding) {
+  const test_support::LogCapture quiet;
+  ColorFilter filter;
+  MediaFormat format = ModelFormat({3, 2}, 23, "bgra", "bgr24");
+  ASSERT_EQ(filter.Configure(format), 0);
+  auto* const end = new Recorder;
+  AppendFilter(&filter, end);
+  Bytes picture(24 + 3 + 64);
+  for (size_t i = 0; i < 24; ++i) picture[i] = static_cast<uint8_t>(10 * i);
+  filter.Process(picture.data());
+  ASSERT_NE(end->seen, nullptr);
+  EXPECT_EQ(Bytes(end->seen, end->seen + 18), (Bytes{0, 10, 20, 40, 50, 60, 80, 90, 100, 120, 130,
+                                                     140, 160, 170, 180, 200, 210, 220}));
+}
+
 TEST(ColorModelTable, HoldsTheBufferRules) {
   constexpr std::array<int, 24> kSixteenths = {0, 0,  12, 12, 12, 12, 12, 32, 32, 12, 12, 0,
                                                0, 12, 12, 12, 8,  8,  8,  8,  24, 8,  8,  0};

@@ -195,6 +195,39 @@ TEST(RotateFilter, TurnsIntoItsOwnBufferInFrontOfAnotherFilter) {
   EXPECT_EQ(Bytes(end->seen, end->seen + 8), (Bytes{5, 6, 7, 8, 1, 2, 3, 4}));
 }
 
+TEST(RotateFilter, MakesUprightPicturesOf720By1280) {
+  constexpr Size kSize = {1280, 720};
+  Bytes picture(int64_t{4} * kSize.width * kSize.height);
+  for (size_t i = 0; i < 1280; ++i) picture[4 * i] = static_cast<uint8_t>(i % 251);
+  const PoolOf pool(static_cast<int32_t>(picture.size()));
+  RotateFilter filter;
+  MediaFormat format = RotateFormat(kSize, 90, 3, "bgra");
+  ASSERT_EQ(filter.Configure(format), 0);
+  const Bytes out = Filtered(filter, picture, static_cast<int>(picture.size()));
+  ASSERT_EQ(out.size(), picture.size());
+  // The top row becomes the last column, in rows of 720.
+  for (size_t i = 0; i < 1280; ++i) ASSERT_EQ(out[4 * (720 * i + 719)], i % 251) << i;
+}
+
+TEST(ScaleAndRotateFilters, RoundChromaRowsOfOddWidthsDown) {
+  // 5 x 4: 20 bytes of luma, then planes of 5 bytes in rows of 2.
+  const auto flat = [](size_t luma, size_t chroma) {
+    Bytes picture(luma, 9);
+    picture.insert(picture.end(), chroma, 50);
+    picture.insert(picture.end(), chroma, 200);
+    return picture;
+  };
+  const PoolOf pool(30);
+  RotateFilter rotate;
+  MediaFormat rotateFormat = RotateFormat({5, 4}, 180, 5, "yuv420p");
+  ASSERT_EQ(rotate.Configure(rotateFormat), 0);
+  EXPECT_EQ(Filtered(rotate, flat(20, 5), 30), flat(20, 5));
+  ScaleFilter scale;
+  MediaFormat scaleFormat = ScaleFormat({10, 8}, {5, 4}, 5, "yuv420p");
+  ASSERT_EQ(scale.Configure(scaleFormat), 0);
+  EXPECT_EQ(Filtered(scale, flat(80, 20), 30), flat(20, 5));
+}
+
 TEST(RotateFilter, RefusesOtherTurns) {
   const test_support::LogCapture log;
   MediaFormat format = RotateFormat({4, 4}, 45, 3, "bgra");

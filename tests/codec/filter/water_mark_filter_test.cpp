@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <set>
@@ -17,6 +18,7 @@ namespace codec {
 namespace {
 
 using testing::FormatOf;
+using testing::GuardedBytes;
 using testing::Size;
 using testing::WritePng;
 using Bytes = std::vector<uint8_t>;
@@ -200,6 +202,27 @@ TEST(WaterMarkFilter, ReportsALogoThatDoesNotFitForEveryPicture) {
       EXPECT_EQ(
           log.CountContaining(kLogError, "codec::MediaUtils", "Invalid size: 432x216, 44x22, "), 2);
     }
+  }
+}
+
+TEST(WaterMarkFilter, StaysInsidePicturesOfFewerThanFourBytesAPixel) {
+  for (const int position : {1, 2, 3, 4}) {
+    MediaFormat format = MarkFormat(kFrame, GrayLogo(80, 40));
+    format.SetString("color-format", "yuv420p");
+    format.SetInt32("water-mark-pos", position);
+    WaterMarkFilter filter;
+    ASSERT_EQ(filter.Configure(format), 0);
+    constexpr int kBytes = kFrame.width * kFrame.height * 3 / 2;
+    const GuardedBytes picture(kBytes);
+    MediaBufferPool::Instance()->Reset();
+    const test_support::LogCapture log;
+    EXPECT_EQ(filter.Process(picture.Data()), nullptr);
+    const bool stamped = std::any_of(picture.Data(), picture.Data() + kBytes,
+                                     [](uint8_t byte) { return byte != 0; });
+    // The upper corners lie in the first 22 of the 81 rows that such a picture has.
+    EXPECT_EQ(stamped, position < 3) << position;
+    EXPECT_EQ(log.CountContaining(kLogError, kTag, "lies behind a picture of 139968 bytes"),
+              position < 3 ? 0 : 1);
   }
 }
 

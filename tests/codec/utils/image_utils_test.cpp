@@ -39,6 +39,13 @@ TEST(FrameSize, RefusesWhatDoesNotFitAnInt) {
   EXPECT_EQ(FrameSize(INT_MIN, INT_MIN, "yuv420p"), -1);
 }
 
+TEST(BytesPerSample, KnowsPackedAndPlanarFormatsButNoOthers) {
+  const int bytes[] = {1, 2, 4, 4, 8, 1, 2, 4, 4, 8, 0, 0, 0};
+  for (int format = 0; format < 13; ++format) EXPECT_EQ(BytesPerSample(format), bytes[format]);
+  EXPECT_EQ(BytesPerSample(-1), 0);
+  EXPECT_EQ(BytesPerSample(1000), 0);
+}
+
 TEST(AudioBufferSize, MultipliesBytesChannelsAndSamples) {
   EXPECT_EQ(AudioBufferSize(1024, 2, AV_SAMPLE_FMT_S16), 4096);
   EXPECT_EQ(AudioBufferSize(10, 1, AV_SAMPLE_FMT_U8P), 10);

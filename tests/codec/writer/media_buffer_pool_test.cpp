@@ -57,6 +57,7 @@ TEST_F(MediaBufferPoolTest, RefillsRecordsWithoutDataForANegativeSize) {
   const std::unique_ptr<MediaBuffer> buffer(pool.TakeVideo());
   ASSERT_NE(buffer, nullptr);
   EXPECT_EQ(buffer->Data(), nullptr);
+  EXPECT_EQ(buffer->size, -1);
 }
 
 TEST_F(MediaBufferPoolTest, KeepsIdleBuffersAtASecondRefill) {

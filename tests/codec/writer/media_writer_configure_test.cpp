@@ -254,6 +254,8 @@ TEST_F(WriterConfigure, SetsOnlySpeedAmongRealParameters) {
   EXPECT_EQ(writer->Speed(), 1.0);
   writer->SetParameter("speed", 2.5);
   writer->SetParameter("frame-rate", 9.0);
+  writer->SetParameter(nullptr, 9.0);
+  writer->SetParameter(nullptr, 9);
   EXPECT_EQ(writer->Speed(), 2.5);
 }
 

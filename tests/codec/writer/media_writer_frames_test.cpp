@@ -43,6 +43,13 @@ TEST_F(WriterFrames, DropsPicturesThatExceedTheirBuffer) {
   EXPECT_EQ(state->Kinds(), "O");
 }
 
+TEST_F(WriterFrames, DropsPicturesWithoutData) {
+  Begin(VideoFormat());
+  writer->WriteFrame(1, nullptr, kPictureBytes, 1);
+  EXPECT_EQ(state->Kinds(), "O");
+  EXPECT_EQ(Logged(kLogDebug, "discard video frame"), 1);
+}
+
 TEST_F(WriterFrames, DropsPicturesWhereTheirSizeIsNotPositive) {
   MediaFormat format = VideoFormat();
   format.SetInt32("video-frame-size", -16);
