@@ -14,7 +14,7 @@ namespace test_support {
 // Every run must keep to these.
 struct RunLimits {
   int cpuSeconds = 30;
-  std::chrono::seconds wallTime{120};
+  std::chrono::seconds wallTime{600};
   long peakMegabytes = 0;  // resident; 0 for DefaultPeakMegabytes()
 };
 
@@ -32,7 +32,7 @@ struct SandboxCase {
 };
 
 enum class Verdict {
-  kReversed,    // status 0, and the output can be read and has pictures
+  kReversed,    // status 0, and the output can be opened
   kRefused,     // status -1, and an error line says why
   kUnreadable,  // status 0, but the output cannot be read
   kSilent,      // status -1 without an error line
