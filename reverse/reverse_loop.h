@@ -27,6 +27,9 @@ struct ReverseRange {
 //   3. Write the kept frames, the last decoded first, the samples of each audio frame reversed,
 //      stamped with their distance from the end of the range.
 //   4. Move the cursor back by the second, or to the earliest frame written, whichever is earlier.
+// A step without any frame makes the next one twice as long, until one meets a frame: inputs whose
+// stamps jump have stretches of hours in them. A step with too many frames is taken again in parts.
+//
 // The seek consumes one picture; the next step, which starts a second earlier, reads up to the
 // earliest picture written and so brings it after all.
 //
@@ -45,7 +48,14 @@ class ReverseLoop {
   double Cursor() const { return mCursor; }
 
  private:
-  void ReadSegment();
+  enum class Reading { kWhole, kNotEmpty, kOverBudget };
+
+  // Reads the part from here to what is done. Unless it is kWhole it stopped early: at the first
+  // frame of a part longer than a second, or where the frames took too much room.
+  Reading ReadSegment(double from);
+  bool Shorten(Reading reading);
+  void ChooseSegment(bool wasEmpty);
+  void PutBackFrames();
   void WriteSegment();
   // Whether the frame belongs to the part still to do.
   bool IsWanted(const FrameBuffer& frame) const;
@@ -60,6 +70,10 @@ class ReverseLoop {
   double mCursor;
   double mVideoBoundary;  // time of the earliest picture written, `end` before the first
   double mAudioBoundary;  // the same for audio
+  double mSegmentSeconds = kSegmentSeconds;  // of the next step
+  int64_t mReadBytes = 0;                    // room that the frames of the last one took
+  bool mIsNarrowing = false;                 // a part longer than a second turned out not empty
+  bool mHasRead = false;                     // a step is done
   float mProgress = 0;
   std::deque<std::unique_ptr<FrameBuffer>> mFrames;  // of the current step, in decoded order
 };

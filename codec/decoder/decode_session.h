@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 
 #include "codec/decoder/audio_converter.h"
@@ -35,6 +36,8 @@ struct DecodeSession {
   // key frames, 0 when unknown.
   int64_t first_video_pts_ = AV_NOPTS_VALUE;
   int32_t keyint_ = 0;
+  // Sound before this time, in seconds, is not delivered.
+  double soundFrom = -std::numeric_limits<double>::infinity();
 
   int VideoIndex() const { return video == nullptr ? -1 : video->Index(); }
   bool IsUsable() const { return frame != nullptr && spare != nullptr && packet != nullptr; }

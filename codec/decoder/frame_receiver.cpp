@@ -32,6 +32,7 @@ bool FrameReceiver::DeliverSound(uint8_t* buffer, DecodedFrame* out) {
   const AVFrame* const frame = mSession->frame.get();
   out->pts = mSession->times.OfAudio(frame);
   out->type = kAudioFrame;
+  if (out->pts < mSession->soundFrom) return false;
   const int bytes = mSession->sound.Deliver(frame, buffer);
   out->size = static_cast<uint32_t>(std::max(0, bytes));
   return bytes >= 0;

@@ -49,7 +49,9 @@ int FrameSource::NextPicture(AVFrame* frame) {
   bool ended = false;
   for (;;) {
     const int result = mSession->video->Receive(frame);
-    if (result != AVERROR(EAGAIN)) return result;
+    if (result >= 0 || result == AVERROR_EOF) return result;
+    // To give up at a damaged picture would leave the rest of its group to be read as one step.
+    if (result != AVERROR(EAGAIN)) LogDecodeError(AVMEDIA_TYPE_VIDEO, result);
     if (ended) return AVERROR_EOF;
     ended = !FeedPicture();
   }

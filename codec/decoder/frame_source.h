@@ -15,8 +15,8 @@ class FrameSource {
   // kEnd when both decoders are drained.
   Next NextFrame(AVFrame* frame);
 
-  // The next picture, the packets of all other streams left out on the way. 0, AVERROR_EOF or the
-  // decoder's error.
+  // The next picture, the packets of all other streams and damaged pictures left out on the way. 0
+  // or AVERROR_EOF.
   int NextPicture(AVFrame* frame);
 
  private:

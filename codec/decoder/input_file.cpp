@@ -1,5 +1,7 @@
 #include "codec/decoder/input_file.h"
 
+#include <algorithm>
+
 #include "base/local_file.h"
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
@@ -49,7 +51,10 @@ int InputFile::SeekBackward(int stream, int64_t position) {
 
 int InputFile::SeekToStart(int64_t earliest) {
   ++mSeeks;
-  const int result = avformat_seek_file(mContext.get(), -1, earliest, 0, 0,
+  // Stamps may begin below 0, where 0 is somewhere in the middle.
+  const int64_t first = mContext->start_time;
+  const int64_t start = first == AV_NOPTS_VALUE ? 0 : std::min<int64_t>(0, first);
+  const int result = avformat_seek_file(mContext.get(), -1, std::min(earliest, start), start, start,
                                         AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
   if (result >= 0) return result;
   // A stream without stamps has no times to seek to, and looking for them has read it to its end.

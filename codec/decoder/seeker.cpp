@@ -17,10 +17,12 @@ namespace {
 constexpr int64_t kMaxWholeSeconds = std::numeric_limits<int64_t>::max() / AV_TIME_BASE;
 constexpr int kMaxPreKeyFrameLandings = 2;
 
-int64_t Truncated(float value) {
+int64_t Truncated(double value) {
   // The next float below 2^63.
-  constexpr float kLargest = 9223371487098961920.0F;
-  return static_cast<int64_t>(std::clamp(value, -kLargest, kLargest));
+  constexpr double kLargest = 9223371487098961920.0;
+  // What is not a number is compared as neither.
+  if (!(value > -kLargest)) return -static_cast<int64_t>(kLargest);
+  return static_cast<int64_t>(std::min(value, kLargest));
 }
 
 // Whether a frame of this time is the first one at or after the target, given that earlier ones
@@ -57,7 +59,9 @@ int64_t Seeker::TargetPosition(float seconds) const {
   // Without video the demuxer counts in its own units.
   const AVRational timeBase = mSession->video != nullptr ? mSession->video->Stream()->time_base
                                                          : AVRational{1, AV_TIME_BASE};
-  return Truncated(static_cast<float>(timeBase.den) * seconds / static_cast<float>(timeBase.num));
+  const float position =
+      static_cast<float>(timeBase.den) * seconds / static_cast<float>(timeBase.num);
+  return Truncated(static_cast<double>(position));
 }
 
 int64_t Seeker::SeekPosition(int64_t target) const {
@@ -164,6 +168,7 @@ int Seeker::DecodeToPending(float seconds) {
 // 1. Find the first times, once. 2. Move to a key frame at or before the whole second. 3. Decode
 // pictures until the first one at or after the time; it is consumed. 4. Where the demuxer landed
 // behind the time, on a key frame or in a group whose start the decoder needs, go back further.
+// 5. Where the pictures end before the time, move to the sound of that second alone.
 int Seeker::_SeekDecodeForward(float seconds) {
   if (mSession->video == nullptr) return -1;
   if (mNeedsTimeProbe) {
@@ -172,21 +177,38 @@ int Seeker::_SeekDecodeForward(float seconds) {
   }
   if (seconds > mSession->duration) seconds = static_cast<float>(mSession->duration);
   if (!(seconds > 0)) seconds = 0;
-  int64_t whole = std::min(Truncated(seconds), kMaxWholeSeconds);
+  const int64_t target = std::min(Truncated(static_cast<double>(seconds)), kMaxWholeSeconds);
+  int64_t whole = target;
   int64_t back = 1;
-  for (;;) {
+  // Once it is known where the pictures end, nobody has to look for those behind it.
+  Walk walk = static_cast<double>(seconds) > mLastPicture ? Walk::kEnded : Walk::kOvershot;
+  while (walk == Walk::kOvershot) {
     MoveToWhole(whole);
     if (seconds == 0) return 0;
-    const Walk walk = WalkTo(seconds, whole > 0);
-    if (walk != Walk::kOvershot) return walk == Walk::kReached ? 0 : -1;
+    walk = WalkTo(seconds, whole > 0);
     whole = std::max<int64_t>(0, whole - back);
     back *= 2;
   }
+  if (walk == Walk::kReached) return 0;
+  if (walk == Walk::kEnded) MoveToSound(target);
+  return -1;
+}
+
+// Stamps of recordings may begin at hours: a position that left this out would be before the first
+// packet, and every walk would begin there. The fraction does not matter to a whole second.
+int64_t Seeker::PositionOf(int64_t seconds) const {
+  const double first = mSession->times.FirstVideo();
+  const double start = std::abs(first) < 1 ? 0 : std::floor(first);
+  const auto largest = static_cast<double>(kMaxWholeSeconds);
+  const double position = std::clamp(static_cast<double>(seconds) + start, -largest, largest);
+  return std::clamp(static_cast<int64_t>(position), -kMaxWholeSeconds, kMaxWholeSeconds) *
+         AV_TIME_BASE;
 }
 
 void Seeker::MoveToWhole(int64_t seconds) {
   InputFile& input = mSession->input;
-  if (seconds != 0 && input.SeekBackward(-1, seconds * AV_TIME_BASE) >= 0) {
+  mSession->soundFrom = -std::numeric_limits<double>::infinity();
+  if (seconds != 0 && input.SeekBackward(-1, PositionOf(seconds)) >= 0) {
     mSession->times.Restart(static_cast<double>(seconds));
   } else if (input.SeekToStart(std::numeric_limits<int64_t>::min()) >= 0) {
     // Also where the demuxer cannot move to the second: from the start every time is reached.
@@ -195,13 +217,34 @@ void Seeker::MoveToWhole(int64_t seconds) {
   mSession->FlushDecoders();
 }
 
+// Sound that is longer than the pictures is read second by second like the rest; moving by the
+// pictures would land at their end and give all of the sound behind it at once.
+void Seeker::MoveToSound(int64_t seconds) {
+  StreamDecoder* const audio = mSession->audio.get();
+  if (audio == nullptr) return;
+  const double time = static_cast<double>(seconds) + mSession->times.FirstAudio();
+  const int64_t ticks = Truncated(time * audio->TicksPerSecond());
+  if (mSession->input.SeekBackward(audio->Index(), ticks) < 0) MoveToWhole(seconds);
+  mSession->times.Restart(static_cast<double>(seconds));
+  mSession->FlushDecoders();
+  mSession->video->Rest();
+  // Not every container has a place to land for each second of its sound.
+  mSession->soundFrom = static_cast<double>(seconds);
+}
+
 Seeker::Walk Seeker::WalkTo(float seconds, bool mayOvershoot) {
   AVFrame* const frame = mSession->frame.get();
+  double last = -std::numeric_limits<double>::infinity();
   for (bool first = true;; first = false) {
     const int result = mSource->NextPicture(frame);
-    if (result < 0) return Walk::kFailed;
+    if (result < 0) {
+      if (first && mayOvershoot) return Walk::kOvershot;
+      mLastPicture = last;
+      return Walk::kEnded;
+    }
     const ffmpeg::FrameGuard guard(frame);
     const double time = mSession->times.OfVideo(frame);
+    last = std::max(last, time);
     if (!Reaches(time, seconds)) continue;
     const bool behind = time - seconds >= FLT_EPSILON;
     return first && behind && mayOvershoot ? Walk::kOvershot : Walk::kReached;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 #include "codec/decoder/decode_session.h"
 #include "codec/decoder/frame_source.h"
@@ -21,7 +22,7 @@ class Seeker {
   int Seek(double seconds, int mode);
 
  private:
-  enum class Walk { kReached, kOvershot, kFailed };
+  enum class Walk { kReached, kOvershot, kEnded };
 
   int _Seek(float seconds);
   int _SeekPreKeyFrame(float seconds);
@@ -34,7 +35,9 @@ class Seeker {
   int StepBackFrom(int64_t target);
   int SeekBeforeKey(int64_t timestamp);
   int DecodeToPending(float seconds);
+  int64_t PositionOf(int64_t seconds) const;
   void MoveToWhole(int64_t seconds);
+  void MoveToSound(int64_t seconds);
   Walk WalkTo(float seconds, bool mayOvershoot);
 
   DecodeSession* mSession;
@@ -42,6 +45,8 @@ class Seeker {
   PacketDecoder* mPackets;
   PendingFrame* mPending;
   bool mNeedsTimeProbe = true;
+  // Seconds; infinite until a walk has met the end of the pictures.
+  double mLastPicture = std::numeric_limits<double>::infinity();
 };
 
 }  // namespace codec

@@ -43,11 +43,13 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
 }
 
 void StreamDecoder::Send(AVPacket* packet) {
+  if (mResting) return;
   if (packet != nullptr) ffmpeg::TagPacket(packet);
   avcodec_send_packet(mContext.get(), packet);
 }
 
 int StreamDecoder::Receive(AVFrame* frame) {
+  if (mResting) return AVERROR_EOF;
   const int result = avcodec_receive_frame(mContext.get(), frame);
   if (result >= 0) ++mFramesDecoded;
   return result;

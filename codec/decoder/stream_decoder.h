@@ -30,7 +30,12 @@ class StreamDecoder {
   int Receive(AVFrame* frame);
   // Decodes one packet in one call, see ffmpeg::DecodeOne.
   int DecodeOne(AVPacket* packet, AVFrame* frame, AVFrame* spare, int* gotFrame);
-  void Flush() { avcodec_flush_buffers(mContext.get()); }
+  void Flush() {
+    avcodec_flush_buffers(mContext.get());
+    mResting = false;
+  }
+  // Until the next flush packets are passed over and Receive answers as a drained decoder does.
+  void Rest() { mResting = true; }
   // Leaves the loop filter out for pictures that no other refers to. Works on the open decoder.
   void SkipLoopFilter() { mContext->skip_loop_filter = AVDISCARD_NONREF; }
 
@@ -47,6 +52,7 @@ class StreamDecoder {
   ffmpeg::UniqueCodecContext mContext;
   double mTicksPerSecond;
   int64_t mFramesDecoded = 0;
+  bool mResting = false;
 };
 
 // Logs a decoder's error as the decoder reports it for its kind of stream.

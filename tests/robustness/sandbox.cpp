@@ -1,0 +1,285 @@
+#include "tests/robustness/sandbox.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <numeric>
+#include <stdexcept>
+#include <thread>
+
+#include "app/run_driver.h"
+#include "codec/ffmpeg/log_bridge.h"
+#include "codec/ffmpeg/owned.h"
+#include "tests/support/command.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
+// The run driver looks at the progress every 400 ms, which would be all the time that a run takes
+// here. Linked in its place.
+extern "C" void __wrap__Z5Sleepi(int /*milliseconds*/) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+}
+
+namespace test_support {
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kReversed = 0;
+constexpr int kUnreadable = 100;
+constexpr int kLeaked = 101;
+constexpr int kRefused = 255;
+constexpr size_t kKeptLogBytes = 65536;
+
+constexpr std::array<const char*, kVerdicts> kVerdictNames = {
+    "reversed", "refused", "unreadable", "silent", "crashed", "hung", "too large"};
+
+// Whether a player could open the file. A range without a single frame, as damage may leave it,
+// becomes a container without packets.
+bool IsReadable(const std::string& path) {
+  AVFormatContext* context = nullptr;
+  if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0) return false;
+  const codec::ffmpeg::UniqueInput input(context);
+  return context->nb_streams > 0;
+}
+
+bool HasLeaks() {
+#if defined(__SANITIZE_ADDRESS__)
+  return __lsan_do_recoverable_leak_check() != 0;
+#else
+  return false;
+#endif
+}
+
+int ReverseInput(const SandboxCase& one, const std::string& scratch) {
+  codec::ffmpeg::InstallLogBridge();
+  app::CommandLine line;
+  line.input = one.input(scratch);
+  line.output = scratch + "-out.mp4";
+  line.start = one.start;
+  line.end = one.end;
+  if (app::RunReverse(line) != 0) return kRefused;
+  return IsReadable(line.output) ? kReversed : kUnreadable;
+}
+
+[[noreturn]] void RunBody(const RunLimits& limits, const std::string& logPath,
+                          const std::function<int()>& body) {
+  const int log = open(logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  dup2(log, STDERR_FILENO);
+  const auto cpu = static_cast<rlim_t>(limits.cpuSeconds);
+  const rlimit time{cpu, cpu + 1};
+  setrlimit(RLIMIT_CPU, &time);
+  const rlimit noCore{0, 0};
+  setrlimit(RLIMIT_CORE, &noCore);
+  int status = body();
+  if ((status == kReversed || status == kUnreadable || status == kRefused) && HasLeaks()) {
+    status = kLeaked;
+  }
+  // The parent's own objects are not this process's to destroy.
+  _exit(status);
+}
+
+// The end of the log, and whether any line of ours in it is an error.
+std::string ReadLog(const std::string& path, bool* hasError) {
+  std::ifstream file(path);
+  std::string line;
+  std::deque<std::string> lines;
+  size_t bytes = 0;
+  *hasError = false;
+  while (std::getline(file, line)) {
+    if (line.find(" error   [") != std::string::npos &&
+        line.find(" error   [ffmpeg") == std::string::npos) {
+      *hasError = true;
+    }
+    bytes += line.size() + 1;
+    lines.push_back(line);
+    while (bytes > kKeptLogBytes && lines.size() > 1) {
+      bytes -= lines.front().size() + 1;
+      lines.pop_front();
+    }
+  }
+  std::string text;
+  for (const std::string& kept : lines) text += kept + "\n";
+  return text;
+}
+
+Verdict Judge(int waitStatus, bool overTime, bool hasError) {
+  if (overTime) return Verdict::kHung;
+  if (WIFSIGNALED(waitStatus)) {
+    return WTERMSIG(waitStatus) == SIGXCPU ? Verdict::kHung : Verdict::kCrashed;
+  }
+  switch (WEXITSTATUS(waitStatus)) {
+    case kReversed:
+      return Verdict::kReversed;
+    case kUnreadable:
+      return Verdict::kUnreadable;
+    case kRefused:
+      return hasError ? Verdict::kRefused : Verdict::kSilent;
+    default:
+      return Verdict::kCrashed;
+  }
+}
+
+double Seconds(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+// One process under way.
+struct Child {
+  pid_t pid = 0;
+  std::string name;
+  std::string scratch;
+  RunLimits limits;
+  Clock::time_point end;
+};
+
+Child Begin(const std::string& name, const std::string& scratch, const RunLimits& limits,
+            const std::function<int()>& body) {
+  Child child{0, name, scratch, limits, Clock::now() + limits.wallTime};
+  child.pid = fork();
+  if (child.pid < 0) throw std::runtime_error("fork failed");
+  if (child.pid == 0) RunBody(limits, scratch + "-log", body);
+  return child;
+}
+
+void RemoveScratch(const std::string& scratch) {
+  const fs::path stem = scratch;
+  std::error_code ignored;
+  for (const fs::directory_entry& entry : fs::directory_iterator(stem.parent_path(), ignored)) {
+    if (entry.path().filename().string().rfind(stem.filename().string() + "-", 0) == 0) {
+      fs::remove_all(entry.path(), ignored);
+    }
+  }
+}
+
+// False while the process goes on.
+bool Finish(const Child& child, SandboxResult* result) {
+  int status = 0;
+  rusage usage{};
+  pid_t ended = wait4(child.pid, &status, WNOHANG, &usage);
+  bool overTime = false;
+  if (ended == 0) {
+    if (Clock::now() < child.end) return false;
+    overTime = true;
+    kill(child.pid, SIGKILL);
+    ended = wait4(child.pid, &status, 0, &usage);
+  }
+  result->name = child.name;
+  result->waitStatus = status;
+  result->peakMegabytes = usage.ru_maxrss / 1024;
+  result->cpuSeconds = Seconds(usage.ru_utime) + Seconds(usage.ru_stime);
+  bool hasError = false;
+  result->log = ReadLog(child.scratch + "-log", &hasError);
+  result->verdict = Judge(status, overTime, hasError);
+  const long most =
+      child.limits.peakMegabytes > 0 ? child.limits.peakMegabytes : DefaultPeakMegabytes();
+  if (IsGood(result->verdict) && result->peakMegabytes > most) {
+    result->verdict = Verdict::kTooLarge;
+  }
+  RemoveScratch(child.scratch);
+  return true;
+}
+
+}  // namespace
+
+long DefaultPeakMegabytes() {
+#if defined(__SANITIZE_ADDRESS__)
+  return 1536;
+#else
+  return 512;
+#endif
+}
+
+const char* VerdictName(Verdict verdict) { return kVerdictNames[static_cast<size_t>(verdict)]; }
+
+bool IsGood(Verdict verdict) {
+  return verdict == Verdict::kReversed || verdict == Verdict::kRefused;
+}
+
+void Tally::Add(const SandboxResult& result) {
+  ++counts[static_cast<size_t>(result.verdict)];
+  if (result.peakMegabytes > peakMegabytes) {
+    peakMegabytes = result.peakMegabytes;
+    largest = result.name;
+  }
+  if (result.cpuSeconds > longestCpuSeconds) {
+    longestCpuSeconds = result.cpuSeconds;
+    longest = result.name;
+  }
+}
+
+int64_t Tally::Tried() const { return std::accumulate(counts.begin(), counts.end(), int64_t{0}); }
+
+int64_t Tally::Bad() const {
+  int64_t bad = 0;
+  for (size_t i = 0; i < kVerdicts; ++i) {
+    if (!IsGood(static_cast<Verdict>(i))) bad += counts[i];
+  }
+  return bad;
+}
+
+std::string Tally::Heading() {
+  return "input                  tried reversed  refused unreadable silent crashed   hung "
+         "too large  peak MB  longest s";
+}
+
+std::string Tally::Row(const std::string& title) const {
+  std::array<char, 256> row{};
+  std::snprintf(row.data(), row.size(),
+                "%-20s %7lld %8lld %8lld %10lld %6lld %7lld %6lld %9lld %8ld %10.2f", title.c_str(),
+                static_cast<long long>(Tried()), static_cast<long long>(counts[0]),
+                static_cast<long long>(counts[1]), static_cast<long long>(counts[2]),
+                static_cast<long long>(counts[3]), static_cast<long long>(counts[4]),
+                static_cast<long long>(counts[5]), static_cast<long long>(counts[6]), peakMegabytes,
+                longestCpuSeconds);
+  return row.data();
+}
+
+void RunSandboxed(const std::vector<SandboxCase>& cases, int jobs,
+                  const std::function<void(const SandboxResult&)>& done) {
+  std::vector<Child> running;
+  size_t next = 0;
+  while (next < cases.size() || !running.empty()) {
+    while (next < cases.size() && running.size() < static_cast<size_t>(std::max(1, jobs))) {
+      const SandboxCase& one = cases[next];
+      const std::string scratch = ScratchPath("case" + std::to_string(next));
+      ++next;
+      running.push_back(Begin(one.name, scratch, one.limits,
+                              [&one, &scratch] { return ReverseInput(one, scratch); }));
+    }
+    bool anyEnded = false;
+    for (size_t i = 0; i < running.size();) {
+      SandboxResult result;
+      if (!Finish(running[i], &result)) {
+        ++i;
+        continue;
+      }
+      running.erase(running.begin() + static_cast<long>(i));
+      anyEnded = true;
+      done(result);
+    }
+    if (!anyEnded) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+}
+
+SandboxResult RunInChild(const std::string& name, const RunLimits& limits,
+                         const std::function<int()>& body) {
+  const Child child = Begin(name, ScratchPath("child"), limits, body);
+  SandboxResult result;
+  while (!Finish(child, &result)) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  return result;
+}
+
+}  // namespace test_support

@@ -1,0 +1,80 @@
+// Runs reversals, each in a process of its own, and tells how they ended.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace test_support {
+
+// Every run must keep to these.
+struct RunLimits {
+  int cpuSeconds = 30;
+  std::chrono::seconds wallTime{600};
+  long peakMegabytes = 0;  // resident; 0 for DefaultPeakMegabytes()
+};
+
+// 512, or 1536 with a sanitizer, which keeps freed memory and shadows the rest.
+long DefaultPeakMegabytes();
+
+struct SandboxCase {
+  std::string name;
+  // Called in the run's own process; gives the path of the input. May write to `scratch`, which
+  // nobody else uses meanwhile.
+  std::function<std::string(const std::string& scratch)> input;
+  double start = 0;
+  double end = 0;
+  RunLimits limits;
+};
+
+enum class Verdict {
+  kReversed,    // status 0, and the output can be opened
+  kRefused,     // status -1, and an error line says why
+  kUnreadable,  // status 0, but the output cannot be read
+  kSilent,      // status -1 without an error line
+  kCrashed,     // a signal, a sanitizer's finding, a leak, another exit status
+  kHung,        // over a limit of time
+  kTooLarge,    // over the limit of memory
+};
+constexpr size_t kVerdicts = 7;
+const char* VerdictName(Verdict verdict);
+// Whether a run that meets any input may end like this.
+bool IsGood(Verdict verdict);
+
+struct SandboxResult {
+  std::string name;
+  Verdict verdict = Verdict::kCrashed;
+  int waitStatus = 0;
+  long peakMegabytes = 0;
+  double cpuSeconds = 0;
+  std::string log;  // the end of what was written to standard error
+};
+
+// How many runs ended how.
+struct Tally {
+  std::array<int64_t, kVerdicts> counts{};
+  long peakMegabytes = 0;
+  double longestCpuSeconds = 0;
+  std::string largest;
+  std::string longest;
+
+  void Add(const SandboxResult& result);
+  int64_t Tried() const;
+  int64_t Bad() const;
+  static std::string Heading();
+  std::string Row(const std::string& title) const;
+};
+
+// Runs all cases, `jobs` at a time. `done` is called for each, in the order in which they end.
+void RunSandboxed(const std::vector<SandboxCase>& cases, int jobs,
+                  const std::function<void(const SandboxResult&)>& done);
+
+// Runs `body` in a process of its own under these limits; its result is the exit status.
+SandboxResult RunInChild(const std::string& name, const RunLimits& limits,
+                         const std::function<int()>& body);
+
+}  // namespace test_support

@@ -1,0 +1,96 @@
+// The long run of damaged inputs. Usage: soak [--mutations N] [--seed S] [--jobs J] [--only SEED]
+// Prints a table; status 1 when any input ended badly.
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <random>
+#include <string>
+#include <thread>
+
+#include "tests/robustness/corpus.h"
+#include "tests/robustness/damage.h"
+#include "tests/robustness/sandbox.h"
+
+namespace {
+
+using namespace test_support;
+
+struct Options {
+  int64_t mutations = 10000;
+  uint64_t seed = std::random_device()();
+  int jobs = static_cast<int>(std::thread::hardware_concurrency());
+};
+
+std::string FileName(const std::string& path) {
+  return std::filesystem::path(path).filename().string();
+}
+
+Options Parse(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i + 1 < argc; i += 2) {
+    const std::string flag = argv[i];
+    const char* const value = argv[i + 1];
+    if (flag == "--mutations") options.mutations = std::atoll(value);
+    if (flag == "--seed") options.seed = std::strtoull(value, nullptr, 10);
+    if (flag == "--jobs") options.jobs = std::atoi(value);
+  }
+  return options;
+}
+
+// The first 64 of a clip are its cuts, the rest its seeds.
+SandboxCase Mutation(const std::string& path, int64_t number, uint64_t seed) {
+  SandboxCase one;
+  const bool cut = number < 64;
+  one.name = FileName(path) + (cut ? " cut " + std::to_string(number)
+                                   : " seed " + std::to_string(seed) + " " + DamageName(seed));
+  one.input = [path, cut, number, seed](const std::string& scratch) {
+    std::string bytes = ReadBytes(path);
+    bytes = cut ? CutOff(bytes, static_cast<int>(number)) : Damage(std::move(bytes), seed);
+    const std::string damaged = scratch + "-" + FileName(path);
+    WriteBytes(damaged, bytes);
+    return damaged;
+  };
+  return one;
+}
+
+Tally RunRow(const std::string& title, const std::vector<SandboxCase>& cases, int jobs,
+             Tally* total) {
+  Tally tally;
+  RunSandboxed(cases, jobs, [&](const SandboxResult& result) {
+    tally.Add(result);
+    total->Add(result);
+    if (IsGood(result.verdict)) return;
+    std::cerr << "== " << result.name << ": " << VerdictName(result.verdict) << ", wait status "
+              << result.waitStatus << ", " << result.peakMegabytes << " MB, " << result.cpuSeconds
+              << " s\n"
+              << result.log.substr(result.log.size() - std::min<size_t>(result.log.size(), 6000));
+  });
+  std::cout << tally.Row(title) << std::endl;
+  return tally;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const Options options = Parse(argc, argv);
+  std::cout << "soak: " << options.mutations << " mutations, seed " << options.seed << ", limits "
+            << RunLimits().cpuSeconds << " s and " << DefaultPeakMegabytes() << " MB a run\n"
+            << Tally::Heading() << std::endl;
+  Tally total;
+  RunRow("hostile", HostileCases(), options.jobs, &total);
+  const std::vector<std::string> clips = BaseClips();
+  const auto count = static_cast<int64_t>(clips.size());
+  for (int64_t clip = 0; clip < count; ++clip) {
+    std::vector<SandboxCase> cases;
+    const int64_t share = (options.mutations + count - 1 - clip) / count;
+    for (int64_t i = 0; i < share; ++i) {
+      const auto number = static_cast<uint64_t>(clip * options.mutations + i);
+      cases.push_back(
+          Mutation(clips[static_cast<size_t>(clip)], i, options.seed * 1000003 + number));
+    }
+    RunRow(FileName(clips[static_cast<size_t>(clip)]), cases, options.jobs, &total);
+  }
+  std::cout << total.Row("all") << "\nlargest: " << total.largest << "\nlongest: " << total.longest
+            << std::endl;
+  return total.Bad() == 0 ? 0 : 1;
+}
