@@ -1,5 +1,7 @@
 #include "codec/decoder/input_file.h"
 
+#include <iterator>
+
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
 
@@ -22,6 +24,12 @@ int InputFile::Open(const std::string& path) {
 }
 
 bool InputFile::Read(AVPacket* packet) {
+  if (!mPutBack.empty()) {
+    av_packet_move_ref(packet, mPutBack.front().get());
+    mPutBack.pop_front();
+    ++mPacketsRead;
+    return true;
+  }
   if (av_read_frame(mContext.get(), packet) < 0) {
     // Not every release leaves the packet blank.
     av_packet_unref(packet);
@@ -31,13 +39,21 @@ bool InputFile::Read(AVPacket* packet) {
   return true;
 }
 
+void InputFile::PutBack(std::vector<ffmpeg::UniquePacket> packets) {
+  mPacketsRead -= static_cast<int64_t>(packets.size());
+  mPutBack.insert(mPutBack.begin(), std::make_move_iterator(packets.begin()),
+                  std::make_move_iterator(packets.end()));
+}
+
 int InputFile::SeekBackward(int stream, int64_t position) {
   ++mSeeks;
+  mPutBack.clear();
   return av_seek_frame(mContext.get(), stream, position, AVSEEK_FLAG_BACKWARD);
 }
 
 int InputFile::SeekToStart(int64_t earliest) {
   ++mSeeks;
+  mPutBack.clear();
   return avformat_seek_file(mContext.get(), -1, earliest, 0, 0,
                             AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
 }

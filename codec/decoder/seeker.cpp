@@ -23,18 +23,12 @@ int64_t Truncated(float value) {
   return static_cast<int64_t>(std::clamp(value, -kLargest, kLargest));
 }
 
-// Whether a frame of this time is the first one at or after the target, given that earlier ones
-// were not.
-bool Reaches(double time, float seconds) {
-  const float beyond = seconds + FLT_EPSILON;
-  return time > beyond || std::abs(time - seconds) < FLT_EPSILON;
-}
-
 }  // namespace
 
 int Seeker::Seek(double seconds, int mode) {
   const auto single = static_cast<float>(seconds);
   mPending->Clear();
+  if (mode != 3) mSource->Leave();
   switch (mode) {
     case 2:
       return _SeekNoKeyFrame(single);
@@ -156,7 +150,7 @@ int Seeker::DecodeToPending(float seconds) {
   DecodedFrame frame;
   do {
     if (mPackets->Decode(mPending->Buffer(), &frame) != 0) return -1;
-  } while (frame.type != kVideoFrame || !Reaches(frame.pts, seconds));
+  } while (frame.type != kVideoFrame || !ReachesTime(frame.pts, seconds));
   mPending->Hold(frame);
   return 0;
 }
@@ -168,6 +162,7 @@ int Seeker::_SeekDecodeForward(float seconds) {
   if (mSession->video == nullptr) return -1;
   if (mNeedsTimeProbe) {
     mNeedsTimeProbe = false;
+    mSource->Leave();
     TimeProbe(mSession).Run();
   }
   if (seconds > mSession->duration) seconds = static_cast<float>(mSession->duration);
@@ -176,8 +171,9 @@ int Seeker::_SeekDecodeForward(float seconds) {
   int64_t back = 1;
   for (;;) {
     MoveToWhole(whole);
-    if (seconds == 0) return 0;
-    const Walk walk = WalkTo(seconds, whole > 0);
+    mSource->BeginWalk(seconds);
+    const Walk walk = seconds == 0 ? Walk::kReached : WalkTo(seconds, whole > 0);
+    mSource->EndWalk();
     if (walk != Walk::kOvershot) return walk == Walk::kReached ? 0 : -1;
     whole = std::max<int64_t>(0, whole - back);
     back *= 2;
@@ -202,7 +198,7 @@ Seeker::Walk Seeker::WalkTo(float seconds, bool mayOvershoot) {
     if (result < 0) return Walk::kFailed;
     const ffmpeg::FrameGuard guard(frame);
     const double time = mSession->times.OfVideo(frame);
-    if (!Reaches(time, seconds)) continue;
+    if (!ReachesTime(time, seconds)) continue;
     const bool behind = time - seconds >= FLT_EPSILON;
     return first && behind && mayOvershoot ? Walk::kOvershot : Walk::kReached;
   }
