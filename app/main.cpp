@@ -1,1 +1,21 @@
-int main() { return 0; }
+// The entry point of clip-reverse.
+#include "app/command_line.h"
+#include "app/run_driver.h"
+#include "base/log.h"
+#include "base/platform.h"
+#include "codec/ffmpeg/log_bridge.h"
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    app::PrintUsage();
+    PauseForKey();
+    return -1;
+  }
+  codec::ffmpeg::InstallLogBridge();
+  app::CommandLine commandLine;
+  if (app::ParseCommandLine(argc, argv, &commandLine) != 0) return -1;
+  log_info("reverse::Main", "=============in:%s, out:%s, start:%.3f, end:%.3f",
+           commandLine.input.c_str(), commandLine.output.c_str(), commandLine.start,
+           commandLine.end);
+  return app::RunReverse(commandLine);
+}

@@ -4,7 +4,9 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 
 namespace {
@@ -27,6 +29,16 @@ int OnPair(void* user, const char* section, const char* name, const char* value)
   return 1;
 }
 
+// Reads one line, as fgets does. inih reads lines into a buffer of fixed size and would take the
+// rest of a longer line for a line of its own, with a key of its own where it holds a "=".
+char* ReadLine(char* line, int size, void* stream) {
+  auto* file = static_cast<std::FILE*>(stream);
+  char* result = std::fgets(line, size, file);
+  if (result == nullptr || std::strchr(line, '\n') != nullptr) return result;
+  for (int c = 0; c != '\n' && c != EOF;) c = std::fgetc(file);
+  return result;
+}
+
 }  // namespace
 
 uint32_t GetPrivateProfileStringA(const char* section, const char* key, const char* fallback,
@@ -34,7 +46,8 @@ uint32_t GetPrivateProfileStringA(const char* section, const char* key, const ch
   if (buffer == nullptr || size == 0) return 0;
   Lookup lookup{section, key, {}, false};
   // A line that inih cannot read does not hide the readable ones, so its result tells nothing here.
-  ini_parse(path, &OnPair, &lookup);
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path, "re"), &std::fclose);
+  if (file != nullptr) ini_parse_stream(&ReadLine, file.get(), &OnPair, &lookup);
   if (!lookup.found) lookup.value = fallback;
   const auto length = std::min<uint32_t>(size - 1, static_cast<uint32_t>(lookup.value.size()));
   std::memcpy(buffer, lookup.value.data(), length);

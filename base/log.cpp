@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/log_backend.h"
@@ -34,10 +34,8 @@ std::shared_ptr<spdlog::logger> MakeBackend() {
 void LogLine(int level, const char* tag, std::string_view text) {
   // Some texts end with a newline of their own; a line of the log has just one.
   while (!text.empty() && text.back() == '\n') text.remove_suffix(1);
-  std::string line;
-  line.reserve(text.size() + 64);
-  line.append("[").append(tag).append("] ").append(text);
-  LogBackend()->log(BackendLevel(level), spdlog::string_view_t(line.data(), line.size()));
+  // Joined in the backend's own buffer, which costs no allocation for a line of usual length.
+  LogBackend()->log(BackendLevel(level), "[{}] {}", tag, text);
 }
 
 [[gnu::format(printf, 3, 0)]] void LogFormatted(int level, const char* tag, const char* format,

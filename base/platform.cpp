@@ -15,9 +15,10 @@ void PauseForKey() {
   if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0) return;
   termios before{};
   if (tcgetattr(STDIN_FILENO, &before) != 0) return;
-  // One key is enough: without line mode the read does not wait for Enter.
+  // One key is enough: without line mode the read does not wait for Enter. The interrupt key counts
+  // as a key too, so that nothing can end the program before the terminal is as it was.
   termios raw = before;
-  raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+  raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ISIG);
   raw.c_cc[VMIN] = 1;
   raw.c_cc[VTIME] = 0;
   tcsetattr(STDIN_FILENO, TCSANOW, &raw);

@@ -54,8 +54,11 @@ int InputFile::SeekBackward(int stream, int64_t position) {
 int InputFile::SeekToStart(int64_t earliest) {
   ++mSeeks;
   mPutBack.clear();
-  return avformat_seek_file(mContext.get(), -1, earliest, 0, 0,
-                            AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+  const int result = avformat_seek_file(mContext.get(), -1, earliest, 0, 0,
+                                        AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+  if (result >= 0) return result;
+  // A stream without stamps has no times to seek to, and looking for them has read it to its end.
+  return av_seek_frame(mContext.get(), -1, 0, AVSEEK_FLAG_BYTE);
 }
 
 }  // namespace codec

@@ -23,7 +23,8 @@ class InputFile : public PacketSource {
   // Moves to the key frame at or before `position`, in ticks of the stream, or in AV_TIME_BASE
   // units when `stream` is -1. FFmpeg's result.
   int SeekBackward(int stream, int64_t position);
-  // Moves to the very first packet that can be reached with stamps from `earliest` to 0.
+  // Moves to the first packet that can be reached with stamps from `earliest` to 0, in AV_TIME_BASE
+  // units, or to the first byte where there are no stamps. FFmpeg's result.
   int SeekToStart(int64_t earliest);
 
   // Owned here; valid while this object lives.

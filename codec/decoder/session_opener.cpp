@@ -1,5 +1,7 @@
 #include "codec/decoder/session_opener.h"
 
+#include <limits>
+
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/key_frame_scan.h"
@@ -130,7 +132,11 @@ void SessionOpener::ScanKeyFrames() {
     scan.Run(&session.input, session.packet.get(), &session.first_video_pts_);
   }
   if (session.video != nullptr) session.video->SkipLoopFilter();
-  session.input.SeekBackward(session.VideoIndex(), 0);
+  // A cover picture has no index to seek in; the sound beside it is still to be read from the
+  // start.
+  if (session.input.SeekBackward(session.VideoIndex(), 0) < 0) {
+    session.input.SeekToStart(std::numeric_limits<int64_t>::min());
+  }
   session.FlushDecoders();
   if (scan.PacketsBetween() == 0) {
     log_warn(kDecoderTag, "not find keyint, not support seek to no key frame");

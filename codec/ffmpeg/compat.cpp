@@ -22,6 +22,7 @@ namespace {
 bool IsSet(AVRational rate) { return rate.num > 0 && rate.den > 0; }
 
 constexpr size_t kDisplayMatrixBytes = 9 * sizeof(int32_t);
+constexpr int kLargestFixedPoint = 0x7fff;
 
 const int32_t* DisplayMatrix(const AVStream* stream) {
 #if HAS_PARAMETER_SIDE_DATA
@@ -264,9 +265,9 @@ void SetRotation(const AVOutputFormat* format, AVStream* stream, const char* deg
   if (matrix == nullptr) return;
   av_display_rotation_set(matrix, angle);
   // The turned picture is moved back into view: by its height, its width or both, in 16.16 fixed
-  // point.
-  const int32_t width = stream->codecpar->width * 65536;
-  const int32_t height = stream->codecpar->height * 65536;
+  // point, which ends at 32767.
+  const int32_t width = std::min(stream->codecpar->width, kLargestFixedPoint) * 65536;
+  const int32_t height = std::min(stream->codecpar->height, kLargestFixedPoint) * 65536;
   matrix[6] = angle == 90 ? height : angle == 180 ? width : 0;
   matrix[7] = angle == 180 ? height : angle == 270 ? width : 0;
 }

@@ -9,8 +9,7 @@
 
 namespace codec::ffmpeg {
 
-// --- Decoding
-// --------------------------------------------------------------------------------------
+// Decoding.
 
 // A context for the stream's decoder, not opened yet; null when memory runs out or the stream's
 // parameters are unusable. `pkt_timebase` stays unset on purpose: with it, newer releases move the
@@ -36,8 +35,7 @@ AVRational CodecTimeBase(const AVStream* stream);
 // The lowest rate that can represent all time stamps of the stream exactly.
 AVRational RealBaseRate(const AVStream* stream);
 
-// --- Encoding and muxing
-// ---------------------------------------------------------------------------
+// Encoding and muxing.
 
 // Encodes one picture in one call; `*gotPacket` becomes 1 when `packet` holds a packet, whose
 // duration is then at least one encoder tick (without it an MP4 loses the duration of its last
@@ -48,8 +46,7 @@ int EncodeOne(AVCodecContext* context, AVPacket* packet, const AVFrame* frame, i
 // defaults; null when memory runs out.
 UniqueOutput NewMuxer(const AVOutputFormat* format, const char* path);
 
-// --- Channels
-// --------------------------------------------------------------------------------------
+// Channels.
 
 int Channels(const AVCodecContext* context);
 int Channels(const AVFrame* frame);
@@ -67,8 +64,7 @@ int CopyLayout(AVFrame* frame, const AVCodecContext* context);
 UniqueResampler NewResampler(uint64_t outMask, AVSampleFormat outFormat, uint64_t inMask,
                              AVSampleFormat inFormat, int sampleRate);
 
-// --- Rotation
-// --------------------------------------------------------------------------------------
+// Rotation.
 
 // The clockwise turn that a demuxed stream asks of its player, in degrees as text ("" when none):
 // its "rotate" tag, or the text that FFmpeg 4 made of the display matrix of an MP4.
@@ -77,8 +73,7 @@ std::string RotateText(const AVFormatContext* input, const AVStream* stream);
 // `avcodec_parameters_from_context`, which wipes the display matrix on newer releases.
 void SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degrees);
 
-// --- Errors
-// ----------------------------------------------------------------------------------------
+// Errors.
 
 // FFmpeg's sentence for one of its error numbers.
 std::string ErrorText(int error);

@@ -11,6 +11,9 @@
 namespace codec::ffmpeg {
 namespace {
 
+// A line is passed on at this length even when its newline has not come.
+constexpr size_t kLongestLine = 4096;
+
 int OurLevel(int ffmpegLevel) {
   if (ffmpegLevel <= AV_LOG_ERROR) return kLogError;
   if (ffmpegLevel <= AV_LOG_WARNING) return kLogWarn;
@@ -21,21 +24,28 @@ int OurLevel(int ffmpegLevel) {
 std::string TagOf(void* speaker) {
   const AVClass* const* object = static_cast<const AVClass* const*>(speaker);
   if (object == nullptr || *object == nullptr) return "ffmpeg";
-  return std::string("ffmpeg:") + (*object)->item_name(speaker);
+  const auto itemName = (*object)->item_name;
+  return std::string("ffmpeg:") +
+         (itemName != nullptr ? itemName(speaker) : av_default_item_name(speaker));
 }
 
 [[gnu::format(printf, 3, 0)]] void OnLine(void* speaker, int level, const char* format,
                                           va_list args) {
+  // The higher bits of a level ask for a colour.
+  if (level >= 0) level &= 0xff;
   // FFmpeg's trace level prints whole packets; it says nothing about a run.
   if (level > AV_LOG_DEBUG || !log_enabled(OurLevel(level))) return;
   std::array<char, 1024> text;
-  if (std::vsnprintf(text.data(), text.size(), format, args) < 0) return;
+  const int length = std::vsnprintf(text.data(), text.size(), format, args);
+  if (length < 0) return;
+  // A piece that did not fit has lost its newline; nothing may be joined to it.
+  const bool cut = static_cast<size_t>(length) >= text.size();
 
   // FFmpeg builds some lines piece by piece; they are joined until the newline comes. Each thread
   // has its own unfinished line, because decoder threads speak at the same time.
   thread_local std::string line;
   line += text.data();
-  if (line.empty() || (line.back() != '\n' && line.size() < 4096)) return;
+  if (line.empty() || (line.back() != '\n' && !cut && line.size() < kLongestLine)) return;
   log_text(OurLevel(level), TagOf(speaker).c_str(), line.c_str());
   line.clear();
 }

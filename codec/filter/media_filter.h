@@ -17,11 +17,14 @@ class MediaFilter {
   MediaFilter(const MediaFilter&) = delete;
   MediaFilter& operator=(const MediaFilter&) = delete;
 
-  // Reads "width" and "height". 0, or -1 when either is missing or 0. Derived filters call it
-  // first.
+  // Reads "width" and "height". 0, or -1 after an error line when either is missing, 0 or negative,
+  // or when a picture of that size would not fit 31 bits. Derived filters call it first.
   virtual int Configure(MediaFormat& format);
 
-  // Filters one picture of `width` x `height` in the filter's input format. A filter with a `next`
+  // Filters one picture of `width` x `height` in the filter's input format. The memory behind it
+  // must be readable for width + 64 bytes more than FrameSize tells, because libyuv and swscale
+  // round the chroma sizes of odd pictures up and read whole vectors (and it must hold FFmpeg's own
+  // layout of the picture where swscale reads an odd one). A filter with a `next`
   // writes into a buffer of its own (or passes `picture` on where it has nothing to do) and returns
   // what `next` returns. The last filter writes into a free video buffer of the shared pool and
   // returns it, or null when none is free; the caller sets its time stamp and size and gives it

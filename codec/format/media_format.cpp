@@ -32,7 +32,7 @@ void MediaFormat::SetDouble(const char* key, double value) { mEntries[key] = Num
 int MediaFormat::GetString(const char* key, std::string& value) const {
   const auto entry = mEntries.find(key);
   if (entry == mEntries.end()) return -1;
-  value = entry->second.c_str();
+  value = entry->second;
   return 0;
 }
 

@@ -5,10 +5,10 @@
 #include <pthread.h>
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 
 #include "base/lock.h"
+#include "codec/writer/buffer_ring.h"
 #include "codec/writer/media_buffer.h"
 
 namespace codec {
@@ -35,6 +35,9 @@ class MediaBufferPool {
   MediaBuffer* TakeVideo(int32_t bytes);
   // An idle audio buffer; the pool grows by five when it has none.
   MediaBuffer* TakeAudio();
+  // The same, but buffers too small for `bytes` are freed on the way; null when those that the pool
+  // makes are too small as well.
+  MediaBuffer* TakeAudio(int32_t bytes);
 
   // Waits, once, until a buffer of this frame type has been given back; at once when one is idle or
   // the type is neither 1 nor 2.
@@ -53,11 +56,17 @@ class MediaBufferPool {
   MediaBufferPool& operator=(const MediaBufferPool&) = delete;
 
  private:
-  using Buffers = std::deque<std::unique_ptr<MediaBuffer>>;
+  using Buffers = BufferRing<std::unique_ptr<MediaBuffer>>;
+
+  static void Add(Buffers& idle, int count, int32_t type, int32_t bytes);
+  static void DropSmall(Buffers& idle, int32_t bytes);
+  static void Wait(const Buffers& idle, but::Mutex& lock, pthread_cond_t& available);
+  static void Keep(Buffers& idle, size_t limit, std::unique_ptr<MediaBuffer> buffer,
+                   but::Mutex& lock, pthread_cond_t& available);
 
   static constexpr int kAudioGrowCount = 5;
   static constexpr int kVideoCount = 5;
-  static constexpr int kAudioIdleLimit = 100;
+  static constexpr size_t kAudioIdleLimit = 100;
 
   // Set while no other thread uses the pool.
   int32_t mVideoBufferSize = 1024;
@@ -73,5 +82,11 @@ class MediaBufferPool {
   pthread_cond_t mVideoAvailable;
   pthread_cond_t mAudioAvailable;
 };
+
+// Gives a taken buffer back when its holder lets go of it.
+struct GiveToPool {
+  void operator()(MediaBuffer* buffer) const { MediaBufferPool::Instance()->Give(buffer); }
+};
+using PooledBuffer = std::unique_ptr<MediaBuffer, GiveToPool>;
 
 }  // namespace codec

@@ -65,7 +65,14 @@ std::vector<double> VideoTimes(const std::string& path) {
   std::vector<double> times;
   std::string line;
   while (std::getline(lines, line)) {
-    if (!line.empty()) times.push_back(std::stod(line));
+    if (line.empty()) continue;
+    // In AVI the stamps of pictures that leave the decoder late are not known; they follow the
+    // others.
+    if (line.compare(0, 3, "N/A") != 0) {
+      times.push_back(std::stod(line));
+    } else if (times.size() >= 2) {
+      times.push_back(2 * times.back() - times[times.size() - 2]);
+    }
   }
   return times;
 }

@@ -1,0 +1,17 @@
+// Runs one reversal from the arguments to the exit status.
+#pragma once
+
+#include <functional>
+
+#include "app/command_line.h"
+
+namespace app {
+
+// Reverses what the command line asks for. The exit status: 0, or -1 after an error line.
+int RunReverse(const CommandLine& commandLine);
+
+// Logs the progress in percent, then waits 400 ms, until it has logged 100.
+void ReportProgress(const std::function<float()>& progress,
+                    const std::function<void(int milliseconds)>& wait);
+
+}  // namespace app

@@ -1,0 +1,119 @@
+#include "codec/encoder/encoder_settings.h"
+
+#include <array>
+#include <cstdlib>
+#include <string_view>
+#include <variant>
+
+#include "base/log.h"
+#include "codec/encoder/numbers.h"
+#include "codec/ffmpeg/ffmpeg_headers.h"
+
+namespace codec {
+namespace {
+
+constexpr char kTag[] = "codec::FFmpegEncoderImpl";
+
+// The type of the member decides how the text is read.
+using Member = std::variant<std::monostate, int EncoderSettings::*, double EncoderSettings::*,
+                            bool EncoderSettings::*, std::string EncoderSettings::*>;
+
+struct Row {
+  std::string_view key;
+  Member member;
+};
+
+using S = EncoderSettings;
+constexpr std::array<Row, 28> kRows = {{
+    {"file-format", &S::fileFormat},
+    {"output-path", &S::outputPath},
+    {"has-video", &S::hasVideo},
+    {"video-codec", &S::videoCodec},
+    {"output-color-format", &S::outputColorFormat},
+    {"video-bitrate", &S::videoBitRate},
+    {"maxrate", &S::maxRate},
+    {"bufsize", &S::bufSize},
+    {"width", &S::width},
+    {"height", &S::height},
+    {"sample_aspect_den", &S::sampleAspectDen},
+    {"sample_aspect_num", &S::sampleAspectNum},
+    {"rotate", &S::rotate},
+    {"frame-rate", &S::frameRate},
+    {"gop", &S::gop},
+    {"preset", &S::preset},
+    {"profile", &S::profile},
+    {"level", &S::level},
+    {"thread-count", &S::threadCount},
+    {"thread-type", &S::threadType},
+    {"has-audio", &S::hasAudio},
+    {"audio-codec", &S::audioCodec},
+    {"audio-bit-rate", &S::audioBitRate},
+    {"sample-rate", &S::sampleRate},
+    {"channel-count", &S::channelCount},
+    {"sample-format", &S::sampleFormat},
+    // Known to callers that share a bag with other encoders; without effect here.
+    {"enable-video-encode-time", std::monostate{}},
+    {"input-by-surface", std::monostate{}},
+}};
+
+class Store {
+ public:
+  Store(EncoderSettings* settings, const char* value) : mSettings(settings), mValue(value) {}
+
+  void operator()(std::monostate) const {}
+  void operator()(int S::*member) const { mSettings->*member = ParseInt(mValue); }
+  void operator()(double S::*member) const { mSettings->*member = std::atof(mValue); }
+  void operator()(bool S::*member) const { mSettings->*member = ParseInt(mValue) != 0; }
+  void operator()(std::string S::*member) const { mSettings->*member = mValue; }
+
+ private:
+  EncoderSettings* mSettings;
+  const char* mValue;
+};
+
+}  // namespace
+
+void EncoderSettings::SetParameter(const char* key, const char* value) {
+  if (key == nullptr || value == nullptr) return;
+  log_debug(kTag, "SetParameter:%s = %s", key, value);
+  for (const Row& row : kRows) {
+    if (row.key != key) continue;
+    std::visit(Store(this, value), row.member);
+    // A codec named "none" revokes the video that an earlier key asked for.
+    if (row.key == "video-codec" && videoCodec == "none") hasVideo = false;
+    return;
+  }
+  log_info(kTag, "ignore %s:%s", key, value);
+}
+
+int EncoderSettings::ResolvePixelFormat() {
+  if (!hasVideo) return 0;
+  videoPixelFormat = av_get_pix_fmt(outputColorFormat.c_str());
+  log_debug(kTag, "m_videoPixelFormat:%s-->%d", outputColorFormat.c_str(), videoPixelFormat);
+  if (videoPixelFormat != -1) return 0;
+  log_error(kTag, "Invalid video pixel format: %s", outputColorFormat.c_str());
+  return -1;
+}
+
+int EncoderSettings::CheckParams() const {
+  log_debug(kTag, "CheckParams m_hasVideo:%s", hasVideo ? "ture" : "false");
+  struct Check {
+    bool failed;
+    const char* text;
+  };
+  const std::array<Check, 5> checks = {{
+      {hasVideo && videoCodec.empty(), "You must Specified a video codec."},
+      {hasVideo && videoPixelFormat == -1, "You must Specified input video pixel format."},
+      {hasVideo && (width == 0 || height == 0), "You must input video width and height."},
+      {hasAudio && audioCodec.empty(), "You must Specified a audio codec."},
+      {outputPath.empty(), "You must input ouput filename."},
+  }};
+  for (const Check& check : checks) {
+    if (!check.failed) continue;
+    log_error(kTag, "%s", check.text);
+    return -1;
+  }
+  return 0;
+}
+
+}  // namespace codec

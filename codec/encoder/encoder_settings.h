@@ -1,0 +1,50 @@
+// The settings of one output file and the text keys that set them.
+#pragma once
+
+#include <string>
+
+namespace codec {
+
+// Plain values with their defaults; nothing is range-checked before CheckParams.
+struct EncoderSettings {
+  std::string fileFormat;  // kept, the container is chosen by the output path
+  std::string outputPath;
+  std::string libPrefix;  // kept, nothing reads it
+
+  bool hasVideo = true;
+  std::string videoCodec;
+  std::string outputColorFormat;
+  int videoPixelFormat = -1;  // FFmpeg's number, resolved from `outputColorFormat`
+  int videoBitRate = 0;       // bit/s, as the next one
+  int maxRate = 0;
+  int bufSize = 0;  // bits
+  int width = 0;    // pixels, as the next one
+  int height = 0;
+  int sampleAspectDen = 0;
+  int sampleAspectNum = 0;
+  std::string rotate = "0";  // degrees
+  double frameRate = 15.0;   // frames/s
+  double gop = 30.0;         // frames
+  std::string preset;
+  std::string profile = "baseline";  // kept with `level`; the stream's own are decided when it is
+  std::string level = "31";          // created
+  int threadCount = 0;
+  std::string threadType;
+
+  bool hasAudio = false;
+  std::string audioCodec;
+  int audioBitRate = 64000;  // bit/s
+  int sampleRate = 44100;    // Hz
+  int channelCount = 2;
+  int sampleFormat = 8;  // FFmpeg's number; planar float
+
+  // Stores a value under its key. Text that is no number counts as 0. Unknown keys are logged and
+  // dropped.
+  void SetParameter(const char* key, const char* value);
+  // Resolves the pixel format by its name, when there is video. 0, or -1 for an unknown name.
+  int ResolvePixelFormat();
+  // Whether an output can be opened with these settings: 0, or -1 after an error line.
+  int CheckParams() const;
+};
+
+}  // namespace codec

@@ -1,0 +1,138 @@
+#include "codec/encoder/ffmpeg_encoder_impl.h"
+
+#include <array>
+#include <string_view>
+
+#include "base/log.h"
+
+namespace codec {
+namespace {
+
+constexpr char kTag[] = "codec::FFmpegEncoderImpl";
+
+// What GetParameter answers to "next-frame-type".
+enum NextFrame { kNeither = 0, kVideo = 1, kAudio = 2 };
+
+int AudioFrameSize(const AudioEncoder& audio) {
+  return audio.FrameSize() < 1 ? 1024 : audio.FrameSize();
+}
+
+// Microseconds.
+int AudioFrameDuration(const AudioEncoder& audio) {
+  if (audio.SampleRate() < 1) return 0;
+  return static_cast<int>(static_cast<int64_t>(AudioFrameSize(audio)) * 1000000 /
+                          audio.SampleRate());
+}
+
+struct AudioParameter {
+  std::string_view key;
+  int (*value)(const AudioEncoder&);
+};
+
+constexpr std::array<AudioParameter, 3> kAudioParameters = {{
+    {"audio-frame-size", &AudioFrameSize},
+    {"audio-frame-duration", &AudioFrameDuration},
+    {"sample-rate", [](const AudioEncoder& audio) { return audio.SampleRate(); }},
+}};
+
+}  // namespace
+
+FFmpegEncoderImpl::FFmpegEncoderImpl()
+    : mOptions(DefaultEncoderOptions()), mVideo(mSettings, &mFile), mAudio(mSettings, &mFile) {}
+
+FFmpegEncoderImpl::~FFmpegEncoderImpl() { log_debug(kTag, "FFmpegEncoderImpl destructor"); }
+
+int FFmpegEncoderImpl::Init(const char* libPrefix, const char* /*libName*/) {
+  mSettings.libPrefix = libPrefix == nullptr ? "" : libPrefix;
+  return mSettings.ResolvePixelFormat();
+}
+
+void FFmpegEncoderImpl::SetParameter(const char* key, const char* value) {
+  mSettings.SetParameter(key, value);
+}
+
+int FFmpegEncoderImpl::Open() {
+  if (mSettings.CheckParams() != 0) return -1;
+  if (IsMobileCodec(mSettings.videoCodec)) {
+    log_error(kTag, "h264_zqmediacodec|hevc_zqmediacodec only support android");
+    return -1;
+  }
+  if (mFile.Create(mSettings.outputPath, mOptions) != 0) return -1;
+  if (CreateStreams() != 0) return -1;
+  mFile.StampMetadata();
+  const int result = mFile.OpenFileAndWriteHeader();
+  if (mSettings.hasVideo) {
+    const AVRational timeBase = mVideo.StreamTimeBase();
+    log_debug(kTag, "video stream time_base::%d/%d, after WriteHeader", timeBase.num, timeBase.den);
+  }
+  return result;
+}
+
+int FFmpegEncoderImpl::CreateStreams() {
+  if (mSettings.hasVideo) {
+    if (mVideo.Create(mOptions) != 0) {
+      log_error(kTag, "Create video stream failed.");
+      return -1;
+    }
+    log_debug(kTag, "Create video stream:%d successfully.", mVideo.StreamIndex());
+  }
+  if (mSettings.hasAudio) {
+    if (mAudio.Create(mOptions) != 0) {
+      log_error(kTag, "Create audio stream failed.");
+      return -1;
+    }
+    log_debug(kTag, "Create audio stream:%d successfully.", mAudio.StreamIndex());
+  }
+  return 0;
+}
+
+int FFmpegEncoderImpl::GetParameter(const char* key) {
+  const std::string_view name = key == nullptr ? "" : key;
+  if (name == "next-frame-type") return NextFrameType();
+  if (name == "surface" || !mAudio.Exists()) return 0;
+  for (const AudioParameter& parameter : kAudioParameters) {
+    if (parameter.key == name) return parameter.value(mAudio);
+  }
+  log_error(kTag, "Get invalid parameter key:%s", key);
+  return 0;
+}
+
+// The kind whose last packet is the earlier one, so that neither runs away from the other.
+int FFmpegEncoderImpl::NextFrameType() const {
+  if (!mSettings.hasVideo) return mSettings.hasAudio ? kAudio : kNeither;
+  if (!mSettings.hasAudio || !mFile.HeaderWritten()) return kVideo;
+  return mVideo.LastTime() > mAudio.LastTime() ? kAudio : kVideo;
+}
+
+int FFmpegEncoderImpl::EncodeVideo(uint8_t* data, int /*ignored*/, int64_t ptsUs) {
+  return mSettings.hasVideo ? mVideo.Encode(data, ptsUs) : 0;
+}
+
+int FFmpegEncoderImpl::EncodeAudio(uint8_t* data, size_t size) {
+  // Sound that comes before the header has no place in the file.
+  if (!mSettings.hasAudio || !mFile.HeaderWritten()) return 0;
+  return mAudio.Encode(data, size);
+}
+
+void FFmpegEncoderImpl::Close() {
+  log_debug(kTag, "_Flush Decoder...");
+  Drain();
+  log_debug(kTag, "_Flush Decoder done");
+  mFile.WriteTrailer();
+  mVideo.Close();
+  mAudio.Close();
+  mFile.Close();
+  log_info(kTag, "encode video frames:%d,pkt queue:%d", mVideo.PicturesTaken(),
+           mVideo.StampsWaiting());
+}
+
+void FFmpegEncoderImpl::Drain() {
+  const int next = NextFrameType();
+  if (next == kNeither) return;
+  if (next == kVideo && mVideo.UsesSendReceive()) mVideo.Drain();
+  const int result = mAudio.Drain();
+  // The one-call video encoder holds nothing; the audio encoder gets a second chance to finish.
+  if (next == kVideo && !mVideo.UsesSendReceive() && result != AVERROR_EOF) mAudio.Drain();
+}
+
+}  // namespace codec

@@ -1,0 +1,36 @@
+// The front of the encoder: turns a MediaFormat into settings and forwards everything else.
+#pragma once
+
+#include <memory>
+
+#include "codec/encoder/ffmpeg_encoder.h"
+#include "codec/encoder/media_encoder.h"
+
+namespace codec {
+
+class MediaEncoderImpl : public MediaEncoder {
+ public:
+  // With an FFmpegEncoderImpl of its own.
+  MediaEncoderImpl();
+  // With a given implementation, which may be null: then every call that has a result returns -1.
+  explicit MediaEncoderImpl(std::unique_ptr<FFmpegEncoder> implementation);
+  ~MediaEncoderImpl() override;
+
+  // Hands every entry of the format to the implementation, in key order, then initialises it. 0, or
+  // -1 when the implementation refuses.
+  int Configure(const MediaFormat& format) override;
+  int Open() override;
+  void Close() override;
+  int GetParameter(const char* key) override;
+  int EncodeVideo(uint8_t* data, int ignored, int64_t ptsUs) override;
+  int EncodeAudio(uint8_t* data, size_t size) override;
+
+  // The first error of opening, writing or finishing the output file, as FFmpeg's negative number;
+  // 0 while there was none, -1 without an implementation. Stays readable after Close.
+  int OutputError() const;
+
+ private:
+  std::unique_ptr<FFmpegEncoder> mEncoder;
+};
+
+}  // namespace codec

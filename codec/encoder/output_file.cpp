@@ -1,0 +1,142 @@
+#include "codec/encoder/output_file.h"
+
+#include <array>
+#include <ctime>
+
+#include "base/log.h"
+#include "codec/ffmpeg/compat.h"
+
+namespace codec {
+namespace {
+
+constexpr char kTag[] = "codec::FFmpegEncoderImpl";
+
+// Opaque mark of the files that this system writes.
+constexpr char kDescription[] =
+    "Y2xpcC1yZXZlcnNlIHdyaXRlcyBldmVyeSBmcmFtZSBvZiBhIGNsaXAgaW4gdGhlIG9wcG9zaXRlIG9yZGVyLCBuZXdlc3"
+    "Qg"
+    "Zmlyc3Qu";
+static_assert(sizeof(kDescription) - 1 == 104);
+
+const AVOutputFormat* ChooseFormat(const char* path) {
+  const AVOutputFormat* format = av_guess_format(nullptr, path, nullptr);
+  return format != nullptr ? format : av_guess_format("mpeg", nullptr, nullptr);
+}
+
+// The local time without a zone; readers take it as local time too.
+std::array<char, 40> TimeText() {
+  std::array<char, 40> text{};
+  const std::time_t now = std::time(nullptr);
+  std::tm local = {};
+  localtime_r(&now, &local);
+  std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local);
+  return text;
+}
+
+}  // namespace
+
+int OutputFile::Create(const std::string& path, const EncoderOptions& options) {
+  if (mContext != nullptr) return 0;
+  mPath = path;
+  mHeader = Header::kNone;
+  mError = 0;
+  const AVOutputFormat* format = ChooseFormat(path.c_str());
+  if (format == nullptr) {
+    log_error(kTag, "not find format for %s", path.c_str());
+    return -1;
+  }
+  mContext = ffmpeg::NewMuxer(format, path.c_str());
+  if (mContext == nullptr) {
+    log_error(kTag, "Could not deduce output format from file extension.");
+    return -1;
+  }
+  SetOptions(mContext.get(), options, AV_OPT_FLAG_ENCODING_PARAM, '\0');
+  if (format->priv_class != nullptr) {
+    SetOptions(mContext->priv_data, options, AV_OPT_FLAG_ENCODING_PARAM, '\0');
+  }
+  return 0;
+}
+
+AVStream* OutputFile::AddStream(const AVCodec* codec) {
+  return avformat_new_stream(mContext.get(), codec);
+}
+
+void OutputFile::StampMetadata() {
+  const std::array<char, 40> time = TimeText();
+  av_dict_set(&mContext->metadata, "description", kDescription, 0);
+  av_dict_set(&mContext->metadata, "creation_time", time.data(), 0);
+  for (unsigned i = 0; i < mContext->nb_streams; ++i) {
+    av_dict_set(&mContext->streams[i]->metadata, "creation_time", time.data(), 0);
+  }
+}
+
+int OutputFile::OpenFileAndWriteHeader() {
+  if (mHeader != Header::kNone) return 0;
+  if (mContext == nullptr) return -1;
+  if ((Format()->flags & AVFMT_NOFILE) == 0 &&
+      Remember(avio_open(&mContext->pb, mPath.c_str(), AVIO_FLAG_WRITE)) < 0) {
+    log_error(kTag, "Could not open '%s'\n", mPath.c_str());
+    return -1;
+  }
+  // A muxer whose header failed crashes when it is called again, so the refusal is kept. Encoding
+  // goes on as if nothing had happened; the packets are refused one by one.
+  const int result = Remember(avformat_write_header(mContext.get(), nullptr));
+  mHeader = result < 0 ? Header::kRefused : Header::kWritten;
+  if (result < 0) {
+    log_error(kTag, "Could not write the header of '%s': %s", mPath.c_str(),
+              ffmpeg::ErrorText(result).c_str());
+  }
+  return 0;
+}
+
+int OutputFile::WritePacket(AVPacket* packet, AVRational encoderTimeBase, OutputTrack* track) {
+  const AVRational timeBase = track->stream->time_base;
+  av_packet_rescale_ts(packet, encoderTimeBase, timeBase);
+  packet->stream_index = track->stream->index;
+  track->lastTime =
+      packet->pts == AV_NOPTS_VALUE ? -1.0 : static_cast<double>(packet->pts) * av_q2d(timeBase);
+  if (mContext == nullptr || mHeader != Header::kWritten) return Remember(AVERROR(EINVAL));
+  KeepStampsIncreasing(packet, track);
+  return Remember(av_interleaved_write_frame(mContext.get(), packet));
+}
+
+// Frame numbers increase strictly, but a stream whose time base is coarser than the frame period
+// gives neighbours the same stamp, and muxers that insist on increasing stamps would refuse the
+// packet. The raised stamps may run ahead of the true ones, so that a lower one is raised as well.
+void OutputFile::KeepStampsIncreasing(AVPacket* packet, OutputTrack* track) const {
+  if (packet->dts == AV_NOPTS_VALUE) return;
+  const bool strict = (Format()->flags & AVFMT_TS_NONSTRICT) == 0;
+  if (strict && track->lastDts != AV_NOPTS_VALUE && packet->dts <= track->lastDts) {
+    const int64_t rise = track->lastDts + 1 - packet->dts;
+    packet->dts += rise;
+    if (packet->pts != AV_NOPTS_VALUE) packet->pts += rise;
+  }
+  track->lastDts = packet->dts;
+}
+
+void OutputFile::WriteTrailer() {
+  if (mContext == nullptr || mHeader != Header::kWritten || mContext->nb_streams == 0) return;
+  if (Remember(av_write_trailer(mContext.get())) < 0) {
+    log_error(kTag, "wirte trailer failed.");
+  } else {
+    log_debug(kTag, "write trailer successfully.");
+  }
+}
+
+void OutputFile::Close() {
+  if (mContext == nullptr) return;
+  const bool needsFile = (Format()->flags & AVFMT_NOFILE) == 0;
+  // Closed by hand, because the last bytes are flushed here and a full disk shows only now.
+  if (needsFile) {
+    Remember(avio_closep(&mContext->pb));
+    log_debug(kTag, "close output file.");
+  }
+  mContext.reset();
+}
+
+int OutputFile::Remember(int result) {
+  if (result < 0 && mError == 0) mError = result;
+  return result;
+}
+
+}  // namespace codec

@@ -1,0 +1,65 @@
+// The output container: its format, its streams' packets, its header and trailer.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "codec/encoder/encoder_options.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+// What the file knows of one of its streams while packets are written.
+struct OutputTrack {
+  AVStream* stream = nullptr;        // owned by the file; null while there is none
+  double lastTime = 0.0;             // seconds, of the last packet; -1 when it had no stamp
+  int64_t lastDts = AV_NOPTS_VALUE;  // of the last packet, in the stream's time base
+};
+
+// Create, AddStream for each stream, StampMetadata, OpenFileAndWriteHeader, WritePacket any number
+// of times, WriteTrailer, Close. Whatever is left out, the destructor frees everything.
+class OutputFile {
+ public:
+  // Chooses the container by the path and hands it the options that it knows. A context that
+  // exists already is kept. 0, or -1 after an error line.
+  int Create(const std::string& path, const EncoderOptions& options);
+
+  bool Exists() const { return mContext != nullptr; }
+  const AVOutputFormat* Format() const { return mContext->oformat; }
+  bool WantsGlobalHeader() const { return (Format()->flags & AVFMT_GLOBALHEADER) != 0; }
+
+  // A new stream, owned by the file; null when memory runs out.
+  AVStream* AddStream(const AVCodec* codec);
+  // Dates the container and every stream.
+  void StampMetadata();
+
+  // Opens the path and writes the header, once. 0, or -1 when the path cannot be opened. A header
+  // that the container refuses is logged and kept as OutputError, but is no failure here.
+  int OpenFileAndWriteHeader();
+  // Whether muxing has begun, be it with a refused header.
+  bool HeaderWritten() const { return mHeader != Header::kNone; }
+
+  // Moves the stamps from the encoder's time base to the track's and hands the packet on, leaving
+  // it empty. 0 or FFmpeg's negative error; AVERROR(EINVAL) without a usable header.
+  int WritePacket(AVPacket* packet, AVRational encoderTimeBase, OutputTrack* track);
+  // Does nothing without a usable header or without streams.
+  void WriteTrailer();
+  // Closes the file and frees the container with all of its streams.
+  void Close();
+
+  // The first error of the above, as FFmpeg's negative number; 0 while there was none.
+  int OutputError() const { return mError; }
+
+ private:
+  enum class Header { kNone, kWritten, kRefused };
+
+  int Remember(int result);
+  void KeepStampsIncreasing(AVPacket* packet, OutputTrack* track) const;
+
+  std::string mPath;
+  ffmpeg::UniqueOutput mContext;
+  Header mHeader = Header::kNone;
+  int mError = 0;
+};
+
+}  // namespace codec

@@ -1,0 +1,21 @@
+// Taking interleaved samples apart.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace codec {
+
+// Bytes of one sample by FFmpeg's sample format number; 0 for formats that it does not name.
+int BytesPerSample(int sampleFormat);
+
+// Whether interleaved samples must be taken apart for an encoder of this format. Planar double is
+// not: it is handed on as it is.
+bool NeedsPlanes(int sampleFormat);
+
+// Writes the samples of channel 0, then those of channel 1, and so on. Both sides hold
+// `samples` x `channels` x `bytesPerSample` bytes.
+void SplitIntoPlanes(const uint8_t* interleaved, size_t samples, size_t channels,
+                     size_t bytesPerSample, uint8_t* planes);
+
+}  // namespace codec

@@ -1,0 +1,232 @@
+#include "codec/encoder/video_encoder.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <string_view>
+
+#include "base/log.h"
+#include "codec/encoder/encoder_context.h"
+#include "codec/encoder/numbers.h"
+#include "codec/ffmpeg/compat.h"
+
+namespace codec {
+namespace {
+
+constexpr char kTag[] = "codec::FFmpegEncoderImpl";
+
+constexpr std::array<std::string_view, 3> kForeignCodecs = {"vomx", "vomx2", "h264_mediacodec"};
+
+// Frames per 1000 seconds, so that 29.97 and the like stay exact.
+int FramesPerThousandSeconds(double frameRate) { return TruncateToInt(frameRate * 1000); }
+
+const char* SendErrorText(int error) {
+  switch (error) {
+    case AVERROR(EAGAIN):
+      return "AVERROR(EAGAIN)";
+    case AVERROR_EOF:
+      return "AVERROR_EOF";
+    case AVERROR(EINVAL):
+      return "AVERROR(EINVAL)";
+    case AVERROR(ENOMEM):
+      return "AVERROR(ENOMEM";
+    default:
+      return "legitimate decoding errors";
+  }
+}
+
+}  // namespace
+
+int VideoEncoder::Create(const EncoderOptions& defaults) {
+  if (Exists() || !mFile->Exists()) {
+    log_error(kTag, "Video stream has existed or AVFormatContext is null.");
+    return -1;
+  }
+  const std::string& name = mSettings.videoCodec;
+  if (std::find(kForeignCodecs.begin(), kForeignCodecs.end(), name) != kForeignCodecs.end()) {
+    log_error(kTag, "this platform not support %s", name.c_str());
+    return -1;
+  }
+  const AVCodec* const codec = avcodec_find_encoder_by_name(name.c_str());
+  log_info(kTag, "video codec name: %s", name.c_str());
+  if (codec == nullptr) {
+    log_error(kTag, "video codec not found %s", name.c_str());
+    return -1;
+  }
+  mTrack.stream = mFile->AddStream(codec);
+  if (mTrack.stream != nullptr) mContext = NewEncoder(codec, *mFile);
+  mPacket.reset(av_packet_alloc());
+  if (mTrack.stream == nullptr || mContext == nullptr || mPacket == nullptr) {
+    log_error(kTag, "Could not alloc video stream.");
+    return -1;
+  }
+
+  Describe(codec);
+  ApplyOptionsTo(mContext.get(), mSettings, defaults, name);
+  ChooseThreads();
+  if (avcodec_open2(mContext.get(), codec, nullptr) < 0) {
+    log_error(kTag, "Could not open video codec");
+    return -1;
+  }
+  log_debug(kTag, "fmt->name:%s", mFile->Format()->name);
+  if (PreparePicture() != 0) return -1;
+  mSendReceive = IsHardwareCodec(name);
+  log_debug(kTag, "video stream::time_base:%d/%d, cc::time_base:%d/%d",
+            mTrack.stream->time_base.num, mTrack.stream->time_base.den, mContext->time_base.num,
+            mContext->time_base.den);
+  return 0;
+}
+
+void VideoEncoder::Describe(const AVCodec* codec) {
+  AVCodecContext* const context = mContext.get();
+  AVStream* const stream = mTrack.stream;
+  if (mSettings.videoBitRate > 0) context->bit_rate = mSettings.videoBitRate;
+  context->width = mSettings.width;
+  context->height = mSettings.height;
+  if (mSettings.sampleAspectNum != 0 || mSettings.sampleAspectDen != 0) {
+    context->sample_aspect_ratio = {mSettings.sampleAspectNum, mSettings.sampleAspectDen};
+  }
+  const int rate = FramesPerThousandSeconds(mSettings.frameRate);
+  stream->time_base = {1000, rate};
+  context->time_base = stream->time_base;
+  if (IsMobileCodec(codec->name)) context->framerate = {rate, 1000};
+  log_debug(kTag, "video codec frameRate:%f ,den:%d, num:%d", mSettings.frameRate,
+            context->time_base.den, context->time_base.num);
+  context->gop_size = TruncateToInt(mSettings.gop);
+  context->pix_fmt = static_cast<AVPixelFormat>(mSettings.videoPixelFormat);
+}
+
+void VideoEncoder::ChooseThreads() {
+  if (mSettings.threadCount > 0) {
+    mContext->thread_count = mSettings.threadCount;
+    log_debug(kTag, "thread_coount:%d", mSettings.threadCount);
+  }
+  if (mSettings.threadType == "frame") {
+    mContext->thread_type = FF_THREAD_FRAME;
+    log_debug(kTag, "thread_type: frame");
+  } else if (mSettings.threadType == "slice") {
+    mContext->thread_type = FF_THREAD_SLICE;
+    log_debug(kTag, "thread_type: slice");
+  }
+}
+
+int VideoEncoder::PreparePicture() {
+  mPicture.reset(av_frame_alloc());
+  if (mPicture == nullptr) {
+    log_error(kTag, "av_frame_alloc error.");
+    log_error(kTag, "alloc_picture error");
+    return -1;
+  }
+  mPicture->format = mContext->pix_fmt;
+  mPicture->width = mContext->width;
+  mPicture->height = mContext->height;
+
+  // Only now are the encoder's own parameters known, and nothing may replace them later: the
+  // display matrix lives beside them on newer releases.
+  if (avcodec_parameters_from_context(mTrack.stream->codecpar, mContext.get()) < 0) {
+    log_error(kTag, "Could not alloc video stream.");
+    return -1;
+  }
+  mTrack.stream->sample_aspect_ratio = mContext->sample_aspect_ratio;
+  ffmpeg::SetRotation(mFile->Format(), mTrack.stream, mSettings.rotate.c_str());
+  return 0;
+}
+
+int VideoEncoder::Encode(const uint8_t* picture, int64_t ptsUs) {
+  if (mPicture == nullptr) return AVERROR(EINVAL);
+  mPicture->pts = NextFrameNumber(ptsUs);
+  const int filled = av_image_fill_arrays(mPicture->data, mPicture->linesize, picture,
+                                          mContext->pix_fmt, mContext->width, mContext->height, 1);
+  if (filled < 0) return filled;
+  ++mPicturesTaken;
+  const int result = mSendReceive ? EncodeSendReceive(mPicture.get()) : EncodeInOneCall();
+  if (result == 0) mHasSucceeded = true;
+  return result;
+}
+
+// Strictly increasing, also where times repeat or go back.
+int64_t VideoEncoder::NextFrameNumber(int64_t ptsUs) {
+  const double seconds = static_cast<double>(ptsUs) / 1000000.0;
+  const int64_t number = TruncateToInt64(seconds * mSettings.frameRate + 0.5);
+  mLastFrameNumber = std::max(number, mLastFrameNumber + 1);
+  return mLastFrameNumber;
+}
+
+int VideoEncoder::EncodeInOneCall() {
+  AVPacket* const packet = mPacket.get();
+  const ffmpeg::PacketGuard guard(packet);
+  int gotPacket = 0;
+  const int result = ffmpeg::EncodeOne(mContext.get(), packet, mPicture.get(), &gotPacket);
+  if (result < 0) {
+    log_error(kTag, "Error encoding video frame");
+    return result;
+  }
+  WriteLateHeader();
+  if (gotPacket == 0) {
+    log_warn(kTag, "video pkt.size = 0");
+    NoteIgnored();
+    return 0;
+  }
+  // Without reordering the packet is that of the picture just given.
+  packet->pts = mPicture->pts;
+  packet->dts = mPicture->pts;
+  return mFile->WritePacket(packet, mContext->time_base, &mTrack);
+}
+
+int VideoEncoder::EncodeSendReceive(const AVFrame* frame) {
+  if (frame != nullptr) mStamps.push_back(frame->pts);
+  int result = avcodec_send_frame(mContext.get(), frame);
+  if (result < 0) {
+    log_warn(kTag, "avcodec_send_frame fail, error:%s", SendErrorText(result));
+    return result;
+  }
+  AVPacket* const packet = mPacket.get();
+  do {
+    result = avcodec_receive_packet(mContext.get(), packet);
+    if (result < 0) return ReceiveFailed(result);
+    const ffmpeg::PacketGuard guard(packet);
+    if (!mStamps.empty()) {
+      packet->pts = mStamps.front();
+      mStamps.pop_front();
+    }
+    packet->dts = packet->pts;
+    if (packet->duration == 0) packet->duration = 1;
+    WriteLateHeader();
+    result = mFile->WritePacket(packet, mContext->time_base, &mTrack);
+  } while (result == 0);
+  return result;
+}
+
+int VideoEncoder::ReceiveFailed(int error) {
+  if (error == AVERROR_EOF) {
+    log_debug(kTag, "encode video eof");
+    return error;
+  }
+  NoteIgnored();
+  if (error == AVERROR(EAGAIN)) return 0;
+  log_warn(kTag, "avcodec_receive_packet fail, error:%s",
+           error == AVERROR(EINVAL) ? "AVERROR(EINVAL)" : "legitimate decoding errors");
+  return error;
+}
+
+// Where opening the output could not write the header, the first packet with extradata does.
+void VideoEncoder::WriteLateHeader() {
+  if (!mFile->HeaderWritten() && mContext->extradata_size > 0) mFile->OpenFileAndWriteHeader();
+}
+
+void VideoEncoder::NoteIgnored() {
+  if (mHasSucceeded) return;
+  ++mIgnored;
+  log_info(kTag, "m_ignoredVideoFrames(%d)", mIgnored);
+}
+
+int VideoEncoder::Drain() { return mContext == nullptr ? 0 : EncodeSendReceive(nullptr); }
+
+void VideoEncoder::Close() {
+  if (!Exists()) return;
+  mContext.reset();
+  mTrack.stream = nullptr;
+  log_debug(kTag, "free Videostream");
+}
+
+}  // namespace codec

@@ -1,0 +1,72 @@
+// The video stream of an output: its encoder, and the way of a picture into the file.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+
+#include "codec/encoder/encoder_options.h"
+#include "codec/encoder/encoder_settings.h"
+#include "codec/encoder/output_file.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+// Settings and file belong to the caller and outlive it.
+class VideoEncoder {
+ public:
+  VideoEncoder(const EncoderSettings& settings, OutputFile* file)
+      : mSettings(settings), mFile(file) {}
+
+  // Adds the stream to the file and opens its encoder. 0, or -1 after an error line.
+  int Create(const EncoderOptions& defaults);
+  bool Exists() const { return mTrack.stream != nullptr; }
+
+  // Encodes one packed picture at this time in microseconds and writes what comes out. 0 or a
+  // negative error.
+  int Encode(const uint8_t* picture, int64_t ptsUs);
+  // Writes what the encoder still holds. Only for encoders of the send/receive interface: the
+  // one-call interface has nothing left, because it runs without delay.
+  int Drain();
+  // Frees the encoder; its stream goes with the file.
+  void Close();
+
+  // Hardware encoders take pictures and give packets at different times.
+  bool UsesSendReceive() const { return mSendReceive; }
+  void SetSendReceive(bool on) { mSendReceive = on; }
+
+  AVRational StreamTimeBase() const { return mTrack.stream->time_base; }
+  int StreamIndex() const { return mTrack.stream->index; }
+  // Seconds of the last packet written.
+  double LastTime() const { return mTrack.lastTime; }
+  int PicturesTaken() const { return mPicturesTaken; }
+  int StampsWaiting() const { return static_cast<int>(mStamps.size()); }
+
+ private:
+  int64_t NextFrameNumber(int64_t ptsUs);
+  void Describe(const AVCodec* codec);
+  void ChooseThreads();
+  int PreparePicture();
+
+  int EncodeInOneCall();
+  int EncodeSendReceive(const AVFrame* frame);
+  int ReceiveFailed(int error);
+  void WriteLateHeader();
+  void NoteIgnored();
+
+  const EncoderSettings& mSettings;
+  OutputFile* const mFile;
+  ffmpeg::UniqueCodecContext mContext;
+  ffmpeg::UniqueFrame mPicture;  // points at the caller's bytes while they are encoded
+  ffmpeg::UniquePacket mPacket;
+  OutputTrack mTrack;
+  bool mSendReceive = false;
+
+  std::deque<int64_t> mStamps;  // of pictures sent whose packets have not come
+  int64_t mLastFrameNumber = -1;
+  int mPicturesTaken = 0;
+  int mIgnored = 0;
+  bool mHasSucceeded = false;
+};
+
+}  // namespace codec

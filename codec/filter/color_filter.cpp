@@ -1,0 +1,125 @@
+#include "codec/filter/color_filter.h"
+
+#include <array>
+#include <cstring>
+#include <string>
+
+#include "base/log.h"
+#include "codec/ffmpeg/owned.h"
+#include "codec/utils/image_utils.h"
+#include "codec/writer/media_buffer_pool.h"
+
+namespace codec {
+namespace {
+
+constexpr char kTag[] = "codec::ColorFilter";
+
+// swscale's vectors may reach this far behind a picture.
+constexpr int64_t kVectorBytes = 32;
+
+// A picture as plane pointers and row lengths, rows unpadded.
+struct Planes {
+  std::array<uint8_t*, 4> data{};
+  std::array<int, 4> strides{};
+
+  bool Fill(const uint8_t* picture, AVPixelFormat format, int width, int height) {
+    return av_image_fill_arrays(data.data(), strides.data(), picture, format, width, height, 1) >=
+           0;
+  }
+};
+
+}  // namespace
+
+int ColorFilter::Configure(MediaFormat& format) {
+  if (MediaFilter::Configure(format) != 0) return -1;
+  int model = 0;
+  if (format.GetInt32("color-convert-model", model) != 0) {
+    log_error(kTag, "not set color convert model");
+    return -1;
+  }
+  std::string input;
+  if (format.GetString("input-color-format", input) != 0) {
+    log_error(kTag, "not set input color format");
+    return -1;
+  }
+  std::string output;
+  if (format.GetString("output-color-format", output) != 0) {
+    log_error(kTag, "not set output color format");
+    return -1;
+  }
+  mInputFormat = av_get_pix_fmt(input.c_str());
+  mOutputFormat = av_get_pix_fmt(output.c_str());
+  mInputSize = FrameSize(width, height, input.c_str());
+  mModel = FindColorModel(model);
+  if (mModel == nullptr) {
+    log_error(kTag, "Invalid color convert model:%d", model);
+    return -1;
+  }
+  log_info(kTag, "color convert model:%d", model);
+  return SizeBuffers(output.c_str());
+}
+
+int ColorFilter::SizeBuffers(const char* outputName) {
+  const int64_t pixels = int64_t{width} * height;
+  int64_t working = RuleBytes(mModel->working, pixels);
+  int64_t output = RuleBytes(mModel->output, pixels);
+  if (mModel->output == BufferRule::kInput) output = mInputSize;
+  if (mModel->working == BufferRule::kAnyFormat) {
+    working = av_image_get_buffer_size(mOutputFormat, width, height, 2);
+    const int64_t written = av_image_get_buffer_size(mOutputFormat, width, height, 1);
+    // The writer sizes the pool's buffers by the format's name. At odd sizes FFmpeg writes a little
+    // more, which the slack behind them takes; a deeper format than the name rule knows needs more.
+    output = FrameSize(width, height, outputName);
+    if (written + kVectorBytes > WithSlack(output)) output = written;
+  }
+  if (working < 0 || output < 0 || !mWorking.Resize(working)) {
+    log_error(kTag, "no buffer for color format %s at %dx%d", outputName, width, height);
+    return -1;
+  }
+  mOutputSize = static_cast<int32_t>(output);
+  return 0;
+}
+
+MediaBuffer* ColorFilter::Process(uint8_t* picture) {
+  if (mModel == nullptr || picture == nullptr) return nullptr;
+  if (next != nullptr) {
+    if (mModel->output == BufferRule::kInput) return next->Process(picture);
+    if (!mWorking.Empty()) Convert(picture, mWorking.Data());
+    return next->Process(mWorking.Data());
+  }
+  MediaBuffer* buffer = MediaBufferPool::Instance()->TakeVideo(mOutputSize);
+  if (buffer != nullptr) Convert(picture, buffer->Data());
+  return buffer;
+}
+
+void ColorFilter::Convert(const uint8_t* picture, uint8_t* out) const {
+  if (mModel->convert != nullptr) {
+    mModel->convert(picture, out, width, height);
+  } else if (mModel->swscale) {
+    ConvertBySwscale(picture, out);
+  } else {
+    std::memcpy(out, picture, static_cast<size_t>(mInputSize));
+  }
+}
+
+void ColorFilter::ConvertBySwscale(const uint8_t* picture, uint8_t* out) const {
+  const bool configured = mModel->from == AV_PIX_FMT_NONE;
+  const AVPixelFormat from = configured ? mInputFormat : mModel->from;
+  const AVPixelFormat to = configured ? mOutputFormat : mModel->to;
+  Planes source;
+  Planes target;
+  ffmpeg::UniqueScaler scaler;
+  // A context of its own for every picture: none of it carries over from one to the next.
+  if (source.Fill(picture, from, width, height) && target.Fill(out, to, width, height)) {
+    scaler.reset(
+        sws_getContext(width, height, from, width, height, to, 0, nullptr, nullptr, nullptr));
+  }
+  if (scaler == nullptr) {
+    log_error(kTag, "sws_getContext falied");
+    return;
+  }
+  sws_scale(scaler.get(), source.data.data(), source.strides.data(), 0, height, target.data.data(),
+            target.strides.data());
+}
+
+}  // namespace codec

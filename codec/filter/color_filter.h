@@ -1,0 +1,35 @@
+// Changes the pixel format of pictures.
+#pragma once
+
+#include <cstdint>
+
+#include "codec/filter/color_models.h"
+#include "codec/filter/media_filter.h"
+#include "codec/utils/working_buffer.h"
+
+namespace codec {
+
+class ColorFilter : public MediaFilter {
+ public:
+  // Reads "color-convert-model" (1 to 23), "input-color-format" and "output-color-format" besides
+  // the size. 0, or -1 after an error line.
+  int Configure(MediaFormat& format) override;
+
+  // Model 1 in front of another filter passes `picture` itself on.
+  MediaBuffer* Process(uint8_t* picture) override;
+
+ private:
+  int SizeBuffers(const char* outputName);
+  void Convert(const uint8_t* picture, uint8_t* out) const;
+  void ConvertBySwscale(const uint8_t* picture, uint8_t* out) const;
+
+  const ColorModel* mModel = nullptr;
+  WorkingBuffer mWorking;
+  int64_t mInputSize = 0;
+  AVPixelFormat mInputFormat = AV_PIX_FMT_NONE;
+  AVPixelFormat mOutputFormat = AV_PIX_FMT_NONE;
+  // What a buffer of the pool must hold.
+  int32_t mOutputSize = 0;
+};
+
+}  // namespace codec

@@ -1,0 +1,78 @@
+// Stamps a logo into a corner of every picture.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "base/lock.h"
+#include "codec/filter/listener.h"
+#include "codec/filter/logo_loader.h"
+#include "codec/filter/media_filter.h"
+#include "codec/utils/working_buffer.h"
+
+namespace codec {
+
+// Corners count clockwise from 1, top left. Corner and turn may change while pictures flow: OnEvent
+// prepares a whole new stamp and puts it in the place of the old one, and a picture uses the stamp
+// that is there when it comes.
+class WaterMarkFilter : public MediaFilter, public Listener {
+ public:
+  WaterMarkFilter() = default;
+  // Leaves no trace of itself in the ListenerRegistry.
+  ~WaterMarkFilter() override;
+
+  // Reads "color-format", "logo-path", "water-mark-color-type" (1 to 4; only kRgbaType and
+  // kBgraType stamp), "water-mark-pos" (1 to 4), "water-mark-gap" (pixels between logo and edges)
+  // and "water-mark-rotation" (0, 90, 180, 270, clockwise) besides the size. 0, or -1 after a line
+  // in the log.
+  int Configure(MediaFormat& format) override;
+
+  // Changes `picture` in place. A logo that does not fit is reported and left out.
+  MediaBuffer* Process(uint8_t* picture) override;
+
+  // Acts on kWaterMarkEvent, from any thread. A rotation that is no quarter turn blanks the logo,
+  // and is the last that is taken.
+  int32_t OnEvent(int32_t what, int32_t arg1) override;
+
+ private:
+  // What goes onto a picture, and where; never changed once it is made.
+  struct Stamp {
+    WorkingBuffer pixels;
+    int32_t width = 0;
+    int32_t height = 0;
+    int32_t x = 0;
+    int32_t y = 0;
+  };
+
+  int ReadSettings(MediaFormat& format);
+  int PrepareLogo();
+  void ExchangeLogoBytes();
+  int ScaleLogo();
+  // Turns the logo and computes its corner: the next stamp.
+  void MakeStamp();
+  bool _RotateLogo(Stamp* stamp) const;
+  void PlaceLogo(Stamp* stamp) const;
+  std::shared_ptr<const Stamp> CurrentStamp();
+
+  // Set by Configure.
+  std::string mLogoPath;
+  Logo mLogo;  // as loaded, then scaled; turning never changes it
+  int32_t mColorType = 0;
+  int32_t mGap = 0;
+  int32_t mFrameSize = 0;
+
+  // Set by Configure; afterwards under mLock.
+  int32_t mPosition = 0;
+  int32_t mRotation = 0;
+
+  // Under mStampLock, which is held only to copy the pointer, so that Process never waits for a
+  // turn.
+  std::shared_ptr<const Stamp> mStamp;
+
+  but::Mutex mLock;
+  but::Mutex mStampLock;
+};
+
+}  // namespace codec

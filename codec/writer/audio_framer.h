@@ -1,0 +1,46 @@
+// Cuts sound into encoder frames and queues them.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "audio/audio_process.h"
+#include "codec/writer/audio_timeline.h"
+#include "codec/writer/frame_queue.h"
+
+namespace codec {
+
+// Blocks of any size come in; frames of exactly one size go to the audio queue with evenly spaced
+// stamps, silence in place of long gaps, and less what has run too far ahead. One thread at a time.
+class AudioFramer {
+ public:
+  // `queue` receives the frames; it must outlive the framer.
+  explicit AudioFramer(FrameQueue* queue) : mQueue(queue) {}
+
+  bool HasProcess() const { return mProcess != nullptr; }
+  void SetProcess(std::unique_ptr<vux::AudioProcess> process) { mProcess = std::move(process); }
+  // Bytes, at least 1, and microseconds of one encoder frame.
+  void SetFrame(int32_t bytes, int64_t duration);
+  // Whether silence is inserted and frames are dropped to keep step with the video.
+  void SetSync(bool enabled) { mSync = enabled; }
+
+  // 0, or -1 when the process refuses the block.
+  int Write(const uint8_t* data, uint32_t size, int64_t pts);
+  // Queues what is left as a last frame, filled up with silence.
+  void Flush();
+
+ private:
+  void PlaceFrame(const AudioTimeline::Block& block);
+  void InsertSilence(const AudioTimeline::Block& block);
+  // A pool buffer with room for a frame; null, after an error line, when there is none.
+  PooledBuffer TakeBuffer();
+  void Append(PooledBuffer buffer);
+
+  FrameQueue* const mQueue;
+  std::unique_ptr<vux::AudioProcess> mProcess;
+  AudioTimeline mTimeline;
+  int32_t mFrameBytes = 0;
+  bool mSync = true;
+};
+
+}  // namespace codec

@@ -1,0 +1,41 @@
+// The writer's only way to its encoder.
+#pragma once
+
+#include <memory>
+
+#include "base/lock.h"
+#include "codec/encoder/media_encoder.h"
+#include "codec/writer/media_buffer_pool.h"
+
+namespace codec {
+
+// Owns the encoder and makes every call to it under one mutex, so that an owner that asks for a
+// parameter may do so while another thread encodes. Closes an encoder that was opened, also one
+// whose opening failed half-way, exactly once.
+class EncoderGate {
+ public:
+  // Takes ownership; null is allowed.
+  explicit EncoderGate(MediaEncoder* encoder) : mEncoder(encoder) {}
+  ~EncoderGate();
+  EncoderGate(const EncoderGate&) = delete;
+  EncoderGate& operator=(const EncoderGate&) = delete;
+
+  bool HasEncoder() const { return mEncoder != nullptr; }
+  // The encoder's result; -1 without one.
+  int Open();
+  void Close();
+  // The encoder's answer; -1 without one.
+  int GetParameter(const char* key);
+  // Encodes the frame, unless the encoder has been closed, and gives it back to the pool.
+  void Write(PooledBuffer buffer);
+
+ private:
+  enum class State { kNew, kOpened, kClosed };
+
+  const std::unique_ptr<MediaEncoder> mEncoder;
+  but::Mutex mLock;
+  // Under mLock.
+  State mState = State::kNew;
+};
+
+}  // namespace codec

@@ -1,0 +1,34 @@
+#include "codec/writer/frame_drain.h"
+
+#include <utility>
+
+namespace codec {
+
+bool FrameDrain::WriteNext() {
+  PooledBuffer buffer = SelectNext();
+  if (!buffer) return false;
+  mEncoder->Write(std::move(buffer));
+  return true;
+}
+
+void FrameDrain::DrainPreferred() {
+  while (WriteNext()) {
+  }
+}
+
+void FrameDrain::DrainByTime() {
+  while (PooledBuffer buffer = FrameQueue::PopEarlier(*mVideo, *mAudio)) {
+    mEncoder->Write(std::move(buffer));
+  }
+}
+
+PooledBuffer FrameDrain::SelectNext() {
+  const int wanted = mEncoder->GetParameter("next-frame-type");
+  if (wanted != 1 && wanted != 2) return nullptr;
+  FrameQueue* const first = wanted == 1 ? mVideo : mAudio;
+  FrameQueue* const second = wanted == 1 ? mAudio : mVideo;
+  PooledBuffer buffer = first->Pop();
+  return buffer ? std::move(buffer) : second->Pop();
+}
+
+}  // namespace codec

@@ -1,0 +1,253 @@
+#include "codec/writer/media_writer_impl.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <string_view>
+#include <utility>
+
+#include "audio/audio_process_impl.h"
+#include "base/log.h"
+#include "codec/filter/listener.h"
+#include "codec/filter/listener_registry.h"
+#include "codec/utils/image_utils.h"
+
+namespace codec {
+namespace {
+
+constexpr char kTag[] = "codec::MediaWriterImpl";
+
+constexpr std::chrono::milliseconds kLongestWait(1000);
+
+// An event's argument carries the turn in its upper and the corner in its lower half; a half that
+// is 0 means no corner, but a turn of 0.
+struct WaterMarkKey {
+  std::string_view name;
+  uint32_t mask;
+  int shift;
+};
+constexpr std::array<WaterMarkKey, 3> kWaterMarkKeys = {{
+    {"water-mark-pos", 0xFFFFU, 0},
+    {"water-mark-rotation", 0xFFFFFFFFU, 16},
+    {"water-mark-flags", 0xFFFFFFFFU, 0},
+}};
+
+}  // namespace
+
+MediaWriterImpl::MediaWriterImpl(MediaEncoder* encoder, MediaFilter* filter)
+    : mEncoder(encoder),
+      mDrain(&mVideoQueue, &mAudioQueue, &mEncoder),
+      mFramer(&mAudioQueue),
+      mFilter(filter) {}
+
+MediaWriterImpl::~MediaWriterImpl() {
+  if (running) MediaWriterImpl::Stop();
+  // The listener is a filter of this chain, about to be deleted.
+  ListenerRegistry::Instance().SetListener(nullptr);
+}
+
+int MediaWriterImpl::Configure(MediaFormat& format) {
+  log_debug(kTag, "Configure MediaWriterImpl...");
+  if (!mEncoder.HasEncoder()) {
+    log_error(kTag, "MediaEncoder object  is null");
+    return -1;
+  }
+  if (mEncoder.Open() != 0) {
+    log_error(kTag, "MediaEncoder Open failed");
+    return -1;
+  }
+  if (mSettings.Read(format) != 0) return -1;
+  MediaBufferPool* const pool = MediaBufferPool::Instance();
+  pool->SetVideoBufferSize(mSettings.video_frame_size);
+  pool->RefillVideo(mSettings.video_frame_size);
+  mFramer.SetSync(mSettings.enable_av_sync);
+  if (mSettings.has_audio && ConfigureAudio(format) != 0) return -1;
+  mSettings.ReadThreading(format);
+  WakeSignal* const wake = mSettings.use_thread_ ? &mWake : nullptr;
+  mVideoQueue.SetWake(wake);
+  mAudioQueue.SetWake(wake);
+  log_debug(kTag, "Configure MediaWriterImpl successfully");
+  return 0;
+}
+
+int MediaWriterImpl::Start() {
+  log_debug(kTag, "MediaWriterImpl starting...");
+  if (running) {
+    log_debug(kTag, "MediaWriterImpl has been started.");
+    return 0;
+  }
+  if (!mEncoder.HasEncoder()) {
+    log_error(kTag, "no encoder setup");
+    return -1;
+  }
+  running = true;
+  if (mSettings.use_thread_) {
+    MWScheduler::Work* const work = this;
+    mScheduler = std::make_unique<MWScheduler>(work);
+    mScheduler->Start();
+  }
+  log_debug(kTag, "MediaWriterImpl start successfully");
+  return 0;
+}
+
+void MediaWriterImpl::Stop() {
+  log_debug(kTag, "MediaWriterImpl Stop");
+  if (!running) {
+    log_debug(kTag, "not running");
+    return;
+  }
+  running = false;
+  if (mScheduler) {
+    StopScheduler();
+  } else {
+    Flush();
+  }
+  mEncoder.Close();
+  MediaBufferPool::Instance()->Reset();
+}
+
+void MediaWriterImpl::WriteFrame(int type, uint8_t* data, uint32_t size, int64_t pts) {
+  if (type == 1) WriteVideo(data, size, pts);
+  if (type == 2 && size > 0 && !WriteAudio(data, size, pts)) return;
+  if (!mSettings.use_thread_) mDrain.DrainPreferred();
+}
+
+int64_t MediaWriterImpl::GetParameter(const char* key) { return mEncoder.GetParameter(key); }
+
+void MediaWriterImpl::SetParameter(const char* key, int value) {
+  for (const WaterMarkKey& row : kWaterMarkKeys) {
+    if (row.name != key) continue;
+    Listener* const listener = ListenerRegistry::Instance().GetListener();
+    if (listener == nullptr) return;
+    const uint32_t argument = (static_cast<uint32_t>(value) & row.mask) << row.shift;
+    listener->OnEvent(kWaterMarkEvent, static_cast<int32_t>(argument));
+  }
+}
+
+void MediaWriterImpl::SetParameter(const char* key, double value) {
+  if (std::string_view(key) == "speed") mSettings.speed = value;
+}
+
+std::unique_ptr<vux::AudioProcess> MediaWriterImpl::NewAudioProcess() const {
+  return std::make_unique<vux::AudioProcessImpl>();
+}
+
+void MediaWriterImpl::ScheduleOnce() {
+  // Taken before the look at the queues: a frame that arrives between the look and the wait makes
+  // the wait return at once.
+  const uint64_t ticket = mWake.Ticket();
+  if (!mDrain.WriteNext() && running) mWake.WaitBeyond(ticket, kLongestWait);
+}
+
+void MediaWriterImpl::Flush() {
+  log_debug(kTag, "Flush...");
+  mFramer.Flush();
+  mDrain.DrainPreferred();
+  mDrain.DrainByTime();
+  log_debug(kTag, "Flush done");
+}
+
+int MediaWriterImpl::ConfigureAudio(const MediaFormat& format) {
+  if (mSettings.ReadAudio(format) != 0) return -1;
+  if (!mFramer.HasProcess() && MakeAudioProcess() != 0) return -1;
+  return SizeAudioFrames();
+}
+
+int MediaWriterImpl::MakeAudioProcess() {
+  // "enable-noise-suppression" asks for a processor that does not exist.
+  log_debug(kTag, "AudioProcessImpl without noise suppression");
+  std::unique_ptr<vux::AudioProcess> process = NewAudioProcess();
+  process->SetSampleRate(mSettings.sample_rate);
+  process->SetChannels(mSettings.channel_count);
+  if (process->Init() != 0) {
+    log_error(kTag, "AudioProcessImpl init error");
+    return -1;
+  }
+  mFramer.SetProcess(std::move(process));
+  return 0;
+}
+
+int MediaWriterImpl::SizeAudioFrames() {
+  const int samples = mEncoder.GetParameter("audio-frame-size");
+  if (samples < 1) {
+    log_error(kTag, "get audio frame size failed");
+    return -1;
+  }
+  const int bytes = AudioBufferSize(samples, mSettings.channel_count, mSettings.sample_format);
+  if (bytes < 1) {
+    log_error(kTag, "invalid audio frame size(%d)", bytes);
+    return -1;
+  }
+  MediaBufferPool::Instance()->SetAudioBufferSize(bytes);
+  if (mSettings.speed < 1.0) mAudioScratch.resize(static_cast<size_t>(bytes));
+  log_debug(kTag, "audio frame size:%d", bytes);
+  const int rate = mEncoder.GetParameter("sample-rate");
+  if (rate < 1) {
+    log_error(kTag, "get audioFrameDuration failed");
+    return -1;
+  }
+  // The channel count stays in the product: stereo stamps run at double pace, and the sync rules
+  // are tuned to that. The encoder counts samples and never sees these stamps.
+  const int64_t duration =
+      int64_t{bytes} * 1000000 / rate / AudioBufferSize(1, 1, mSettings.sample_format);
+  log_debug(kTag, "audio frame duration:%lld", static_cast<long long>(duration));
+  mFramer.SetFrame(bytes, duration);
+  return 0;
+}
+
+void MediaWriterImpl::WriteVideo(uint8_t* data, uint32_t size, int64_t pts) {
+  if (mLastVideoPts >= 1 && mLastVideoPts >= pts) {
+    log_debug(kTag, "Discard repeat video frame:%lld", static_cast<long long>(pts));
+    return;
+  }
+  mLastVideoPts = pts;
+  ++mVideoFrames;
+  if (!mSettings.auto_discard_video) MediaBufferPool::Instance()->WaitForFree(1);
+  PooledBuffer buffer = FilledBuffer(data, size);
+  if (!buffer) {
+    log_debug(kTag, "discard video frame");
+    return;
+  }
+  buffer->SetPts(pts);
+  mVideoQueue.Append(std::move(buffer));
+}
+
+// False when the frame ends the call it came with.
+bool MediaWriterImpl::WriteAudio(const uint8_t* data, uint32_t size, int64_t pts) {
+  if (mVideoFrames < 1 && mSettings.auto_discard_audio_) {
+    log_debug(kTag, "discard audio frame, no video arrive");
+    return false;
+  }
+  return mFramer.Write(data, size, pts) == 0;
+}
+
+PooledBuffer MediaWriterImpl::FilledBuffer(uint8_t* data, uint32_t size) {
+  if (!mFilter) return CopiedBuffer(data, size);
+  PooledBuffer buffer(mFilter->Process(data));
+  // Filters leave time and size to the writer.
+  if (buffer) buffer->SetSize(std::min(mSettings.video_frame_size, buffer->Capacity()));
+  return buffer;
+}
+
+PooledBuffer MediaWriterImpl::CopiedBuffer(const uint8_t* data, uint32_t size) {
+  const int32_t room = mSettings.video_frame_size;
+  if (room < 1 || size > static_cast<uint32_t>(room)) {
+    log_warn(kTag, "video frame of %u bytes exceeds its buffer of %d", size, room);
+    return nullptr;
+  }
+  PooledBuffer buffer(MediaBufferPool::Instance()->TakeVideo(room));
+  if (buffer) buffer->CopyIn(data, static_cast<int32_t>(size));
+  return buffer;
+}
+
+void MediaWriterImpl::StopScheduler() {
+  mWake.Signal();
+  if (mScheduler->running) {
+    mScheduler->running = false;
+    mScheduler->Join();
+    log_debug(kTag, "MWScheduler stopped");
+  }
+  mScheduler.reset();
+}
+
+}  // namespace codec

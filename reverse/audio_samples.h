@@ -1,0 +1,13 @@
+// Turning the samples of one audio frame round.
+#pragma once
+
+#include <cstdint>
+
+namespace codec {
+
+// Reverses the samples of one frame in place. `size` is in bytes, `sampleFormat` FFmpeg's number: 0
+// to 4 are interleaved (all channels of an instant move together), 5 to 9 planar (plane c begins at
+// c x samples). Any other format, and a channel count below 1, leaves the frame as it is.
+void ReverseAudioSamples(uint8_t* data, uint32_t size, int32_t channels, int32_t sampleFormat);
+
+}  // namespace codec

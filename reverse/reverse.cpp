@@ -1,0 +1,165 @@
+#include "reverse/reverse.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+#include "base/file_identity.h"
+#include "base/log.h"
+#include "base/platform.h"
+#include "codec/decoder/ffmpeg_decoder_impl2.h"
+#include "codec/format/media_format.h"
+#include "codec/writer/media_writer_factory.h"
+#include "reverse/output_description.h"
+
+namespace codec {
+namespace {
+
+constexpr char kTag[] = "codec::Reverse";
+
+}  // namespace
+
+Reverse::Reverse(const char* inputPath, double start, double end, const char* outputPath)
+    : mInputPath(inputPath), mOutputPath(outputPath), mStart(start), mEnd(end) {}
+
+Reverse::~Reverse() { Release(); }
+
+int Reverse::Init() {
+  log_debug(kTag, "==========Init==========");
+  // Opening the output empties it, which must never happen to the input.
+  if (but::IsSameFile(mInputPath, mOutputPath)) {
+    log_error(kTag, "output %s is the input file, choose another name", mOutputPath.c_str());
+    return -1;
+  }
+  if (CreateDecoder() != 0) return -1;
+  if (CreateWriter() != 0) return -1;
+  log_debug(kTag, "==========Init done==========");
+  return 0;
+}
+
+int Reverse::CreateDecoder() {
+  auto decoder = std::make_unique<FFmpegDecoderImpl2>(mInputPath.c_str());
+  if (decoder->Init() != 0) {
+    log_error(kTag, "decoder init failed");
+    return -1;
+  }
+  MediaInfo info;
+  decoder->GetMediaInfo(info);
+  mDuration = info.duration;
+  log_debug(kTag, "mStart:%.3f, mDuration:%.3f", mStart, mDuration);
+  if (CheckRange() != 0) return -1;
+  mDecoder = std::move(decoder);
+  mFrameBufferSize = FrameBufferSize(info);
+  return mFrameBufferSize < 0 ? -1 : 0;
+}
+
+int Reverse::CheckRange() {
+  if (!(mStart < mDuration)) {
+    log_error(kTag, "error reverse start position");
+    return -1;
+  }
+  if (mStart < 0) {
+    log_info(kTag, "error reverse start position, use default 0");
+    mStart = 0;
+  }
+  if (mEnd <= 0) {
+    log_info(kTag, "error reverse length, use start to end clip");
+    mEnd = mDuration;
+  }
+  if (mEnd > mDuration) {
+    log_info(kTag, "reverse length overflow");
+    mEnd = mDuration;
+  }
+  return 0;
+}
+
+int32_t Reverse::FrameBufferSize(const MediaInfo& info) {
+  // Four bytes a pixel hold any packed 8-bit picture. Deeper ones can be larger, and where pictures
+  // are tiny an audio block is.
+  const int64_t fourBytesEach = static_cast<int64_t>(info.width) * info.height * 4;
+  const int64_t bytes = std::max<int64_t>(
+      {fourBytesEach, mDecoder->GetFrameBufferSize(), mDecoder->GetAudioBufferSize()});
+  if (bytes <= std::numeric_limits<int32_t>::max()) return static_cast<int32_t>(bytes);
+  log_error(kTag, "pictures of %dx%d are too large", info.width, info.height);
+  return -1;
+}
+
+int Reverse::CreateWriter() {
+  MediaInfo info;
+  mDecoder->GetMediaInfo(info);
+  const bool hasAudio = mAudioEnabled && info.has_audio != 0;
+
+  MediaFormat format;
+  if (DescribeOutput(info, hasAudio, mOutputPath, format) != 0) return -1;
+  mWriter.reset(MakeMediaWriter(format));
+  if (mWriter == nullptr) {
+    log_error(kTag, "Make MediaWriter error");
+    return -1;
+  }
+
+  ReverseRange range;
+  range.start = mStart;
+  range.end = mEnd;
+  range.hasAudio = hasAudio;
+  range.channels = info.channels;
+  range.sampleFormat = info.sample_format;
+  range.bufferSize = mFrameBufferSize;
+  mLoop = std::make_unique<ReverseLoop>(mDecoder.get(), mWriter.get(), range);
+  return 0;
+}
+
+int Reverse::Start() {
+  if (mDecoder == nullptr) {
+    log_error(kTag, "mDecoder not created");
+    return -1;
+  }
+  if (mWorkThread == nullptr) mWorkThread = std::make_unique<ReverseWorkThread>(this);
+  if (mWriter != nullptr && mWriter->Start() != 0) {
+    log_error(kTag, "MediaWriter start failed");
+    return -1;
+  }
+  mWorkThread->Start();
+  return 0;
+}
+
+float Reverse::GetProgress() {
+  if (mWorkThread == nullptr) return 0;
+  if (mProgress > 100) mProgress = 100;
+  return mProgress;
+}
+
+void Reverse::Release() {
+  log_debug(kTag, "========== Release==========");
+  if (mWorkThread != nullptr) {
+    if (mWorkThread->running.exchange(false)) {
+      mWorkThread->Join();
+      log_debug(kTag, "ReverseWorkThread stopped");
+    }
+    mWorkThread.reset();
+  }
+  mLoop.reset();
+  mWriter.reset();
+  mDecoder.reset();
+}
+
+int Reverse::DoReverse() {
+  if (mIsCancel == 1) {
+    log_debug(kTag, "mIsCancel == 1, DoReverse return");
+    return -1;
+  }
+  if (mLoop == nullptr || mLoop->Step() != 0) return -1;
+  mProgress = mLoop->Progress();
+  return 0;
+}
+
+void Reverse::RunToEnd(const std::atomic<bool>& running) {
+  const int64_t begin = but::ProcessClockMillis();
+  while (running && DoReverse() == 0) {
+  }
+  const auto took = static_cast<int32_t>(but::ProcessClockMillis() - begin);
+  log_debug(kTag, "reverse time : %.3fs", took / 1000.0);
+  if (mWriter != nullptr) mWriter->Stop();
+  mProgress = 100;
+}
+
+}  // namespace codec

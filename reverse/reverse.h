@@ -1,0 +1,80 @@
+// The job that reverses one range of one clip.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "codec/decoder/ffmpeg_decoder.h"
+#include "codec/decoder/media_info.h"
+#include "codec/writer/media_writer.h"
+#include "reverse/reverse_loop.h"
+#include "reverse/reverse_work_thread.h"
+
+namespace codec {
+
+// Life: constructor, Init, Start, GetProgress until it is 100, Release. Init, Start, GetProgress
+// and Release are called from one thread; the work itself runs on the job's own.
+class Reverse {
+ public:
+  // The range is [start, end) in seconds; an end of 0 or less stands for the end of the clip.
+  // Nothing is opened yet.
+  Reverse(const char* inputPath, double start, double end, const char* outputPath);
+  // Does what Release does.
+  ~Reverse();
+  Reverse(const Reverse&) = delete;
+  Reverse& operator=(const Reverse&) = delete;
+
+  // Opens input and output. 0, or -1 after an error line.
+  int Init();
+  // Starts the work. 0, or -1 after an error line.
+  int Start();
+  // Percent done, 0 to 100; 0 before Start.
+  float GetProgress();
+  // Ends the work after its current step, closes the output and frees everything. May be called
+  // again.
+  void Release();
+
+  // Asks the work to end at its next step; what is written by then becomes a whole file.
+  void Cancel() { mIsCancel = 1; }
+  // Leaves the sound out. To be called before Init.
+  void DisableAudio() { mAudioEnabled = false; }
+
+  // One backward step: 0 when more work may remain, -1 when it is over or cancelled. Called by the
+  // worker.
+  int DoReverse();
+  // The body of the worker: steps until the work is over or `running` is cleared, then stops the
+  // writer.
+  void RunToEnd(const std::atomic<bool>& running);
+
+ private:
+  int CreateDecoder();
+  // Brings the range inside the clip. -1 when it lies behind the end.
+  int CheckRange();
+  int CreateWriter();
+  // Bytes that any frame of the decoder fits into; -1 when there are too many for one buffer.
+  int32_t FrameBufferSize(const MediaInfo& info);
+
+  const std::string mInputPath;
+  const std::string mOutputPath;
+
+  // Set by Init; while the worker runs it is the only one to use them.
+  std::unique_ptr<FFmpegDecoder> mDecoder;
+  std::unique_ptr<MediaWriter> mWriter;
+  std::unique_ptr<ReverseLoop> mLoop;
+  double mStart;
+  double mEnd;
+  double mDuration = 0;  // of the input, in seconds
+  int32_t mFrameBufferSize = 0;
+  bool mAudioEnabled = true;
+
+  // Shared by the caller's thread and the worker.
+  std::atomic<float> mProgress{0};
+  std::atomic<int32_t> mIsCancel{0};
+
+  // Touched by the caller's thread only.
+  std::unique_ptr<ReverseWorkThread> mWorkThread;
+};
+
+}  // namespace codec

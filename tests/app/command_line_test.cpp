@@ -1,0 +1,87 @@
+#include "app/command_line.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "tests/support/log_capture.h"
+
+namespace app {
+namespace {
+
+int Parse(std::vector<const char*> arguments, CommandLine* line) {
+  arguments.insert(arguments.begin(), "prog");
+  return ParseCommandLine(static_cast<int>(arguments.size()), arguments.data(), line);
+}
+
+CommandLine Parsed(const std::vector<const char*>& arguments) {
+  CommandLine line;
+  EXPECT_EQ(Parse(arguments, &line), 0);
+  return line;
+}
+
+TEST(CommandLine, ReadsTheFourValues) {
+  const CommandLine line = Parsed({"-i", "in.mp4", "-o", "out.mp4", "-s", "2", "-e", "5"});
+  EXPECT_EQ(line.input, "in.mp4");
+  EXPECT_EQ(line.output, "out.mp4");
+  EXPECT_EQ(line.start, 2.0);
+  EXPECT_EQ(line.end, 5.0);
+}
+
+TEST(CommandLine, IgnoresBareNamesAndLongerFlags) {
+  const CommandLine line = Parsed({"clip.mp4", "-in", "x", "-", "--", "--o", "y"});
+  EXPECT_EQ(line.input, "");
+  EXPECT_EQ(line.output, "");
+}
+
+TEST(CommandLine, LooksAtValuesAsFlagsToo) {
+  const test_support::LogCapture log;
+  log_set_level(kLogInfo);
+  const CommandLine line = Parsed({"-o", "-v"});
+  EXPECT_EQ(line.output, "-v");
+  EXPECT_TRUE(log_enabled(kLogVerbose));
+}
+
+TEST(CommandLine, SwitchesTheLevelOnlyForTheWholeFlag) {
+  const test_support::LogCapture log;
+  log_set_level(kLogInfo);
+  Parsed({"-vv", "v"});
+  EXPECT_FALSE(log_enabled(kLogDebug));
+  Parsed({"-v"});
+  EXPECT_TRUE(log_enabled(kLogVerbose));
+}
+
+TEST(CommandLine, ReadsWordsAsZero) {
+  EXPECT_EQ(Parsed({"-s", "abc"}).start, 0.0);
+  EXPECT_EQ(Parsed({"-e", "1.5x"}).end, 1.5);
+  EXPECT_TRUE(std::isinf(Parsed({"-e", "inf"}).end));
+}
+
+TEST(CommandLine, LetsALaterFlagWin) { EXPECT_EQ(Parsed({"-i", "a", "-i", "b"}).input, "b"); }
+
+TEST(CommandLine, RefusesAFlagWithoutItsValue) {
+  for (const char* flag : {"-i", "-o", "-s", "-e"}) {
+    const test_support::LogCapture log;
+    CommandLine line;
+    EXPECT_EQ(Parse({"-i", "in.mp4", flag}, &line), -1);
+    EXPECT_TRUE(
+        log.Has(kLogError, "reverse::Main", std::string("option ") + flag + " needs a value"));
+  }
+}
+
+TEST(CommandLine, PrintsTheUsageToStandardOutput) {
+  testing::internal::CaptureStdout();
+  PrintUsage();
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "usage: prog [options] <input file>\n"
+            "options:\n"
+            "  -v  Set the logging level to verbose\n"
+            "  -i <in file name> Set the input file\n"
+            "  -o <out file name> Set the output file\n"
+            "  -s <start time> Start time ms\n"
+            "  -e <end time> End time ms\n");
+}
+
+}  // namespace
+}  // namespace app

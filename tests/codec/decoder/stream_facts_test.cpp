@@ -1,0 +1,110 @@
+#include "codec/decoder/stream_facts.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace codec {
+namespace {
+
+constexpr AVRational kUnset = {0, 0};
+constexpr AVRational kZero = {0, 1};
+
+TEST(StreamFacts, NormalisesRotation) {
+  EXPECT_DOUBLE_EQ(RotationDegrees("90"), 90);
+  EXPECT_DOUBLE_EQ(RotationDegrees("-90"), 270);
+  EXPECT_DOUBLE_EQ(RotationDegrees("450"), 90);
+  EXPECT_DOUBLE_EQ(RotationDegrees("270.5"), 270.5);
+}
+
+TEST(StreamFacts, TakesAnAngleJustBelowAFullTurnToJustBelowZero) {
+  EXPECT_DOUBLE_EQ(RotationDegrees("359.5"), -0.5);
+  EXPECT_DOUBLE_EQ(RotationDegrees("359"), 359);
+}
+
+TEST(StreamFacts, IgnoresRotationTextThatIsNoNumber) {
+  for (const char* text : {"", "0", "abc", "90x", "90 ", "inf", "nan", "1e308"}) {
+    EXPECT_LE(std::abs(RotationDegrees(text)), text[0] == '1' ? 360.0 : 0.0) << text;
+  }
+}
+
+TEST(StreamFacts, TakesTheAverageRate) {
+  EXPECT_DOUBLE_EQ(*FrameRate({30000, 1001}, {60, 1}, {1, 50}, 2), 30000.0 / 1001);
+}
+
+TEST(StreamFacts, TakesTheRealBaseRateWhereTheAverageIsUnusable) {
+  EXPECT_DOUBLE_EQ(*FrameRate(kZero, {90000, 1}, kUnset, 1), 90000);
+  EXPECT_DOUBLE_EQ(*FrameRate(kUnset, {25, 1}, kUnset, 1), 25);
+  EXPECT_DOUBLE_EQ(*FrameRate({1, 0}, {25, 1}, kUnset, 1), 25);
+}
+
+TEST(StreamFacts, SimplifiesTheAverageWhereTheRealBaseRateIsAClock) {
+  const double simplified = av_q2d(av_d2q(30000.0 / 1001, 1024));
+  EXPECT_NE(simplified, 30000.0 / 1001);
+  EXPECT_EQ(*FrameRate({30000, 1001}, {1000, 1}, kUnset, 1), simplified);
+  EXPECT_EQ(*FrameRate({30000, 1001}, {999, 1}, kUnset, 1), 30000.0 / 1001);
+}
+
+TEST(StreamFacts, FallsBackOnTheDecodersTimeBase) {
+  EXPECT_DOUBLE_EQ(*FrameRate(kUnset, kUnset, {1, 50}, 2), 25);
+  EXPECT_DOUBLE_EQ(*FrameRate({1, 2}, {1, 2}, {1, 50}, 2), 25);
+}
+
+TEST(StreamFacts, GivesNoRateBelowOne) {
+  EXPECT_FALSE(FrameRate({1, 2}, {1, 2}, {2, 1}, 1).has_value());
+  EXPECT_FALSE(FrameRate(kUnset, kUnset, kUnset, 1).has_value());
+  EXPECT_FALSE(FrameRate(kZero, kZero, {0, 1}, 2).has_value());
+  EXPECT_EQ(FrameRate({1, 1}, kUnset, kUnset, 1), 1.0);
+}
+
+TEST(StreamFacts, ComputesTheDurationInSinglePrecision) {
+  // 2^24 + 1 microseconds are not a single-precision number.
+  EXPECT_EQ(DurationSeconds(16777217, AV_NOPTS_VALUE, {1, 1}),
+            static_cast<double>(16777216.0F / 1000000.0F));
+  EXPECT_NE(DurationSeconds(16777217, AV_NOPTS_VALUE, {1, 1}), 16.777217);
+}
+
+TEST(StreamFacts, TakesTheStreamsDurationWhereTheDemuxerHasNone) {
+  EXPECT_DOUBLE_EQ(DurationSeconds(AV_NOPTS_VALUE, 15360 * 3 + 1, {1, 15360}), 46081.0 / 15360);
+  EXPECT_EQ(DurationSeconds(AV_NOPTS_VALUE, AV_NOPTS_VALUE, {1, 15360}), 0);
+}
+
+TEST(StreamFacts, FoldsFullRangePlanarFormats) {
+  EXPECT_EQ(FoldedPixelFormat(AV_PIX_FMT_YUVJ420P), AV_PIX_FMT_YUV420P);
+  EXPECT_EQ(FoldedPixelFormat(AV_PIX_FMT_YUVJ422P), AV_PIX_FMT_YUV422P);
+  EXPECT_EQ(FoldedPixelFormat(AV_PIX_FMT_YUVJ444P), AV_PIX_FMT_YUV444P);
+  EXPECT_EQ(FoldedPixelFormat(AV_PIX_FMT_YUVJ411P), AV_PIX_FMT_YUV411P);
+  EXPECT_EQ(FoldedPixelFormat(AV_PIX_FMT_YUVJ440P), AV_PIX_FMT_YUVJ440P);
+  EXPECT_EQ(FoldedPixelFormat(AV_PIX_FMT_BGRA), AV_PIX_FMT_BGRA);
+}
+
+TEST(StreamFacts, CodesProfiles) {
+  EXPECT_EQ(ProfileCode(66), 0);
+  EXPECT_EQ(ProfileCode(578), 0);
+  EXPECT_EQ(ProfileCode(77), 1);
+  EXPECT_EQ(ProfileCode(100), 2);
+  EXPECT_EQ(ProfileCode(110), -1);
+  EXPECT_EQ(ProfileCode(-99), -1);
+}
+
+TEST(StreamFacts, CodesTheFirstTenSampleFormats) {
+  for (int format = 0; format < 10; ++format) {
+    EXPECT_EQ(SampleFormatCode(static_cast<AVSampleFormat>(format)), format);
+  }
+  EXPECT_EQ(SampleFormatCode(AV_SAMPLE_FMT_S64), -1);
+  EXPECT_EQ(SampleFormatCode(AV_SAMPLE_FMT_S64P), -1);
+  EXPECT_EQ(SampleFormatCode(AV_SAMPLE_FMT_NONE), -1);
+}
+
+TEST(StreamFacts, ComputesTheKeyInterval) {
+  EXPECT_EQ(KeyIntervalTicks(29 + 1, 30, {1, 15360}), 15360);
+  EXPECT_EQ(KeyIntervalTicks(3, 25, {1, 10}), 1);  // 1.2, truncated
+}
+
+TEST(StreamFacts, GivesNoKeyIntervalThatDoesNotFit) {
+  EXPECT_FALSE(KeyIntervalTicks(30, 0, {1, 15360}).has_value());
+  EXPECT_FALSE(KeyIntervalTicks(1 << 30, 1, {1, 90000}).has_value());
+}
+
+}  // namespace
+}  // namespace codec

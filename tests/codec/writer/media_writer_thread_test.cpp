@@ -1,0 +1,151 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "tests/codec/writer/writer_fixture.h"
+
+namespace codec {
+namespace {
+
+constexpr int kSoundBytes = 8192;
+
+MediaFormat Threaded(MediaFormat format, bool discard) {
+  format.SetInt32("use-thread", 1);
+  format.SetInt32("auto-discard-video", discard ? 1 : 0);
+  return format;
+}
+
+class WriterThread : public WriterTest {
+ protected:
+  // A thousand pictures and the sound that belongs to them, then Stop.
+  std::shared_ptr<EncoderState> Thousand(MediaFormat format) {
+    state = std::make_shared<EncoderState>();
+    // As an encoder asks: for the kind that lies behind.
+    EncoderState* const raw = state.get();
+    state->nextType = [raw] {
+      const auto count = [raw](char kind) {
+        return std::count_if(raw->calls.begin(), raw->calls.end(),
+                             [kind](const EncoderState::Call& call) { return call.kind == kind; });
+      };
+      return count('V') > count('A') ? 2 : 1;
+    };
+    format.SetInt32("auto-discard-video", 0);
+    format.SetInt32("enable-av-sync", 0);
+    Begin(format);
+    for (int i = 0; i < 1000; ++i) {
+      Video(i * 40000, kPictureBytes, static_cast<uint8_t>(i));
+      if (format.Entries().count("has-audio") != 0) {
+        Audio(i * 40000, 5000, static_cast<uint8_t>(i));
+      }
+    }
+    writer->Stop();
+    writer.reset();
+    return state;
+  }
+};
+
+TEST_F(WriterThread, EncodesTheSamePicturesOnBothThreads) {
+  const auto inlined = Thousand(VideoFormat());
+  MediaFormat format = VideoFormat();
+  format.SetInt32("use-thread", 1);
+  const auto threaded = Thousand(format);
+  EXPECT_EQ(inlined->Of('V').size(), 1000U);
+  EXPECT_TRUE(inlined->calls == threaded->calls);
+}
+
+// How the two kinds interleave depends on what has arrived; each kind by itself does not.
+TEST_F(WriterThread, EncodesTheSamePicturesAndSoundOnBothThreads) {
+  const auto inlined = Thousand(SoundFormat());
+  MediaFormat format = SoundFormat();
+  format.SetInt32("use-thread", 1);
+  const auto threaded = Thousand(format);
+  EXPECT_EQ(inlined->Of('A').size(), (1000U * 5000 + kSoundBytes - 1) / kSoundBytes);
+  EXPECT_TRUE(inlined->Of('V') == threaded->Of('V'));
+  EXPECT_TRUE(inlined->Of('A') == threaded->Of('A'));
+  EXPECT_EQ(threaded->Kinds().substr(threaded->calls.size() - 2), "CD");
+}
+
+TEST_F(WriterThread, WaitsForTheEncoderRatherThanDrop) {
+  state->delay = std::chrono::microseconds(300);
+  Begin(Threaded(VideoFormat(), false));
+  for (int i = 0; i < 200; ++i) Video(i);
+  writer->Stop();
+  EXPECT_EQ(state->VideoTimes().size(), 200U);
+  EXPECT_EQ(Logged(kLogDebug, "discard video frame"), 0);
+}
+
+TEST_F(WriterThread, DropsWhatASlowEncoderCannotTake) {
+  state->delay = std::chrono::microseconds(300);
+  Begin(Threaded(VideoFormat(), true));
+  for (int i = 1; i <= 500; ++i) Video(i);
+  writer->Stop();
+  const std::vector<int64_t> times = state->VideoTimes();
+  EXPECT_GE(times.size(), 5U);
+  EXPECT_EQ(static_cast<int>(times.size()) + Logged(kLogDebug, "discard video frame"), 500);
+  EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
+}
+
+TEST_F(WriterThread, StopsCleanlyAtAnyMoment) {
+  constexpr unsigned kSeed = 4099;
+  SCOPED_TRACE(kSeed);
+  std::mt19937 random(kSeed);
+  for (int run = 0; run < 60; ++run) {
+    state = std::make_shared<EncoderState>();
+    state->delay = std::chrono::microseconds(random() % 100);
+    Begin(Threaded(SoundFormat(), random() % 2 == 0));
+    const int frames = static_cast<int>(random() % 40);
+    for (int i = 0; i < frames; ++i) {
+      Video(i * 40000);
+      if (random() % 2 == 0) Audio(i * 40000, static_cast<int>(random() % 9000));
+    }
+    const bool explicitly = random() % 2 == 0;
+    if (explicitly) writer->Stop();
+    writer.reset();
+    const std::vector<int64_t> times = state->VideoTimes();
+    const std::string kinds = state->Kinds();
+    EXPECT_EQ(std::count(kinds.begin(), kinds.end(), 'C'), 1);
+    EXPECT_EQ(kinds.substr(kinds.size() - 2), "CD");
+    EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
+  }
+}
+
+TEST_F(WriterThread, AnswersParametersWhileItEncodes) {
+  Begin(Threaded(VideoFormat(), false));
+  std::atomic<bool> done{false};
+  std::thread asker([&] {
+    while (!done) EXPECT_EQ(writer->GetParameter("sample-rate"), 44100);
+  });
+  for (int i = 0; i < 200; ++i) Video(i);
+  done = true;
+  asker.join();
+  writer->Stop();
+  EXPECT_EQ(state->VideoTimes().size(), 200U);
+}
+
+class CountingWork : public MWScheduler::Work {
+ public:
+  void ScheduleOnce() override { ++steps; }
+  void Flush() override { ++flushes; }
+  std::atomic<int> steps{0};
+  std::atomic<int> flushes{0};
+};
+
+TEST(MWScheduler, StartsOneThreadAndFlushesAtItsEnd) {
+  CountingWork work;
+  MWScheduler scheduler(&work);
+  EXPECT_FALSE(scheduler.running);
+  scheduler.Start();
+  scheduler.Start();
+  while (work.steps < 3) std::this_thread::yield();
+  EXPECT_EQ(work.flushes, 0);
+  scheduler.running = false;
+  scheduler.Join();
+  EXPECT_EQ(work.flushes, 1);
+}
+
+}  // namespace
+}  // namespace codec

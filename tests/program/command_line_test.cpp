@@ -1,0 +1,106 @@
+// The program as a person or a script meets it.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/support/clips.h"
+#include "tests/support/command.h"
+#include "tests/support/media_reading.h"
+
+namespace test_support {
+namespace {
+
+// What the host sees of an exit status of -1.
+constexpr int kFailure = 255;
+
+TEST(Program, PrintsItsUsageAndFailsWithoutArguments) {
+  const CommandResult result = RunProgram({});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_EQ(result.out,
+            "usage: prog [options] <input file>\n"
+            "options:\n"
+            "  -v  Set the logging level to verbose\n"
+            "  -i <in file name> Set the input file\n"
+            "  -o <out file name> Set the output file\n"
+            "  -s <start time> Start time ms\n"
+            "  -e <end time> End time ms\n");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(Program, LogsTheRunLineToStandardErrorOnly) {
+  const CommandResult result =
+      RunProgram({"-i", "absent.mp4", "-o", "x.mp4", "-s", "2", "-e", "5"});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_EQ(result.out, "");
+  EXPECT_NE(result.err.find("[reverse::Main] =============in:absent.mp4, out:x.mp4, start:2.000, "
+                            "end:5.000"),
+            std::string::npos);
+  EXPECT_NE(result.err.find("Could not open source file absent.mp4"), std::string::npos);
+  EXPECT_NE(result.err.find("Reverse init error"), std::string::npos);
+}
+
+TEST(Program, GoesOnWithAnEmptyInputForABareName) {
+  const CommandResult result = RunProgram({Clip(ClipKind::kH264Short)});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_NE(result.err.find("=============in:, out:, start:0.000, end:0.000"), std::string::npos);
+}
+
+TEST(Program, RefusesAFlagWithoutItsValue) {
+  for (const char* flag : {"-i", "-o", "-s", "-e"}) {
+    const CommandResult result = RunProgram({"-i", "a.mp4", flag});
+    EXPECT_EQ(result.status, kFailure) << flag;
+    EXPECT_NE(result.err.find(std::string("option ") + flag + " needs a value"), std::string::npos);
+    EXPECT_EQ(result.err.find("=====in:"), std::string::npos);
+  }
+}
+
+TEST(Program, ShowsDebugAndVerboseLinesOnlyWithTheFlag) {
+  const std::string output = ScratchPath("level.mp4");
+  const CommandResult quiet = RunProgram({"-i", Clip(ClipKind::kH264Short), "-o", output});
+  EXPECT_EQ(quiet.err.find("=====Init====="), std::string::npos);
+  const CommandResult verbose = RunProgram({"-v", "-i", Clip(ClipKind::kH264Short), "-o", output});
+  EXPECT_NE(verbose.err.find("[codec::FFmpegDecoderImpl2] =====Init====="), std::string::npos);
+  EXPECT_NE(verbose.err.find("[ffmpeg:libx264]"), std::string::npos);
+}
+
+TEST(Program, FailsForAStartBehindTheEnd) {
+  const CommandResult result =
+      RunProgram({"-i", Clip(ClipKind::kH264Short), "-o", ScratchPath("x.mp4"), "-s", "5"});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_NE(result.err.find("error reverse start position"), std::string::npos);
+}
+
+TEST(Program, FailsForSoundAlone) {
+  const CommandResult result =
+      RunProgram({"-i", Clip(ClipKind::kAudioOnly), "-o", ScratchPath("x.mp4")});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_NE(result.err.find("error has_video:0"), std::string::npos);
+}
+
+TEST(Program, NeverEmptiesItsInput) {
+  const std::string input = ScratchPath("precious.mp4");
+  std::filesystem::copy_file(Clip(ClipKind::kH264Short), input);
+  const auto size = std::filesystem::file_size(input);
+  EXPECT_EQ(RunProgram({"-i", input, "-o", input}).status, kFailure);
+  EXPECT_EQ(std::filesystem::file_size(input), size);
+}
+
+TEST(Program, FailsWhereTheOutputCannotBeMade) {
+  for (const std::string& output : {ScratchPath("none/such/x.mp4"), std::string()}) {
+    const CommandResult result = RunProgram({"-i", Clip(ClipKind::kH264Short), "-o", output});
+    EXPECT_EQ(result.status, kFailure);
+    EXPECT_NE(result.err.find("Make MediaWriter error"), std::string::npos);
+  }
+}
+
+TEST(Program, FailsForAPictureSizeThatTheEncoderRefuses) {
+  const std::string input = CustomClip(
+      "odd_size.mkv", {"-f", "lavfi", "-i", "testsrc2=size=322x242:rate=25,format=yuv444p,crop=321:241",
+                  "-t", "1", "-c:v", "ffv1"});
+  const CommandResult result = RunProgram({"-i", input, "-o", ScratchPath("odd.mp4")});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_NE(result.err.find("Could not open video codec"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace test_support

@@ -1,0 +1,301 @@
+#include "reverse/reverse_loop.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "tests/support/log_capture.h"
+
+namespace codec {
+namespace {
+
+struct SourceFrame {
+  uint32_t type;
+  double pts;
+};
+
+// A clip of numbers: the decode-forward seek consumes the first picture at or after its target and
+// nothing at 0, and leaves out the sound before it, as the real one does.
+class FakeDecoder : public FFmpegDecoder {
+ public:
+  explicit FakeDecoder(std::vector<SourceFrame> frames) : mFrames(std::move(frames)) {}
+
+  int Seek(double seconds, int mode) override {
+    seeks.push_back(seconds);
+    EXPECT_EQ(mode, 3);
+    mNext = 0;
+    if (seconds == 0) return 0;
+    while (mNext < mFrames.size() &&
+           (mFrames[mNext].type != kVideoFrame || mFrames[mNext].pts < seconds)) {
+      ++mNext;
+    }
+    if (mNext == mFrames.size()) return -1;
+    ++mNext;
+    return 0;
+  }
+
+  int ReceiveFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) override {
+    if (mNext == mFrames.size()) return -1;
+    const SourceFrame& frame = mFrames[mNext++];
+    ++delivered;
+    *type = frame.type;
+    *pts = frame.pts;
+    *size = 8;
+    const float samples[2] = {static_cast<float>(frame.pts), static_cast<float>(frame.pts) + 1};
+    std::memcpy(buffer, samples, sizeof(samples));
+    return 0;
+  }
+
+  std::vector<double> seeks;
+  int delivered = 0;
+
+ private:
+  const std::vector<SourceFrame> mFrames;
+  size_t mNext = 0;
+};
+
+struct WrittenFrame {
+  int type;
+  int64_t stamp;
+  float first;
+  float second;
+};
+
+class FakeWriter : public MediaWriter {
+ public:
+  int Configure(MediaFormat& /*format*/) override { return 0; }
+  int Start() override { return 0; }
+  void Stop() override {}
+  void WriteFrame(int type, uint8_t* data, uint32_t size, int64_t pts) override {
+    ASSERT_EQ(size, 8U);
+    float samples[2];
+    std::memcpy(samples, data, sizeof(samples));
+    frames.push_back({type, pts, samples[0], samples[1]});
+  }
+  int64_t GetParameter(const char* /*key*/) override { return 0; }
+  void SetParameter(const char* /*key*/, int /*value*/) override {}
+  void SetParameter(const char* /*key*/, double /*value*/) override {}
+
+  std::vector<int64_t> Stamps(uint32_t type) const {
+    std::vector<int64_t> stamps;
+    for (const WrittenFrame& frame : frames) {
+      if (frame.type == static_cast<int>(type)) stamps.push_back(frame.stamp);
+    }
+    return stamps;
+  }
+
+  std::vector<WrittenFrame> frames;
+};
+
+std::vector<SourceFrame> Video(double seconds, double frameRate) {
+  std::vector<SourceFrame> frames;
+  for (int n = 0; n < seconds * frameRate; ++n) frames.push_back({kVideoFrame, n / frameRate});
+  return frames;
+}
+
+// Pictures and blocks of a quarter second, in file order.
+std::vector<SourceFrame> VideoAndAudio(double seconds, double frameRate) {
+  std::vector<SourceFrame> frames = Video(seconds, frameRate);
+  for (int n = 0; n < seconds * 4; ++n) frames.push_back({kAudioFrame, n / 4.0});
+  std::stable_sort(frames.begin(), frames.end(),
+                   [](const SourceFrame& a, const SourceFrame& b) { return a.pts < b.pts; });
+  return frames;
+}
+
+ReverseRange Range(double start, double end, bool hasAudio = false) {
+  ReverseRange range;
+  range.start = start;
+  range.end = end;
+  range.hasAudio = hasAudio;
+  range.channels = 1;
+  range.sampleFormat = 3;
+  range.bufferSize = 64;
+  return range;
+}
+
+int RunAll(ReverseLoop* loop) {
+  int steps = 0;
+  while (loop->Step() == 0) ++steps;
+  return steps;
+}
+
+TEST(ReverseLoop, TakesThreeStepsForThreeSecondsThenSaysItIsOver) {
+  FakeDecoder decoder(Video(3, 25));
+  FakeWriter writer;
+  const test_support::LogCapture log;
+  ReverseLoop loop(&decoder, &writer, Range(0, 3));
+  EXPECT_EQ(RunAll(&loop), 3);
+  EXPECT_EQ(decoder.seeks, (std::vector<double>{2, 1, 0}));
+  EXPECT_TRUE(log.Has(kLogDebug, "codec::Reverse", "Reverse over"));
+
+  const std::vector<int64_t> stamps = writer.Stamps(kVideoFrame);
+  ASSERT_EQ(stamps.size(), 75U);
+  for (size_t n = 0; n < stamps.size(); ++n) {
+    const double pts = static_cast<double>(74 - n) / 25.0;
+    EXPECT_EQ(stamps[n], static_cast<int64_t>((3 - pts) * 1000000));
+  }
+}
+
+TEST(ReverseLoop, WritesEveryFrameOnceWhereTheRangeBeginsInsideTheClip) {
+  FakeDecoder decoder(Video(6, 25));
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(1.3, 4.7));
+  RunAll(&loop);
+  // Frames 33 (1.32 s) to 117 (4.68 s).
+  const std::vector<int64_t> stamps = writer.Stamps(kVideoFrame);
+  ASSERT_EQ(stamps.size(), 85U);
+  EXPECT_EQ(stamps.front(), static_cast<int64_t>((4.7 - 117 / 25.0) * 1000000));
+  EXPECT_EQ(stamps.back(), static_cast<int64_t>((4.7 - 33 / 25.0) * 1000000));
+  EXPECT_TRUE(std::is_sorted(stamps.begin(), stamps.end(), std::less_equal<>()));
+}
+
+TEST(ReverseLoop, ReadsPastAStartInsideAStepButDoesNotWriteIt) {
+  FakeDecoder decoder(Video(6, 25));
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(2.5, 4));
+  EXPECT_EQ(RunAll(&loop), 2);
+  EXPECT_EQ(decoder.seeks, (std::vector<double>{3, 2}));
+  EXPECT_EQ(loop.Cursor(), 2);
+  // 2.52 is the first at or after 2.5; the seek of the second step consumed the one at 2.0.
+  EXPECT_EQ(writer.Stamps(kVideoFrame).size(), 37U);
+}
+
+TEST(ReverseLoop, NeverWritesTheFrameAtTheVeryEnd) {
+  FakeDecoder decoder(Video(5, 25));
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(0, 3));
+  RunAll(&loop);
+  EXPECT_EQ(writer.Stamps(kVideoFrame).front(), 40000);
+  EXPECT_EQ(writer.Stamps(kVideoFrame).size(), 75U);
+}
+
+TEST(ReverseLoop, LosesOnlyTheFrameThatTheLastSeekConsumes) {
+  FakeDecoder decoder(Video(6, 25));
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(2, 5));
+  RunAll(&loop);
+  const std::vector<int64_t> stamps = writer.Stamps(kVideoFrame);
+  EXPECT_EQ(stamps.size(), 74U);
+  EXPECT_EQ(stamps.back(), 2960000) << "the frame at 2.04 s; the one at 2.0 s was consumed";
+}
+
+TEST(ReverseLoop, FindsNothingToDoWhereTheEndIsNotAfterTheStart) {
+  FakeDecoder decoder(Video(5, 25));
+  FakeWriter writer;
+  for (const double end : {2.0, 1.0}) {
+    ReverseLoop loop(&decoder, &writer, Range(2, end));
+    EXPECT_EQ(loop.Step(), -1);
+  }
+  EXPECT_TRUE(writer.frames.empty());
+  EXPECT_TRUE(decoder.seeks.empty());
+}
+
+TEST(ReverseLoop, StopsReadingAtTheFirstPictureOfTheBoundaryWithoutAudio) {
+  FakeDecoder decoder(VideoAndAudio(4, 4));
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(0, 2));
+  loop.Step();
+  // Three pictures after the consumed one at 1.0, the one at 2.0, and the sound between them.
+  EXPECT_EQ(decoder.delivered, 8);
+  EXPECT_EQ(writer.Stamps(kVideoFrame).size(), 3U);
+  EXPECT_TRUE(writer.Stamps(kAudioFrame).empty());
+}
+
+TEST(ReverseLoop, WritesPicturesAndSoundInterleavedNewestFirst) {
+  FakeDecoder decoder(VideoAndAudio(4, 4));
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(0, 4, true));
+  RunAll(&loop);
+  EXPECT_EQ(writer.Stamps(kVideoFrame).size(), 16U);
+  const std::vector<int64_t> audio = writer.Stamps(kAudioFrame);
+  ASSERT_EQ(audio.size(), 16U);
+  for (size_t n = 0; n < audio.size(); ++n) {
+    EXPECT_EQ(audio[n], static_cast<int64_t>(n + 1) * 250000);
+  }
+  int64_t last = 0;
+  for (const WrittenFrame& frame : writer.frames) {
+    EXPECT_GE(frame.stamp, last);
+    last = frame.stamp;
+  }
+}
+
+TEST(ReverseLoop, ReversesTheSamplesOfSoundOnly) {
+  FakeDecoder decoder(VideoAndAudio(1, 4));
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(0, 1, true));
+  RunAll(&loop);
+  ASSERT_EQ(writer.frames.size(), 8U);
+  for (const WrittenFrame& frame : writer.frames) {
+    if (frame.type == static_cast<int>(kAudioFrame)) {
+      EXPECT_EQ(frame.first, frame.second + 1);
+    } else {
+      EXPECT_EQ(frame.first + 1, frame.second);
+    }
+  }
+}
+
+TEST(ReverseLoop, KeepsSoundThatComesLateInTheFile) {
+  // All sound of the second stands behind a picture that already lies past the boundary.
+  std::vector<SourceFrame> frames = Video(2, 4);
+  for (int n = 0; n < 8; ++n) frames.push_back({kAudioFrame, n / 4.0});
+  FakeDecoder decoder(frames);
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(0, 2, true));
+  RunAll(&loop);
+  EXPECT_EQ(writer.Stamps(kVideoFrame).size(), 8U);
+  EXPECT_EQ(writer.Stamps(kAudioFrame).size(), 8U);
+}
+
+TEST(ReverseLoop, ReportsProgressByTheCursor) {
+  FakeDecoder decoder(Video(10, 25));
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(0, 10));
+  EXPECT_EQ(loop.Progress(), 0.0F);
+  loop.Step();
+  EXPECT_FLOAT_EQ(loop.Progress(), 10.0F);
+  RunAll(&loop);
+  EXPECT_FLOAT_EQ(loop.Progress(), 100.0F);
+}
+
+TEST(ReverseLoop, EndsWhenTheDecoderGivesNothing) {
+  FakeDecoder decoder({});
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(0, 2.5, true));
+  EXPECT_EQ(RunAll(&loop), 3);
+  EXPECT_TRUE(writer.frames.empty());
+}
+
+TEST(ReverseLoop, RunsWithoutAWriter) {
+  FakeDecoder decoder(Video(2, 25));
+  ReverseLoop loop(&decoder, nullptr, Range(0, 2));
+  EXPECT_EQ(RunAll(&loop), 2);
+}
+
+// A decoder that lands too early delivers frames from before the step; they bound the next one.
+class EarlyDecoder : public FakeDecoder {
+ public:
+  using FakeDecoder::FakeDecoder;
+  int Seek(double seconds, int mode) override {
+    const int result = FakeDecoder::Seek(std::max(seconds - 0.5, 0.0), mode);
+    seeks.back() = seconds;
+    return result;
+  }
+};
+
+TEST(ReverseLoop, NeitherRepeatsNorSkipsFramesOfADecoderThatLandsEarly) {
+  EarlyDecoder decoder(Video(4, 4));
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(0, 4));
+  loop.Step();
+  EXPECT_EQ(loop.Cursor(), 2.75) << "the picture at 2.5 was consumed";
+  RunAll(&loop);
+  const std::vector<int64_t> stamps = writer.Stamps(kVideoFrame);
+  ASSERT_EQ(stamps.size(), 16U);
+  EXPECT_TRUE(std::is_sorted(stamps.begin(), stamps.end(), std::less_equal<>()));
+}
+
+}  // namespace
+}  // namespace codec

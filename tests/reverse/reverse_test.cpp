@@ -1,0 +1,161 @@
+#include "reverse/reverse.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "tests/support/clips.h"
+#include "tests/support/command.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/media_reading.h"
+
+namespace codec {
+namespace {
+
+using test_support::Clip;
+using test_support::ClipKind;
+using test_support::LogCapture;
+using test_support::ScratchPath;
+
+constexpr char kTag[] = "codec::Reverse";
+
+int InitOnly(ClipKind kind, double start, double end) {
+  Reverse job(Clip(kind).c_str(), start, end, ScratchPath("init.mp4").c_str());
+  return job.Init();
+}
+
+void Finish(Reverse* job) {
+  while (job->GetProgress() < 100) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  job->Release();
+}
+
+TEST(Reverse, RefusesAStartBehindTheEndOfTheClip) {
+  const LogCapture log;
+  EXPECT_EQ(InitOnly(ClipKind::kH264Short, 5, 0), -1);
+  EXPECT_TRUE(log.Has(kLogError, kTag, "error reverse start position"));
+}
+
+TEST(Reverse, TakesTheWholeClipForANegativeStartAndNoEnd) {
+  const LogCapture log;
+  EXPECT_EQ(InitOnly(ClipKind::kH264Short, -3, 0), 0);
+  EXPECT_TRUE(log.Has(kLogInfo, kTag, "error reverse start position, use default 0"));
+  EXPECT_TRUE(log.Has(kLogInfo, kTag, "error reverse length, use start to end clip"));
+  EXPECT_TRUE(log.Has(kLogDebug, kTag, "==========Init=========="));
+  EXPECT_TRUE(log.Has(kLogDebug, kTag, "==========Init done=========="));
+  EXPECT_TRUE(log.Has(kLogDebug, kTag, "mStart:-3.000, mDuration:3.000"));
+}
+
+TEST(Reverse, CutsAnEndBehindTheClip) {
+  const LogCapture log;
+  EXPECT_EQ(InitOnly(ClipKind::kH264Short, 0, 10), 0);
+  EXPECT_TRUE(log.Has(kLogInfo, kTag, "reverse length overflow"));
+}
+
+TEST(Reverse, RefusesAnInputThatCannotBeOpened) {
+  const LogCapture log;
+  Reverse job(ScratchPath("absent.mp4").c_str(), 0, 0, ScratchPath("x.mp4").c_str());
+  EXPECT_EQ(job.Init(), -1);
+  EXPECT_TRUE(log.Has(kLogError, kTag, "decoder init failed"));
+}
+
+TEST(Reverse, RefusesAnInputWithoutVideo) {
+  const LogCapture log;
+  EXPECT_EQ(InitOnly(ClipKind::kAudioOnly, 0, 0), -1);
+  EXPECT_TRUE(log.Has(kLogError, kTag, "error has_video:0"));
+}
+
+TEST(Reverse, RefusesAnOutputThatCannotBeMade) {
+  const LogCapture log;
+  Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, ScratchPath("none/such/x.mp4").c_str());
+  EXPECT_EQ(job.Init(), -1);
+  EXPECT_TRUE(log.Has(kLogError, kTag, "Make MediaWriter error"));
+}
+
+TEST(Reverse, RefusesToOverwriteItsInput) {
+  const std::string input = ScratchPath("precious.mp4");
+  std::filesystem::copy_file(Clip(ClipKind::kH264Short), input);
+  const auto size = std::filesystem::file_size(input);
+  const std::string link = ScratchPath("link.mp4");
+  std::filesystem::create_symlink(input, link);
+  for (const std::string& output : {input, link}) {
+    const LogCapture log;
+    Reverse job(input.c_str(), 0, 0, output.c_str());
+    EXPECT_EQ(job.Init(), -1);
+    EXPECT_EQ(log.CountContaining(kLogError, kTag, "is the input file"), 1);
+    EXPECT_EQ(std::filesystem::file_size(input), size);
+  }
+}
+
+TEST(Reverse, DoesNotStartBeforeItIsInitialised) {
+  const LogCapture log;
+  Reverse job("in.mp4", 0, 0, "out.mp4");
+  EXPECT_EQ(job.Start(), -1);
+  EXPECT_TRUE(log.Has(kLogError, kTag, "mDecoder not created"));
+  EXPECT_EQ(job.GetProgress(), 0.0F);
+}
+
+TEST(Reverse, ReachesHundredAndReleasesTwice) {
+  const std::string output = ScratchPath("whole.mp4");
+  Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
+  ASSERT_EQ(job.Init(), 0);
+  const LogCapture log;
+  ASSERT_EQ(job.Start(), 0);
+  Finish(&job);
+  EXPECT_TRUE(log.Has(kLogDebug, kTag, "ReverseWorkThread stopped"));
+  EXPECT_EQ(log.CountContaining(kLogDebug, kTag, "reverse time : "), 1);
+  EXPECT_EQ(job.GetProgress(), 0.0F) << "no worker any more";
+  job.Release();
+  EXPECT_EQ(log.Count(kLogDebug, kTag, "========== Release=========="), 2);
+  EXPECT_EQ(test_support::VideoTimes(output).size(), 75U);
+}
+
+TEST(Reverse, EndsWithAnEmptyOutputWhereTheEndIsNotAfterTheStart) {
+  Reverse job(Clip(ClipKind::kH264Short).c_str(), 2, 1, ScratchPath("empty.mp4").c_str());
+  ASSERT_EQ(job.Init(), 0);
+  const LogCapture log;
+  ASSERT_EQ(job.Start(), 0);
+  Finish(&job);
+  EXPECT_TRUE(log.Has(kLogDebug, kTag, "Reverse over"));
+}
+
+TEST(Reverse, CancelsAtTheNextStepAndLeavesAWholeFile) {
+  const std::string output = ScratchPath("cancelled.mp4");
+  Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
+  ASSERT_EQ(job.Init(), 0);
+  const LogCapture log;
+  EXPECT_EQ(job.DoReverse(), 0);
+  EXPECT_NEAR(job.GetProgress(), 0, 0) << "no worker yet";
+  job.Cancel();
+  EXPECT_EQ(job.DoReverse(), -1);
+  EXPECT_TRUE(log.Has(kLogDebug, kTag, "mIsCancel == 1, DoReverse return"));
+  ASSERT_EQ(job.Start(), 0);
+  Finish(&job);
+}
+
+TEST(Reverse, MayBeReleasedWhileItRuns) {
+  const std::string output = ScratchPath("released.mp4");
+  Reverse job(Clip(ClipKind::kH264LongGop).c_str(), 0, 0, output.c_str());
+  ASSERT_EQ(job.Init(), 0);
+  ASSERT_EQ(job.Start(), 0);
+  while (job.GetProgress() == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  job.Release();
+  const size_t pictures = test_support::VideoTimes(output).size();
+  EXPECT_GT(pictures, 0U);
+  EXPECT_LE(pictures, 300U);
+}
+
+TEST(Reverse, CanLeaveTheSoundOut) {
+  const std::string output = ScratchPath("silent.mp4");
+  Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
+  job.DisableAudio();
+  ASSERT_EQ(job.Init(), 0);
+  ASSERT_EQ(job.Start(), 0);
+  Finish(&job);
+  EXPECT_TRUE(test_support::StreamFields(output, "a").empty());
+  EXPECT_EQ(test_support::VideoTimes(output).size(), 75U);
+}
+
+}  // namespace
+}  // namespace codec
