@@ -1,8 +1,11 @@
 #include "reverse/frame_buffer.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace codec {
 namespace {
@@ -13,12 +16,21 @@ constexpr size_t kReadSlack = 4096;
 
 }  // namespace
 
+void UnmapPages::operator()(uint8_t* pages) const { munmap(pages, bytes); }
+
+// Fresh pages are zero and cost memory only once they are touched, so a buffer costs what its frame
+// really fills. The heap would give the same pages at first, but hand used ones out again later and
+// clear them by hand.
+FrameBuffer::Pages FrameBuffer::MapPages(size_t bytes) {
+  void* const pages =
+      mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (pages == MAP_FAILED) throw std::bad_alloc();
+  return Pages(static_cast<uint8_t*>(pages), UnmapPages{bytes});
+}
+
 void FrameBuffer::Resize(int32_t bytes) {
-  // Zero pages straight from the system: only what a frame really fills costs memory, however much
-  // room its buffer has.
-  std::unique_ptr<uint8_t[], Free> data(
-      static_cast<uint8_t*>(std::calloc(static_cast<size_t>(bytes) + kReadSlack, 1)));
-  if (data == nullptr) throw std::bad_alloc();
+  if (bytes < 0) throw std::bad_alloc();
+  Pages data = MapPages(static_cast<size_t>(bytes) + kReadSlack);
   if (mData != nullptr) {
     std::memcpy(data.get(), mData.get(), static_cast<size_t>(std::min(bytes, mLength)));
   }

@@ -1,11 +1,17 @@
 // One decoded picture or audio frame on its way from the decoder to the writer.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 namespace codec {
+
+// Gives pages back to the system.
+struct UnmapPages {
+  size_t bytes = 0;
+  void operator()(uint8_t* pages) const;
+};
 
 class FrameBuffer {
  public:
@@ -23,11 +29,10 @@ class FrameBuffer {
   double pts = 0;     // seconds
 
  private:
-  struct Free {
-    void operator()(uint8_t* bytes) const { std::free(bytes); }
-  };
+  using Pages = std::unique_ptr<uint8_t[], UnmapPages>;
+  static Pages MapPages(size_t bytes);
 
-  std::unique_ptr<uint8_t[], Free> mData;
+  Pages mData;
   int32_t mLength = 10;
 };
 

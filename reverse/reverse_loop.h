@@ -1,25 +1,14 @@
 // The backward walk over the range: one second a step, newest frame first.
 #pragma once
 
-#include <cstdint>
-#include <deque>
-#include <memory>
+#include <future>
 
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/writer/media_writer.h"
 #include "reverse/frame_buffer.h"
+#include "reverse/segment_reader.h"
 
 namespace codec {
-
-// What the walk needs to know of its job.
-struct ReverseRange {
-  double start = 0;  // seconds; frames before it are not written
-  double end = 0;    // seconds; frames at or after it are not written
-  bool hasAudio = false;
-  int32_t channels = 0;       // of decoded audio
-  int32_t sampleFormat = -1;  // FFmpeg's number, of decoded audio
-  int32_t bufferSize = 0;     // bytes that any frame of the decoder fits into
-};
 
 // A step goes like this:
 //   1. Seek one second before the part that is done (or to 0).
@@ -27,16 +16,23 @@ struct ReverseRange {
 //   3. Write the kept frames, the last decoded first, the samples of each audio frame reversed,
 //      stamped with their distance from the end of the range.
 //   4. Move the cursor back by the second, or to the earliest frame written, whichever is earlier.
-// A step without any frame makes the next one twice as long, until one meets a frame: inputs whose
-// stamps jump have stretches of hours in them. A step with too many frames is taken again in parts.
-//
 // The seek consumes one picture; the next step, which starts a second earlier, reads up to the
 // earliest picture written and so brings it after all.
+//
+// Note: overlap
+//   All that a step needs to know of the one before it is how far that one goes back, and this is
+//   known as soon as its frames are read. So the next step is read on a thread of its own while
+//   this one is written: the thread has the reader, and with it the decoder, to itself from the
+//   start of its task until its future is collected, which the next step, or the destructor, does.
 //
 // Used by one thread. Decoder and writer belong to the caller; without a writer frames are dropped.
 class ReverseLoop {
  public:
   ReverseLoop(FFmpegDecoder* decoder, MediaWriter* writer, const ReverseRange& range);
+  // Waits for a step that is being read.
+  ~ReverseLoop();
+  ReverseLoop(const ReverseLoop&) = delete;
+  ReverseLoop& operator=(const ReverseLoop&) = delete;
 
   // One step: 0 when more work may remain, -1 when the range is done.
   int Step();
@@ -48,34 +44,19 @@ class ReverseLoop {
   double Cursor() const { return mCursor; }
 
  private:
-  enum class Reading { kWhole, kNotEmpty, kOverBudget };
-
-  // Reads the part from here to what is done. Unless it is kWhole it stopped early: at the first
-  // frame of a part longer than a second, or where the frames took too much room.
-  Reading ReadSegment(double from);
-  bool Shorten(Reading reading);
-  void ChooseSegment(bool wasEmpty);
-  void PutBackFrames();
-  void WriteSegment();
-  // Whether the frame belongs to the part still to do.
-  bool IsWanted(const FrameBuffer& frame) const;
+  Segment Read();
+  void Write(Segment segment);
   void WriteFrame(FrameBuffer* frame);
 
-  static constexpr double kSegmentSeconds = 1.0;
-
-  FFmpegDecoder* const mDecoder;
   MediaWriter* const mWriter;
   const ReverseRange mRange;
 
+  // The reading thread's while mAhead is valid.
+  SegmentReader mReader;
+  std::future<Segment> mAhead;
+
   double mCursor;
-  double mVideoBoundary;  // time of the earliest picture written, `end` before the first
-  double mAudioBoundary;  // the same for audio
-  double mSegmentSeconds = kSegmentSeconds;  // of the next step
-  int64_t mReadBytes = 0;                    // room that the frames of the last one took
-  bool mIsNarrowing = false;                 // a part longer than a second turned out not empty
-  bool mHasRead = false;                     // a step is done
   float mProgress = 0;
-  std::deque<std::unique_ptr<FrameBuffer>> mFrames;  // of the current step, in decoded order
 };
 
 }  // namespace codec

@@ -13,9 +13,11 @@
 namespace codec {
 
 struct FFmpegDecoderImpl2::Parts {
+  explicit Parts(int64_t replayBudget) : source(&session, replayBudget) {}
+
   DecodeSession session;
   PendingFrame pending;
-  FrameSource source{&session};
+  FrameSource source;
   FrameReceiver receiver{&session, &source};
   PacketDecoder packets{&session};
   Seeker seeker{&session, &source, &packets, &pending};
@@ -31,7 +33,8 @@ void Give(const DecodedFrame& frame, uint32_t* size, uint32_t* type, double* pts
 
 }  // namespace
 
-FFmpegDecoderImpl2::FFmpegDecoderImpl2(const char* path) : mPath(path) {
+FFmpegDecoderImpl2::FFmpegDecoderImpl2(const char* path, const DecoderOptions& options)
+    : mPath(path), mOptions(options) {
   mInfo.channels = AudioConverter::kTargetChannels;
 }
 
@@ -40,10 +43,10 @@ FFmpegDecoderImpl2::~FFmpegDecoderImpl2() = default;
 int FFmpegDecoderImpl2::Init() {
   if (mParts != nullptr) return 0;
   log_debug(kDecoderTag, "=====Init=====");
-  auto parts = std::make_unique<Parts>();
+  auto parts = std::make_unique<Parts>(mOptions.replayBudget);
   MediaInfo info;
   info.channels = AudioConverter::kTargetChannels;
-  if (SessionOpener(&parts->session, &info).Open(mPath) != 0) return -1;
+  if (SessionOpener(&parts->session, &info, mOptions.threads).Open(mPath) != 0) return -1;
   mInfo = info;
   mFrameBufferSize = parts->session.pictures.Size();
   mAudioBufferSize = parts->session.sound.MaxBlockBytes();
@@ -67,6 +70,7 @@ int FFmpegDecoderImpl2::Seek(double seconds, int mode) {
 int FFmpegDecoderImpl2::DecodeFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) {
   if (mParts == nullptr || !mParts->session.IsUsable()) return -1;
   DecodedFrame frame;
+  mParts->source.Leave();
   if (!mParts->pending.Take(buffer, &frame) && mParts->packets.Decode(buffer, &frame) != 0) {
     return -1;
   }
@@ -103,6 +107,7 @@ DecoderCounters FFmpegDecoderImpl2::Counters() const {
   counters.seeks = session.input.Seeks();
   if (session.video != nullptr) counters.videoFramesDecoded = session.video->FramesDecoded();
   if (session.audio != nullptr) counters.audioFramesDecoded = session.audio->FramesDecoded();
+  counters.videoFramesReplayed = mParts->source.PicturesReplayed();
   counters.delayedFrames = mParts->packets.DelayedFrames();
   counters.audioClock = session.sound.ConvertedSeconds();
   return counters;

@@ -6,15 +6,26 @@
 #include <string>
 
 #include "codec/decoder/ffmpeg_decoder.h"
+#include "codec/decoder/replay_policy.h"
 
 namespace codec {
+
+// How an input is decoded; what comes out does not depend on it.
+struct DecoderOptions {
+  // Decoder threads; 0 chooses by the machine. One more thread puts one more packet between a
+  // picture and the sound read with it.
+  int threads = 0;
+  // Bytes of decoded pictures that may be kept between backward seeks; 0 for none.
+  int64_t replayBudget = DefaultReplayBudget();
+};
 
 // How much work was done since the input was opened.
 struct DecoderCounters {
   int64_t packetsRead = 0;
   int64_t videoFramesDecoded = 0;
   int64_t audioFramesDecoded = 0;
-  int64_t seeks = 0;          // of the demuxer
+  int64_t seeks = 0;  // of the demuxer
+  int64_t videoFramesReplayed = 0;
   int64_t delayedFrames = 0;  // video packets that gave DecodeFrame no picture
   double audioClock = 0;      // seconds of sound converted
 };
@@ -30,7 +41,7 @@ struct DecoderCounters {
 class FFmpegDecoderImpl2 : public FFmpegDecoder {
  public:
   // Remembers the path; nothing is opened before Init.
-  explicit FFmpegDecoderImpl2(const char* path);
+  explicit FFmpegDecoderImpl2(const char* path, const DecoderOptions& options = {});
   ~FFmpegDecoderImpl2() override;
 
   int Init() override;
@@ -53,6 +64,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   struct Parts;
 
   std::string mPath;
+  DecoderOptions mOptions;
   std::unique_ptr<Parts> mParts;  // null unless initialised
   MediaInfo mInfo;
   int mFrameBufferSize = 0;

@@ -1,12 +1,98 @@
 #include "codec/decoder/frame_source.h"
 
+#include <limits>
+
 namespace codec {
+
+FrameSource::FrameSource(DecodeSession* session, int64_t replayBudget)
+    : mSession(session), mRecording(replayBudget) {}
+
+void FrameSource::BeginWalk(float seconds) {
+  mReplaying = false;
+  mWalking = true;
+  mVideoDelivered = false;
+  mAudioDelivered = false;
+  if (mLastNeededEvent != kNotKnown) mRecording.Truncate(mLastNeededEvent);
+  mLastNeededEvent = kNotKnown;
+  if (!mRecording.IsEnabled() || mSession->video == nullptr) return;
+  std::vector<PacketIdentity> landing = FindLanding();
+  if (mRecording.Serves(landing, seconds)) {
+    mReplaying = true;
+    mNextEvent = mRecording.FirstEvent();
+    mNextPicture = 0;
+    mRecording.Close();
+  } else {
+    mRecording.Begin(std::move(landing));
+  }
+}
+
+void FrameSource::EndWalk() { mWalking = false; }
+
+void FrameSource::Leave() {
+  if (mReplaying) CatchUp();
+  Forget();
+}
+
+void FrameSource::Forget() {
+  mReplaying = false;
+  mLastNeededEvent = kNotKnown;
+  mRecording.Clear();
+}
+
+// Looks at the packets that come next and puts them back. Empty when no picture is near.
+std::vector<PacketIdentity> FrameSource::FindLanding() {
+  constexpr size_t kMostPackets = 256;
+  std::vector<PacketIdentity> landing;
+  std::vector<ffmpeg::UniquePacket> packets;
+  bool found = false;
+  while (!found && packets.size() < kMostPackets) {
+    ffmpeg::UniquePacket packet(av_packet_alloc());
+    if (packet == nullptr || !mSession->input.Read(packet.get())) break;
+    landing.push_back(PacketIdentity::Of(packet.get()));
+    found = mSession->video->Owns(packet.get());
+    packets.push_back(std::move(packet));
+  }
+  mSession->input.PutBack(std::move(packets));
+  if (!found) landing.clear();
+  return landing;
+}
 
 FrameSource::Next FrameSource::NextFrame(AVFrame* frame) {
   bool ended = false;
   for (;;) {
+    if (!mReplaying) {
+      const Next next = LiveFrame(frame);
+      NoteDelivered(next);
+      return next;
+    }
+    const Step video = ReplayPictureStep(frame);
+    if (video == Step::kFrame) {
+      NoteDelivered(Next::kVideo);
+      return Next::kVideo;
+    }
+    StreamDecoder* const audio = mSession->audio.get();
+    if (video == Step::kDone && audio != nullptr) {
+      audio->Send(nullptr);
+      ended = true;
+    }
+    const Step sound = Receive(audio, frame, ended);
+    if (sound == Step::kFrame) {
+      NoteDelivered(Next::kAudio);
+      return Next::kAudio;
+    }
+    if (video == Step::kDone && sound == Step::kDone) return Next::kEnd;
+    if (video != Step::kDone && !ReplayNextEvent()) CatchUp();
+  }
+}
+
+FrameSource::Next FrameSource::LiveFrame(AVFrame* frame) {
+  bool ended = false;
+  for (;;) {
     const Step video = Receive(mSession->video.get(), frame, ended);
-    if (video == Step::kFrame) return Next::kVideo;
+    if (video == Step::kFrame) {
+      mRecording.AddPicture(frame, mSession->times.VideoTime(frame));
+      return Next::kVideo;
+    }
     const Step audio = Receive(mSession->audio.get(), frame, ended);
     if (audio == Step::kFrame) return Next::kAudio;
     if (video == Step::kDone && audio == Step::kDone) return Next::kEnd;
@@ -32,23 +118,37 @@ bool FrameSource::Feed() {
   StreamDecoder* const video = mSession->video.get();
   StreamDecoder* const audio = mSession->audio.get();
   if (!mSession->input.Read(packet)) {
+    mRecording.AddEnd();
     if (video != nullptr) video->Send(nullptr);
     if (audio != nullptr) audio->Send(nullptr);
     return false;
   }
   const ffmpeg::PacketGuard guard(packet);
   if (video != nullptr && video->Owns(packet)) {
+    mRecording.AddVideoPacket();
     video->Send(packet);
   } else if (audio != nullptr && audio->Owns(packet)) {
+    mRecording.AddAudioPacket(packet);
     audio->Send(packet);
   }
   return true;
 }
 
 int FrameSource::NextPicture(AVFrame* frame) {
+  while (mReplaying) {
+    const Step step = ReplayPictureStep(frame);
+    if (step == Step::kFrame) return 0;
+    if (step == Step::kDone) return AVERROR_EOF;
+    if (!ReplayNextEvent()) CatchUp();
+  }
+  return LivePicture(frame);
+}
+
+int FrameSource::LivePicture(AVFrame* frame) {
   bool ended = false;
   for (;;) {
     const int result = mSession->video->Receive(frame);
+    if (result >= 0) mRecording.AddPicture(frame, mSession->times.VideoTime(frame));
     if (result >= 0 || result == AVERROR_EOF) return result;
     // To give up at a damaged picture would leave the rest of its group to be read as one step.
     if (result != AVERROR(EAGAIN)) LogDecodeError(AVMEDIA_TYPE_VIDEO, result);
@@ -60,14 +160,78 @@ int FrameSource::NextPicture(AVFrame* frame) {
 bool FrameSource::FeedPicture() {
   AVPacket* const packet = mSession->packet.get();
   StreamDecoder* const video = mSession->video.get();
+  StreamDecoder* const audio = mSession->audio.get();
   while (mSession->input.Read(packet)) {
     const ffmpeg::PacketGuard guard(packet);
-    if (!video->Owns(packet)) continue;
+    if (!video->Owns(packet)) {
+      if (audio != nullptr && audio->Owns(packet)) mRecording.AddAudioPacket(packet);
+      continue;
+    }
+    mRecording.AddVideoPacket();
     video->Send(packet);
     return true;
   }
+  mRecording.AddEnd();
   video->Send(nullptr);
   return false;
+}
+
+// The next picture of the event that was replayed last; kDone when that was the end of the input.
+FrameSource::Step FrameSource::ReplayPictureStep(AVFrame* frame) {
+  if (mNextEvent == mRecording.FirstEvent()) return Step::kHungry;
+  const RecordedEvent& event = mRecording.At(mNextEvent - 1);
+  if (mNextPicture < event.pictures.size() &&
+      av_frame_ref(frame, event.pictures[mNextPicture].frame.get()) >= 0) {
+    ++mNextPicture;
+    ++mPicturesReplayed;
+    return Step::kFrame;
+  }
+  return event.kind == RecordedEvent::Kind::kEnd ? Step::kDone : Step::kHungry;
+}
+
+// Reads one packet, so to say. False at the end of the recording.
+bool FrameSource::ReplayNextEvent() {
+  if (mNextEvent == mRecording.EventsEnd()) return false;
+  const RecordedEvent& event = mRecording.At(mNextEvent);
+  ++mNextEvent;
+  mNextPicture = 0;
+  // On the way to its target a walk leaves the sound out.
+  if (event.kind == RecordedEvent::Kind::kAudio && !mWalking) {
+    mSession->audio->Send(event.packet.get());
+  }
+  return true;
+}
+
+// Goes on behind the recording: the input is still at the landing, so what was replayed is read and
+// decoded over, to bring the video decoder to where it would be.
+void FrameSource::CatchUp() {
+  mReplaying = false;
+  AVPacket* const packet = mSession->packet.get();
+  AVFrame* const frame = mSession->spare.get();
+  StreamDecoder* const video = mSession->video.get();
+  for (int64_t event = 0; event < mNextEvent;) {
+    if (!mSession->input.Read(packet)) {
+      video->Send(nullptr);
+      break;
+    }
+    const ffmpeg::PacketGuard guard(packet);
+    const bool isAudio = mSession->audio != nullptr && mSession->audio->Owns(packet);
+    if (isAudio || video->Owns(packet)) ++event;
+    if (!video->Owns(packet)) continue;
+    video->Send(packet);
+    const int64_t taken = event < mNextEvent ? std::numeric_limits<int64_t>::max()
+                                             : static_cast<int64_t>(mNextPicture);
+    for (int64_t n = 0; n < taken && video->Receive(frame) >= 0; ++n) av_frame_unref(frame);
+  }
+}
+
+void FrameSource::NoteDelivered(Next next) {
+  if (mVideoDelivered && mAudioDelivered) return;
+  if (next == Next::kVideo) mVideoDelivered = true;
+  if (next == Next::kAudio || mSession->audio == nullptr) mAudioDelivered = true;
+  if (!mVideoDelivered || !mAudioDelivered) return;
+  if (mReplaying) mLastNeededEvent = mNextEvent - 1;
+  mRecording.Close();
 }
 
 }  // namespace codec

@@ -1,5 +1,8 @@
 #include "codec/decoder/frame_times.h"
 
+#include <cfloat>
+#include <cmath>
+
 #include "codec/decoder/stream_decoder.h"
 
 namespace codec {
@@ -11,6 +14,11 @@ double SoundSeconds(const AVFrame* frame) {
 
 }  // namespace
 
+bool ReachesTime(double time, float seconds) {
+  const float beyond = seconds + FLT_EPSILON;
+  return time > beyond || std::abs(time - seconds) < FLT_EPSILON;
+}
+
 void FrameTimes::Open(const StreamDecoder* video, const StreamDecoder* audio, double frameRate) {
   mVideo = video;
   mAudio = audio;
@@ -19,6 +27,10 @@ void FrameTimes::Open(const StreamDecoder* video, const StreamDecoder* audio, do
 
 double FrameTimes::OfVideo(const AVFrame* frame) {
   return OfVideoPacket(frame->best_effort_timestamp);
+}
+
+double FrameTimes::VideoTime(const AVFrame* frame) const {
+  return mVideo->Seconds(frame->best_effort_timestamp) - mFirstVideo;
 }
 
 double FrameTimes::OfAudio(const AVFrame* frame) {

@@ -9,6 +9,10 @@ namespace codec {
 
 class StreamDecoder;
 
+// Whether a frame of this time is at or after `seconds`, within the precision of a float: seeks
+// take their times in single precision.
+bool ReachesTime(double time, float seconds);
+
 // Seconds from the first frame of each kind. A frame without a stamp follows the one before it by
 // that one's duration: taken as a number, FFmpeg's mark for "no stamp" would be a time some 10^18
 // seconds before the start, and every comparison with it would go wrong.
@@ -25,6 +29,8 @@ class FrameTimes {
   // Times by the stamps of the decoded frames.
   double OfVideo(const AVFrame* frame);
   double OfAudio(const AVFrame* frame);
+  // The same without counting on; only for frames that have a stamp.
+  double VideoTime(const AVFrame* frame) const;
   // Times by the stamps of the packets they came from. Both count from the first video frame here.
   double OfVideoPacket(int64_t ticks);
   double OfAudioPacket(int64_t ticks, const AVFrame* frame);

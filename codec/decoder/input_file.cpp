@@ -1,6 +1,7 @@
 #include "codec/decoder/input_file.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "base/local_file.h"
 #include "base/log.h"
@@ -35,6 +36,12 @@ int InputFile::CannotOpen(const std::string& reason) const {
 }
 
 bool InputFile::Read(AVPacket* packet) {
+  if (!mPutBack.empty()) {
+    av_packet_move_ref(packet, mPutBack.front().get());
+    mPutBack.pop_front();
+    ++mPacketsRead;
+    return true;
+  }
   if (av_read_frame(mContext.get(), packet) < 0) {
     // Not every release leaves the packet blank.
     av_packet_unref(packet);
@@ -44,13 +51,21 @@ bool InputFile::Read(AVPacket* packet) {
   return true;
 }
 
+void InputFile::PutBack(std::vector<ffmpeg::UniquePacket> packets) {
+  mPacketsRead -= static_cast<int64_t>(packets.size());
+  mPutBack.insert(mPutBack.begin(), std::make_move_iterator(packets.begin()),
+                  std::make_move_iterator(packets.end()));
+}
+
 int InputFile::SeekBackward(int stream, int64_t position) {
   ++mSeeks;
+  mPutBack.clear();
   return av_seek_frame(mContext.get(), stream, position, AVSEEK_FLAG_BACKWARD);
 }
 
 int InputFile::SeekToStart(int64_t earliest) {
   ++mSeeks;
+  mPutBack.clear();
   // Stamps may begin below 0, where 0 is somewhere in the middle.
   const int64_t first = mContext->start_time;
   const int64_t start = first == AV_NOPTS_VALUE ? 0 : std::min<int64_t>(0, first);

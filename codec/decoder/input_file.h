@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
+#include <vector>
 
 #include "codec/decoder/packet_source.h"
 #include "codec/ffmpeg/owned.h"
@@ -16,6 +18,8 @@ class InputFile : public PacketSource {
   int Open(const std::string& path);
 
   bool Read(AVPacket* packet) override;
+  // Makes these packets, which were just read, the next ones again; a seek drops them.
+  void PutBack(std::vector<ffmpeg::UniquePacket> packets);
 
   // Moves to the key frame at or before `position`, in ticks of the stream, or in AV_TIME_BASE
   // units when `stream` is -1. FFmpeg's result.
@@ -37,6 +41,7 @@ class InputFile : public PacketSource {
 
   std::string mPath;
   ffmpeg::UniqueInput mContext;
+  std::deque<ffmpeg::UniquePacket> mPutBack;
   int64_t mPacketsRead = 0;
   int64_t mSeeks = 0;
 };

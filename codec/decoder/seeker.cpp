@@ -25,18 +25,12 @@ int64_t Truncated(double value) {
   return static_cast<int64_t>(std::min(value, kLargest));
 }
 
-// Whether a frame of this time is the first one at or after the target, given that earlier ones
-// were not.
-bool Reaches(double time, float seconds) {
-  const float beyond = seconds + FLT_EPSILON;
-  return time > beyond || std::abs(time - seconds) < FLT_EPSILON;
-}
-
 }  // namespace
 
 int Seeker::Seek(double seconds, int mode) {
   const auto single = static_cast<float>(seconds);
   mPending->Clear();
+  if (mode != 3) mSource->Leave();
   switch (mode) {
     case 2:
       return _SeekNoKeyFrame(single);
@@ -160,7 +154,7 @@ int Seeker::DecodeToPending(float seconds) {
   DecodedFrame frame;
   do {
     if (mPackets->Decode(mPending->Buffer(), &frame) != 0) return -1;
-  } while (frame.type != kVideoFrame || !Reaches(frame.pts, seconds));
+  } while (frame.type != kVideoFrame || !ReachesTime(frame.pts, seconds));
   mPending->Hold(frame);
   return 0;
 }
@@ -173,6 +167,7 @@ int Seeker::_SeekDecodeForward(float seconds) {
   if (mSession->video == nullptr) return -1;
   if (mNeedsTimeProbe) {
     mNeedsTimeProbe = false;
+    mSource->Leave();
     TimeProbe(mSession).Run();
   }
   if (seconds > mSession->duration) seconds = static_cast<float>(mSession->duration);
@@ -184,8 +179,9 @@ int Seeker::_SeekDecodeForward(float seconds) {
   Walk walk = static_cast<double>(seconds) > mLastPicture ? Walk::kEnded : Walk::kOvershot;
   while (walk == Walk::kOvershot) {
     MoveToWhole(whole);
-    if (seconds == 0) return 0;
-    walk = WalkTo(seconds, whole > 0);
+    mSource->BeginWalk(seconds);
+    walk = seconds == 0 ? Walk::kReached : WalkTo(seconds, whole > 0);
+    mSource->EndWalk();
     whole = std::max<int64_t>(0, whole - back);
     back *= 2;
   }
@@ -225,6 +221,7 @@ void Seeker::MoveToSound(int64_t seconds) {
   const double time = static_cast<double>(seconds) + mSession->times.FirstAudio();
   const int64_t ticks = Truncated(time * audio->TicksPerSecond());
   if (mSession->input.SeekBackward(audio->Index(), ticks) < 0) MoveToWhole(seconds);
+  mSource->Forget();
   mSession->times.Restart(static_cast<double>(seconds));
   mSession->FlushDecoders();
   mSession->video->Rest();
@@ -245,7 +242,7 @@ Seeker::Walk Seeker::WalkTo(float seconds, bool mayOvershoot) {
     const ffmpeg::FrameGuard guard(frame);
     const double time = mSession->times.OfVideo(frame);
     last = std::max(last, time);
-    if (!Reaches(time, seconds)) continue;
+    if (!ReachesTime(time, seconds)) continue;
     const bool behind = time - seconds >= FLT_EPSILON;
     return first && behind && mayOvershoot ? Walk::kOvershot : Walk::kReached;
   }

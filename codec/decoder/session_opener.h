@@ -16,7 +16,9 @@ namespace codec {
 //   5. only when the scan met no video: check for variable frame rate, back to the start
 class SessionOpener {
  public:
-  SessionOpener(DecodeSession* session, MediaInfo* info) : mSession(session), mInfo(info) {}
+  // `threads` decode the video; 0 chooses by the machine.
+  SessionOpener(DecodeSession* session, MediaInfo* info, int threads)
+      : mSession(session), mInfo(info), mThreads(threads) {}
 
   // 0, or -1, logged, when the file does not open or its video has no pixel format. The session is
   // of no use then.
@@ -34,6 +36,7 @@ class SessionOpener {
 
   DecodeSession* mSession;
   MediaInfo* mInfo;
+  int mThreads;
   int64_t mFirstAudioTicks = AV_NOPTS_VALUE;
 };
 

@@ -1,5 +1,7 @@
 #include "codec/decoder/stream_decoder.h"
 
+#include <algorithm>
+#include <thread>
 #include <utility>
 
 #include "base/log.h"
@@ -7,6 +9,21 @@
 #include "codec/ffmpeg/compat.h"
 
 namespace codec {
+namespace {
+
+// As many as there are cores, but each thread holds a picture or two in flight, which must not cost
+// more than the pictures that a run keeps anyway.
+int ThreadsFor(const AVCodecContext* context) {
+  constexpr int64_t kMostThreads = 16;
+  constexpr int64_t kBytesInFlight = int64_t{256} << 20;
+  const int64_t pictureBytes = std::max<int64_t>(
+      1, av_image_get_buffer_size(context->pix_fmt, context->width, context->height, 1));
+  const int64_t cores = std::max(1U, std::thread::hardware_concurrency());
+  return static_cast<int>(
+      std::clamp<int64_t>(std::min(cores, kBytesInFlight / pictureBytes), 1, kMostThreads));
+}
+
+}  // namespace
 
 StreamDecoder::StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext context)
     : mStream(stream),
@@ -14,7 +31,7 @@ StreamDecoder::StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext 
       mTicksPerSecond(static_cast<double>(stream->time_base.den) / stream->time_base.num) {}
 
 std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMediaType type,
-                                                   bool refcounted) {
+                                                   bool refcounted, int threads) {
   const char* const typeName = av_get_media_type_string(type);
   AVFormatContext* const file = input.Context();
   const int index = av_find_best_stream(file, type, -1, -1, nullptr, 0);
@@ -30,6 +47,9 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
     return nullptr;
   }
   ffmpeg::UniqueCodecContext context = ffmpeg::NewDecoder(stream, codec);
+  // Only before opening: many decoders size their tables by the count then, and read it again
+  // later.
+  if (context != nullptr) context->thread_count = threads > 0 ? threads : ThreadsFor(context.get());
   AVDictionary* options = nullptr;
   if (refcounted) av_dict_set(&options, "refcounted_frames", "1", 0);
   const int opened =

@@ -13,10 +13,11 @@ namespace codec {
 class StreamDecoder {
  public:
   // Picks the best stream of this type and opens its decoder, with reference-counted frames where
-  // that is still a choice. Null, with the reason logged, when there is no such stream or no
+  // that is still a choice, and with this many threads (0: by the machine and the picture size).
+  // Null, with the reason logged, when there is no such stream or no
   // decoder for it.
   static std::unique_ptr<StreamDecoder> Open(const InputFile& input, AVMediaType type,
-                                             bool refcounted);
+                                             bool refcounted, int threads);
 
   bool Owns(const AVPacket* packet) const { return packet->stream_index == mStream->index; }
   int Index() const { return mStream->index; }

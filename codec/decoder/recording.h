@@ -1,0 +1,99 @@
+// What a walk through the input met, in decode order: enough to walk the same way again without
+// reading or decoding pictures.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <vector>
+
+#include "codec/decoder/replay_policy.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+// One packet and what came of it.
+struct RecordedEvent {
+  enum class Kind {
+    kVideo,  // a packet of the video stream; only its pictures are kept
+    kAudio,  // a packet of the audio stream, kept to be decoded again
+    kEnd,    // the end of the input: both decoders drain
+  };
+
+  // A picture by reference, and its time in seconds.
+  struct Picture {
+    ffmpeg::UniqueFrame frame;
+    double time;
+  };
+
+  Kind kind = Kind::kVideo;
+  ffmpeg::UniquePacket packet;
+  std::vector<Picture> pictures;  // that the decoder gave out before the next packet was sent
+};
+
+// Tells packets of one input apart.
+struct PacketIdentity {
+  int stream;
+  int size;
+  int64_t pts;
+  int64_t dts;
+  int64_t position;
+
+  static PacketIdentity Of(const AVPacket* packet) {
+    return {packet->stream_index, packet->size, packet->pts, packet->dts, packet->pos};
+  }
+  friend bool operator==(const PacketIdentity& a, const PacketIdentity& b) {
+    return a.stream == b.stream && a.size == b.size && a.pts == b.pts && a.dts == b.dts &&
+           a.position == b.position;
+  }
+};
+
+// A recording grows at its end while its walk goes on, and loses its beginning where the budget
+// demands. Events keep the number that they had from the landing on.
+class Recording {
+ public:
+  explicit Recording(int64_t budget) : mPolicy(budget) {}
+
+  bool IsEnabled() const { return mPolicy.IsEnabled(); }
+
+  // Forgets everything and begins at a landing: the packets that the demuxer gave first, up to the
+  // first one of the video stream.
+  void Begin(std::vector<PacketIdentity> landing);
+  void Clear();
+
+  // False when nothing may be added: no budget, no landing, closed, or a picture without a time.
+  bool IsOpen() const { return mOpen; }
+  // Nothing more is added.
+  void Close() { mOpen = false; }
+
+  void AddVideoPacket() { AddEvent(RecordedEvent::Kind::kVideo, nullptr); }
+  void AddAudioPacket(const AVPacket* packet) { AddEvent(RecordedEvent::Kind::kAudio, packet); }
+  void AddEnd() { AddEvent(RecordedEvent::Kind::kEnd, nullptr); }
+  // A picture that came of the last event.
+  void AddPicture(const AVFrame* frame, double time);
+  // Gives up what comes behind this event.
+  void Truncate(int64_t event);
+
+  // Whether a walk from this landing to the first picture that reaches a time can be answered: the
+  // picture is there, and one before it to prove that it is the first. Time 0 stands for the
+  // landing itself.
+  bool Serves(const std::vector<PacketIdentity>& landing, float seconds) const;
+
+  int64_t FirstEvent() const { return mFirstEvent; }
+  int64_t EventsEnd() const { return mFirstEvent + static_cast<int64_t>(mEvents.size()); }
+  const RecordedEvent& At(int64_t event) const {
+    return mEvents[static_cast<size_t>(event - mFirstEvent)];
+  }
+  int64_t Bytes() const { return mPolicy.Bytes(); }
+
+ private:
+  void AddEvent(RecordedEvent::Kind kind, const AVPacket* packet);
+  void DropOldest(size_t count);
+
+  ReplayPolicy mPolicy;
+  std::vector<PacketIdentity> mLanding;
+  std::deque<RecordedEvent> mEvents;
+  int64_t mFirstEvent = 0;  // number of the front event
+  bool mOpen = false;
+};
+
+}  // namespace codec
