@@ -15,10 +15,9 @@ constexpr char kTag[] = "codec::Reverse";
 // The seek that decodes forward to the exact place.
 constexpr int kDecodeForward = 3;
 
-// What the frames of one step may take: a second of pictures, unless these are larger than 4K at 60
-// frames a second.
-constexpr int64_t kSegmentBytes = int64_t{2} << 30;
+// Each frame is a mapping of its own, of which a process has some 65,000.
 constexpr size_t kSegmentFrames = 16384;
+constexpr int kEmptySteps = 8;
 constexpr double kShortestSegmentSeconds = 1.0 / 1024;
 constexpr double kLongestSegmentSeconds = 1099511627776;
 
@@ -71,7 +70,7 @@ bool ReverseLoop::Shorten(Reading reading) {
 // cut where they always are.
 void ReverseLoop::ChooseSegment(bool wasEmpty) {
   if (mSegmentSeconds < kSegmentSeconds) {
-    if (mReadBytes < kSegmentBytes / 4) mSegmentSeconds *= 2;
+    if (mReadBytes < mRange.stepBytes / 4) mSegmentSeconds *= 2;
     return;
   }
   if (mIsNarrowing && mSegmentSeconds > kSegmentSeconds) {
@@ -79,7 +78,8 @@ void ReverseLoop::ChooseSegment(bool wasEmpty) {
     return;
   }
   mIsNarrowing = false;
-  const bool grows = wasEmpty && mSegmentSeconds < kLongestSegmentSeconds;
+  mEmptySteps = wasEmpty ? mEmptySteps + 1 : 0;
+  const bool grows = mEmptySteps > kEmptySteps && mSegmentSeconds < kLongestSegmentSeconds;
   mSegmentSeconds = grows ? mSegmentSeconds * 2 : wasEmpty ? mSegmentSeconds : kSegmentSeconds;
 }
 
@@ -105,8 +105,9 @@ ReverseLoop::Reading ReverseLoop::ReadSegment(double from) {
       }
       mReadBytes += frame->type == kVideoFrame ? mRange.bufferSize : frame->size;
       mFrames.push_back(std::move(frame));
-      if (mReadBytes > kSegmentBytes || mFrames.size() > kSegmentFrames)
+      if (mReadBytes > mRange.stepBytes || mFrames.size() > kSegmentFrames) {
         return Reading::kOverBudget;
+      }
       continue;
     }
     // Everything behind the place where the last step began to read is known: where the sound has

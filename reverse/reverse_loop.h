@@ -19,6 +19,9 @@ struct ReverseRange {
   int32_t channels = 0;       // of decoded audio
   int32_t sampleFormat = -1;  // FFmpeg's number, of decoded audio
   int32_t bufferSize = 0;     // bytes that any frame of the decoder fits into
+  // Bytes that the frames of one step may take: a second of pictures, unless these are larger than
+  // 4K at 60 frames a second.
+  int64_t stepBytes = int64_t{2} << 30;
 };
 
 // A step goes like this:
@@ -28,7 +31,7 @@ struct ReverseRange {
 //   stamped
 //      with their distance from the end of the range.
 //   4. Move the cursor back by the second, or to the earliest frame written, whichever is earlier.
-// A step without any frame makes the next one twice as long, until one meets a frame: inputs whose
+// After some steps without any frame each is twice as long, until one meets a frame: inputs whose
 // stamps jump have stretches of hours in them. A step with too many frames is taken again in parts.
 //
 // The seek consumes one picture; the next step, which starts a second earlier, reads up to the
@@ -73,6 +76,7 @@ class ReverseLoop {
   double mAudioBoundary;  // the same for audio
   double mSegmentSeconds = kSegmentSeconds;  // of the next step
   int64_t mReadBytes = 0;                    // room that the frames of the last one took
+  int mEmptySteps = 0;                       // in a row
   bool mIsNarrowing = false;                 // a part longer than a second turned out not empty
   bool mHasRead = false;                     // a step is done
   float mProgress = 0;
