@@ -297,5 +297,61 @@ TEST(ReverseLoop, NeitherRepeatsNorSkipsFramesOfADecoderThatLandsEarly) {
   EXPECT_TRUE(std::is_sorted(stamps.begin(), stamps.end(), std::less_equal<>()));
 }
 
+TEST(ReverseLoop, DoesNotLookForSoundThatHasEndedUpToTheEndOfEachStep) {
+  std::vector<SourceFrame> frames = Video(60, 25);
+  for (int n = 0; n < 8; ++n) frames.push_back({kAudioFrame, n / 4.0});
+  std::stable_sort(frames.begin(), frames.end(),
+                   [](const SourceFrame& a, const SourceFrame& b) { return a.pts < b.pts; });
+  FakeDecoder decoder(frames);
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(0, 60, true));
+  RunAll(&loop);
+  EXPECT_EQ(writer.Stamps(kVideoFrame).size(), 1500U);
+  EXPECT_EQ(writer.Stamps(kAudioFrame).size(), 8U);
+  EXPECT_LT(decoder.delivered, 3 * 1500);
+}
+
+TEST(ReverseLoop, CrossesHoursWithoutFramesInFewSteps) {
+  constexpr double kHours = 360000;
+  std::vector<SourceFrame> frames = Video(1, 25);
+  for (int n = 0; n < 25; ++n) frames.push_back({kVideoFrame, kHours + n / 25.0});
+  FakeDecoder decoder(frames);
+  FakeWriter writer;
+  ReverseLoop loop(&decoder, &writer, Range(0, kHours + 1));
+  RunAll(&loop);
+  const std::vector<int64_t> stamps = writer.Stamps(kVideoFrame);
+  EXPECT_EQ(stamps.size(), 50U);
+  EXPECT_TRUE(std::is_sorted(stamps.begin(), stamps.end()));
+  EXPECT_LT(decoder.seeks.size(), 100U);
+}
+
+TEST(ReverseLoop, TakesAStepInPartsWhenItsFramesTakeTooMuchRoom) {
+  ReverseRange range = Range(0, 3);
+  FakeDecoder wide(Video(3, 25));
+  FakeWriter atOnce;
+  ReverseLoop large(&wide, &atOnce, range);
+  RunAll(&large);
+  range.stepBytes = 5 * range.bufferSize;
+  FakeDecoder narrow(Video(3, 25));
+  FakeWriter inParts;
+  ReverseLoop small(&narrow, &inParts, range);
+  RunAll(&small);
+  EXPECT_EQ(atOnce.Stamps(kVideoFrame), inParts.Stamps(kVideoFrame));
+  EXPECT_GT(narrow.seeks.size(), 4 * wide.seeks.size());
+}
+
+TEST(ReverseLoop, GivesUpFramesThatShareOneTimeAndTakeTooMuchRoom) {
+  FakeDecoder decoder(std::vector<SourceFrame>(1000, SourceFrame{kVideoFrame, 0}));
+  FakeWriter writer;
+  ReverseRange range = Range(0, 3);
+  range.stepBytes = 100 * range.bufferSize;
+  const test_support::LogCapture log;
+  ReverseLoop loop(&decoder, &writer, range);
+  EXPECT_LT(RunAll(&loop), 100);
+  EXPECT_GE(writer.frames.size(), 100U);
+  EXPECT_LE(writer.frames.size(), 101U);
+  EXPECT_EQ(log.CountContaining(kLogWarn, "codec::Reverse", "too many frames"), 1);
+}
+
 }  // namespace
 }  // namespace codec

@@ -90,7 +90,7 @@ TEST(Robustness, TheLimitsAreKept) {
   limits.cpuSeconds = 1;
   limits.wallTime = std::chrono::seconds(20);
   const SandboxResult endless = RunInChild("endless", limits, [] {
-    for (volatile int i = 0;; i = i + 1) {
+    while (std::clock() >= 0) {
     }
     return 0;
   });
