@@ -4,6 +4,7 @@
 #include "base/log.h"
 #include "base/platform.h"
 #include "codec/ffmpeg/log_bridge.h"
+#include "codec/ffmpeg/versions.h"
 
 int main(int argc, char** argv) {
   if (argc < 2) {
@@ -15,6 +16,7 @@ int main(int argc, char** argv) {
   codec::ffmpeg::InstallLogBridge();
   app::CommandLine commandLine;
   if (app::ParseCommandLine(argc, argv, &commandLine) != 0) return -1;
+  if (codec::ffmpeg::CheckVersions(codec::ffmpeg::LibraryVersions()) != 0) return -1;
   log_info("reverse::Main", "=============in:%s, out:%s, start:%.3f, end:%.3f",
            commandLine.input.c_str(), commandLine.output.c_str(), commandLine.start,
            commandLine.end);

@@ -52,7 +52,7 @@ const std::array kRecipes = {
     ClipRecipe{ClipKind::kTransport, "transport.ts", 640, 360, "25", "6", "stereo", 48000,
                "-g 50 -bf 2 -c:a aac -b:a 192k -output_ts_offset 10"},
     ClipRecipe{ClipKind::kVariableRate, "variable_rate.mp4", 640, 360, "vfr", "6", "stereo", 48000,
-               "-g 50 -bf 2 -vsync vfr -c:a aac -b:a 192k"},
+               "-g 50 -bf 2 -c:a aac -b:a 192k"},
     ClipRecipe{ClipKind::kRotated, "rotated.mp4", 640, 360, "25", "3", "stereo", 48000,
                "-g 25 -c:a aac -b:a 192k"},
     ClipRecipe{ClipKind::kMono, "mono.mp4", 640, 360, "25", "4", "mono", 44100,
@@ -98,6 +98,7 @@ std::vector<std::string> ArgumentsFor(const ClipRecipe& recipe) {
     words.insert(words.end(), {"-f", "lavfi", "-i", SweepFilter(recipe.sampleRate, recipe.layout)});
   }
   words.insert(words.end(), {"-t", recipe.seconds});
+  if (variable) words.insert(words.end(), {FrameTimingOption(), "vfr"});
   const std::string coding = recipe.coding;
   if (hasVideo && coding.find("-c:v") == std::string::npos) AppendWords(kX264, &words);
   AppendWords(coding, &words);
@@ -106,8 +107,10 @@ std::vector<std::string> ArgumentsFor(const ClipRecipe& recipe) {
 
 // Gives the first track of an MP4 the matrix of a phone held upright: a quarter turn clockwise.
 // Done in the bytes of the track header, because not every release of ffmpeg can write one.
-std::string TurnedCopy(const std::string& straight, int storedHeight) {
-  const fs::path path = fs::path(straight).replace_filename("rotated_90.mp4");
+std::string TurnedCopy(const std::string& straight, const std::string& name, int storedHeight) {
+  const fs::path directory = CLIPREVERSE_CLIP_DIR;
+  fs::create_directories(directory);
+  const fs::path path = directory / name;
   if (fs::exists(path)) return path.string();
   std::ifstream in(straight, std::ios::binary);
   std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
@@ -175,7 +178,14 @@ std::string CustomClip(const std::string& name, const std::vector<std::string>& 
 std::string Clip(ClipKind kind) {
   const ClipRecipe& recipe = RecipeOf(kind);
   const std::string path = CustomClip(recipe.fileName, ArgumentsFor(recipe));
-  return kind == ClipKind::kRotated ? TurnedCopy(path, recipe.height) : path;
+  return kind == ClipKind::kRotated ? TurnedCopy(path, "rotated_90.mp4", recipe.height) : path;
+}
+
+std::string SampleClip() { return CLIPREVERSE_SAMPLE; }
+
+std::string TurnedSampleClip() {
+  constexpr int kSampleHeight = 360;
+  return TurnedCopy(SampleClip(), "turned_sample.mp4", kSampleHeight);
 }
 
 const std::vector<ClipKind>& VideoClipKinds() {

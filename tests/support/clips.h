@@ -35,6 +35,12 @@ std::string Clip(ClipKind kind);
 // A clip made by hand: the words given to ffmpeg before the output path. `name` names the file.
 std::string CustomClip(const std::string& name, const std::vector<std::string>& ffmpegArguments);
 
+// The sample clip of the tree (150 pictures of 640x360 at 25 fps, AAC stereo at 48 kHz): the same
+// bytes everywhere, whichever ffmpeg is installed. And a copy that asks for a quarter turn
+// clockwise.
+std::string SampleClip();
+std::string TurnedSampleClip();
+
 // All kinds with video, for tests that go over them, and a word for each.
 const std::vector<ClipKind>& VideoClipKinds();
 std::string ClipName(ClipKind kind);

@@ -112,6 +112,12 @@ CommandResult RunProgram(std::vector<std::string> arguments, std::chrono::second
   return Run(arguments, limit);
 }
 
+std::string FrameTimingOption() {
+  static const bool known =
+      Run({"ffmpeg", "-v", "error", "-h", "long"}).out.find("-fps_mode") != std::string::npos;
+  return known ? "-fps_mode" : "-vsync";
+}
+
 std::string ScratchPath(const std::string& name) {
   static const Scratch scratch;
   return (scratch.Path() / name).string();

@@ -28,6 +28,10 @@ CommandResult RunProgram(std::vector<std::string> arguments,
 // The path of the built clip-reverse.
 std::string ProgramPath();
 
+// The option of the installed ffmpeg that says how pictures are timed ("passthrough", "vfr"): its
+// old name is gone from newer releases, its new one unknown to older ones.
+std::string FrameTimingOption();
+
 // A path in a directory of this process that is removed when the process ends.
 std::string ScratchPath(const std::string& name);
 

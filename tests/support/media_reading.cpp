@@ -44,9 +44,9 @@ std::vector<Picture> DecodeLuma(const std::string& path) {
   const int width = std::stoi(fields.at("width"));
   const int height = std::stoi(fields.at("height"));
   // "gray" alone would stretch limited range to full range; the luma plane is what is compared.
-  const std::string bytes =
-      Output({"ffmpeg", "-v", "error", "-noautorotate", "-i", path, "-map", "0:v:0", "-vsync", "0",
-              "-vf", "format=yuv420p,extractplanes=y", "-f", "rawvideo", "-"});
+  const std::string bytes = Output({"ffmpeg", "-v", "error", "-noautorotate", "-i", path, "-map",
+                                    "0:v:0", FrameTimingOption(), "passthrough", "-vf",
+                                    "format=yuv420p,extractplanes=y", "-f", "rawvideo", "-"});
   const size_t size = static_cast<size_t>(width) * static_cast<size_t>(height);
   std::vector<Picture> pictures(bytes.size() / size);
   for (size_t i = 0; i < pictures.size(); ++i) {

@@ -12,8 +12,8 @@ namespace codec {
 std::vector<uint8_t> RawPictures(const std::string& path, std::vector<std::string> before) {
   std::vector<std::string> command = {"ffmpeg", "-v", "error", "-noautorotate"};
   command.insert(command.end(), before.begin(), before.end());
-  command.insert(command.end(),
-                 {"-i", path, "-map", "0:v:0", "-vsync", "0", "-f", "rawvideo", "-"});
+  command.insert(command.end(), {"-i", path, "-map", "0:v:0", test_support::FrameTimingOption(),
+                                 "passthrough", "-f", "rawvideo", "-"});
   const test_support::CommandResult result = test_support::Run(command);
   if (result.status != 0) throw std::runtime_error("ffmpeg failed: " + result.err);
   return {result.out.begin(), result.out.end()};
