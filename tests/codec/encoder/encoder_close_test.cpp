@@ -64,6 +64,7 @@ TEST_F(EncoderClose, DrainsOnlyAudioInOneCallModeWhenVideoIsNext) {
   ASSERT_EQ(mEncoder.GetParameter("next-frame-type"), 1);
   EXPECT_EQ(Close(), Film({"audio encode eof"}));
   EXPECT_EQ(Texts(mLog, kLogInfo), (Lines{"encode video frames:2,pkt queue:0"}));
+  EXPECT_EQ(Texts(mLog, kLogError), Lines{});  // a second try would be refused
   EXPECT_EQ(encoder_test::PacketCount(path, "a"), 7);
 }
 

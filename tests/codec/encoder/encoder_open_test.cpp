@@ -74,7 +74,8 @@ TEST(EncoderOpen, ReportsUnknownCodecs) {
 
 TEST(EncoderOpen, ReportsCodecsThatDoNotOpen) {
   const MediaFormat film = encoder_test::FilmFormat(ScratchPath("open-odd.mp4"));
-  EXPECT_EQ(ErrorsOfOpening(With(film, "width", "63")),
+  // A level without a profile is what this encoder refuses. (libx264 leaks memory when it refuses.)
+  EXPECT_EQ(ErrorsOfOpening(With(film, "video-codec", "mpeg2video")),
             (Lines{"Could not open video codec", "Create video stream failed."}));
   EXPECT_EQ(ErrorsOfOpening(With(film, "sample-format", "1")),
             (Lines{"could not open audio codec", "Create audio stream failed."}));

@@ -90,6 +90,8 @@ class AbsurdSetting : public testing::TestWithParam<Setting> {};
 TEST_P(AbsurdSetting, IsRefusedByOpen) {
   MediaFormat format = encoder_test::FilmFormat(ScratchPath("absurd.mp4"));
   format.SetString(GetParam().key, GetParam().value);
+  // libx264 refuses this width as well, but leaks memory as it does.
+  if (std::string(GetParam().value) == "100000") format.SetString("video-codec", "mpeg4");
   FFmpegEncoderImpl encoder;
   encoder_test::Configure(&encoder, format);
   const LogCapture log;
