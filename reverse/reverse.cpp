@@ -10,6 +10,7 @@
 #include "base/log.h"
 #include "base/platform.h"
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/writer/media_writer_factory.h"
 #include "reverse/output_description.h"
 
@@ -183,6 +184,10 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
   if (mWriter != nullptr) {
     mWriter->Stop();
     mResult = mWriter->OutputError();
+  }
+  if (mResult == 0 && mLoop != nullptr && mLoop->FoundNoPicture()) {
+    log_error(kTag, "no picture could be read from %.3f to %.3f", mStart, mEnd);
+    mResult = AVERROR_INVALIDDATA;
   }
   mProgress = 100;
 }

@@ -55,6 +55,8 @@ void ReverseLoop::Write(Segment segment) {
 void ReverseLoop::WriteFrame(FrameBuffer* frame) {
   if (frame->type == kAudioFrame) {
     ReverseAudioSamples(frame->Data(), frame->size, mRange.channels, mRange.sampleFormat);
+  } else {
+    mHasPicture = true;
   }
   if (mWriter == nullptr) return;
   constexpr double kMicroseconds = 1000000;

@@ -43,6 +43,11 @@ class ReverseLoop {
   // The part still to do is [start, Cursor()).
   double Cursor() const { return mCursor; }
 
+  // Whether the range had a length, is done, and gave no picture.
+  bool FoundNoPicture() const {
+    return mRange.start < mRange.end && mCursor <= mRange.start && !mHasPicture;
+  }
+
  private:
   Segment Read();
   void Write(Segment segment);
@@ -57,6 +62,7 @@ class ReverseLoop {
 
   double mCursor;
   float mProgress = 0;
+  bool mHasPicture = false;  // one has been written
 };
 
 }  // namespace codec

@@ -268,6 +268,23 @@ TEST(ReverseLoop, EndsWhenTheDecoderGivesNothing) {
   EXPECT_TRUE(writer.frames.empty());
 }
 
+TEST(ReverseLoop, TellsARangeWithoutPicturesFromAnEmptyOne) {
+  FakeWriter writer;
+  FakeDecoder nothing({});
+  ReverseLoop blank(&nothing, &writer, Range(0, 2));
+  EXPECT_FALSE(blank.FoundNoPicture()) << "it is not done yet";
+  RunAll(&blank);
+  EXPECT_TRUE(blank.FoundNoPicture());
+
+  FakeDecoder pictures(Video(3, 25));
+  ReverseLoop empty(&pictures, &writer, Range(2, 2));
+  RunAll(&empty);
+  EXPECT_FALSE(empty.FoundNoPicture());
+  ReverseLoop full(&pictures, &writer, Range(0, 2));
+  RunAll(&full);
+  EXPECT_FALSE(full.FoundNoPicture());
+}
+
 TEST(ReverseLoop, RunsWithoutAWriter) {
   FakeDecoder decoder(Video(2, 25));
   ReverseLoop loop(&decoder, nullptr, Range(0, 2));
