@@ -57,6 +57,13 @@ int FFmpegDecoderImpl2::Init() {
 
 int FFmpegDecoderImpl2::Release() {
   log_debug(kDecoderTag, "=====Release=====");
+  if (mParts != nullptr) {
+    const DecoderCounters counters = Counters();
+    log_verbose(kDecoderTag, "video frames decoded:%lld, replayed:%lld, packets read:%lld",
+                static_cast<long long>(counters.videoFramesDecoded),
+                static_cast<long long>(counters.videoFramesReplayed),
+                static_cast<long long>(counters.packetsRead));
+  }
   mParts.reset();
   log_debug(kDecoderTag, "=====Release done=====");
   return 0;

@@ -1,0 +1,129 @@
+#!/usr/bin/env python3
+"""Times clip-reverse beside ffmpeg's reverse filters and a plain forward transcode.
+
+usage: scripts/bench [--runs N] [--clips NAME,...] [--write] [--keep DIR]
+
+Makes its clips once (in DIR, by default a folder in the temporary directory), runs the three programs
+in turn and prints medians of the ratios, peak memory and frames decoded for each frame written. With
+--write the table also replaces the one in docs/performance.md. Needs python3 and ffmpeg, and the
+release build.
+"""
+import argparse
+import os
+import pathlib
+import re
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+PROGRAM = ROOT / "build/release/clip-reverse"
+X264 = "-c:v libx264 -preset veryfast -sc_threshold 0"
+
+# name: size, frames per second, seconds, GOP, bit rate of the source, its coding, bit rate of the output
+CLIPS = {
+    "720p-gop250": ("1280x720", 30, 20, 250, "6M", X264, "5M"),
+    "720p-gop30": ("1280x720", 30, 20, 30, "6M", X264, "5M"),
+    "1080p-gop250": ("1920x1080", 25, 60, 250, "10M", X264, "8M"),
+    "2160p-gop120": ("3840x2160", 30, 6, 120, "35M", X264, "35M"),
+    "720p-hevc": ("1280x720", 30, 20, None, "5M",
+                  "-c:v libx265 -preset ultrafast -x265-params log-level=error", "5M"),
+}
+
+
+def make_clip(folder, name):
+    path = folder / (name + ".mp4")
+    if path.exists():
+        return path
+    size, rate, seconds, gop, bits, coding, _ = CLIPS[name]
+    unfinished = folder / ("unfinished-" + name + ".mp4")
+    # Noise makes bit rates real: a drawn scene alone costs the codecs nothing.
+    command = ["ffmpeg", "-v", "error", "-y",
+               "-f", "lavfi", "-i", f"testsrc2=size={size}:rate={rate},noise=alls=12:allf=t",
+               "-f", "lavfi", "-i",
+               "aevalsrc=0.3*sin(2*PI*(220*t+45*t*t))|0.3*sin(2*PI*(330*t+25*t*t)):s=48000:c=stereo",
+               "-t", str(seconds), "-pix_fmt", "yuv420p", *coding.split(), "-b:v", bits]
+    if gop:
+        command += ["-g", str(gop), "-keyint_min", str(gop)]
+    subprocess.run(command + ["-c:a", "aac", "-b:a", "192k", str(unfinished)], check=True)
+    unfinished.rename(path)
+    return path
+
+
+def commands(clip, name, output):
+    _, rate, _, _, _, _, bits = CLIPS[name]
+    buffer = str(5 * int(bits[:-1])) + "M"
+    encode = ["-c:v", "libx264", "-preset", "superfast", "-tune", "zerolatency", "-profile:v", "baseline",
+              "-level", "4", "-b:v", bits, "-maxrate", bits, "-bufsize", buffer, "-g", str(rate),
+              "-keyint_min", str(rate), "-c:a", "aac", "-b:a", "384k", "-movflags", "+faststart", output]
+    ffmpeg = ["ffmpeg", "-v", "error", "-y", "-i", str(clip)]
+    return {
+        "tool": [str(PROGRAM), "-i", str(clip), "-o", output],
+        "reverse": ffmpeg + ["-vf", "reverse", "-af", "areverse"] + encode,
+        "forward": ffmpeg + encode,
+    }
+
+
+def run(command):
+    """Seconds and peak memory in MB."""
+    begin = time.monotonic()
+    child = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    _, status, usage = os.wait4(child.pid, 0)
+    if status != 0:
+        sys.exit(f"{command[0]} failed on {command}")
+    return time.monotonic() - begin, usage.ru_maxrss / 1024
+
+
+def decodes_per_frame(clip, output):
+    """From the counters that the program logs at its verbose level."""
+    log = subprocess.run([str(PROGRAM), "-v", "-i", str(clip), "-o", output], stderr=subprocess.PIPE,
+                         text=True, check=True).stderr
+    decoded = int(re.search(r"video frames decoded:(\d+)", log).group(1))
+    written = int(re.search(r"encode video frames:(\d+)", log).group(1))
+    return decoded / written
+
+
+def measure(folder, name, runs):
+    clip = make_clip(folder, name)
+    output = str(folder / "out.mp4")
+    seconds = {"tool": [], "reverse": [], "forward": []}
+    memory = {}
+    for _ in range(runs):
+        for program, command in commands(clip, name, output).items():
+            took, peak = run(command)
+            seconds[program].append(took)
+            memory[program] = max(memory.get(program, 0), peak)
+    ratio = {other: statistics.median(a / b for a, b in zip(seconds["tool"], seconds[other]))
+             for other in ("reverse", "forward")}
+    row = (name, statistics.median(seconds["tool"]), ratio["reverse"], ratio["forward"],
+           memory["tool"], memory["reverse"], decodes_per_frame(clip, output))
+    return "| %s | %.1f | %.2f | %.2f | %.0f | %.0f | %.2f |" % row
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
+    parser.add_argument("--runs", type=int, default=3)
+    parser.add_argument("--clips", default=",".join(CLIPS))
+    parser.add_argument("--write", action="store_true")
+    parser.add_argument("--keep", default=os.path.join(tempfile.gettempdir(), "clip-reverse-bench"))
+    options = parser.parse_args()
+    folder = pathlib.Path(options.keep)
+    folder.mkdir(parents=True, exist_ok=True)
+    table = ["| clip | seconds | against `reverse` | against forward | MB | MB of `reverse` | decodes a frame |",
+             "|---|---|---|---|---|---|---|"]
+    print("\n".join(table), flush=True)
+    for name in options.clips.split(","):
+        table.append(measure(folder, name, options.runs))
+        print(table[-1], flush=True)
+    if options.write:
+        page = ROOT / "docs/performance.md"
+        begin, end = "<!-- table -->\n", "<!-- end of table -->"
+        text = page.read_text()
+        head, rest = text.split(begin, 1)
+        page.write_text(head + begin + "\n".join(table) + "\n" + end + rest.split(end, 1)[1])
+
+
+if __name__ == "__main__":
+    main()
