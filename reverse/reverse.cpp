@@ -158,7 +158,6 @@ void Reverse::Release() {
   }
   mLoop.reset();
   mWriter.reset();
-  if (mDecoder != nullptr) mDecoder->Release();
   mDecoder.reset();
   if (mResult != 0 && mOutputFile != nullptr) mOutputFile->Discard();
   mOutputFile.reset();

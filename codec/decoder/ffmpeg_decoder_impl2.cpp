@@ -38,7 +38,15 @@ FFmpegDecoderImpl2::FFmpegDecoderImpl2(const char* path, const DecoderOptions& o
   mInfo.channels = AudioConverter::kTargetChannels;
 }
 
-FFmpegDecoderImpl2::~FFmpegDecoderImpl2() = default;
+// How much work a whole run was; what measures speed looks for this line.
+FFmpegDecoderImpl2::~FFmpegDecoderImpl2() {
+  if (mParts == nullptr) return;
+  const DecoderCounters counters = Counters();
+  log_verbose(kDecoderTag, "video frames decoded:%lld, replayed:%lld, packets read:%lld",
+              static_cast<long long>(counters.videoFramesDecoded),
+              static_cast<long long>(counters.videoFramesReplayed),
+              static_cast<long long>(counters.packetsRead));
+}
 
 int FFmpegDecoderImpl2::Init() {
   if (mParts != nullptr) return 0;
@@ -57,13 +65,6 @@ int FFmpegDecoderImpl2::Init() {
 
 int FFmpegDecoderImpl2::Release() {
   log_debug(kDecoderTag, "=====Release=====");
-  if (mParts != nullptr) {
-    const DecoderCounters counters = Counters();
-    log_verbose(kDecoderTag, "video frames decoded:%lld, replayed:%lld, packets read:%lld",
-                static_cast<long long>(counters.videoFramesDecoded),
-                static_cast<long long>(counters.videoFramesReplayed),
-                static_cast<long long>(counters.packetsRead));
-  }
   mParts.reset();
   log_debug(kDecoderTag, "=====Release done=====");
   return 0;
