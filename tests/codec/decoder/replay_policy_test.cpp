@@ -60,8 +60,9 @@ TEST(ReplayPolicy, KeepsNothingWithoutABudget) {
   EXPECT_TRUE(ReplayPolicy(1).IsEnabled());
 }
 
-// Passes over a group of pictures, each one unit large, as a backward run makes them: each decodes from
-// the start of the group to the part that is done, and the next ones are answered from what it kept.
+// Passes over a group of pictures, each one unit large, as a backward run makes them: each decodes
+// from the start of the group to the part that is done, and the next ones are answered from what it
+// kept.
 int PicturesDecoded(int group, int budget) {
   int decoded = 0;
   int done = group;

@@ -1,5 +1,5 @@
-// Replay must not be seen in what comes out: the same seeks and reads give the same frames, in the same
-// order, with it and without.
+// Replay must not be seen in what comes out: the same seeks and reads give the same frames, in the
+// same order, with it and without.
 #include <gtest/gtest.h>
 
 #include <algorithm>
