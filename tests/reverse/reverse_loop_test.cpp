@@ -196,7 +196,9 @@ TEST(ReverseLoop, FindsNothingToDoWhereTheEndIsNotAfterTheStart) {
 TEST(ReverseLoop, StopsReadingAtTheFirstPictureOfTheBoundaryWithoutAudio) {
   FakeDecoder decoder(VideoAndAudio(4, 4));
   FakeWriter writer;
-  ReverseLoop loop(&decoder, &writer, Range(0, 2));
+  ReverseRange range = Range(0, 2);
+  range.overlap = false;  // only what the first step reads is counted
+  ReverseLoop loop(&decoder, &writer, range);
   loop.Step();
   // Three pictures after the consumed one at 1.0, the one at 2.0, and the sound between them.
   EXPECT_EQ(decoder.delivered, 8);
