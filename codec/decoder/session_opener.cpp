@@ -9,11 +9,6 @@
 #include "codec/ffmpeg/compat.h"
 
 namespace codec {
-namespace {
-
-constexpr bool kRefcountedFrames = true;
-
-}  // namespace
 
 int SessionOpener::Open(const std::string& path) {
   DecodeSession& session = *mSession;
@@ -38,8 +33,7 @@ int SessionOpener::Open(const std::string& path) {
 
 int SessionOpener::OpenVideo() {
   DecodeSession& session = *mSession;
-  session.video =
-      StreamDecoder::Open(session.input, AVMEDIA_TYPE_VIDEO, kRefcountedFrames, mThreads);
+  session.video = StreamDecoder::Open(session.input, AVMEDIA_TYPE_VIDEO, mThreads);
   if (session.video == nullptr) return 0;
   const AVCodecContext* const context = session.video->Context();
   if (context->pix_fmt == AV_PIX_FMT_NONE) {
@@ -90,7 +84,7 @@ void SessionOpener::DescribeProfile() {
 
 void SessionOpener::OpenAudio() {
   DecodeSession& session = *mSession;
-  session.audio = StreamDecoder::Open(session.input, AVMEDIA_TYPE_AUDIO, kRefcountedFrames, 1);
+  session.audio = StreamDecoder::Open(session.input, AVMEDIA_TYPE_AUDIO, 1);
   if (session.audio == nullptr) return;
   const AVCodecContext* const context = session.audio->Context();
   if (session.sound.Open(context) != 0) {

@@ -31,7 +31,7 @@ StreamDecoder::StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext 
       mTicksPerSecond(static_cast<double>(stream->time_base.den) / stream->time_base.num) {}
 
 std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMediaType type,
-                                                   bool refcounted, int threads) {
+                                                   int threads) {
   const char* const typeName = av_get_media_type_string(type);
   AVFormatContext* const file = input.Context();
   const int index = av_find_best_stream(file, type, -1, -1, nullptr, 0);
@@ -51,7 +51,7 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
   // later.
   if (context != nullptr) context->thread_count = threads > 0 ? threads : ThreadsFor(context.get());
   AVDictionary* options = nullptr;
-  if (refcounted) av_dict_set(&options, "refcounted_frames", "1", 0);
+  av_dict_set(&options, "refcounted_frames", "1", 0);
   const int opened =
       context == nullptr ? AVERROR(ENOMEM) : avcodec_open2(context.get(), codec, &options);
   av_dict_free(&options);

@@ -16,8 +16,7 @@ class StreamDecoder {
   // that is still a choice, and with this many threads (0: by the machine and the picture size).
   // Null, with the reason logged, when there is no such stream or no
   // decoder for it.
-  static std::unique_ptr<StreamDecoder> Open(const InputFile& input, AVMediaType type,
-                                             bool refcounted, int threads);
+  static std::unique_ptr<StreamDecoder> Open(const InputFile& input, AVMediaType type, int threads);
 
   bool Owns(const AVPacket* packet) const { return packet->stream_index == mStream->index; }
   int Index() const { return mStream->index; }

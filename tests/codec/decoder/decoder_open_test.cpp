@@ -280,32 +280,7 @@ TEST(DecoderOpen, OpensAFileWithNeitherStream) {
 }
 
 TEST(DecoderOpen, OpensSoundWithACoverPictureAsVideo) {
-  const std::string path =
-      CustomClip("decoder_cover.m4a", {"-f",
-                                       "lavfi",
-                                       "-i",
-                                       "aevalsrc=0.2*sin(2*PI*440*t):s=48000:c=stereo",
-                                       "-f",
-                                       "lavfi",
-                                       "-i",
-                                       "testsrc2=size=64x48",
-                                       "-map",
-                                       "0:a",
-                                       "-map",
-                                       "1:v",
-                                       "-t",
-                                       "2",
-                                       "-frames:v",
-                                       "1",
-                                       "-c:a",
-                                       "aac",
-                                       "-c:v",
-                                       "png",
-                                       "-disposition:v:0",
-                                       "attached_pic",
-                                       "-f",
-                                       "ipod"});
-  DecoderReader reader(path);
+  DecoderReader reader(CoverClip());
   EXPECT_EQ(reader.InitResult(), 0);
   EXPECT_EQ(reader.Info().has_video, 1);
   EXPECT_EQ(reader.Info().frame_rate, 90000.0F);

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "tests/support/clips.h"
 #include "tests/support/command.h"
 
 namespace codec {
@@ -44,6 +45,34 @@ std::string ScratchFile(const std::string& name, const std::string& bytes) {
   const std::string path = test_support::ScratchPath(name);
   std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<long>(bytes.size()));
   return path;
+}
+
+std::string CoverClip() {
+  return test_support::CustomClip("decoder_cover.m4a",
+                                  {"-f",
+                                   "lavfi",
+                                   "-i",
+                                   "aevalsrc=0.2*sin(2*PI*440*t):s=48000:c=stereo",
+                                   "-f",
+                                   "lavfi",
+                                   "-i",
+                                   "testsrc2=size=64x48",
+                                   "-map",
+                                   "0:a",
+                                   "-map",
+                                   "1:v",
+                                   "-t",
+                                   "2",
+                                   "-frames:v",
+                                   "1",
+                                   "-c:a",
+                                   "aac",
+                                   "-c:v",
+                                   "png",
+                                   "-disposition:v:0",
+                                   "attached_pic",
+                                   "-f",
+                                   "ipod"});
 }
 
 }  // namespace codec

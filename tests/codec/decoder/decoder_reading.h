@@ -110,4 +110,8 @@ std::vector<double> PictureTimes(const std::string& path);
 std::string FileBytes(const std::string& path);
 std::string ScratchFile(const std::string& name, const std::string& bytes);
 
+// Two seconds of sound with a cover picture, which is a video stream of one packet without an
+// index.
+std::string CoverClip();
+
 }  // namespace codec
