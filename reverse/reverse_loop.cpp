@@ -4,7 +4,6 @@
 
 #include "base/log.h"
 #include "reverse/audio_samples.h"
-#include "reverse/frame_pool.h"
 
 namespace codec {
 namespace {
@@ -14,7 +13,11 @@ constexpr char kTag[] = "codec::Reverse";
 }  // namespace
 
 ReverseLoop::ReverseLoop(FFmpegDecoder* decoder, MediaWriter* writer, const ReverseRange& range)
-    : mWriter(writer), mRange(range), mReader(decoder, range), mCursor(range.end) {}
+    : mWriter(writer),
+      mRange(range),
+      mStock(range.bufferSize),
+      mReader(decoder, &mStock, range),
+      mCursor(range.end) {}
 
 ReverseLoop::~ReverseLoop() {
   if (mAhead.valid()) mAhead.wait();
@@ -43,12 +46,11 @@ Segment ReverseLoop::Read() {
 }
 
 void ReverseLoop::Write(Segment segment) {
-  FramePool& pool = FramePool::Instance();
   while (!segment.frames.empty()) {
     std::unique_ptr<FrameBuffer> frame = std::move(segment.frames.back());
     segment.frames.pop_back();
     if (mRange.Holds(*frame)) WriteFrame(frame.get());
-    pool.Put(std::move(frame));
+    mStock.Put(std::move(frame));
   }
 }
 

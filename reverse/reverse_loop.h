@@ -6,6 +6,7 @@
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/writer/media_writer.h"
 #include "reverse/frame_buffer.h"
+#include "reverse/frame_stock.h"
 #include "reverse/segment_reader.h"
 
 namespace codec {
@@ -55,6 +56,7 @@ class ReverseLoop {
 
   MediaWriter* const mWriter;
   const ReverseRange mRange;
+  FrameStock mStock;
 
   // The reading thread's while mAhead is valid.
   SegmentReader mReader;

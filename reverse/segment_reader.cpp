@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "reverse/frame_pool.h"
 
 namespace codec {
 namespace {
@@ -22,8 +21,9 @@ constexpr double kLongestSeconds = 1099511627776;
 
 }  // namespace
 
-SegmentReader::SegmentReader(FFmpegDecoder* decoder, const ReverseRange& range)
+SegmentReader::SegmentReader(FFmpegDecoder* decoder, FrameStock* stock, const ReverseRange& range)
     : mDecoder(decoder),
+      mStock(stock),
       mRange(range),
       mCursor(range.end),
       mVideoBoundary(range.end),
@@ -48,22 +48,22 @@ SegmentReader::Reading SegmentReader::Read(double from) {
   // still come.
   bool videoDone = mDecoder->Seek(from, kDecodeForward) != 0;
   bool audioDone = !mRange.hasAudio;
-  FramePool& pool = FramePool::Instance();
   mBytes = 0;
   while (!videoDone || !audioDone) {
-    std::unique_ptr<FrameBuffer> frame = pool.Get(mRange.bufferSize);
+    std::unique_ptr<FrameBuffer> frame = mStock->Get();
     if (mDecoder->ReceiveFrame(frame->Data(), &frame->size, &frame->type, &frame->pts) != 0) {
-      pool.Put(std::move(frame));
+      mStock->Put(std::move(frame));
       break;
     }
     // The flags only end the reading. A frame of the part still to do that comes after its kind's
     // flag was set, as it may where streams are loosely interleaved, is kept.
     if (IsWanted(*frame)) {
       if (mSeconds > kUsualSeconds) {
-        pool.Put(std::move(frame));
+        mStock->Put(std::move(frame));
         return Reading::kNotEmpty;
       }
-      mBytes += frame->type == kVideoFrame ? mRange.bufferSize : frame->size;
+      if (frame->type == kAudioFrame) frame = mStock->Compact(std::move(frame));
+      mBytes += frame->Length();
       mFrames.push_back(std::move(frame));
       if (mBytes > mRange.stepBytes || mFrames.size() > kMostFrames) return Reading::kOverBudget;
       continue;
@@ -74,7 +74,7 @@ SegmentReader::Reading SegmentReader::Read(double from) {
         frame->type == kVideoFrame && frame->pts >= mVideoBoundary + kUsualSeconds;
     if (frame->type == kVideoFrame) videoDone = true;
     if (frame->type == kAudioFrame || (mHasRead && isBehind)) audioDone = true;
-    pool.Put(std::move(frame));
+    mStock->Put(std::move(frame));
   }
   return Reading::kWhole;
 }
@@ -127,7 +127,7 @@ void SegmentReader::MoveBoundaries() {
 }
 
 void SegmentReader::GiveUpFrames() {
-  for (std::unique_ptr<FrameBuffer>& frame : mFrames) FramePool::Instance().Put(std::move(frame));
+  for (std::unique_ptr<FrameBuffer>& frame : mFrames) mStock->Put(std::move(frame));
   mFrames.clear();
 }
 

@@ -7,6 +7,7 @@
 
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "reverse/frame_buffer.h"
+#include "reverse/frame_stock.h"
 
 namespace codec {
 
@@ -38,10 +39,10 @@ struct Segment {
 // taken in parts.
 //
 // Knows by the frames alone how far a step goes back, so that the next one can be read before this
-// one is written. Used by one thread at a time; the decoder belongs to the caller.
+// one is written. Used by one thread at a time; decoder and stock belong to the caller.
 class SegmentReader {
  public:
-  SegmentReader(FFmpegDecoder* decoder, const ReverseRange& range);
+  SegmentReader(FFmpegDecoder* decoder, FrameStock* stock, const ReverseRange& range);
 
   // Whether the range has a part left to read.
   bool HasMore() const { return mRange.start < mCursor; }
@@ -63,6 +64,7 @@ class SegmentReader {
   static constexpr double kUsualSeconds = 1.0;
 
   FFmpegDecoder* const mDecoder;
+  FrameStock* const mStock;
   const ReverseRange mRange;
 
   double mCursor;         // the part still to read is [start, mCursor)

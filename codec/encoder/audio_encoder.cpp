@@ -1,8 +1,11 @@
 #include "codec/encoder/audio_encoder.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <limits>
+#include <thread>
+#include <utility>
 
 #include "base/log.h"
 #include "codec/encoder/encoder_context.h"
@@ -14,9 +17,6 @@ namespace codec {
 namespace {
 
 constexpr char kTag[] = "codec::FFmpegEncoderImpl";
-
-// For encoders that take any number of samples at once.
-constexpr int kDefaultFrameSize = 1024;
 
 }  // namespace
 
@@ -32,8 +32,7 @@ int AudioEncoder::Create(const EncoderOptions& defaults) {
   }
   mTrack.stream = mFile->AddStream(codec);
   if (mTrack.stream != nullptr) mContext = NewEncoder(codec, *mFile);
-  mPacket.reset(av_packet_alloc());
-  if (mTrack.stream == nullptr || mContext == nullptr || mPacket == nullptr) {
+  if (mTrack.stream == nullptr || mContext == nullptr) {
     log_error(kTag, "Could not alloc  audio stream.");
     return -1;
   }
@@ -50,7 +49,7 @@ int AudioEncoder::Create(const EncoderOptions& defaults) {
   log_debug(kTag, "cc->frame_size:%d", mContext->frame_size);
   log_debug(kTag, "cc->sample_rate:%d", mContext->sample_rate);
   log_debug(kTag, "cc->channel_layout:%d", static_cast<int>(ffmpeg::ChannelMask(mContext.get())));
-  return PrepareFrame();
+  return PrepareJobs();
 }
 
 void AudioEncoder::Describe() {
@@ -63,23 +62,9 @@ void AudioEncoder::Describe() {
   context->time_base = mTrack.stream->time_base;
 }
 
-int AudioEncoder::PrepareFrame() {
-  // The room that the first blocks usually need; larger ones make it grow.
-  constexpr size_t kStagingBytesPerChannel = 775;
-  mStaging.resize(static_cast<size_t>(mSettings.channelCount) * kStagingBytesPerChannel);
-
-  mFrame.reset(av_frame_alloc());
-  if (mFrame == nullptr) {
-    log_error(kTag, "Error allocating an audio frame.");
-    log_error(kTag, "alloc_audio_frame error");
-    return -1;
-  }
-  mFrame->nb_samples = mContext->frame_size < 1 ? kDefaultFrameSize : mContext->frame_size;
-  mFrame->format = mContext->sample_fmt;
-  mFrame->sample_rate = mContext->sample_rate;
-  if (ffmpeg::CopyLayout(mFrame.get(), mContext.get()) < 0 ||
-      av_frame_get_buffer(mFrame.get(), 0) < 0) {
-    log_error(kTag, "Error allocating an audio buffer");
+int AudioEncoder::PrepareJobs() {
+  for (AudioJob& job : mJobs) {
+    if (job.Prepare(mContext.get()) == 0) continue;
     log_error(kTag, "alloc_audio_frame error");
     return -1;
   }
@@ -91,7 +76,23 @@ int AudioEncoder::PrepareFrame() {
 }
 
 int AudioEncoder::Encode(const uint8_t* data, size_t size) {
-  if (mFrame == nullptr) return -1;
+  if (mPending == kMostPending) Write();
+  AudioJob& job = mJobs[mPending];
+  if (job.frame == nullptr || Fill(&job, data, size) != 0) return -1;
+  if (EncodesBeside()) {
+    ++mPending;
+    mThread->Submit(&job);
+    mFile->Await(this);
+    return 0;
+  }
+  Write();
+  job.Encode(mContext.get(), job.frame.get());
+  LearnDelay(job);
+  return WritePackets(&job);
+}
+
+// Copies the samples into the job.
+int AudioEncoder::Fill(AudioJob* job, const uint8_t* data, size_t size) {
   const auto channels = static_cast<size_t>(mSettings.channelCount);
   const auto sampleBytes = static_cast<size_t>(BytesPerSample(mSettings.sampleFormat));
   const size_t samples = sampleBytes == 0 ? 0 : size / channels / sampleBytes;
@@ -101,61 +102,104 @@ int AudioEncoder::Encode(const uint8_t* data, size_t size) {
     log_error(kTag, "avcodec_fill_audio_frame failed: %d", AVERROR(EINVAL));
     return -1;
   }
-  if (mStaging.size() < size) mStaging.resize(size);
+  if (job->staging.size() < size) job->staging.resize(size);
+  uint8_t* const staging = job->staging.data();
   if (NeedsPlanes(mSettings.sampleFormat)) {
-    SplitIntoPlanes(data, samples, channels, sampleBytes, mStaging.data());
-    data = mStaging.data();
+    SplitIntoPlanes(data, samples, channels, sampleBytes, staging);
+  } else {
+    std::copy_n(data, size, staging);
   }
+  AVFrame* const frame = job->frame.get();
   // Filling allocates a list of planes for more than eight channels and forgets an older one.
-  if (mFrame->extended_data != mFrame->data) av_freep(&mFrame->extended_data);
+  if (frame->extended_data != frame->data) av_freep(&frame->extended_data);
   // The frame keeps the sample count of the encoder, so a short block does not fit it.
-  const int filled = avcodec_fill_audio_frame(mFrame.get(), mSettings.channelCount,
+  const int filled = avcodec_fill_audio_frame(frame, mSettings.channelCount,
                                               static_cast<AVSampleFormat>(mSettings.sampleFormat),
-                                              data, static_cast<int>(size), 0);
+                                              staging, static_cast<int>(size), 0);
   if (mFile->Remember(filled) < 0) {
     log_error(kTag, "avcodec_fill_audio_frame failed: %d", filled);
     return -1;
   }
-  mFrame->pts =
+  frame->pts =
       av_rescale_q(mSamplesStamped, AVRational{1, mContext->sample_rate}, mContext->time_base);
-  mSamplesStamped += mFrame->nb_samples;
-  return EncodeFrame(mFrame.get());
+  mSamplesStamped += frame->nb_samples;
+  return 0;
 }
 
-int AudioEncoder::EncodeFrame(const AVFrame* frame) {
-  int result = avcodec_send_frame(mContext.get(), frame);
-  if (result < 0) {
+bool AudioEncoder::EncodesBeside() {
+  if (!mDelay.has_value() || !mIsRegular) return false;
+  if (mThread == nullptr) {
+    mThread = std::make_unique<AudioEncodeThread>(mContext.get());
+    if (std::thread::hardware_concurrency() > 1) mThread->Start();
+  }
+  return mThread->HasThread();
+}
+
+double AudioEncoder::LastTime() const {
+  if (mPending == 0) return mTrack.lastTime;
+  const AVRational timeBase = mTrack.stream->time_base;
+  const int64_t stamp = mJobs[mPending - 1].frame->pts - *mDelay;
+  return static_cast<double>(av_rescale_q(stamp, mContext->time_base, timeBase)) * av_q2d(timeBase);
+}
+
+void AudioEncoder::Write() {
+  if (mPending == 0) return;
+  mThread->Finish();
+  const size_t count = std::exchange(mPending, 0);
+  for (size_t i = 0; i < count; ++i) {
+    LearnDelay(mJobs[i]);
+    WritePackets(&mJobs[i]);
+  }
+}
+
+void AudioEncoder::LearnDelay(const AudioJob& job) {
+  const bool isRegular = job.packetCount == 1 && job.packets[0]->pts != AV_NOPTS_VALUE;
+  // The first frames may fill the encoder and give nothing yet.
+  if (job.packetCount == 0 && !mDelay.has_value()) return;
+  const int64_t delay = isRegular ? job.frame->pts - job.packets[0]->pts : 0;
+  mIsRegular = mIsRegular && isRegular && delay == mDelay.value_or(delay);
+  mDelay = delay;
+}
+
+int AudioEncoder::WritePackets(AudioJob* job) {
+  if (job->sendResult < 0) {
     // A second call to drain is told of the end, which is no failure.
-    if (result != AVERROR_EOF) mFile->Remember(result);
+    if (job->sendResult != AVERROR_EOF) mFile->Remember(job->sendResult);
     std::array<char, 128> text{};
-    av_strerror(result, text.data(), text.size());
+    av_strerror(job->sendResult, text.data(), text.size());
     log_error(kTag, "Error encoding audio frame: %s", text.data());
     return -1;
   }
-  AVPacket* const packet = mPacket.get();
-  for (;;) {
-    result = avcodec_receive_packet(mContext.get(), packet);
-    if (result == AVERROR(EAGAIN)) return 0;
-    if (result == AVERROR_EOF) {
-      log_debug(kTag, "audio encode eof");
-      return result;
-    }
-    if (mFile->Remember(result) < 0) {
-      log_error(kTag, "error encoding audio frame");
-      return -1;
-    }
+  for (size_t i = 0; i < job->packetCount; ++i) {
+    AVPacket* const packet = job->packets[i].get();
     const ffmpeg::PacketGuard guard(packet);
     if (mFile->WritePacket(packet, mContext->time_base, &mTrack) < 0) {
       log_error(kTag, "Error while writing audio frame.");
     }
   }
+  if (job->receiveResult == AVERROR(EAGAIN)) return 0;
+  if (job->receiveResult == AVERROR_EOF) {
+    log_debug(kTag, "audio encode eof");
+    return AVERROR_EOF;
+  }
+  mFile->Remember(job->receiveResult);
+  log_error(kTag, "error encoding audio frame");
+  return -1;
 }
 
-int AudioEncoder::Drain() { return mContext == nullptr ? 0 : EncodeFrame(nullptr); }
+int AudioEncoder::Drain() {
+  if (mContext == nullptr) return 0;
+  Write();
+  AudioJob& job = mJobs.front();
+  job.Encode(mContext.get(), nullptr);
+  return WritePackets(&job);
+}
 
 void AudioEncoder::Close() {
   if (!Exists()) return;
-  mFrame.reset();
+  mThread.reset();
+  mPending = 0;
+  for (AudioJob& job : mJobs) job = AudioJob();
   mContext.reset();
   mTrack.stream = nullptr;
   log_debug(kTag, "free AudioStream");

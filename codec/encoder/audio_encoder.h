@@ -1,10 +1,14 @@
 // The audio stream of an output: its encoder, and the way of samples into the file.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <memory>
+#include <optional>
 
+#include "codec/encoder/audio_encode_thread.h"
+#include "codec/encoder/audio_job.h"
 #include "codec/encoder/encoder_options.h"
 #include "codec/encoder/encoder_settings.h"
 #include "codec/encoder/output_file.h"
@@ -13,7 +17,15 @@
 namespace codec {
 
 // Settings and file belong to the caller and outlive it.
-class AudioEncoder {
+//
+// Note: encoding beside the pictures
+//   Sound costs about as much to encode as pictures do, on one thread. So frames of sound are
+//   encoded on a thread of their own, and their packets are collected when the file is given its
+//   next packet: all packets reach the file in the order in which their frames came. Which frame
+//   the writer hands over next hangs on the time of the last packet of sound. An encoder that gives
+//   one packet for each frame, always as many samples behind, has a packet's time known before it
+//   is there; any other one, and a host without a second thread, is waited for with each frame.
+class AudioEncoder : private PendingPackets {
  public:
   AudioEncoder(const EncoderSettings& settings, OutputFile* file)
       : mSettings(settings), mFile(file) {}
@@ -22,8 +34,9 @@ class AudioEncoder {
   int Create(const EncoderOptions& defaults);
   bool Exists() const { return mTrack.stream != nullptr; }
 
-  // Encodes one frame of interleaved samples in the configured format and writes what comes out.
-  // Time is the running count of samples. 0, or -1 after an error line.
+  // Encodes one frame of interleaved samples in the configured format and writes what comes out,
+  // now or before the file's next packet. Time is the running count of samples. 0, or -1 after an
+  // error line.
   int Encode(const uint8_t* data, size_t size);
   // Writes what the encoder still holds: AVERROR_EOF when that was all.
   int Drain();
@@ -34,22 +47,31 @@ class AudioEncoder {
   int FrameSize() const { return mContext == nullptr ? 0 : mContext->frame_size; }
   int SampleRate() const { return mContext == nullptr ? 0 : mContext->sample_rate; }
   int StreamIndex() const { return mTrack.stream->index; }
-  // Seconds of the last packet written.
-  double LastTime() const { return mTrack.lastTime; }
+  // Seconds of the last packet, be it written or on its way.
+  double LastTime() const;
 
  private:
   void Describe();
-  int PrepareFrame();
-  int EncodeFrame(const AVFrame* frame);
+  int PrepareJobs();
+  int Fill(AudioJob* job, const uint8_t* data, size_t size);
+  bool EncodesBeside();
+  // Collects what the thread has been given.
+  void Write() override;
+  int WritePackets(AudioJob* job);
+  void LearnDelay(const AudioJob& job);
 
   const EncoderSettings& mSettings;
   OutputFile* const mFile;
-  ffmpeg::UniqueCodecContext mContext;
-  ffmpeg::UniqueFrame mFrame;
-  ffmpeg::UniquePacket mPacket;
+  ffmpeg::UniqueCodecContext mContext;  // the thread's while a job is pending
   OutputTrack mTrack;
-  std::vector<uint8_t> mStaging;  // grows to the largest block seen
-  int64_t mSamplesStamped = 0;    // per channel
+  int64_t mSamplesStamped = 0;  // per channel
+
+  static constexpr size_t kMostPending = 8;
+  std::array<AudioJob, kMostPending> mJobs;  // the first mPending ones are with the thread
+  size_t mPending = 0;
+  std::optional<int64_t> mDelay;               // of a packet's stamp behind its frame's, once seen
+  bool mIsRegular = true;                      // no packet had another delay
+  std::unique_ptr<AudioEncodeThread> mThread;  // ends before the context goes
 };
 
 }  // namespace codec

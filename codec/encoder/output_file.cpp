@@ -2,6 +2,7 @@
 
 #include <array>
 #include <ctime>
+#include <utility>
 
 #include "base/local_file.h"
 #include "base/log.h"
@@ -105,7 +106,12 @@ int OutputFile::OpenFileAndWriteHeader() {
   return 0;
 }
 
+void OutputFile::WritePending() {
+  if (mPending != nullptr) std::exchange(mPending, nullptr)->Write();
+}
+
 int OutputFile::WritePacket(AVPacket* packet, AVRational encoderTimeBase, OutputTrack* track) {
+  WritePending();
   const AVRational timeBase = track->stream->time_base;
   av_packet_rescale_ts(packet, encoderTimeBase, timeBase);
   packet->stream_index = track->stream->index;
@@ -131,6 +137,7 @@ void OutputFile::KeepStampsIncreasing(AVPacket* packet, OutputTrack* track) cons
 }
 
 void OutputFile::WriteTrailer() {
+  WritePending();
   if (mContext == nullptr || mHeader != Header::kWritten || mContext->nb_streams == 0) return;
   if (Remember(av_write_trailer(mContext.get())) < 0) {
     log_error(kTag, "wirte trailer failed.");

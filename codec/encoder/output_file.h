@@ -16,6 +16,14 @@ struct OutputTrack {
   int64_t lastDts = AV_NOPTS_VALUE;  // of the last packet, in the stream's time base
 };
 
+// Packets that are still being made. Their place in the file is before all that come later.
+class PendingPackets {
+ public:
+  virtual ~PendingPackets() = default;
+  // Waits for them and hands them to the file.
+  virtual void Write() = 0;
+};
+
 // Create, AddStream for each stream, StampMetadata, OpenFileAndWriteHeader, WritePacket any number
 // of times, WriteTrailer, Close. Whatever is left out, the destructor frees everything.
 class OutputFile {
@@ -42,6 +50,8 @@ class OutputFile {
   // Moves the stamps from the encoder's time base to the track's and hands the packet on, leaving
   // it empty. 0 or FFmpeg's negative error; AVERROR(EINVAL) without a usable header.
   int WritePacket(AVPacket* packet, AVRational encoderTimeBase, OutputTrack* track);
+  // Before the next packet, or the trailer, these are written.
+  void Await(PendingPackets* pending) { mPending = pending; }
   // Does nothing without a usable header or without streams.
   void WriteTrailer();
   // Closes the file and frees the container with all of its streams.
@@ -56,12 +66,14 @@ class OutputFile {
  private:
   enum class Header { kNone, kWritten, kRefused };
 
+  void WritePending();
   void KeepStampsIncreasing(AVPacket* packet, OutputTrack* track) const;
 
   std::string mPath;
   ffmpeg::UniqueOutput mContext;
   Header mHeader = Header::kNone;
   int mError = 0;
+  PendingPackets* mPending = nullptr;
 };
 
 }  // namespace codec

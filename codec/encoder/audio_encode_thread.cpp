@@ -1,0 +1,41 @@
+#include "codec/encoder/audio_encode_thread.h"
+
+namespace codec {
+
+AudioEncodeThread::~AudioEncodeThread() {
+  {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mIsStopping = true;
+  }
+  mChanged.notify_all();
+  Join();
+}
+
+void AudioEncodeThread::Submit(AudioJob* job) {
+  {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mJobs.push_back(job);
+  }
+  mChanged.notify_all();
+}
+
+void AudioEncodeThread::Finish() {
+  std::unique_lock<std::mutex> lock(mMutex);
+  mChanged.wait(lock, [this] { return mJobs.empty(); });
+}
+
+void AudioEncodeThread::Run() {
+  std::unique_lock<std::mutex> lock(mMutex);
+  for (;;) {
+    mChanged.wait(lock, [this] { return mIsStopping || !mJobs.empty(); });
+    if (mIsStopping) return;
+    AudioJob* const job = mJobs.front();
+    lock.unlock();
+    job->Encode(mContext, job->frame.get());
+    lock.lock();
+    mJobs.pop_front();
+    if (mJobs.empty()) mChanged.notify_all();
+  }
+}
+
+}  // namespace codec

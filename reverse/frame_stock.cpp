@@ -1,0 +1,56 @@
+#include "reverse/frame_stock.h"
+
+#include <cstring>
+#include <utility>
+
+#include "reverse/frame_pool.h"
+
+namespace codec {
+namespace {
+
+// Frames of sound differ in size; most fit into what this is rounded up to.
+constexpr uint32_t kSmallBytes = 16384;
+
+}  // namespace
+
+FrameStock::~FrameStock() {
+  for (std::unique_ptr<FrameBuffer>& buffer : mLarge) FramePool::Instance().Put(std::move(buffer));
+}
+
+std::unique_ptr<FrameBuffer> FrameStock::Get() {
+  std::unique_ptr<FrameBuffer> buffer = TakeLast(&mLarge);
+  return buffer != nullptr ? std::move(buffer) : FramePool::Instance().Get(mFrameBytes);
+}
+
+std::unique_ptr<FrameBuffer> FrameStock::Compact(std::unique_ptr<FrameBuffer> frame) {
+  const uint32_t room = (frame->size + kSmallBytes - 1) / kSmallBytes * kSmallBytes;
+  if (room >= static_cast<uint32_t>(mFrameBytes)) return frame;
+  std::unique_ptr<FrameBuffer> compact = TakeLast(&mSmall);
+  if (compact == nullptr) compact = std::make_unique<FrameBuffer>();
+  if (compact->Data() == nullptr || compact->Length() < static_cast<int32_t>(room)) {
+    compact->Resize(static_cast<int32_t>(room));
+  }
+  std::memcpy(compact->Data(), frame->Data(), frame->size);
+  compact->type = frame->type;
+  compact->size = frame->size;
+  compact->pts = frame->pts;
+  Put(std::move(frame));
+  return compact;
+}
+
+void FrameStock::Put(std::unique_ptr<FrameBuffer> buffer) {
+  mLock.Lock();
+  const but::LockGuard unlock(&mLock);
+  (IsLarge(*buffer) ? mLarge : mSmall).push_back(std::move(buffer));
+}
+
+std::unique_ptr<FrameBuffer> FrameStock::TakeLast(Buffers* buffers) {
+  mLock.Lock();
+  const but::LockGuard unlock(&mLock);
+  if (buffers->empty()) return nullptr;
+  std::unique_ptr<FrameBuffer> buffer = std::move(buffers->back());
+  buffers->pop_back();
+  return buffer;
+}
+
+}  // namespace codec
