@@ -10,6 +10,7 @@
 #include "tests/codec/encoder/encoder_fixture.h"
 #include "tests/codec/encoder/ffmpeg_faults.h"
 #include "tests/support/command.h"
+#include "tests/support/no_threads.h"
 
 namespace codec {
 namespace {
@@ -64,6 +65,35 @@ TEST(AudioEncoding, LosslessSoundComesBackAsItWas) {
     encoder.Close();
     EXPECT_EQ(encoder.OutputError(), 0);
     EXPECT_TRUE(DecodedBytes(path, row.raw) == expected) << row.codec << " " << row.raw;
+  }
+}
+
+// What the encoder asks for after each frame of a short film.
+std::vector<int> Wishes(const std::string& path) {
+  FFmpegEncoderImpl encoder;
+  encoder_test::Configure(&encoder, encoder_test::FilmFormat(path));
+  EXPECT_EQ(encoder.Open(), 0);
+  std::vector<uint8_t> tone = encoder_test::Tone(1024);
+  std::vector<uint8_t> picture = encoder_test::Picture(1);
+  std::vector<int> wishes;
+  for (int64_t pictures = 0; pictures < 50;) {
+    wishes.push_back(encoder.GetParameter("next-frame-type"));
+    const int result = wishes.back() == 2
+                           ? encoder.EncodeAudio(tone.data(), tone.size())
+                           : encoder.EncodeVideo(picture.data(), 0, 40000 * pictures++);
+    EXPECT_EQ(result, 0);
+  }
+  encoder.Close();
+  return wishes;
+}
+
+TEST(AudioEncoding, AsksForTheSameFramesWithAThreadOfItsOwnAndWithout) {
+  // Containers with other time bases round the stamps that the wishes rest on.
+  for (const char* name : {"wishes.mp4", "wishes.mkv", "wishes.ts"}) {
+    const std::string path = ScratchPath(name);
+    const std::vector<int> beside = Wishes(path);
+    const test_support::NoThreads none;
+    EXPECT_EQ(beside, Wishes(path)) << name;
   }
 }
 
