@@ -4,8 +4,10 @@
 usage: scripts/bench [--runs N] [--clips NAME,...] [--write] [--keep DIR]
 
 Makes its clips once (in DIR, by default a folder in the temporary directory), runs the three programs
-in turn and prints medians of the ratios, peak memory and frames decoded for each frame written. With
---write the table also replaces the one in docs/performance.md. Needs python3 and ffmpeg, and the
+in turn and prints medians of the ratios, peak memory and frames decoded for each frame written. The last four clips are
+the program's alone: a minute and ten of the same pictures, for flat memory, a clip with one key frame, and
+a group of pictures far above the budget. With --write the table also replaces the one in
+docs/performance.md. Needs python3 and ffmpeg, and the
 release build.
 """
 import argparse
@@ -21,6 +23,7 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PROGRAM = ROOT / "build/release/clip-reverse"
 X264 = "-c:v libx264 -preset veryfast -sc_threshold 0"
+X265 = "-c:v libx265 -preset ultrafast -x265-params log-level=error"
 
 # name: size, frames per second, seconds, GOP, bit rate of the source, its coding, bit rate of the output
 CLIPS = {
@@ -29,8 +32,14 @@ CLIPS = {
     "1080p-gop250": ("1920x1080", 25, 60, 250, "10M", X264, "8M"),
     "2160p-gop120": ("3840x2160", 30, 6, 120, "35M", X264, "35M"),
     "720p-hevc": ("1280x720", 30, 20, None, "5M",
-                  "-c:v libx265 -preset ultrafast -x265-params log-level=error", "5M"),
+                  X265, "5M"),
+    "360p-1min": ("640x360", 30, 60, 250, "1500k", X264, "1M"),
+    "360p-10min": ("640x360", 30, 600, 250, "1500k", X264, "1M"),
+    "720p-one-key-60s": ("1280x720", 30, 60, 100000, "5M", X264, "5M"),
+    "2160p-10bit-gop250": ("3840x2160", 30, 9, 250, "30M", X265 + ":keyint=250:scenecut=0", "35M"),
 }
+# Too long for a program that holds the whole clip.
+ALONE = ("360p-1min", "360p-10min", "720p-one-key-60s", "2160p-10bit-gop250")
 
 
 def make_clip(folder, name):
@@ -44,7 +53,7 @@ def make_clip(folder, name):
                "-f", "lavfi", "-i", f"testsrc2=size={size}:rate={rate},noise=alls=12:allf=t",
                "-f", "lavfi", "-i",
                "aevalsrc=0.3*sin(2*PI*(220*t+45*t*t))|0.3*sin(2*PI*(330*t+25*t*t)):s=48000:c=stereo",
-               "-t", str(seconds), "-pix_fmt", "yuv420p", *coding.split(), "-b:v", bits]
+               "-t", str(seconds), "-pix_fmt", "yuv420p10" if "10bit" in name else "yuv420p", *coding.split(), "-b:v", bits]
     if gop:
         command += ["-g", str(gop), "-keyint_min", str(gop)]
     subprocess.run(command + ["-c:a", "aac", "-b:a", "192k", str(unfinished)], check=True)
@@ -92,14 +101,17 @@ def measure(folder, name, runs):
     memory = {}
     for _ in range(runs):
         for program, command in commands(clip, name, output).items():
+            if name in ALONE and program != "tool":
+                continue
             took, peak = run(command)
             seconds[program].append(took)
             memory[program] = max(memory.get(program, 0), peak)
-    ratio = {other: statistics.median(a / b for a, b in zip(seconds["tool"], seconds[other]))
-             for other in ("reverse", "forward")}
-    row = (name, statistics.median(seconds["tool"]), ratio["reverse"], ratio["forward"],
-           memory["tool"], memory["reverse"], decodes_per_frame(clip, output))
-    return "| %s | %.1f | %.2f | %.2f | %.0f | %.0f | %.2f |" % row
+    def ratio(other):
+        ratios = [a / b for a, b in zip(seconds["tool"], seconds[other])]
+        return f"{statistics.median(ratios):.2f}" if ratios else "-"
+    row = (name, statistics.median(seconds["tool"]), ratio("reverse"), ratio("forward"), memory["tool"],
+           f"{memory['reverse']:.0f}" if "reverse" in memory else "-", decodes_per_frame(clip, output))
+    return "| {} | {:.1f} | {} | {} | {:.0f} | {} | {:.2f} |".format(*row)
 
 
 def main():
