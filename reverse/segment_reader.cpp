@@ -120,9 +120,10 @@ void SegmentReader::ChooseLength(bool wasEmpty) {
 
 // Frames are written from the back, so the first one of each kind in the range is the last written.
 void SegmentReader::MoveBoundaries() {
-  for (auto frame = mFrames.rbegin(); frame != mFrames.rend(); ++frame) {
-    if (!mRange.Holds(**frame)) continue;
-    ((*frame)->type == kAudioFrame ? mAudioBoundary : mVideoBoundary) = (*frame)->pts;
+  for (size_t i = mFrames.size(); i-- > 0;) {
+    const FrameBuffer& frame = *mFrames[i];
+    if (!mRange.Holds(frame)) continue;
+    (frame.type == kAudioFrame ? mAudioBoundary : mVideoBoundary) = frame.pts;
   }
 }
 
