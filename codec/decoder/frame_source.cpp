@@ -125,13 +125,20 @@ bool FrameSource::Feed() {
   }
   const ffmpeg::PacketGuard guard(packet);
   if (video != nullptr && video->Owns(packet)) {
-    mRecording.AddVideoPacket();
-    video->Send(packet);
+    SendPicture(packet);
   } else if (audio != nullptr && audio->Owns(packet)) {
     mRecording.AddAudioPacket(packet);
     audio->Send(packet);
   }
   return true;
+}
+
+void FrameSource::SendPicture(AVPacket* packet) {
+  StreamDecoder* const video = mSession->video.get();
+  mRecording.AddVideoPacket();
+  const bool awaited = video->IsAwaitingKey();
+  video->Send(packet);
+  if (awaited && !video->IsAwaitingKey()) mSession->times.RestartVideo(packet);
 }
 
 int FrameSource::NextPicture(AVFrame* frame) {
@@ -167,8 +174,7 @@ bool FrameSource::FeedPicture() {
       if (audio != nullptr && audio->Owns(packet)) mRecording.AddAudioPacket(packet);
       continue;
     }
-    mRecording.AddVideoPacket();
-    video->Send(packet);
+    SendPicture(packet);
     return true;
   }
   mRecording.AddEnd();

@@ -54,6 +54,7 @@ class FrameSource {
   Next LiveFrame(AVFrame* frame);
   Step Receive(StreamDecoder* decoder, AVFrame* frame, bool ended);
   bool Feed();
+  void SendPicture(AVPacket* packet);
   int LivePicture(AVFrame* frame);
   bool FeedPicture();
 

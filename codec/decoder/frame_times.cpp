@@ -56,4 +56,9 @@ void FrameTimes::Restart(double seconds) {
   mAudioTrack.next = seconds;
 }
 
+void FrameTimes::RestartVideo(const AVPacket* packet) {
+  const int64_t ticks = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+  if (ticks != AV_NOPTS_VALUE) mVideoTrack.next = mVideo->Seconds(ticks) - mFirstVideo;
+}
+
 }  // namespace codec

@@ -37,6 +37,8 @@ class FrameTimes {
 
   // After a seek to about this time: frames without a stamp count from here.
   void Restart(double seconds);
+  // Decoding begins at this packet of the video, which may be far from where the seek went.
+  void RestartVideo(const AVPacket* packet);
 
  private:
   struct Track {

@@ -66,9 +66,11 @@ int InputFile::SeekBackward(int stream, int64_t position) {
 int InputFile::SeekToStart(int64_t earliest) {
   ++mSeeks;
   mPutBack.clear();
-  // Stamps may begin below 0, where 0 is somewhere in the middle.
+  // Stamps may begin below 0, where 0 is somewhere in the middle. The first packet has to be
+  // decoded before its picture is shown, and may be looked for by that time.
+  constexpr int64_t kEarlier = int64_t{60} * AV_TIME_BASE;
   const int64_t first = mContext->start_time;
-  const int64_t start = first == AV_NOPTS_VALUE ? 0 : std::min<int64_t>(0, first);
+  const int64_t start = first == AV_NOPTS_VALUE || first >= 0 ? 0 : first - kEarlier;
   const int result = avformat_seek_file(mContext.get(), -1, std::min(earliest, start), start, start,
                                         AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
   if (result >= 0) return result;

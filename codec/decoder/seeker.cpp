@@ -160,9 +160,10 @@ int Seeker::DecodeToPending(float seconds) {
 }
 
 // 1. Find the first times, once. 2. Move to a key frame at or before the whole second. 3. Decode
-// pictures until the first one at or after the time; it is consumed. 4. Where the demuxer landed
-// behind the time, on a key frame or in a group whose start the decoder needs, go back further.
-// 5. Where the pictures end before the time, move to the sound of that second alone.
+// pictures until the first one at or after the time; it is consumed. 4. Where the first picture
+// that can be decoded is behind the time, go back further: the demuxer landed on a later key frame,
+// or in a group whose start the decoder needs. 5. Where the pictures end before the time, move to
+// the sound of that second alone.
 int Seeker::_SeekDecodeForward(float seconds) {
   if (mSession->video == nullptr) return -1;
   if (mNeedsTimeProbe) {
@@ -173,18 +174,21 @@ int Seeker::_SeekDecodeForward(float seconds) {
   if (seconds > mSession->duration) seconds = static_cast<float>(mSession->duration);
   if (!(seconds > 0)) seconds = 0;
   const int64_t target = std::min(Truncated(static_cast<double>(seconds)), kMaxWholeSeconds);
-  int64_t whole = target;
+  Way way = mWay.Serves(target) ? mWay : Way{target, target, target};
   int64_t back = 1;
   // Once it is known where the pictures end, nobody has to look for those behind it.
   Walk walk = static_cast<double>(seconds) > mLastPicture ? Walk::kEnded : Walk::kOvershot;
   while (walk == Walk::kOvershot) {
-    MoveToWhole(whole);
+    MoveToWhole(way.landing);
     mSource->BeginWalk(seconds);
-    walk = seconds == 0 ? Walk::kReached : WalkTo(seconds, whole > 0);
+    walk = seconds == 0 ? Walk::kReached : WalkTo(seconds, way.landing > 0);
     mSource->EndWalk();
-    whole = std::max<int64_t>(0, whole - back);
+    if (walk != Walk::kOvershot) break;
+    way.failed = way.landing;
+    way.landing = std::max<int64_t>(0, way.landing - back);
     back *= 2;
   }
+  if (way.landing < way.failed) mWay = way;
   if (walk == Walk::kReached) return 0;
   if (walk == Walk::kEnded) MoveToSound(target);
   return -1;
@@ -206,10 +210,12 @@ void Seeker::MoveToWhole(int64_t seconds) {
   mSession->soundFrom = -std::numeric_limits<double>::infinity();
   if (seconds != 0 && input.SeekBackward(-1, PositionOf(seconds)) >= 0) {
     mSession->times.Restart(static_cast<double>(seconds));
-  } else if (input.SeekToStart(std::numeric_limits<int64_t>::min()) >= 0) {
-    // Also where the demuxer cannot move to the second: from the start every time is reached.
-    mSession->times.Restart(0);
+    mSession->FlushDecoders();
+    mSession->video->AwaitKey();
+    return;
   }
+  // Also where the demuxer cannot move to the second: from the start every time is reached.
+  if (input.SeekToStart(std::numeric_limits<int64_t>::min()) >= 0) mSession->times.Restart(0);
   mSession->FlushDecoders();
 }
 

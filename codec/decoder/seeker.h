@@ -24,6 +24,15 @@ class Seeker {
  private:
   enum class Walk { kReached, kOvershot, kEnded };
 
+  // From where a walk that had to begin further back reached its time. Decoding cannot begin
+  // between the last second that failed and that time, so that there the same landing serves again.
+  struct Way {
+    int64_t landing = 0;  // all in whole seconds
+    int64_t failed = 0;
+    int64_t reached = -1;
+    bool Serves(int64_t target) const { return failed <= target && target <= reached; }
+  };
+
   int _Seek(float seconds);
   int _SeekPreKeyFrame(float seconds);
   int _SeekNoKeyFrame(float seconds);
@@ -45,6 +54,7 @@ class Seeker {
   PacketDecoder* mPackets;
   PendingFrame* mPending;
   bool mNeedsTimeProbe = true;
+  Way mWay;  // the last one of that kind
   // Seconds; infinite until a walk has met the end of the pictures.
   double mLastPicture = std::numeric_limits<double>::infinity();
 };

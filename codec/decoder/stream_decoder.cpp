@@ -28,6 +28,7 @@ int ThreadsFor(const AVCodecContext* context) {
 StreamDecoder::StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext context)
     : mStream(stream),
       mContext(std::move(context)),
+      mKeyPackets(stream),
       mTicksPerSecond(static_cast<double>(stream->time_base.den) / stream->time_base.num) {}
 
 std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMediaType type,
@@ -64,7 +65,11 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
 
 void StreamDecoder::Send(AVPacket* packet) {
   if (mResting) return;
-  if (packet != nullptr) ffmpeg::TagPacket(packet);
+  if (packet != nullptr) {
+    if (mAwaitingKey && !mKeyPackets.IsKey(packet)) return;
+    mAwaitingKey = false;
+    ffmpeg::TagPacket(packet);
+  }
   avcodec_send_packet(mContext.get(), packet);
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "codec/decoder/input_file.h"
+#include "codec/decoder/key_packets.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
@@ -33,7 +34,11 @@ class StreamDecoder {
   void Flush() {
     avcodec_flush_buffers(mContext.get());
     mResting = false;
+    mAwaitingKey = false;
   }
+  // Until the next flush, or a packet that decoding can begin at, packets are passed over.
+  void AwaitKey() { mAwaitingKey = true; }
+  bool IsAwaitingKey() const { return mAwaitingKey; }
   // Until the next flush packets are passed over and Receive answers as a drained decoder does.
   void Rest() { mResting = true; }
   // Leaves the loop filter out for pictures that no other refers to. Works on the open decoder.
@@ -50,9 +55,11 @@ class StreamDecoder {
 
   const AVStream* mStream;
   ffmpeg::UniqueCodecContext mContext;
+  KeyPackets mKeyPackets;
   double mTicksPerSecond;
   int64_t mFramesDecoded = 0;
   bool mResting = false;
+  bool mAwaitingKey = false;
 };
 
 // Logs a decoder's error as the decoder reports it for its kind of stream.

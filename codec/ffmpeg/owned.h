@@ -35,6 +35,8 @@ using UniqueInput =
 using UniqueOutput = std::unique_ptr<AVFormatContext, PlainDeleter<AVFormatContext, CloseOutput>>;
 using UniqueCodecContext =
     std::unique_ptr<AVCodecContext, ClearingDeleter<AVCodecContext, avcodec_free_context>>;
+using UniqueParser =
+    std::unique_ptr<AVCodecParserContext, PlainDeleter<AVCodecParserContext, av_parser_close>>;
 using UniqueFrame = std::unique_ptr<AVFrame, ClearingDeleter<AVFrame, av_frame_free>>;
 using UniquePacket = std::unique_ptr<AVPacket, ClearingDeleter<AVPacket, av_packet_free>>;
 using UniqueDictionary = std::unique_ptr<AVDictionary, ClearingDeleter<AVDictionary, av_dict_free>>;

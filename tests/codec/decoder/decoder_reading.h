@@ -23,7 +23,8 @@ struct ReadFrame {
 
 class DecoderReader {
  public:
-  explicit DecoderReader(const std::string& path) : mDecoder(path.c_str()) {
+  explicit DecoderReader(const std::string& path, const DecoderOptions& options = {})
+      : mDecoder(path.c_str(), options) {
     mResult = mDecoder.Init();
     mRoom = static_cast<size_t>(
         std::max({1, mDecoder.GetFrameBufferSize(), mDecoder.GetAudioBufferSize()}));

@@ -1,0 +1,34 @@
+#include "codec/decoder/key_packets.h"
+
+#include "codec/ffmpeg/compat.h"
+
+namespace codec {
+
+KeyPackets::KeyPackets(const AVStream* stream)
+    : mCodec(stream->codecpar->codec_id), mParser(av_parser_init(mCodec)) {
+  if (mParser == nullptr) return;
+  mParser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+  // Parsers write into their context, so that the decoder's own would not do.
+  mContext = ffmpeg::NewDecoder(stream, nullptr);
+  if (mContext == nullptr) mParser.reset();
+}
+
+bool KeyPackets::IsKey(const AVPacket* packet) {
+  const bool flagged = (packet->flags & AV_PKT_FLAG_KEY) != 0;
+  if (mParser == nullptr) return flagged;
+  mParser->key_frame = -1;
+  mParser->pict_type = AV_PICTURE_TYPE_NONE;
+  uint8_t* data = nullptr;
+  int size = 0;
+  av_parser_parse2(mParser.get(), mContext.get(), &data, &size, packet->data, packet->size,
+                   packet->pts, packet->dts, packet->pos);
+  if (mParser->key_frame == 1) return true;
+  if (mParser->pict_type == AV_PICTURE_TYPE_NONE) return flagged;
+  // Where the parser does not tell key pictures from others that are coded alone, each of these is
+  // one. H.264 streams often have no other mark, and its decoder holds back by itself what is not
+  // to be trusted.
+  return mParser->pict_type == AV_PICTURE_TYPE_I &&
+         (mParser->key_frame < 0 || mCodec == AV_CODEC_ID_H264);
+}
+
+}  // namespace codec
