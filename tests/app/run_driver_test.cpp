@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <vector>
 
+#include "codec/ffmpeg/compat.h"
+#include "tests/codec/encoder/ffmpeg_faults.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/log_capture.h"
@@ -51,6 +53,26 @@ TEST(RunDriver, ReversesTheRangeInSeconds) {
   EXPECT_EQ(RunReverse({Clip(ClipKind::kH264Short), output, 1, 2.5}), 0);
   EXPECT_TRUE(std::filesystem::exists(output));
   EXPECT_EQ(log.Texts("reverse::Main").back(), "progress:100.000");
+}
+
+// The calls are the same for pictures and sound; the clip with sound meets both.
+TEST(RunDriver, FailsWhereAnEncoderRefusesFramesInTheMiddle) {
+  using codec::encoder_test::FFmpegCall;
+  using codec::encoder_test::FFmpegFault;
+  constexpr int kPassing = 40;
+  for (const ClipKind kind : {ClipKind::kH264NoAudio, ClipKind::kH264Short}) {
+    for (const FFmpegCall call : {FFmpegCall::kSendFrame, FFmpegCall::kReceivePacket}) {
+      for (const int error : {AVERROR(ENOMEM), AVERROR_EXTERNAL}) {
+        const std::string output = ScratchPath("refused.mp4");
+        const LogCapture log;
+        const FFmpegFault fault(call, error, kPassing);
+        EXPECT_EQ(RunReverse({Clip(kind), output, 0, 0}), -1);
+        EXPECT_EQ(log.Texts("reverse::Main").back(),
+                  "could not write " + output + ": " + codec::ffmpeg::ErrorText(error));
+        EXPECT_FALSE(std::filesystem::exists(output));
+      }
+    }
+  }
 }
 
 }  // namespace
