@@ -78,6 +78,8 @@ TEST(ReverseFailure, MayBeReleasedAtAnyMoment) {
   const std::string output = ScratchPath("stopped.mp4");
   for (int i = 0; i < 6; ++i) {
     Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
+    // With the writer's thread and without it.
+    job.SetOutputParameter("use-thread", i % 2 == 0 ? "1" : "0");
     ASSERT_EQ(job.Init(), 0);
     ASSERT_EQ(job.Start(), 0);
     const int wait = microseconds(random);

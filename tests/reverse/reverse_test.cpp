@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <random>
 #include <thread>
 #include <vector>
 
@@ -243,23 +242,6 @@ TEST(Reverse, MayBeReleasedWhileItRuns) {
   const size_t pictures = test_support::VideoTimes(output).size();
   EXPECT_GT(pictures, 0U);
   EXPECT_LE(pictures, 300U);
-}
-
-// Wherever the worker, the reading ahead of it and the writer's thread are by then.
-TEST(Reverse, MayBeReleasedAtAnyMoment) {
-  constexpr unsigned kSeed = 51;
-  std::mt19937 random(kSeed);
-  const std::string output = ScratchPath("moment.mp4");
-  for (int run = 0; run < 10; ++run) {
-    Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
-    job.SetOutputParameter("use-thread", run % 2 == 0 ? "1" : "0");
-    ASSERT_EQ(job.Init(), 0);
-    ASSERT_EQ(job.Start(), 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(random() % 100));
-    job.Release();
-    EXPECT_EQ(job.Result(), 0);
-    EXPECT_LE(test_support::VideoTimes(output).size(), 75U) << "a file that can be read";
-  }
 }
 
 TEST(Reverse, LetsACallerChangeTheOutput) {
