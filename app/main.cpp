@@ -1,6 +1,7 @@
 // The entry point of clip-reverse.
 #include "app/command_line.h"
 #include "app/run_driver.h"
+#include "app/terminal_sink.h"
 #include "base/log.h"
 #include "base/platform.h"
 #include "codec/ffmpeg/log_bridge.h"
@@ -13,6 +14,7 @@ int main(int argc, char** argv) {
     return -1;
   }
   IgnoreWriteSignals();
+  const app::TerminalLog terminal;
   codec::ffmpeg::InstallLogBridge();
   app::CommandLine commandLine;
   if (app::ParseCommandLine(argc, argv, &commandLine) != 0) return -1;
@@ -20,5 +22,5 @@ int main(int argc, char** argv) {
   log_info("reverse::Main", "=============in:%s, out:%s, start:%.3f, end:%.3f",
            commandLine.input.c_str(), commandLine.output.c_str(), commandLine.start,
            commandLine.end);
-  return app::RunReverse(commandLine);
+  return app::RunReverse(commandLine, [&terminal](double seconds) { terminal.SetRange(seconds); });
 }

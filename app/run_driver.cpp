@@ -12,13 +12,14 @@ constexpr char kTag[] = "reverse::Main";
 
 }  // namespace
 
-int RunReverse(const CommandLine& commandLine) {
+int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange) {
   codec::Reverse job(commandLine.input.c_str(), commandLine.start, commandLine.end,
                      commandLine.output.c_str());
   if (job.Init() != 0) {
     log_error(kTag, "Reverse init error");
     return -1;
   }
+  if (onRange) onRange(job.RangeSeconds());
   job.Start();
   ReportProgress([&job] { return job.GetProgress(); }, &Sleep);
   job.Release();

@@ -7,8 +7,9 @@
 
 namespace app {
 
-// Reverses what the command line asks for. The exit status: 0, or -1 after an error line.
-int RunReverse(const CommandLine& commandLine);
+// Reverses what the command line asks for. `onRange` is told the length of what is going to be
+// reversed, in seconds, before the work starts. The exit status: 0, or -1 after an error line.
+int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange = {});
 
 // Logs the progress in percent, then waits 400 ms, until it has logged 100.
 void ReportProgress(const std::function<float()>& progress,

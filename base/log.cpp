@@ -1,6 +1,6 @@
 #include "base/log.h"
 
-#include <spdlog/sinks/stdout_color_sinks.h>
+#include <spdlog/sinks/stdout_sinks.h>
 
 #include <algorithm>
 #include <array>
@@ -22,9 +22,9 @@ spdlog::level::level_enum BackendLevel(int level) {
 }
 
 std::shared_ptr<spdlog::logger> MakeBackend() {
-  auto logger = std::make_shared<spdlog::logger>(
-      "clip-reverse", std::make_shared<spdlog::sinks::stderr_color_sink_mt>());
-  logger->set_pattern("%H:%M:%S.%e %^%-7l%$ %v");
+  auto logger = std::make_shared<spdlog::logger>("clip-reverse",
+                                                 std::make_shared<spdlog::sinks::stderr_sink_mt>());
+  logger->set_pattern(kLogPattern);
   logger->set_level(spdlog::level::info);
   // A crash or a kill must not take the last lines with it.
   logger->flush_on(spdlog::level::trace);

@@ -7,6 +7,10 @@
 
 #include <memory>
 
+// How a line is written, for sinks that take the place of the first one. The level is marked for
+// colouring, which plain sinks leave out.
+inline constexpr char kLogPattern[] = "%H:%M:%S.%e %^%-7l%$ %v";
+
 // The one logger of the process; created on first use and never destroyed, so that threads which
 // outlive `main` may still log. A message's text is "[tag] text".
 const std::shared_ptr<spdlog::logger>& LogBackend();

@@ -43,6 +43,9 @@ class Reverse {
 
   // Opens input and output. 0, or -1 after an error line.
   int Init();
+  // The length of the range after Init, which brings it inside the clip. Below 0 where the end
+  // lies before the start.
+  double RangeSeconds() const { return mEnd - mStart; }
   // Starts the work. 0, or -1 after an error line. Where the host gives no thread the job is over:
   // its progress is 100 and its result an error.
   int Start();

@@ -71,10 +71,7 @@ TEST(Honesty, FailsForContainersThatDoNotTakeTheCodecs) {
 }
 
 TEST(Honesty, StopsDecodingOnceTheHeaderIsRefused) {
-  const std::string input =
-      CustomClip("long_still.mp4", {"-f", "lavfi", "-i", "color=size=64x64:rate=25", "-t", "600",
-                                    "-c:v", "libx264", "-preset", "ultrafast"});
-  const CommandResult result = RunProgram({"-v", "-i", input, "-o", ScratchPath("early.webm")});
+  const CommandResult result = RunProgram({"-v", "-i", LongStillClip(), "-o", ScratchPath("early.webm")});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_FALSE(Contains(result.err, "Error encoding"));
   EXPECT_TRUE(Contains(result.err, "encode video frames:0,"));

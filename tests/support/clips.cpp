@@ -181,6 +181,11 @@ std::string Clip(ClipKind kind) {
   return kind == ClipKind::kRotated ? TurnedCopy(path, "rotated_90.mp4", recipe.height) : path;
 }
 
+std::string LongStillClip() {
+  return CustomClip("long_still.mp4", {"-f", "lavfi", "-i", "color=size=64x64:rate=25", "-t", "600",
+                                       "-c:v", "libx264", "-preset", "ultrafast"});
+}
+
 std::string SampleClip() { return CLIPREVERSE_SAMPLE; }
 
 std::string TurnedSampleClip() {

@@ -35,6 +35,9 @@ std::string Clip(ClipKind kind);
 // A clip made by hand: the words given to ffmpeg before the output path. `name` names the file.
 std::string CustomClip(const std::string& name, const std::vector<std::string>& ffmpegArguments);
 
+// Ten minutes of one colour, without sound: quick to make, and long to reverse.
+std::string LongStillClip();
+
 // The sample clip of the tree (150 pictures of 640x360 at 25 fps, AAC stereo at 48 kHz): the same
 // bytes everywhere, whichever ffmpeg is installed. And a copy that asks for a quarter turn
 // clockwise.

@@ -1,0 +1,116 @@
+// The program at a terminal, and where it writes plain lines.
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+#include <csignal>
+
+#include "tests/support/clips.h"
+#include "tests/support/command.h"
+#include "tests/support/terminal.h"
+
+namespace test_support {
+namespace {
+
+using testing::AnyOf;
+using testing::Contains;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+const std::vector<std::string> kPlainSettings = {"TERM=xterm", "LC_ALL=C"};
+
+std::vector<std::string> Reversal(const std::string& output) {
+  return {ProgramPath(), "-i", Clip(ClipKind::kTiny), "-o", ScratchPath(output)};
+}
+
+std::vector<std::string> ScreenLines(int columns, const std::string& bytes) {
+  Screen screen(columns);
+  screen.Show(bytes);
+  EXPECT_EQ(screen.Column(), 0U);
+  EXPECT_TRUE(screen.IsColourReset());
+  return screen.Lines();
+}
+
+TEST(TerminalProgram, KeepsOneBarBelowTheLinesAtAnyWidth) {
+  for (const int columns : {40, 80, 200}) {
+    const TerminalRun run = RunOnTerminal(columns, kPlainSettings, Reversal("bar.mp4"));
+    EXPECT_TRUE(WIFEXITED(run.waitStatus) && WEXITSTATUS(run.waitStatus) == 0) << run.bytes;
+    const std::vector<std::string> lines = ScreenLines(columns, run.bytes);
+    ASSERT_GT(lines.size(), 10U);
+    EXPECT_EQ(lines.back(), "") << "the prompt has a line of its own";
+    const std::string& bar = lines[lines.size() - 2];
+    EXPECT_EQ(bar.size(), static_cast<size_t>(columns) - 1) << bar;
+    EXPECT_THAT(bar, AllOf(StartsWith("  [###"), HasSubstr("###] 100% "), HasSubstr("x "),
+                           HasSubstr(" in 0:0")));
+    EXPECT_THAT(std::vector<std::string>(lines.begin(), lines.end() - 2),
+                Not(Contains(HasSubstr("%"))));
+    EXPECT_THAT(run.bytes, Not(HasSubstr("progress:")));
+  }
+}
+
+TEST(TerminalProgram, LogsTheSameLinesAsElsewhere) {
+  const TerminalRun run = RunOnTerminal(300, kPlainSettings, Reversal("lines.mp4"));
+  std::string screen;
+  for (const std::string& line : ScreenLines(300, run.bytes)) screen += line + "\n";
+  for (const char* text : {"[reverse::Main] =============in:",
+                           "info    [codec::Reverse] error reverse length, use start to end clip",
+                           "info    [codec::FFmpegEncoderImpl] video codec name: libx264"}) {
+    EXPECT_THAT(screen, HasSubstr(text));
+  }
+}
+
+TEST(TerminalProgram, DrawsBlocksOnlyWhereTheLocaleHasThem) {
+  const std::vector<std::string> utf8 = {"TERM=xterm", "LC_ALL=C.UTF-8"};
+  EXPECT_THAT(RunOnTerminal(80, utf8, Reversal("utf8.mp4")).bytes, HasSubstr("\u2588"));
+  EXPECT_THAT(RunOnTerminal(80, kPlainSettings, Reversal("ascii.mp4")).bytes,
+              Not(HasSubstr("\u2588")));
+}
+
+TEST(TerminalProgram, WritesPlainLinesWhereTheEnvironmentAsksForThem) {
+  const std::vector<std::vector<std::string>> environments = {{"TERM=xterm", "NO_COLOR=1"},
+                                                              {"TERM=xterm", "CI=true"},
+                                                              {"TERM=dumb"},
+                                                              {"TERM="},
+                                                              {"COLORTERM=truecolor"}};
+  const std::vector<std::string> failing = {ProgramPath(), "-i", "absent.mp4"};
+  for (const std::vector<std::string>& environment : environments) {
+    EXPECT_THAT(RunOnTerminal(40, environment, failing).bytes,
+                AllOf(HasSubstr("error   ["), Not(HasSubstr("\x1b"))))
+        << environment.back();
+  }
+  EXPECT_THAT(
+      RunOnTerminal(40, {"TERM=dumb"}, Reversal("plain.mp4")).bytes,
+      AllOf(EndsWith("info    [reverse::Main] progress:100.000\r\n"), Not(HasSubstr("\x1b"))));
+  // Empty ones ask for nothing.
+  EXPECT_THAT(RunOnTerminal(40, {"TERM=xterm", "NO_COLOR=", "CI="}, failing).bytes,
+              HasSubstr("\x1b[31merror  \x1b[m ["));
+}
+
+TEST(TerminalProgram, WritesPlainLinesIntoAPipe) {
+  std::vector<std::string> arguments = {"env", "-u", "CI", "-u", "NO_COLOR", "TERM=xterm"};
+  for (const std::string& word : Reversal("pipe.mp4")) arguments.push_back(word);
+  const CommandResult result = test_support::Run(arguments);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.err, Not(HasSubstr("\x1b")));
+  EXPECT_THAT(result.err, EndsWith("info    [reverse::Main] progress:100.000\n"));
+}
+
+TEST(TerminalProgram, IsEndedByTheInterruptKeyAtOnce) {
+  const TerminalRun run = RunOnTerminal(
+      80, kPlainSettings,
+      {ProgramPath(), "-i", LongStillClip(), "-o", ScratchPath("interrupted.mp4")}, "%", "\x03");
+  EXPECT_TRUE(WIFSIGNALED(run.waitStatus));
+  EXPECT_EQ(WTERMSIG(run.waitStatus), SIGINT);
+  // What remains is the bar, with the terminal's own echo of the key in the blanks before it. By
+  // then the bar may have been drawn once more.
+  Screen screen(80);
+  screen.Show(run.bytes);
+  EXPECT_TRUE(screen.IsColourReset());
+  EXPECT_LE(screen.Column(), 2U);
+  EXPECT_THAT(screen.Lines().back(),
+              AllOf(AnyOf(StartsWith("^C["), StartsWith("  [")), HasSubstr("%")));
+}
+
+}  // namespace
+}  // namespace test_support
