@@ -27,14 +27,15 @@ constexpr std::array kUsage = {
 
 struct ValueOption {
   std::string_view flag;
+  const char* example;
   void (*store)(CommandLine*, const char* value);
 };
 
 constexpr std::array<ValueOption, 4> kValueOptions = {{
-    {"-i", [](CommandLine* line, const char* value) { line->input = value; }},
-    {"-o", [](CommandLine* line, const char* value) { line->output = value; }},
-    {"-s", [](CommandLine* line, const char* value) { line->start = std::atof(value); }},
-    {"-e", [](CommandLine* line, const char* value) { line->end = std::atof(value); }},
+    {"-i", "in.mp4", [](CommandLine* line, const char* value) { line->input = value; }},
+    {"-o", "out.mp4", [](CommandLine* line, const char* value) { line->output = value; }},
+    {"-s", "2.5", [](CommandLine* line, const char* value) { line->start = std::atof(value); }},
+    {"-e", "2.5", [](CommandLine* line, const char* value) { line->end = std::atof(value); }},
 }};
 
 }  // namespace
@@ -46,12 +47,13 @@ int ParseCommandLine(int argc, const char* const* argv, CommandLine* commandLine
     for (const ValueOption& option : kValueOptions) {
       if (flag != option.flag) continue;
       if (i + 1 == argc) {
-        log_error(kTag, "option %s needs a value", argv[i]);
+        log_error(kTag, "option %s needs a value, as in %s %s", argv[i], argv[i], option.example);
         return -1;
       }
       option.store(commandLine, argv[i + 1]);
       if (std::isnan(commandLine->start) || std::isnan(commandLine->end)) {
-        log_error(kTag, "option %s needs a number, not %s", argv[i], argv[i + 1]);
+        log_error(kTag, "option %s needs a number, not %s; give seconds, as in %s %s", argv[i],
+                  argv[i + 1], argv[i], option.example);
         return -1;
       }
     }

@@ -1,5 +1,8 @@
 #include "app/run_driver.h"
 
+#include <optional>
+
+#include "app/advice.h"
 #include "base/log.h"
 #include "base/platform.h"
 #include "codec/ffmpeg/compat.h"
@@ -10,25 +13,34 @@ namespace {
 
 constexpr char kTag[] = "reverse::Main";
 
-}  // namespace
-
-int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange) {
+// The whole run; what is known of its failure where it failed.
+std::optional<Failure> Run(const CommandLine& commandLine,
+                           const std::function<void(double)>& onRange) {
   codec::Reverse job(commandLine.input.c_str(), commandLine.start, commandLine.end,
                      commandLine.output.c_str());
   if (job.Init() != 0) {
     log_error(kTag, "Reverse init error");
-    return -1;
+    return Examine(commandLine, job.InputInfo(), 0);
   }
   if (onRange) onRange(job.RangeSeconds());
   job.Start();
   ReportProgress([&job] { return job.GetProgress(); }, &Sleep);
   job.Release();
-  if (const int error = job.Result()) {
-    log_error(kTag, "could not write %s: %s", commandLine.output.c_str(),
-              codec::ffmpeg::ErrorText(error).c_str());
-    return -1;
-  }
-  return 0;
+  const int error = job.Result();
+  if (error == 0) return std::nullopt;
+  log_error(kTag, "could not write %s: %s", commandLine.output.c_str(),
+            codec::ffmpeg::ErrorText(error).c_str());
+  return Examine(commandLine, job.InputInfo(), error);
+}
+
+}  // namespace
+
+int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange) {
+  const std::optional<Failure> failure = Run(commandLine, onRange);
+  if (!failure) return 0;
+  // After the job's own last lines: what remains on the screen is what a person can do.
+  log_error(kTag, "%s", Advice(*failure).c_str());
+  return -1;
 }
 
 void ReportProgress(const std::function<float()>& progress,

@@ -8,7 +8,8 @@
 namespace app {
 
 // Reverses what the command line asks for. `onRange` is told the length of what is going to be
-// reversed, in seconds, before the work starts. The exit status: 0, or -1 after an error line.
+// reversed, in seconds, before the work starts. The exit status: 0, or -1 after an error line that
+// says what to do.
 int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange = {});
 
 // Logs the progress in percent, then waits 400 ms, until it has logged 100.

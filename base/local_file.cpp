@@ -1,6 +1,7 @@
 #include "base/local_file.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -43,6 +44,19 @@ const char* WhyNotSeekable(const std::string& path) {
     if ((status.st_mode & S_IFMT) == row.kind) return row.reason;
   }
   return nullptr;
+}
+
+int ReadError(const std::string& path) { return access(path.c_str(), R_OK) == 0 ? 0 : errno; }
+
+int WriteError(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0) {
+    if (S_ISDIR(status.st_mode)) return EISDIR;
+    return access(path.c_str(), W_OK) == 0 ? 0 : errno;
+  }
+  // The dot tells a folder from a file of its name.
+  const std::filesystem::path folder = "." / std::filesystem::path(path).parent_path() / ".";
+  return access(folder.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
 }
 
 NewFile::NewFile(const std::string& path) : mPath(path), mIsNew(IsAbsent(path)) {}

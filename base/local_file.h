@@ -15,6 +15,11 @@ std::string LocalPath(const std::string& name);
 // block.
 const char* WhyNotSeekable(const std::string& path);
 
+// The host's error number that stands against reading a file, and against making or overwriting
+// one; 0 where nothing is known to. Opens nothing.
+int ReadError(const std::string& path);
+int WriteError(const std::string& path);
+
 // A file that is about to be written. Knows whether it was there before, so that only what a failed
 // run has made itself is taken away again.
 class NewFile {

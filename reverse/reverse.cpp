@@ -49,18 +49,17 @@ int Reverse::CreateDecoder() {
     log_error(kTag, "decoder init failed");
     return -1;
   }
-  MediaInfo info;
-  decoder->GetMediaInfo(info);
-  mDuration = info.duration;
-  log_debug(kTag, "mStart:%.3f, mDuration:%.3f", mStart, mDuration);
+  decoder->GetMediaInfo(mInputInfo);
+  log_debug(kTag, "mStart:%.3f, mDuration:%.3f", mStart, static_cast<double>(mInputInfo.duration));
   if (CheckRange() != 0) return -1;
   mDecoder = std::move(decoder);
-  mFrameBufferSize = FrameBufferSize(info);
+  mFrameBufferSize = FrameBufferSize(mInputInfo);
   return mFrameBufferSize < 0 ? -1 : 0;
 }
 
 int Reverse::CheckRange() {
-  if (!(mStart < mDuration)) {
+  const double duration = mInputInfo.duration;
+  if (!(mStart < duration)) {
     log_error(kTag, "error reverse start position");
     return -1;
   }
@@ -70,11 +69,11 @@ int Reverse::CheckRange() {
   }
   if (mEnd <= 0) {
     log_info(kTag, "error reverse length, use start to end clip");
-    mEnd = mDuration;
+    mEnd = duration;
   }
-  if (mEnd > mDuration) {
+  if (mEnd > duration) {
     log_info(kTag, "reverse length overflow");
-    mEnd = mDuration;
+    mEnd = duration;
   }
   return 0;
 }
@@ -91,8 +90,7 @@ int32_t Reverse::FrameBufferSize(const MediaInfo& info) {
 }
 
 int Reverse::CreateWriter() {
-  MediaInfo info;
-  mDecoder->GetMediaInfo(info);
+  const MediaInfo& info = mInputInfo;
   const bool hasAudio = mAudioEnabled && info.has_audio != 0;
 
   MediaFormat format;

@@ -46,6 +46,8 @@ class Reverse {
   // The length of the range after Init, which brings it inside the clip. Below 0 where the end
   // lies before the start.
   double RangeSeconds() const { return mEnd - mStart; }
+  // What the input holds; blank until Init has opened it, kept when Init fails later.
+  const MediaInfo& InputInfo() const { return mInputInfo; }
   // Starts the work. 0, or -1 after an error line. Where the host gives no thread the job is over:
   // its progress is 100 and its result an error.
   int Start();
@@ -91,7 +93,7 @@ class Reverse {
   std::unique_ptr<ReverseLoop> mLoop;
   double mStart;
   double mEnd;
-  double mDuration = 0;  // of the input, in seconds
+  MediaInfo mInputInfo;
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;
   MediaFormat mOutputParameters;  // of the caller, on top of the job's own

@@ -6,6 +6,7 @@
 
 #include "base/local_file.h"
 #include "base/log.h"
+#include "codec/encoder/container.h"
 #include "codec/ffmpeg/compat.h"
 #include "codec/ffmpeg/file_url.h"
 
@@ -19,11 +20,6 @@ constexpr char kDescription[] =
     "Y2xpcC1yZXZlcnNlIHdyaXRlcyBldmVyeSBmcmFtZSBvZiBhIGNs"
     "aXAgaW4gdGhlIG9wcG9zaXRlIG9yZGVyLCBuZXdlc3QgZmlyc3Qu";
 static_assert(sizeof(kDescription) - 1 == 104);
-
-const AVOutputFormat* ChooseFormat(const char* path) {
-  const AVOutputFormat* format = av_guess_format(nullptr, path, nullptr);
-  return format != nullptr ? format : av_guess_format("mpeg", nullptr, nullptr);
-}
 
 // Containers without stamps are the bare packets of one codec, and several of them write those of
 // any other without a complaint: a file that nothing can play.
@@ -54,7 +50,7 @@ int OutputFile::Create(const std::string& path, const EncoderOptions& options) {
   mPath = path;
   mHeader = Header::kNone;
   mError = 0;
-  const AVOutputFormat* format = ChooseFormat(path.c_str());
+  const AVOutputFormat* format = ChooseContainer(path.c_str());
   if (format == nullptr) {
     log_error(kTag, "not find format for %s", path.c_str());
     return -1;

@@ -61,12 +61,13 @@ TEST(CommandLine, ReadsWordsAsZero) {
 TEST(CommandLine, LetsALaterFlagWin) { EXPECT_EQ(Parsed({"-i", "a", "-i", "b"}).input, "b"); }
 
 TEST(CommandLine, RefusesAFlagWithoutItsValue) {
-  for (const char* flag : {"-i", "-o", "-s", "-e"}) {
+  for (const std::string example : {"-i in.mp4", "-o out.mp4", "-s 2.5", "-e 2.5"}) {
     const test_support::LogCapture log;
     CommandLine line;
-    EXPECT_EQ(Parse({"-i", "in.mp4", flag}, &line), -1);
+    const std::string flag = example.substr(0, 2);
+    EXPECT_EQ(Parse({"-i", "in.mp4", flag.c_str()}, &line), -1);
     EXPECT_TRUE(
-        log.Has(kLogError, "reverse::Main", std::string("option ") + flag + " needs a value"));
+        log.Has(kLogError, "reverse::Main", "option " + flag + " needs a value, as in " + example));
   }
 }
 

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 
@@ -47,6 +49,26 @@ TEST(WhyNotSeekable, NamesTheReasonForDirectoriesPipesAndDevices) {
   EXPECT_STREQ(WhyNotSeekable(pipe), "it is a pipe, which cannot be read backwards");
   EXPECT_STREQ(WhyNotSeekable("/dev/zero"),
                "it is a character device, which cannot be read backwards");
+}
+
+TEST(ReadError, TellsWhatIsMissing) {
+  const std::string file = ScratchPath("readable");
+  Touch(file);
+  EXPECT_EQ(ReadError(file), 0);
+  EXPECT_EQ(ReadError(ScratchPath("absent")), ENOENT);
+  EXPECT_EQ(ReadError(file + "/x"), ENOTDIR);
+}
+
+TEST(WriteError, LooksAtTheFileOrAtTheFolderOfOneToCome) {
+  const std::string file = ScratchPath("writable");
+  EXPECT_EQ(WriteError(file), 0) << "to come";
+  Touch(file);
+  EXPECT_EQ(WriteError(file), 0);
+  EXPECT_EQ(WriteError(ScratchPath("")), EISDIR);
+  EXPECT_EQ(WriteError(ScratchPath("none/x")), ENOENT);
+  EXPECT_EQ(WriteError(file + "/x"), ENOTDIR);
+  EXPECT_EQ(WriteError("/none/x"), ENOENT);
+  EXPECT_EQ(WriteError("x-in-no-named-folder"), access(".", W_OK) == 0 ? 0 : errno);
 }
 
 TEST(NewFile, RemovesOnlyWhatWasNotThereBefore) {

@@ -101,6 +101,9 @@ TEST(Program, FailsForAPictureSizeThatTheEncoderRefuses) {
   const CommandResult result = RunProgram({"-i", input, "-o", ScratchPath("odd.mp4")});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_NE(result.err.find("Could not open video codec"), std::string::npos);
+  EXPECT_NE(result.err.find(input + " has pictures of 321x241, which H.264 cannot hold; crop it to "
+                                    "an even width and height first\n"),
+            std::string::npos);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -10,6 +11,7 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/clips.h"
@@ -26,6 +28,10 @@ constexpr int kFailure = 255;
 constexpr std::chrono::seconds kNotForEver(100);
 // Of ClipKind::kH264Short.
 constexpr size_t kPictures = 75;
+
+const std::string kUseOthers = "; use .mp4, .mov, .mkv, .avi or .ts";
+constexpr char kDiskFull[] =
+    " did not fit on its disk, which is full; free some room or use another disk";
 
 std::string Source() { return Clip(ClipKind::kH264Short); }
 
@@ -49,29 +55,51 @@ bool Contains(const std::string& text, const std::string& piece) {
   return text.find(piece) != std::string::npos;
 }
 
-// The run failed, said so in its last line, and that line names the output.
-void ExpectHonestFailure(const CommandResult& result, const std::string& output) {
+// The last line, which tells a person what to do.
+std::string Advice(const CommandResult& result) {
+  const std::string tag = "[reverse::Main] ";
+  const size_t begin = result.err.rfind(tag);
+  if (begin == std::string::npos || result.err.find('\n', begin) + 1 != result.err.size())
+    return "";
+  return result.err.substr(begin + tag.size(), result.err.size() - begin - tag.size() - 1);
+}
+
+// The run failed and said so in its last two lines: the reason, and `advice` after the output.
+void ExpectHonestFailure(const CommandResult& result, const std::string& output,
+                         const std::string& advice) {
   EXPECT_FALSE(result.timedOut);
   EXPECT_EQ(result.status, kFailure) << result.err;
   const size_t last = result.err.rfind("could not write " + output + ": ");
   ASSERT_NE(last, std::string::npos) << result.err;
-  EXPECT_EQ(std::count(result.err.begin() + static_cast<long>(last), result.err.end(), '\n'), 1);
+  EXPECT_EQ(std::count(result.err.begin() + static_cast<long>(last), result.err.end(), '\n'), 2);
+  EXPECT_EQ(Advice(result), output + advice);
   const size_t progress = result.err.rfind("progress:");
   EXPECT_EQ(result.err.substr(progress, 16), "progress:100.000");
 }
 
 TEST(Honesty, FailsForContainersThatDoNotTakeTheCodecs) {
-  for (const char* extension : {"webm", "gif", "mp3", "ogg", "unknown", "wav", "yuv", "jpg"}) {
-    const std::string output = ScratchPath(std::string("refused.") + extension);
+  const std::vector<std::pair<std::string, std::string>> rows = {{"webm", "H.264"},
+                                                                 {"gif", "H.264 and AAC"},
+                                                                 {"mp3", "H.264"},
+                                                                 {"ogg", "H.264 and AAC"},
+                                                                 {"unknown", "H.264 and AAC"},
+                                                                 {"wav", "H.264"},
+                                                                 {"yuv", "H.264 and AAC"},
+                                                                 {"jpg", "H.264"},
+                                                                 {"swf", "H.264 and AAC"},
+                                                                 {"h264", "AAC"}};
+  for (const auto& [extension, codecs] : rows) {
+    const std::string output = ScratchPath("refused." + extension);
     const CommandResult result = Reverse(Source(), output);
-    ExpectHonestFailure(result, output);
+    ExpectHonestFailure(result, output, " cannot hold " + codecs + kUseOthers);
     EXPECT_TRUE(Contains(result.err, "Could not write the header of '" + output)) << extension;
     EXPECT_FALSE(fs::exists(output)) << extension;
   }
 }
 
 TEST(Honesty, StopsDecodingOnceTheHeaderIsRefused) {
-  const CommandResult result = RunProgram({"-v", "-i", LongStillClip(), "-o", ScratchPath("early.webm")});
+  const CommandResult result =
+      RunProgram({"-v", "-i", LongStillClip(), "-o", ScratchPath("early.webm")});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_FALSE(Contains(result.err, "Error encoding"));
   EXPECT_TRUE(Contains(result.err, "encode video frames:0,"));
@@ -80,7 +108,7 @@ TEST(Honesty, StopsDecodingOnceTheHeaderIsRefused) {
 TEST(Honesty, LeavesAFileThatWasThereBefore) {
   const std::string output = ScratchPath("kept.webm");
   std::ofstream(output) << "before";
-  ExpectHonestFailure(Reverse(Source(), output), output);
+  ExpectHonestFailure(Reverse(Source(), output), output, " cannot hold H.264" + kUseOthers);
   EXPECT_TRUE(fs::exists(output));
 }
 
@@ -88,7 +116,7 @@ TEST(Honesty, FailsOnAFullDevice) {
   const std::string output = ScratchPath("full.ts");
   fs::create_symlink("/dev/full", output);
   const CommandResult result = Reverse(Source(), output);
-  ExpectHonestFailure(result, output);
+  ExpectHonestFailure(result, output, kDiskFull);
   EXPECT_TRUE(Contains(result.err, "No space left on device"));
   EXPECT_TRUE(fs::is_symlink(fs::symlink_status(output)));
   EXPECT_TRUE(fs::is_character_file("/dev/full"));
@@ -101,7 +129,7 @@ TEST(Honesty, FailsOnAFullDiskAndRemovesItsFile) {
   for (const char* name : {"x.mp4", "x.mkv", "x.ts"}) {
     const std::string output = (fs::path(disk) / name).string();
     const CommandResult result = Reverse(Source(), output);
-    ExpectHonestFailure(result, output);
+    ExpectHonestFailure(result, output, kDiskFull);
     EXPECT_TRUE(Contains(result.err, "No space left on device"));
     EXPECT_FALSE(fs::exists(output)) << name;
   }
@@ -113,7 +141,9 @@ TEST(Honesty, FailsAtTheLimitOfAFilesSize) {
     const std::string output = ScratchPath(name);
     const CommandResult result =
         Shell("ulimit -f 40; exec \"$0\" -i \"$1\" -o \"$2\"", {Source(), output});
-    ExpectHonestFailure(result, output);
+    ExpectHonestFailure(
+        result, output,
+        " outgrew the largest file allowed; raise \"ulimit -f\" or use another disk");
     EXPECT_TRUE(Contains(result.err, "File too large"));
     EXPECT_FALSE(fs::exists(output)) << name;
   }
@@ -124,7 +154,7 @@ TEST(Honesty, FailsWhereTheReaderOfAPipeGoesAway) {
   ASSERT_EQ(mkfifo(output.c_str(), 0600), 0);
   const CommandResult result =
       Shell("head -c 2000 <\"$2\" >/dev/null & \"$0\" -i \"$1\" -o \"$2\"", {Source(), output});
-  ExpectHonestFailure(result, output);
+  ExpectHonestFailure(result, output, " lost the program that read it; write to a file instead");
   EXPECT_TRUE(fs::is_fifo(output)) << "the pipe is not ours to remove";
 }
 
@@ -134,6 +164,7 @@ TEST(Honesty, FailsWhereTheOutputIsADirectory) {
   const CommandResult result = Reverse(Source(), output);
   EXPECT_EQ(result.status, kFailure);
   EXPECT_TRUE(Contains(result.err, "'" + output + "': Is a directory")) << result.err;
+  EXPECT_EQ(Advice(result), output + " is a folder; name a file in it");
   EXPECT_TRUE(fs::is_directory(output));
 }
 
@@ -143,6 +174,49 @@ TEST(Honesty, TellsWhyAnOutputCannotBeOpened) {
   EXPECT_EQ(result.status, kFailure);
   EXPECT_TRUE(Contains(result.err, "'" + output + "': No such file or directory"));
   EXPECT_TRUE(Contains(result.err, "Reverse init error"));
+  EXPECT_EQ(Advice(result),
+            output + " lies in a folder that does not exist; make the folder or choose another");
+}
+
+TEST(Honesty, TellsWhatToDoAboutAnInputThatDoesNotServe) {
+  const std::string text = ScratchPath("notes.txt");
+  std::ofstream(text) << "no clip";
+  const std::string sound = Clip(ClipKind::kAudioOnly);
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"", "no input is named; name it with -i FILE"},
+      {"absent.mp4", "absent.mp4 does not exist; check the name after -i"},
+      {text, text + " is no media file, or is cut off; use a whole video that other players open"},
+      {sound, sound + " has sound only; use a clip that has video"},
+      {"/dev/zero",
+       "/dev/zero cannot be reversed: it is a character device, which cannot be read backwards; "
+       "use a media file"},
+  };
+  for (const auto& [input, advice] : rows) {
+    EXPECT_EQ(Advice(Reverse(input, ScratchPath("unmade.mp4"))), advice);
+  }
+  // Also where every line is logged, the job's own last ones included.
+  EXPECT_EQ(Advice(RunProgram({"-v", "-i", "absent.mp4", "-o", "x.mp4"})), rows[1].second);
+}
+
+TEST(Honesty, TellsWhatToDoAboutARangeBehindTheClip) {
+  EXPECT_EQ(Advice(RunProgram({"-i", Source(), "-o", ScratchPath("unmade.mp4"), "-s", "3"})),
+            Source() + " ends before the range starts; use -s below 3.000 s");
+}
+
+TEST(Honesty, TellsWhatToDoWithoutAnOutput) {
+  EXPECT_EQ(Advice(RunProgram({"-i", Source()})),
+            "no output is named; name it with -o FILE, as in -o reversed.mp4");
+}
+
+TEST(Honesty, TellsWhereAFileMayNotBeReadOrWritten) {
+  if (geteuid() == 0) GTEST_SKIP() << "root may everything";
+  const std::string locked = ScratchPath("locked.mp4");
+  fs::copy_file(Source(), locked);
+  fs::permissions(locked, fs::perms::none);
+  EXPECT_EQ(Advice(Reverse(locked, ScratchPath("unmade.mp4"))),
+            locked + " may not be read; allow it with chmod +r, or ask its owner");
+  EXPECT_EQ(Advice(Reverse(Source(), locked)),
+            locked + " may not be written; choose a folder that you may write to");
 }
 
 TEST(Honesty, RefusesInputsThatCannotBeReadBackwards) {
@@ -204,8 +278,8 @@ TEST(Honesty, RefusesTimesThatAreNoNumbers) {
       const CommandResult result =
           RunProgram({"-i", Source(), "-o", output, flag, value}, kNotForEver);
       EXPECT_EQ(result.status, kFailure);
-      EXPECT_TRUE(
-          Contains(result.err, std::string("option ") + flag + " needs a number, not " + value));
+      EXPECT_TRUE(Contains(result.err, std::string("option ") + flag + " needs a number, not " +
+                                           value + "; give seconds, as in " + flag + " 2.5"));
       EXPECT_FALSE(fs::exists(output));
     }
   }

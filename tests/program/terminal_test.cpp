@@ -18,6 +18,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
+constexpr int kFailure = 255;
 const std::vector<std::string> kPlainSettings = {"TERM=xterm", "LC_ALL=C"};
 
 std::vector<std::string> Reversal(const std::string& output) {
@@ -94,6 +95,18 @@ TEST(TerminalProgram, WritesPlainLinesIntoAPipe) {
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.err, Not(HasSubstr("\x1b")));
   EXPECT_THAT(result.err, EndsWith("info    [reverse::Main] progress:100.000\n"));
+}
+
+TEST(TerminalProgram, EndsAFailedRunWithWhatToDo) {
+  const TerminalRun run = RunOnTerminal(200, kPlainSettings, Reversal("refused.webm"));
+  EXPECT_EQ(WEXITSTATUS(run.waitStatus), kFailure);
+  const std::vector<std::string> lines = ScreenLines(200, run.bytes);
+  ASSERT_GT(lines.size(), 3U);
+  EXPECT_EQ(lines.back(), "");
+  EXPECT_THAT(lines[lines.size() - 2],
+              EndsWith(ScratchPath("refused.webm") +
+                       " cannot hold H.264; use .mp4, .mov, .mkv, .avi or .ts"));
+  EXPECT_THAT(lines, Not(Contains(HasSubstr("%"))));
 }
 
 TEST(TerminalProgram, IsEndedByTheInterruptKeyAtOnce) {

@@ -1,0 +1,150 @@
+#include "app/advice.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "base/file_identity.h"
+#include "base/local_file.h"
+#include "codec/encoder/container.h"
+#include "codec/ffmpeg/ffmpeg_headers.h"
+
+namespace app {
+namespace {
+
+// The encoder's AAC ends here.
+constexpr int kHighestSampleRate = 96000;
+
+std::string SecondsText(double seconds) {
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%.3f s", seconds);
+  return text.data();
+}
+
+struct Row {
+  bool (*applies)(const Failure&);
+  std::string (*text)(const Failure&);
+};
+
+// The first row that applies counts: what stands against the input, then what stands against this
+// input's pictures and sound, then the output.
+const std::array kRows = {
+    Row{[](const Failure& f) { return f.line.input.empty(); },
+        [](const Failure&) -> std::string { return "no input is named; name it with -i FILE"; }},
+    Row{[](const Failure& f) { return f.readError == ENOENT; },
+        [](const Failure& f) { return f.line.input + " does not exist; check the name after -i"; }},
+    Row{[](const Failure& f) { return f.readError == EACCES; },
+        [](const Failure& f) {
+          return f.line.input + " may not be read; allow it with chmod +r, or ask its owner";
+        }},
+    Row{[](const Failure& f) { return f.readError != 0; },
+        [](const Failure& f) {
+          return f.line.input + " cannot be opened (" + std::strerror(f.readError) +
+                 "); check the name after -i";
+        }},
+    Row{[](const Failure& f) { return f.notSeekable != nullptr; },
+        [](const Failure& f) {
+          return f.line.input + " cannot be reversed: " + f.notSeekable + "; use a media file";
+        }},
+    Row{[](const Failure& f) { return f.isOntoItself; },
+        [](const Failure& f) {
+          return f.line.output + " is the input itself; choose another name for -o";
+        }},
+    Row{[](const Failure& f) { return f.info.has_video == 0 && f.info.has_audio == 0; },
+        [](const Failure& f) {
+          return f.line.input +
+                 " is no media file, or is cut off; use a whole video that other players open";
+        }},
+    Row{[](const Failure& f) { return f.info.has_video == 0; },
+        [](const Failure& f) {
+          return f.line.input + " has sound only; use a clip that has video";
+        }},
+    Row{[](const Failure& f) { return !(f.info.duration > 0); },
+        [](const Failure& f) {
+          return f.line.input + " has no length; use a clip of more than one picture";
+        }},
+    Row{[](const Failure& f) { return !(f.line.start < f.info.duration); },
+        [](const Failure& f) {
+          return f.line.input + " ends before the range starts; use -s below " +
+                 SecondsText(f.info.duration);
+        }},
+    Row{[](const Failure& f) { return f.info.width % 2 != 0 || f.info.height % 2 != 0; },
+        [](const Failure& f) {
+          return f.line.input + " has pictures of " + std::to_string(f.info.width) + "x" +
+                 std::to_string(f.info.height) +
+                 ", which H.264 cannot hold; crop it to an even width and height first";
+        }},
+    Row{[](const Failure& f) {
+          return f.info.has_audio != 0 && f.info.sample_rate > kHighestSampleRate;
+        },
+        [](const Failure& f) {
+          return f.line.input + " has sound of " + std::to_string(f.info.sample_rate) +
+                 " Hz, which AAC cannot hold; convert it to 48000 Hz first";
+        }},
+    Row{[](const Failure& f) { return f.line.output.empty(); },
+        [](const Failure&) -> std::string {
+          return "no output is named; name it with -o FILE, as in -o reversed.mp4";
+        }},
+    // Some muxers refuse with -1, which has the number of EPERM.
+    Row{[](const Failure& f) {
+          return f.notTaken != nullptr && (f.writeError == EINVAL || f.writeError == EPERM);
+        },
+        [](const Failure& f) {
+          return f.line.output + " cannot hold " + f.notTaken +
+                 "; use .mp4, .mov, .mkv, .avi or .ts";
+        }},
+    Row{[](const Failure& f) { return f.writeError == -AVERROR_INVALIDDATA; },
+        [](const Failure& f) {
+          return f.line.input +
+                 " gave no picture; it may be damaged there, try another range with -s and -e";
+        }},
+};
+
+struct ErrorRow {
+  int error;
+  const char* text;  // follows the name of the output
+};
+
+constexpr std::array kErrorRows = {
+    ErrorRow{ENOENT, " lies in a folder that does not exist; make the folder or choose another"},
+    ErrorRow{ENOTDIR, " lies in what is no folder; choose another"},
+    ErrorRow{EISDIR, " is a folder; name a file in it"},
+    ErrorRow{EACCES, " may not be written; choose a folder that you may write to"},
+    ErrorRow{EPERM, " may not be written; choose a folder that you may write to"},
+    ErrorRow{EROFS, " lies on a disk that is read-only; choose a folder on another"},
+    ErrorRow{ENOSPC, " did not fit on its disk, which is full; free some room or use another disk"},
+    ErrorRow{EDQUOT, " did not fit into your quota; free some room or use another disk"},
+    ErrorRow{EFBIG, " outgrew the largest file allowed; raise \"ulimit -f\" or use another disk"},
+    ErrorRow{EPIPE, " lost the program that read it; write to a file instead"},
+    ErrorRow{EAGAIN,
+             " needs a thread that the host did not give; end other programs and try again"},
+};
+
+}  // namespace
+
+Failure Examine(const CommandLine& line, const codec::MediaInfo& info, int error) {
+  const std::string input = but::LocalPath(line.input);
+  const std::string output = but::LocalPath(line.output);
+  Failure failure;
+  failure.line = line;
+  failure.info = info;
+  failure.readError = but::ReadError(input);
+  failure.notSeekable = but::WhyNotSeekable(input);
+  failure.isOntoItself = but::IsSameFile(input, output);
+  failure.writeError = error != 0 ? -error : but::WriteError(output);
+  failure.notTaken = codec::CodecsNotTaken(line.output.c_str());
+  return failure;
+}
+
+std::string Advice(const Failure& failure) {
+  for (const Row& row : kRows) {
+    if (row.applies(failure)) return row.text(failure);
+  }
+  for (const ErrorRow& row : kErrorRows) {
+    if (row.error == failure.writeError) return failure.line.output + row.text;
+  }
+  return failure.line.output + " could not be made; the lines above say why, and -v tells more";
+}
+
+}  // namespace app

@@ -1,0 +1,18 @@
+// The kinds of file that the encoder writes.
+#pragma once
+
+#include <string>
+
+#include "codec/ffmpeg/ffmpeg_headers.h"
+
+namespace codec {
+
+// The container that the path's extension names, MPEG where FFmpeg knows none of it; null where
+// FFmpeg was built without that one.
+const AVOutputFormat* ChooseContainer(const char* path);
+
+// Names which of H.264 and AAC the path's container does not take; null where it takes both.
+// Containers that tell by their header only count as taking neither.
+const char* CodecsNotTaken(const char* path);
+
+}  // namespace codec

@@ -1,0 +1,94 @@
+#include "app/advice.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <vector>
+
+#include "codec/ffmpeg/ffmpeg_headers.h"
+
+namespace app {
+namespace {
+
+// A run on a good clip that failed for no known reason.
+Failure Unknown() {
+  Failure failure;
+  failure.line = {"in.mp4", "out.mp4", 0, 0};
+  failure.info.has_video = 1;
+  failure.info.has_audio = 1;
+  failure.info.duration = 3;
+  failure.info.width = 640;
+  failure.info.height = 360;
+  failure.info.sample_rate = 48000;
+  return failure;
+}
+
+struct Case {
+  void (*spoil)(Failure*);
+  const char* advice;
+};
+
+TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
+  const std::vector<Case> cases = {
+      {[](Failure* f) { f->line.input = ""; }, "no input is named; name it with -i FILE"},
+      {[](Failure* f) { f->readError = ENOENT; }, "in.mp4 does not exist; check the name after -i"},
+      {[](Failure* f) { f->readError = EACCES; },
+       "in.mp4 may not be read; allow it with chmod +r, or ask its owner"},
+      {[](Failure* f) { f->readError = ENOTDIR; },
+       "in.mp4 cannot be opened (Not a directory); check the name after -i"},
+      {[](Failure* f) { f->notSeekable = "it is a directory"; },
+       "in.mp4 cannot be reversed: it is a directory; use a media file"},
+      {[](Failure* f) { f->isOntoItself = true; },
+       "out.mp4 is the input itself; choose another name for -o"},
+      {[](Failure* f) { f->info = {}; },
+       "in.mp4 is no media file, or is cut off; use a whole video that other players open"},
+      {[](Failure* f) { f->info.has_video = 0; },
+       "in.mp4 has sound only; use a clip that has video"},
+      {[](Failure* f) { f->info.duration = 0; },
+       "in.mp4 has no length; use a clip of more than one picture"},
+      {[](Failure* f) { f->line.start = 3; },
+       "in.mp4 ends before the range starts; use -s below 3.000 s"},
+      {[](Failure* f) { f->info.width = 641; },
+       "in.mp4 has pictures of 641x360, which H.264 cannot hold; crop it to an even width and "
+       "height first"},
+      {[](Failure* f) { f->info.height = 361; },
+       "in.mp4 has pictures of 640x361, which H.264 cannot hold; crop it to an even width and "
+       "height first"},
+      {[](Failure* f) { f->info.sample_rate = 192000; },
+       "in.mp4 has sound of 192000 Hz, which AAC cannot hold; convert it to 48000 Hz first"},
+      {[](Failure* f) { f->line.output = ""; },
+       "no output is named; name it with -o FILE, as in -o reversed.mp4"},
+      {[](Failure* f) {
+         f->notTaken = "H.264";
+         f->writeError = EINVAL;
+       },
+       "out.mp4 cannot hold H.264; use .mp4, .mov, .mkv, .avi or .ts"},
+      {[](Failure* f) { f->writeError = -AVERROR_INVALIDDATA; },
+       "in.mp4 gave no picture; it may be damaged there, try another range with -s and -e"},
+      {[](Failure* f) {
+         f->notTaken = "H.264";
+         f->writeError = ENOENT;
+       },
+       "out.mp4 lies in a folder that does not exist; make the folder or choose another"},
+      {[](Failure* f) { f->writeError = EACCES; },
+       "out.mp4 may not be written; choose a folder that you may write to"},
+      {[](Failure* f) { f->writeError = ENOSPC; },
+       "out.mp4 did not fit on its disk, which is full; free some room or use another disk"},
+      {[](Failure*) {}, "out.mp4 could not be made; the lines above say why, and -v tells more"},
+  };
+  for (const Case& row : cases) {
+    Failure failure = Unknown();
+    row.spoil(&failure);
+    EXPECT_EQ(Advice(failure), row.advice);
+  }
+}
+
+TEST(Advice, SpeaksOfSoundOnlyWhereThereIsSome) {
+  Failure failure = Unknown();
+  failure.info.has_audio = 0;
+  failure.info.sample_rate = 192000;
+  EXPECT_EQ(Advice(failure), Advice(Unknown()));
+}
+
+}  // namespace
+}  // namespace app
