@@ -41,14 +41,15 @@ void MaskControls(std::string* line) {
   }
 }
 
-bool IsSet(const char* variable) {
+std::string_view Setting(const char* variable) {
   const char* const value = std::getenv(variable);
-  return value != nullptr && *value != '\0';
+  return value == nullptr ? "" : value;
 }
 
 bool WantsDrawing() {
-  return isatty(STDERR_FILENO) != 0 && !IsSet("NO_COLOR") && !IsSet("CI") && IsSet("TERM") &&
-         std::strcmp(std::getenv("TERM"), "dumb") != 0;
+  const std::string_view terminal = Setting("TERM");
+  return isatty(STDERR_FILENO) != 0 && Setting("NO_COLOR").empty() && Setting("CI").empty() &&
+         !terminal.empty() && terminal != "dumb";
 }
 
 // Asked without changing the process's locale, by which other libraries read and write numbers.
