@@ -2,17 +2,15 @@
 #include "app/command_line.h"
 #include "app/run_driver.h"
 #include "app/terminal_sink.h"
+#include "base/guarded.h"
 #include "base/log.h"
 #include "base/platform.h"
 #include "codec/ffmpeg/log_bridge.h"
 #include "codec/ffmpeg/versions.h"
 
-int main(int argc, char** argv) {
-  if (argc < 2) {
-    app::PrintUsage();
-    PauseForKey();
-    return -1;
-  }
+namespace {
+
+int Run(int argc, char** argv) {
   IgnoreWriteSignals();
   const app::TerminalLog terminal;
   codec::ffmpeg::InstallLogBridge();
@@ -23,4 +21,15 @@ int main(int argc, char** argv) {
            commandLine.input.c_str(), commandLine.output.c_str(), commandLine.start,
            commandLine.end);
   return app::RunReverse(commandLine, [&terminal](double seconds) { terminal.SetRange(seconds); });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    app::PrintUsage();
+    PauseForKey();
+    return -1;
+  }
+  return but::Guarded("reverse::Main", [=] { return Run(argc, argv); }) == 0 ? 0 : -1;
 }

@@ -6,7 +6,6 @@
 #include "base/log.h"
 #include "base/platform.h"
 #include "codec/ffmpeg/compat.h"
-#include "reverse/reverse.h"
 
 namespace app {
 namespace {
@@ -14,29 +13,33 @@ namespace {
 constexpr char kTag[] = "reverse::Main";
 
 // The whole run; what is known of its failure where it failed.
-std::optional<Failure> Run(const CommandLine& commandLine,
+std::optional<Failure> Run(codec::Reverse* job, const CommandLine& commandLine,
                            const std::function<void(double)>& onRange) {
-  codec::Reverse job(commandLine.input.c_str(), commandLine.start, commandLine.end,
-                     commandLine.output.c_str());
-  if (job.Init() != 0) {
+  if (job->Init() != 0) {
     log_error(kTag, "Reverse init error");
-    return Examine(commandLine, job.InputInfo(), 0);
+    return Examine(commandLine, job->InputInfo(), 0);
   }
-  if (onRange) onRange(job.RangeSeconds());
-  job.Start();
-  ReportProgress([&job] { return job.GetProgress(); }, &Sleep);
-  job.Release();
-  const int error = job.Result();
+  if (onRange) onRange(job->RangeSeconds());
+  if (job->Start() == 0) ReportProgress([job] { return job->GetProgress(); }, &Sleep);
+  job->Release();
+  const int error = job->Result();
   if (error == 0) return std::nullopt;
   log_error(kTag, "could not write %s: %s", commandLine.output.c_str(),
             codec::ffmpeg::ErrorText(error).c_str());
-  return Examine(commandLine, job.InputInfo(), error);
+  return Examine(commandLine, job->InputInfo(), error);
 }
 
 }  // namespace
 
 int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange) {
-  const std::optional<Failure> failure = Run(commandLine, onRange);
+  codec::Reverse job(commandLine.input.c_str(), commandLine.start, commandLine.end,
+                     commandLine.output.c_str());
+  return RunJob(&job, commandLine, onRange);
+}
+
+int RunJob(codec::Reverse* job, const CommandLine& commandLine,
+           const std::function<void(double)>& onRange) {
+  const std::optional<Failure> failure = Run(job, commandLine, onRange);
   if (!failure) return 0;
   // After the job's own last lines: what remains on the screen is what a person can do.
   log_error(kTag, "%s", Advice(*failure).c_str());

@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "app/command_line.h"
+#include "reverse/reverse.h"
 
 namespace app {
 
@@ -11,6 +12,10 @@ namespace app {
 // reversed, in seconds, before the work starts. The exit status: 0, or -1 after an error line that
 // says what to do.
 int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange = {});
+
+// The same with a job of these arguments that is not yet initialised.
+int RunJob(codec::Reverse* job, const CommandLine& commandLine,
+           const std::function<void(double)>& onRange = {});
 
 // Logs the progress in percent, then waits 400 ms, until it has logged 100.
 void ReportProgress(const std::function<float()>& progress,

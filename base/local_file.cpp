@@ -5,9 +5,9 @@
 
 #include <array>
 #include <cerrno>
-#include <filesystem>
+#include <climits>
+#include <cstdlib>
 #include <string_view>
-#include <system_error>
 
 namespace but {
 namespace {
@@ -64,10 +64,11 @@ NewFile::NewFile(const std::string& path) : mPath(path), mIsNew(IsAbsent(path)) 
 void NewFile::Discard() const {
   if (!mIsNew) return;
   // Through a symbolic link to nothing the run has made the link's target; the link is the user's.
-  std::error_code error;
-  const std::filesystem::path target = std::filesystem::canonical(mPath, error);
-  if (error || !std::filesystem::is_regular_file(target, error)) return;
-  std::filesystem::remove(target, error);
+  // Without the heap: there may be none, which is why the file is useless.
+  std::array<char, PATH_MAX> target;
+  struct stat status {};
+  if (realpath(mPath.c_str(), target.data()) == nullptr) return;
+  if (stat(target.data(), &status) == 0 && S_ISREG(status.st_mode)) unlink(target.data());
 }
 
 }  // namespace but

@@ -6,8 +6,9 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <memory>
+#include <new>
 #include <string_view>
-#include <vector>
 
 #include "base/log_backend.h"
 
@@ -31,6 +32,9 @@ std::shared_ptr<spdlog::logger> MakeBackend() {
   return logger;
 }
 
+// Made before `main` runs: a line that tells of want of memory must not be the first.
+[[maybe_unused]] const auto& gMadeBeforeMain = LogBackend();
+
 void LogLine(int level, const char* tag, std::string_view text) {
   // Some texts end with a newline of their own; a line of the log has just one.
   while (!text.empty() && text.back() == '\n') text.remove_suffix(1);
@@ -50,9 +54,15 @@ void LogLine(int level, const char* tag, std::string_view text) {
   } else if (static_cast<size_t>(length) < shortText.size()) {
     LogLine(level, tag, {shortText.data(), static_cast<size_t>(length)});
   } else {
-    std::vector<char> longText(static_cast<size_t>(length) + 1);
-    std::vsnprintf(longText.data(), longText.size(), format, again);
-    LogLine(level, tag, {longText.data(), static_cast<size_t>(length)});
+    const size_t size = static_cast<size_t>(length) + 1;
+    const std::unique_ptr<char[]> longText(new (std::nothrow) char[size]);
+    // The line that tells of want of memory must need none.
+    if (longText == nullptr) {
+      LogLine(level, tag, shortText.data());
+    } else {
+      std::vsnprintf(longText.get(), size, format, again);
+      LogLine(level, tag, {longText.get(), size - 1});
+    }
   }
   va_end(again);
 }

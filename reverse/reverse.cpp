@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "base/file_identity.h"
+#include "base/guarded.h"
 #include "base/local_file.h"
 #include "base/log.h"
 #include "base/platform.h"
@@ -31,6 +32,17 @@ void Reverse::SetOutputParameter(const char* key, const char* value) {
 }
 
 int Reverse::Init() {
+  if (but::Guarded(kTag, [this] { return CreateParts(); }) == 0) return 0;
+  if (mOutputFile != nullptr) {
+    // Closed before it is removed.
+    mLoop.reset();
+    mWriter.reset();
+    mOutputFile->Discard();
+  }
+  return -1;
+}
+
+int Reverse::CreateParts() {
   log_debug(kTag, "==========Init==========");
   // Opening the output empties it, which must never happen to the input.
   if (but::IsSameFile(but::LocalPath(mInputPath), but::LocalPath(mOutputPath))) {
@@ -101,7 +113,6 @@ int Reverse::CreateWriter() {
   mOutputFile = std::make_unique<but::NewFile>(but::LocalPath(mOutputPath));
   mWriter.reset(MakeWriter(format));
   if (mWriter == nullptr) {
-    mOutputFile->Discard();
     log_error(kTag, "Make MediaWriter error");
     return -1;
   }
@@ -120,6 +131,14 @@ int Reverse::CreateWriter() {
 MediaWriter* Reverse::MakeWriter(MediaFormat& format) { return MakeMediaWriter(format); }
 
 int Reverse::Start() {
+  const int result = but::Guarded(kTag, [this] { return StartThreads(); });
+  if (result == 0) return 0;
+  mResult = result == -1 ? -EAGAIN : result;
+  mProgress = 100;
+  return -1;
+}
+
+int Reverse::StartThreads() {
   if (mDecoder == nullptr) {
     log_error(kTag, "mDecoder not created");
     return -1;
@@ -132,8 +151,6 @@ int Reverse::Start() {
   mWorkThread->Start();
   if (!mWorkThread->HasThread()) {
     log_error(kTag, "no thread for the work");
-    mResult = -EAGAIN;
-    mProgress = 100;
     return -1;
   }
   return 0;
@@ -168,6 +185,7 @@ int Reverse::DoReverse() {
   }
   // What cannot be written need not be decoded.
   if (mWriter != nullptr && mWriter->OutputError() != 0) return -1;
+  if (mDecoder != nullptr && mDecoder->HostError() != 0) return -1;
   if (mLoop == nullptr || mLoop->Step() != 0) return -1;
   mProgress = mLoop->Progress();
   return 0;
@@ -175,13 +193,16 @@ int Reverse::DoReverse() {
 
 void Reverse::RunToEnd(const std::atomic<bool>& running) {
   const int64_t begin = but::ProcessClockMillis();
-  while (running && DoReverse() == 0) {
-  }
+  mResult = but::Guarded(kTag, [&] {
+    while (running && DoReverse() == 0) {
+    }
+    return mDecoder == nullptr ? 0 : mDecoder->HostError();
+  });
   const auto took = static_cast<int32_t>(but::ProcessClockMillis() - begin);
   log_debug(kTag, "reverse time : %.3fs", took / 1000.0);
   if (mWriter != nullptr) {
     mWriter->Stop();
-    mResult = mWriter->OutputError();
+    if (mResult == 0) mResult = mWriter->OutputError();
   }
   if (mResult == 0 && mLoop != nullptr && mLoop->FoundNoPicture()) {
     log_error(kTag, "no picture could be read from %.3f to %.3f", mStart, mEnd);

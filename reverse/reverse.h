@@ -48,8 +48,8 @@ class Reverse {
   double RangeSeconds() const { return mEnd - mStart; }
   // What the input holds; blank until Init has opened it, kept when Init fails later.
   const MediaInfo& InputInfo() const { return mInputInfo; }
-  // Starts the work. 0, or -1 after an error line. Where the host gives no thread the job is over:
-  // its progress is 100 and its result an error.
+  // Starts the work. 0, or -1 after an error line: the job is over then, its result an error and,
+  // where it was the host that gave no thread, its progress 100.
   int Start();
   // Percent done, 0 to 100; 0 before Start.
   float GetProgress();
@@ -77,10 +77,12 @@ class Reverse {
   virtual MediaWriter* MakeWriter(MediaFormat& format);
 
  private:
+  int CreateParts();
   int CreateDecoder();
   // Brings the range inside the clip. -1 when it lies behind the end.
   int CheckRange();
   int CreateWriter();
+  int StartThreads();
   // Bytes that any frame of the decoder fits into; -1 when there are too many for one buffer.
   int32_t FrameBufferSize(const MediaInfo& info);
 

@@ -1,5 +1,6 @@
 #include "reverse/reverse_loop.h"
 
+#include <system_error>
 #include <utility>
 
 #include "base/log.h"
@@ -40,7 +41,11 @@ int ReverseLoop::Step() {
 Segment ReverseLoop::Read() {
   Segment segment = mAhead.valid() ? mAhead.get() : mReader.Next();
   if (mRange.overlap && mReader.HasMore()) {
-    mAhead = std::async(std::launch::async, [this] { return mReader.Next(); });
+    try {
+      mAhead = std::async(std::launch::async, [this] { return mReader.Next(); });
+    } catch (const std::system_error&) {
+      log_warn(kTag, "no thread for the next step, reading it in turn");
+    }
   }
   return segment;
 }

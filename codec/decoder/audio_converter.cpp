@@ -110,7 +110,7 @@ int AudioConverter::Convert(const AVFrame* frame, uint8_t* buffer) {
   const int samples =
       swr_convert(mResampler.get(), &buffer, frame->nb_samples,
                   const_cast<const uint8_t**>(frame->extended_data), frame->nb_samples);
-  if (samples < 0) return -1;
+  if (mFailure.Note(samples) < 0) return -1;
   mConvertedSeconds += static_cast<double>(samples) / mSampleRate;
   if (samples == 0) return 0;
   return av_samples_get_buffer_size(nullptr, kTargetChannels, samples, kTargetFormat, 1);

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "codec/decoder/drop_warning.h"
+#include "codec/decoder/first_failure.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
@@ -42,6 +43,8 @@ class AudioConverter {
   AVSampleFormat DeliveredFormat() const { return mDeliveredFormat; }
   // Whether there is a converter at the moment.
   bool IsConverting() const { return mResampler != nullptr; }
+  // What sound was dropped for that was not its own fault.
+  int Failure() const { return mFailure.Error(); }
   // Seconds of sound converted so far.
   double ConvertedSeconds() const { return mConvertedSeconds; }
 
@@ -59,6 +62,7 @@ class AudioConverter {
   ffmpeg::UniqueResampler mResampler;
   double mConvertedSeconds = 0;
   DropWarning mDrops;
+  FirstFailure mFailure;
 };
 
 }  // namespace codec

@@ -81,6 +81,10 @@ class FFmpegDecoder {
 
   // Bytes of the largest audio block that is delivered; larger ones are dropped with a warning.
   virtual int GetAudioBufferSize() { return 0; }
+
+  // The first failure of the host, not of the input, that has cost a frame: FFmpeg's negative
+  // number, 0 while there was none. For any thread.
+  virtual int HostError() { return 0; }
 };
 
 }  // namespace codec

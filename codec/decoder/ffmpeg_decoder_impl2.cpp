@@ -1,5 +1,6 @@
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 
+#include "base/guarded.h"
 #include "base/log.h"
 #include "codec/decoder/decode_session.h"
 #include "codec/decoder/decoder_tag.h"
@@ -31,6 +32,12 @@ void Give(const DecodedFrame& frame, uint32_t* size, uint32_t* type, double* pts
   *pts = frame.pts;
 }
 
+// What is thrown ends here.
+template <typename Body>
+int Bordered(FirstFailure* thrown, const Body& body) {
+  return thrown->Note(but::Guarded(kDecoderTag, body)) == 0 ? 0 : -1;
+}
+
 }  // namespace
 
 FFmpegDecoderImpl2::FFmpegDecoderImpl2(const char* path, const DecoderOptions& options)
@@ -49,6 +56,10 @@ FFmpegDecoderImpl2::~FFmpegDecoderImpl2() {
 }
 
 int FFmpegDecoderImpl2::Init() {
+  return Bordered(&mThrown, [this] { return InitParts(); });
+}
+
+int FFmpegDecoderImpl2::InitParts() {
   if (mParts != nullptr) return 0;
   log_debug(kDecoderTag, "=====Init=====");
   auto parts = std::make_unique<Parts>(mOptions.replayBudget);
@@ -72,16 +83,17 @@ int FFmpegDecoderImpl2::Release() {
 
 int FFmpegDecoderImpl2::Seek(double seconds, int mode) {
   if (mParts == nullptr || !mParts->session.IsUsable()) return -1;
-  return mParts->seeker.Seek(seconds, mode);
+  return Bordered(&mThrown, [&] { return mParts->seeker.Seek(seconds, mode); });
 }
 
 int FFmpegDecoderImpl2::DecodeFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) {
   if (mParts == nullptr || !mParts->session.IsUsable()) return -1;
   DecodedFrame frame;
-  mParts->source.Leave();
-  if (!mParts->pending.Take(buffer, &frame) && mParts->packets.Decode(buffer, &frame) != 0) {
-    return -1;
-  }
+  const int result = Bordered(&mThrown, [&] {
+    mParts->source.Leave();
+    return mParts->pending.Take(buffer, &frame) ? 0 : mParts->packets.Decode(buffer, &frame);
+  });
+  if (result != 0) return -1;
   Give(frame, size, type, pts);
   return 0;
 }
@@ -89,7 +101,7 @@ int FFmpegDecoderImpl2::DecodeFrame(uint8_t* buffer, uint32_t* size, uint32_t* t
 int FFmpegDecoderImpl2::ReceiveFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) {
   if (mParts == nullptr || !mParts->session.IsUsable()) return -1;
   DecodedFrame frame;
-  if (mParts->receiver.Receive(buffer, &frame) != 0) return -1;
+  if (Bordered(&mThrown, [&] { return mParts->receiver.Receive(buffer, &frame); }) != 0) return -1;
   Give(frame, size, type, pts);
   return 0;
 }
@@ -102,6 +114,13 @@ int FFmpegDecoderImpl2::GetMediaInfo(MediaInfo& info) {
 int FFmpegDecoderImpl2::GetFrameBufferSize() { return mFrameBufferSize; }
 
 int FFmpegDecoderImpl2::GetAudioBufferSize() { return mAudioBufferSize; }
+
+int FFmpegDecoderImpl2::HostError() {
+  if (mThrown.Error() != 0 || mParts == nullptr) return mThrown.Error();
+  const DecodeSession& session = mParts->session;
+  const int error = session.input.Failure().Error();
+  return error != 0 ? error : session.sound.Failure();
+}
 
 int FFmpegDecoderImpl2::GetWidth() { return mInfo.width; }
 

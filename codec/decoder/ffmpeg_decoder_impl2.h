@@ -6,6 +6,7 @@
 #include <string>
 
 #include "codec/decoder/ffmpeg_decoder.h"
+#include "codec/decoder/first_failure.h"
 #include "codec/decoder/replay_policy.h"
 
 namespace codec {
@@ -55,6 +56,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   int GetHeight() override;
   int ReceiveFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) override;
   int GetAudioBufferSize() override;
+  int HostError() override;
 
   DecoderCounters Counters() const;
   // Distance between two key frames in ticks of the video stream; 0 when unknown.
@@ -63,9 +65,12 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
  private:
   struct Parts;
 
+  int InitParts();
+
   std::string mPath;
   DecoderOptions mOptions;
   std::unique_ptr<Parts> mParts;  // null unless initialised
+  FirstFailure mThrown;
   MediaInfo mInfo;
   int mFrameBufferSize = 0;
   int mAudioBufferSize = 0;

@@ -187,7 +187,8 @@ FrameSource::Step FrameSource::ReplayPictureStep(AVFrame* frame) {
   if (mNextEvent == mRecording.FirstEvent()) return Step::kHungry;
   const RecordedEvent& event = mRecording.At(mNextEvent - 1);
   if (mNextPicture < event.pictures.size() &&
-      av_frame_ref(frame, event.pictures[mNextPicture].frame.get()) >= 0) {
+      mSession->input.Failure().Note(
+          av_frame_ref(frame, event.pictures[mNextPicture].frame.get())) >= 0) {
     ++mNextPicture;
     ++mPicturesReplayed;
     return Step::kFrame;

@@ -42,7 +42,12 @@ bool InputFile::Read(AVPacket* packet) {
     ++mPacketsRead;
     return true;
   }
-  if (av_read_frame(mContext.get(), packet) < 0) {
+  const int result = Failure().Note(av_read_frame(mContext.get(), packet));
+  if (result < 0) {
+    if (result != AVERROR_EOF) {
+      log_warn(kDecoderTag, "%s cannot be read further: %s", mPath.c_str(),
+               ffmpeg::ErrorText(result).c_str());
+    }
     // Not every release leaves the packet blank.
     av_packet_unref(packet);
     return false;
@@ -74,6 +79,11 @@ int InputFile::SeekToStart(int64_t earliest) {
   const int result = avformat_seek_file(mContext.get(), -1, std::min(earliest, start), start, start,
                                         AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
   if (result >= 0) return result;
+  if (!mWarnedOfStart) {
+    log_warn(kDecoderTag, "%s: no way to its start by time: %s", mPath.c_str(),
+             ffmpeg::ErrorText(result).c_str());
+    mWarnedOfStart = true;
+  }
   // A stream without stamps has no times to seek to, and looking for them has read it to its end.
   return av_seek_frame(mContext.get(), -1, 0, AVSEEK_FLAG_BYTE);
 }

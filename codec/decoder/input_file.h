@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "codec/decoder/first_failure.h"
 #include "codec/decoder/packet_source.h"
 #include "codec/ffmpeg/owned.h"
 
@@ -32,6 +33,9 @@ class InputFile : public PacketSource {
   AVFormatContext* Context() const { return mContext.get(); }
   const std::string& Path() const { return mPath; }
 
+  // Of everything that is read from this input.
+  FirstFailure& Failure() const { return mFailure; }
+
   int64_t PacketsRead() const { return mPacketsRead; }
   int64_t Seeks() const { return mSeeks; }
 
@@ -40,10 +44,12 @@ class InputFile : public PacketSource {
   int CannotOpen(const std::string& reason) const;
 
   std::string mPath;
+  mutable FirstFailure mFailure;
   ffmpeg::UniqueInput mContext;
   std::deque<ffmpeg::UniquePacket> mPutBack;
   int64_t mPacketsRead = 0;
   int64_t mSeeks = 0;
+  bool mWarnedOfStart = false;
 };
 
 }  // namespace codec

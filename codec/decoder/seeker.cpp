@@ -215,7 +215,11 @@ void Seeker::MoveToWhole(int64_t seconds) {
     return;
   }
   // Also where the demuxer cannot move to the second: from the start every time is reached.
-  if (input.SeekToStart(std::numeric_limits<int64_t>::min()) >= 0) mSession->times.Restart(0);
+  if (input.SeekToStart(std::numeric_limits<int64_t>::min()) >= 0) {
+    mSession->times.Restart(0);
+  } else {
+    log_warn(kDecoderTag, "could not move to %lld s, reading on", static_cast<long long>(seconds));
+  }
   mSession->FlushDecoders();
 }
 

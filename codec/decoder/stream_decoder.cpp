@@ -25,11 +25,13 @@ int ThreadsFor(const AVCodecContext* context) {
 
 }  // namespace
 
-StreamDecoder::StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext context)
+StreamDecoder::StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext context,
+                             FirstFailure* failure)
     : mStream(stream),
       mContext(std::move(context)),
       mKeyPackets(stream),
-      mTicksPerSecond(static_cast<double>(stream->time_base.den) / stream->time_base.num) {}
+      mTicksPerSecond(static_cast<double>(stream->time_base.den) / stream->time_base.num),
+      mFailure(failure) {}
 
 std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMediaType type,
                                                    int threads) {
@@ -52,15 +54,17 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
   // later.
   if (context != nullptr) context->thread_count = threads > 0 ? threads : ThreadsFor(context.get());
   AVDictionary* options = nullptr;
-  av_dict_set(&options, "refcounted_frames", "1", 0);
-  const int opened =
-      context == nullptr ? AVERROR(ENOMEM) : avcodec_open2(context.get(), codec, &options);
+  int opened = av_dict_set(&options, "refcounted_frames", "1", 0);
+  if (opened >= 0) {
+    opened = context == nullptr ? AVERROR(ENOMEM) : avcodec_open2(context.get(), codec, &options);
+  }
   av_dict_free(&options);
   if (opened < 0) {
     log_error(kDecoderTag, "Failed to open %s codec", typeName);
     return nullptr;
   }
-  return std::unique_ptr<StreamDecoder>(new StreamDecoder(stream, std::move(context)));
+  return std::unique_ptr<StreamDecoder>(
+      new StreamDecoder(stream, std::move(context), &input.Failure()));
 }
 
 void StreamDecoder::Send(AVPacket* packet) {
@@ -70,18 +74,19 @@ void StreamDecoder::Send(AVPacket* packet) {
     mAwaitingKey = false;
     ffmpeg::TagPacket(packet);
   }
-  avcodec_send_packet(mContext.get(), packet);
+  mFailure->Note(avcodec_send_packet(mContext.get(), packet));
 }
 
 int StreamDecoder::Receive(AVFrame* frame) {
   if (mResting) return AVERROR_EOF;
-  const int result = avcodec_receive_frame(mContext.get(), frame);
+  const int result = mFailure->Note(avcodec_receive_frame(mContext.get(), frame));
   if (result >= 0) ++mFramesDecoded;
   return result;
 }
 
 int StreamDecoder::DecodeOne(AVPacket* packet, AVFrame* frame, AVFrame* spare, int* gotFrame) {
-  const int result = ffmpeg::DecodeOne(mContext.get(), frame, spare, gotFrame, packet);
+  const int result =
+      mFailure->Note(ffmpeg::DecodeOne(mContext.get(), frame, spare, gotFrame, packet));
   if (*gotFrame != 0) ++mFramesDecoded;
   return result;
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "codec/decoder/first_failure.h"
 #include "codec/decoder/input_file.h"
 #include "codec/decoder/key_packets.h"
 #include "codec/ffmpeg/owned.h"
@@ -51,12 +52,13 @@ class StreamDecoder {
   int64_t FramesDecoded() const { return mFramesDecoded; }
 
  private:
-  StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext context);
+  StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext context, FirstFailure* failure);
 
   const AVStream* mStream;
   ffmpeg::UniqueCodecContext mContext;
   KeyPackets mKeyPackets;
   double mTicksPerSecond;
+  FirstFailure* const mFailure;
   int64_t mFramesDecoded = 0;
   bool mResting = false;
   bool mAwaitingKey = false;

@@ -40,8 +40,8 @@ int AudioEncoder::Create(const EncoderOptions& defaults) {
   Describe();
   log_debug(kTag, "audio codec id:%d", static_cast<int>(codec->id));
   log_debug(kTag, "audio codec name:%s", codec->name);
-  ApplyOptionsTo(mContext.get(), mSettings, defaults, mSettings.audioCodec);
-  if (mSettings.sampleRate < 1 || mSettings.channelCount < 1 ||
+  const int applied = ApplyOptionsTo(mContext.get(), mSettings, defaults, mSettings.audioCodec);
+  if (applied < 0 || mSettings.sampleRate < 1 || mSettings.channelCount < 1 ||
       avcodec_open2(mContext.get(), codec, nullptr) < 0) {
     log_error(kTag, "could not open audio codec");
     return -1;

@@ -11,16 +11,17 @@ ffmpeg::UniqueCodecContext NewEncoder(const AVCodec* codec, const OutputFile& fi
   return context;
 }
 
-void ApplyOptionsTo(AVCodecContext* context, const EncoderSettings& settings,
-                    const EncoderOptions& defaults, const std::string& codecName) {
+int ApplyOptionsTo(AVCodecContext* context, const EncoderSettings& settings,
+                   const EncoderOptions& defaults, const std::string& codecName) {
   const bool audio = context->codec_type == AVMEDIA_TYPE_AUDIO;
   EncoderOptions options = defaults;
   ApplyEncoderOptions(settings, codecName, audio, &options);
   const int flags =
       AV_OPT_FLAG_ENCODING_PARAM | (audio ? AV_OPT_FLAG_AUDIO_PARAM : AV_OPT_FLAG_VIDEO_PARAM);
   const char prefix = audio ? 'a' : 'v';
-  SetOptions(context, options, flags, prefix);
-  if (context->codec->priv_class != nullptr) SetOptions(context->priv_data, options, flags, prefix);
+  const int result = SetOptions(context, options, flags, prefix);
+  if (result < 0 || context->codec->priv_class == nullptr) return result;
+  return SetOptions(context->priv_data, options, flags, prefix);
 }
 
 }  // namespace codec

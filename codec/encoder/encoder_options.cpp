@@ -96,8 +96,8 @@ void ApplyEncoderOptions(const EncoderSettings& settings, const std::string& cod
   }
 }
 
-void SetOptions(void* object, const EncoderOptions& options, int requiredFlags, char prefix) {
-  if (object == nullptr) return;
+int SetOptions(void* object, const EncoderOptions& options, int requiredFlags, char prefix) {
+  if (object == nullptr) return 0;
   const auto known = [object, requiredFlags](const char* key) {
     return av_opt_find(object, key, nullptr, requiredFlags, AV_OPT_SEARCH_CHILDREN) != nullptr;
   };
@@ -109,8 +109,11 @@ void SetOptions(void* object, const EncoderOptions& options, int requiredFlags, 
     }
     // The layout is derived from the channel count; a text must not override it.
     if (std::string_view(key) == "channel_layout") continue;
-    av_opt_set(object, key, value.c_str(), AV_OPT_SEARCH_CHILDREN);
+    const int result = av_opt_set(object, key, value.c_str(), AV_OPT_SEARCH_CHILDREN);
+    // A value that the object refuses leaves its default.
+    if (result == AVERROR(ENOMEM)) return result;
   }
+  return 0;
 }
 
 }  // namespace codec

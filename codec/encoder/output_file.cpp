@@ -61,9 +61,9 @@ int OutputFile::Create(const std::string& path, const EncoderOptions& options) {
     log_error(kTag, "Could not deduce output format from file extension.");
     return -1;
   }
-  SetOptions(mContext.get(), options, AV_OPT_FLAG_ENCODING_PARAM, '\0');
+  Remember(SetOptions(mContext.get(), options, AV_OPT_FLAG_ENCODING_PARAM, '\0'));
   if (format->priv_class != nullptr) {
-    SetOptions(mContext->priv_data, options, AV_OPT_FLAG_ENCODING_PARAM, '\0');
+    Remember(SetOptions(mContext->priv_data, options, AV_OPT_FLAG_ENCODING_PARAM, '\0'));
   }
   return 0;
 }
@@ -74,10 +74,10 @@ AVStream* OutputFile::AddStream(const AVCodec* codec) {
 
 void OutputFile::StampMetadata() {
   const std::array<char, 40> time = TimeText();
-  av_dict_set(&mContext->metadata, "description", kDescription, 0);
-  av_dict_set(&mContext->metadata, "creation_time", time.data(), 0);
+  Remember(av_dict_set(&mContext->metadata, "description", kDescription, 0));
+  Remember(av_dict_set(&mContext->metadata, "creation_time", time.data(), 0));
   for (unsigned i = 0; i < mContext->nb_streams; ++i) {
-    av_dict_set(&mContext->streams[i]->metadata, "creation_time", time.data(), 0);
+    Remember(av_dict_set(&mContext->streams[i]->metadata, "creation_time", time.data(), 0));
   }
 }
 

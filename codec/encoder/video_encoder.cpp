@@ -62,9 +62,9 @@ int VideoEncoder::Create(const EncoderOptions& defaults) {
   }
 
   Describe(codec);
-  ApplyOptionsTo(mContext.get(), mSettings, defaults, name);
+  const int applied = ApplyOptionsTo(mContext.get(), mSettings, defaults, name);
   ChooseThreads();
-  if (avcodec_open2(mContext.get(), codec, nullptr) < 0) {
+  if (applied < 0 || avcodec_open2(mContext.get(), codec, nullptr) < 0) {
     log_error(kTag, "Could not open video codec");
     return -1;
   }
@@ -123,12 +123,12 @@ int VideoEncoder::PreparePicture() {
 
   // Only now are the encoder's own parameters known, and nothing may replace them later: the
   // display matrix lives beside them on newer releases.
-  if (avcodec_parameters_from_context(mTrack.stream->codecpar, mContext.get()) < 0) {
+  if (avcodec_parameters_from_context(mTrack.stream->codecpar, mContext.get()) < 0 ||
+      ffmpeg::SetRotation(mFile->Format(), mTrack.stream, mSettings.rotate.c_str()) < 0) {
     log_error(kTag, "Could not alloc video stream.");
     return -1;
   }
   mTrack.stream->sample_aspect_ratio = mContext->sample_aspect_ratio;
-  ffmpeg::SetRotation(mFile->Format(), mTrack.stream, mSettings.rotate.c_str());
   return 0;
 }
 

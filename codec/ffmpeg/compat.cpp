@@ -257,12 +257,12 @@ std::string RotateText(const AVFormatContext* input, const AVStream* stream) {
   return text.data();
 }
 
-void SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degrees) {
-  av_dict_set(&stream->metadata, "rotate", degrees, 0);
+int SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degrees) {
+  const int result = av_dict_set(&stream->metadata, "rotate", degrees, 0);
   const int angle = std::atoi(degrees);
-  if (!IsMovFamily(format) || (angle != 90 && angle != 180 && angle != 270)) return;
+  if (!IsMovFamily(format) || (angle != 90 && angle != 180 && angle != 270)) return result;
   int32_t* matrix = NewDisplayMatrix(stream);
-  if (matrix == nullptr) return;
+  if (matrix == nullptr) return AVERROR(ENOMEM);
   av_display_rotation_set(matrix, angle);
   // The turned picture is moved back into view: by its height, its width or both, in 16.16 fixed
   // point, which ends at 32767.
@@ -270,6 +270,7 @@ void SetRotation(const AVOutputFormat* format, AVStream* stream, const char* deg
   const int32_t height = std::min(stream->codecpar->height, kLargestFixedPoint) * 65536;
   matrix[6] = angle == 90 ? height : angle == 180 ? width : 0;
   matrix[7] = angle == 180 ? height : angle == 270 ? width : 0;
+  return result;
 }
 
 std::string ErrorText(int error) {

@@ -70,8 +70,9 @@ UniqueResampler NewResampler(uint64_t outMask, AVSampleFormat outFormat, uint64_
 // its "rotate" tag, or the text that FFmpeg 4 made of the display matrix of an MP4.
 std::string RotateText(const AVFormatContext* input, const AVStream* stream);
 // Makes a stream that is going to be muxed ask for this turn. To be called after
-// `avcodec_parameters_from_context`, which wipes the display matrix on newer releases.
-void SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degrees);
+// `avcodec_parameters_from_context`, which wipes the display matrix on newer releases. 0 or a
+// negative error.
+int SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degrees);
 
 // Errors.
 

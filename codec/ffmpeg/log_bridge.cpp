@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <new>
 #include <string>
 
 #include "base/log.h"
@@ -44,9 +45,13 @@ std::string TagOf(void* speaker) {
   // FFmpeg builds some lines piece by piece; they are joined until the newline comes. Each thread
   // has its own unfinished line, because decoder threads speak at the same time.
   thread_local std::string line;
-  line += text.data();
-  if (line.empty() || (line.back() != '\n' && !cut && line.size() < kLongestLine)) return;
-  log_text(OurLevel(level), TagOf(speaker).c_str(), line.c_str());
+  try {
+    line += text.data();
+    if (line.empty() || (line.back() != '\n' && !cut && line.size() < kLongestLine)) return;
+    log_text(OurLevel(level), TagOf(speaker).c_str(), line.c_str());
+  } catch (const std::bad_alloc&) {
+    // FFmpeg, which is between here and whoever could catch it, cannot pass it on.
+  }
   line.clear();
 }
 

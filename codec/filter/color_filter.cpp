@@ -123,8 +123,10 @@ void ColorFilter::ConvertBySwscale(const uint8_t* picture, uint8_t* out) const {
     log_error(kTag, "sws_getContext falied");
     return;
   }
-  sws_scale(scaler.get(), source.data.data(), source.strides.data(), 0, height, target.data.data(),
-            target.strides.data());
+  if (sws_scale(scaler.get(), source.data.data(), source.strides.data(), 0, height,
+                target.data.data(), target.strides.data()) < 0) {
+    log_error(kTag, "sws_scale failed");
+  }
 }
 
 }  // namespace codec

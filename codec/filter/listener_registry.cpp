@@ -3,8 +3,9 @@
 namespace codec {
 
 ListenerRegistry& ListenerRegistry::Instance() {
-  static auto* const registry = new ListenerRegistry;
-  return *registry;
+  // Nothing to allocate or to destroy: writers ask for it while they are being destroyed.
+  static ListenerRegistry registry;
+  return registry;
 }
 
 }  // namespace codec

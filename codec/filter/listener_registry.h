@@ -11,7 +11,6 @@ namespace codec {
 // that the listener lives while it is called is the business of whoever sets and calls it.
 class ListenerRegistry {
  public:
-  // Made on first use and never destroyed.
   static ListenerRegistry& Instance();
 
   // Replaces the listener; null for none.

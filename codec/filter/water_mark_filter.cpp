@@ -40,8 +40,7 @@ WaterMarkFilter::~WaterMarkFilter() { ListenerRegistry::Instance().Forget(this);
 int WaterMarkFilter::Configure(MediaFormat& format) {
   if (MediaFilter::Configure(format) != 0) return -1;
   if (ReadSettings(format) != 0 || PrepareLogo() != 0) return -1;
-  MakeStamp();
-  return 0;
+  return MakeStamp() ? 0 : -1;
 }
 
 int WaterMarkFilter::ReadSettings(MediaFormat& format) {
@@ -128,12 +127,12 @@ int WaterMarkFilter::ScaleLogo() {
   return 0;
 }
 
-void WaterMarkFilter::MakeStamp() {
+bool WaterMarkFilter::MakeStamp() {
   auto stamp = std::make_shared<Stamp>();
   if (!_RotateLogo(stamp.get())) {
-    // The old stamp serves on.
+    // An old stamp serves on.
     log_error(kTag, "no memory for the turned logo");
-    return;
+    return false;
   }
   PlaceLogo(stamp.get());
   // The last user of the old stamp frees it outside of the lock.
@@ -141,6 +140,7 @@ void WaterMarkFilter::MakeStamp() {
   mStampLock.Lock();
   mStamp.swap(made);
   mStampLock.Unlock();
+  return true;
 }
 
 bool WaterMarkFilter::_RotateLogo(Stamp* stamp) const {

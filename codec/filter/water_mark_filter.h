@@ -51,7 +51,8 @@ class WaterMarkFilter : public MediaFilter, public Listener {
   void ExchangeLogoBytes();
   int ScaleLogo();
   // Turns the logo and computes its corner: the next stamp.
-  void MakeStamp();
+  // False, after an error line, when memory runs out.
+  bool MakeStamp();
   bool _RotateLogo(Stamp* stamp) const;
   void PlaceLogo(Stamp* stamp) const;
   bool FitsPicture(const Stamp& stamp) const;

@@ -75,7 +75,10 @@ PooledBuffer AudioFramer::TakeBuffer() {
   PooledBuffer buffer(MediaBufferPool::Instance()->TakeAudio(mFrameBytes));
   // Before a frame size is set, the pool's buffers may have no data at all.
   if (buffer && buffer->Data() == nullptr) buffer.reset();
-  if (!buffer) log_error(kTag, "get empty audio buffer from pool");
+  if (!buffer) {
+    log_error(kTag, "get empty audio buffer from pool");
+    mIsOutOfBuffers = true;
+  }
   return buffer;
 }
 

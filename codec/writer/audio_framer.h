@@ -26,6 +26,8 @@ class AudioFramer {
 
   // 0, or -1 when the process refuses the block.
   int Write(const uint8_t* data, uint32_t size, int64_t pts);
+  // Whether a frame has been lost because there was no buffer for it.
+  bool IsOutOfBuffers() const { return mIsOutOfBuffers; }
   // Queues what is left as a last frame, filled up with silence.
   void Flush();
 
@@ -41,6 +43,7 @@ class AudioFramer {
   AudioTimeline mTimeline;
   int32_t mFrameBytes = 0;
   bool mSync = true;
+  bool mIsOutOfBuffers = false;
 };
 
 }  // namespace codec

@@ -1,6 +1,13 @@
 #include "codec/writer/encoder_gate.h"
 
+#include "base/guarded.h"
+
 namespace codec {
+namespace {
+
+constexpr char kTag[] = "codec::MediaWriterImpl";
+
+}  // namespace
 
 EncoderGate::~EncoderGate() {
   if (mState == State::kOpened) Close();
@@ -17,8 +24,14 @@ int EncoderGate::Open() {
 void EncoderGate::Close() {
   mLock.Lock();
   const but::LockGuard guard(&mLock);
-  if (mEncoder && mState != State::kClosed) mEncoder->Close();
+  const bool wasClosed = mState == State::kClosed;
   mState = State::kClosed;
+  if (!mEncoder || wasClosed) return;
+  const int result = but::Guarded(kTag, [this] {
+    mEncoder->Close();
+    return 0;
+  });
+  if (mError == 0) mError = result;
 }
 
 int EncoderGate::GetParameter(const char* key) {
@@ -30,7 +43,14 @@ int EncoderGate::GetParameter(const char* key) {
 int EncoderGate::OutputError() {
   mLock.Lock();
   const but::LockGuard guard(&mLock);
-  return mEncoder ? mEncoder->OutputError() : -1;
+  if (!mEncoder) return -1;
+  return mError != 0 ? mError : mEncoder->OutputError();
+}
+
+void EncoderGate::Fail(int error) {
+  mLock.Lock();
+  const but::LockGuard guard(&mLock);
+  if (mError == 0) mError = error;
 }
 
 void EncoderGate::Write(PooledBuffer buffer) {

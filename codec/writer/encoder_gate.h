@@ -26,8 +26,10 @@ class EncoderGate {
   void Close();
   // The encoder's answer; -1 without one.
   int GetParameter(const char* key);
-  // The encoder's first failure, also after Close; -1 without one.
+  // The first failure of the encoder or the writer, also after Close; -1 without an encoder.
   int OutputError();
+  // Keeps a failure of the writer that leaves the output incomplete, a negative errno number.
+  void Fail(int error);
   // Encodes the frame, unless the encoder has been closed, and gives it back to the pool.
   void Write(PooledBuffer buffer);
 
@@ -38,6 +40,7 @@ class EncoderGate {
   but::Mutex mLock;
   // Under mLock.
   State mState = State::kNew;
+  int mError = 0;
 };
 
 }  // namespace codec

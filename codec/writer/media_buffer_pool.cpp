@@ -67,6 +67,12 @@ MediaBuffer* MediaBufferPool::TakeAudio(int32_t bytes) {
   return mAudioIdle.PopFront().release();
 }
 
+bool MediaBufferPool::IsOutOfVideo() {
+  mVideoLock.Lock();
+  const but::LockGuard guard(&mVideoLock);
+  return mVideoIdle.Empty();
+}
+
 void MediaBufferPool::WaitForFree(int type) {
   if (type == kVideoType) Wait(mVideoIdle, mVideoLock, mVideoAvailable);
   if (type == kAudioType) Wait(mAudioIdle, mAudioLock, mAudioAvailable);

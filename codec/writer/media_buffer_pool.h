@@ -39,6 +39,9 @@ class MediaBufferPool {
   // makes are too small as well.
   MediaBuffer* TakeAudio(int32_t bytes);
 
+  // Whether no video buffer is idle.
+  bool IsOutOfVideo();
+
   // Waits, once, until a buffer of this frame type has been given back; at once when one is idle or
   // the type is neither 1 nor 2.
   void WaitForFree(int type);

@@ -76,7 +76,10 @@ void StoreFrameSize(MediaFormat& format, const PictureSize& size) {
 
 MediaWriter* MakeConfigured(MediaFormat& format, std::unique_ptr<MediaEncoder> encoder,
                             std::unique_ptr<MediaFilter> filters) {
-  auto writer = std::make_unique<MediaWriterImpl>(encoder.release(), filters.release());
+  // Let go of only when the writer, which may find no memory, has taken them.
+  auto writer = std::make_unique<MediaWriterImpl>(encoder.get(), filters.get());
+  static_cast<void>(encoder.release());
+  static_cast<void>(filters.release());
   if (writer->Configure(format) == 0) return writer.release();
   log_error(kTag, "MediaWriter Configure error");
   return nullptr;

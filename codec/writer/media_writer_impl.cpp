@@ -7,7 +7,9 @@
 #include <utility>
 
 #include "audio/audio_process_impl.h"
+#include "base/guarded.h"
 #include "base/log.h"
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/filter/listener.h"
 #include "codec/filter/listener_registry.h"
 #include "codec/utils/image_utils.h"
@@ -113,6 +115,10 @@ void MediaWriterImpl::Stop() {
 }
 
 void MediaWriterImpl::WriteFrame(int type, uint8_t* data, uint32_t size, int64_t pts) {
+  Bordered([&] { TakeFrame(type, data, size, pts); });
+}
+
+void MediaWriterImpl::TakeFrame(int type, uint8_t* data, uint32_t size, int64_t pts) {
   if (type == 1) WriteVideo(data, size, pts);
   if (type == 2 && size > 0 && !WriteAudio(data, size, pts)) return;
   if (!mSettings.use_thread_) mDrain.DrainPreferred();
@@ -141,18 +147,33 @@ std::unique_ptr<vux::AudioProcess> MediaWriterImpl::NewAudioProcess() const {
   return std::make_unique<vux::AudioProcessImpl>();
 }
 
+// What is thrown ends here; the output lacks a frame then.
+template <typename Body>
+void MediaWriterImpl::Bordered(const Body& body) {
+  const int result = but::Guarded(kTag, [&body] {
+    body();
+    return 0;
+  });
+  if (result != 0) mEncoder.Fail(result);
+}
+
 void MediaWriterImpl::ScheduleOnce() {
   // Taken before the look at the queues: a frame that arrives between the look and the wait makes
   // the wait return at once.
   const uint64_t ticket = mWake.Ticket();
-  if (!mDrain.WriteNext() && running) mWake.WaitBeyond(ticket, kLongestWait);
+  bool written = true;
+  Bordered([&] { written = mDrain.WriteNext(); });
+  if (!written && running) mWake.WaitBeyond(ticket, kLongestWait);
 }
 
 void MediaWriterImpl::Flush() {
   log_debug(kTag, "Flush...");
-  mFramer.Flush();
-  mDrain.DrainPreferred();
-  mDrain.DrainByTime();
+  Bordered([this] {
+    mFramer.Flush();
+    if (mFramer.IsOutOfBuffers()) mEncoder.Fail(AVERROR(ENOMEM));
+    mDrain.DrainPreferred();
+    mDrain.DrainByTime();
+  });
   log_debug(kTag, "Flush done");
 }
 
@@ -211,10 +232,17 @@ void MediaWriterImpl::WriteVideo(uint8_t* data, uint32_t size, int64_t pts) {
   }
   mLastVideoPts = pts;
   ++mVideoFrames;
+  // Where the pool has run dry for want of memory, nobody would end the wait.
+  if (mIsOutOfBuffers) return;
   if (!mSettings.auto_discard_video) MediaBufferPool::Instance()->WaitForFree(1);
   PooledBuffer buffer = FilledBuffer(data, size);
   if (!buffer) {
     log_debug(kTag, "discard video frame");
+    if (!mSettings.auto_discard_video && MediaBufferPool::Instance()->IsOutOfVideo()) {
+      log_error(kTag, "no memory for pictures");
+      mIsOutOfBuffers = true;
+      mEncoder.Fail(AVERROR(ENOMEM));
+    }
     return;
   }
   buffer->SetPts(pts);
@@ -227,7 +255,9 @@ bool MediaWriterImpl::WriteAudio(const uint8_t* data, uint32_t size, int64_t pts
     log_debug(kTag, "discard audio frame, no video arrive");
     return false;
   }
-  return mFramer.Write(data, size, pts) == 0;
+  const int result = mFramer.Write(data, size, pts);
+  if (mFramer.IsOutOfBuffers()) mEncoder.Fail(AVERROR(ENOMEM));
+  return result == 0;
 }
 
 PooledBuffer MediaWriterImpl::FilledBuffer(uint8_t* data, uint32_t size) {

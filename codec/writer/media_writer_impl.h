@@ -56,6 +56,9 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work {
   void ScheduleOnce() override;
   void Flush() override;
 
+  template <typename Body>
+  void Bordered(const Body& body);
+  void TakeFrame(int type, uint8_t* data, uint32_t size, int64_t pts);
   int ConfigureAudio(const MediaFormat& format);
   int MakeAudioProcess();
   int SizeAudioFrames();
@@ -82,6 +85,7 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work {
   std::vector<uint8_t> mAudioScratch;
   int64_t mLastVideoPts = 0;
   int64_t mVideoFrames = 0;
+  bool mIsOutOfBuffers = false;
   const std::unique_ptr<MediaFilter> mFilter;
   std::unique_ptr<MWScheduler> mScheduler;
 };

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "codec/ffmpeg/compat.h"
-#include "tests/codec/encoder/ffmpeg_faults.h"
+#include "codec/ffmpeg/faults.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/log_capture.h"
@@ -57,15 +57,16 @@ TEST(RunDriver, ReversesTheRangeInSeconds) {
 
 // The calls are the same for pictures and sound; the clip with sound meets both.
 TEST(RunDriver, FailsWhereAnEncoderRefusesFramesInTheMiddle) {
-  using codec::encoder_test::FFmpegCall;
-  using codec::encoder_test::FFmpegFault;
+  using codec::ffmpeg::Fault;
+  using codec::ffmpeg::FaultCall;
   constexpr int kPassing = 40;
   for (const ClipKind kind : {ClipKind::kH264NoAudio, ClipKind::kH264Short}) {
-    for (const FFmpegCall call : {FFmpegCall::kSendFrame, FFmpegCall::kReceivePacket}) {
+    for (const FaultCall call :
+         {FaultCall::avcodec_send_frame, FaultCall::avcodec_receive_packet}) {
       for (const int error : {AVERROR(ENOMEM), AVERROR_EXTERNAL}) {
         const std::string output = ScratchPath("refused.mp4");
         const LogCapture log;
-        const FFmpegFault fault(call, error, kPassing);
+        const Fault fault(call, kPassing, error);
         EXPECT_EQ(RunReverse({Clip(kind), output, 0, 0}), -1);
         EXPECT_TRUE(log.Has(kLogError, "reverse::Main",
                             "could not write " + output + ": " + codec::ffmpeg::ErrorText(error)));

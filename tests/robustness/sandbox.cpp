@@ -37,10 +37,7 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
-constexpr int kReversed = 0;
-constexpr int kUnreadable = 100;
-constexpr int kLeaked = 101;
-constexpr int kRefused = 255;
+constexpr int kLeakedStatus = 101;
 constexpr size_t kKeptLogBytes = 65536;
 
 constexpr std::array<const char*, kVerdicts> kVerdictNames = {
@@ -63,15 +60,16 @@ bool HasLeaks() {
 #endif
 }
 
-int ReverseInput(const SandboxCase& one, const std::string& scratch) {
+int RunCase(const SandboxCase& one, const std::string& scratch) {
   codec::ffmpeg::InstallLogBridge();
+  if (one.body) return one.body(scratch);
   app::CommandLine line;
   line.input = one.input(scratch);
   line.output = scratch + "-out.mp4";
   line.start = one.start;
   line.end = one.end;
-  if (app::RunReverse(line) != 0) return kRefused;
-  return IsReadable(line.output) ? kReversed : kUnreadable;
+  if (app::RunReverse(line) != 0) return kRefusedStatus;
+  return IsReadable(line.output) ? kReversedStatus : kUnreadableStatus;
 }
 
 [[noreturn]] void RunBody(const RunLimits& limits, const std::string& logPath,
@@ -84,8 +82,9 @@ int ReverseInput(const SandboxCase& one, const std::string& scratch) {
   const rlimit noCore{0, 0};
   setrlimit(RLIMIT_CORE, &noCore);
   int status = body();
-  if ((status == kReversed || status == kUnreadable || status == kRefused) && HasLeaks()) {
-    status = kLeaked;
+  if ((status == kReversedStatus || status == kUnreadableStatus || status == kRefusedStatus) &&
+      HasLeaks()) {
+    status = kLeakedStatus;
   }
   // The parent's own objects are not this process's to destroy.
   _exit(status);
@@ -121,11 +120,11 @@ Verdict Judge(int waitStatus, bool overTime, bool hasError) {
     return WTERMSIG(waitStatus) == SIGXCPU ? Verdict::kHung : Verdict::kCrashed;
   }
   switch (WEXITSTATUS(waitStatus)) {
-    case kReversed:
+    case kReversedStatus:
       return Verdict::kReversed;
-    case kUnreadable:
+    case kUnreadableStatus:
       return Verdict::kUnreadable;
-    case kRefused:
+    case kRefusedStatus:
       return hasError ? Verdict::kRefused : Verdict::kSilent;
     default:
       return Verdict::kCrashed;
@@ -256,8 +255,8 @@ void RunSandboxed(const std::vector<SandboxCase>& cases, int jobs,
       const SandboxCase& one = cases[next];
       const std::string scratch = ScratchPath("case" + std::to_string(next));
       ++next;
-      running.push_back(Begin(one.name, scratch, one.limits,
-                              [&one, &scratch] { return ReverseInput(one, scratch); }));
+      running.push_back(
+          Begin(one.name, scratch, one.limits, [&one, &scratch] { return RunCase(one, scratch); }));
     }
     bool anyEnded = false;
     for (size_t i = 0; i < running.size();) {

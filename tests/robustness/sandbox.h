@@ -23,13 +23,20 @@ long DefaultPeakMegabytes();
 
 struct SandboxCase {
   std::string name;
-  // Called in the run's own process; gives the path of the input. May write to `scratch`, which
-  // nobody else uses meanwhile.
+  // Both are called in the run's own process and may write to paths that begin with `scratch` and
+  // "-", which nobody else uses meanwhile. `input` gives the path of what is to be reversed; where
+  // there is a `body`, it is run instead of a reversal and gives the exit status.
   std::function<std::string(const std::string& scratch)> input;
+  std::function<int(const std::string& scratch)> body;
   double start = 0;
   double end = 0;
   RunLimits limits;
 };
+
+// Exit statuses of a body.
+constexpr int kReversedStatus = 0;
+constexpr int kUnreadableStatus = 100;
+constexpr int kRefusedStatus = 255;
 
 enum class Verdict {
   kReversed,    // status 0, and the output can be opened

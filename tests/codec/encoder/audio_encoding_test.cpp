@@ -6,19 +6,19 @@
 #include <vector>
 
 #include "codec/encoder/ffmpeg_encoder_impl.h"
+#include "codec/ffmpeg/faults.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/codec/encoder/encoder_fixture.h"
-#include "tests/codec/encoder/ffmpeg_faults.h"
 #include "tests/support/command.h"
 #include "tests/support/no_threads.h"
 
 namespace codec {
 namespace {
 
-using encoder_test::FFmpegCall;
-using encoder_test::FFmpegFault;
 using encoder_test::kEncoderTag;
 using encoder_test::Texts;
+using ffmpeg::Fault;
+using ffmpeg::FaultCall;
 using test_support::LogCapture;
 using test_support::ScratchPath;
 using Lines = std::vector<std::string>;
@@ -233,21 +233,21 @@ TEST_F(OpenSound, RefusesBlocksThatFFmpegCannotCount) {
 
 TEST_F(OpenSound, NamesASendFailure) {
   const LogCapture log;
-  const FFmpegFault fault(FFmpegCall::kSendFrame, AVERROR(ENOMEM));
+  const Fault fault(FaultCall::avcodec_send_frame, 0, AVERROR(ENOMEM));
   EXPECT_EQ(Encode(8192), -1);
   EXPECT_EQ(Texts(log, kLogError), (Lines{"Error encoding audio frame: Cannot allocate memory"}));
 }
 
 TEST_F(OpenSound, ReportsAReceiveFailure) {
   const LogCapture log;
-  const FFmpegFault fault(FFmpegCall::kReceivePacket, AVERROR(EIO));
+  const Fault fault(FaultCall::avcodec_receive_packet, 0, AVERROR(EIO));
   EXPECT_EQ(Encode(8192), -1);
   EXPECT_EQ(Texts(log, kLogError), (Lines{"error encoding audio frame"}));
 }
 
 TEST_F(OpenSound, ReturnsTheEndOfTheStream) {
   const LogCapture log;
-  const FFmpegFault fault(FFmpegCall::kReceivePacket, AVERROR_EOF);
+  const Fault fault(FaultCall::avcodec_receive_packet, 0, AVERROR_EOF);
   EXPECT_EQ(Encode(8192), AVERROR_EOF);
   EXPECT_EQ(Texts(log, kLogDebug), (Lines{"audio encode eof"}));
 }

@@ -4,18 +4,18 @@
 #include <vector>
 
 #include "codec/encoder/ffmpeg_encoder_impl.h"
+#include "codec/ffmpeg/faults.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/codec/encoder/encoder_fixture.h"
-#include "tests/codec/encoder/ffmpeg_faults.h"
 #include "tests/support/command.h"
 
 namespace codec {
 namespace {
 
-using encoder_test::FFmpegCall;
-using encoder_test::FFmpegFault;
 using encoder_test::kEncoderTag;
 using encoder_test::Texts;
+using ffmpeg::Fault;
+using ffmpeg::FaultCall;
 using test_support::LogCapture;
 using test_support::ScratchPath;
 using Lines = std::vector<std::string>;
@@ -72,7 +72,7 @@ TEST_F(EncoderClose, DrainsAudioASecondTimeWhenTheFirstDidNotEnd) {
   Open(encoder_test::FilmFormat(ScratchPath("close-2.mkv")));
   EncodeVideo(1);
   mLog.Clear();
-  const FFmpegFault fault(FFmpegCall::kReceivePacket, AVERROR(EIO));
+  const Fault fault(FaultCall::avcodec_receive_packet, 0, AVERROR(EIO));
   mEncoder.Close();
   EXPECT_EQ(Texts(mLog, kLogError),
             (Lines{"error encoding audio frame",
@@ -90,7 +90,7 @@ TEST_F(EncoderClose, DoesNotTryAudioAgainInSendReceiveMode) {
   Open(encoder_test::FilmFormat(ScratchPath("close-4.mkv")));
   mEncoder.ForceSendReceive();
   mLog.Clear();
-  const FFmpegFault fault(FFmpegCall::kReceivePacket, AVERROR(EIO));
+  const Fault fault(FaultCall::avcodec_receive_packet, 0, AVERROR(EIO));
   mEncoder.Close();
   EXPECT_EQ(Texts(mLog, kLogError), (Lines{"error encoding audio frame"}));
   EXPECT_EQ(Texts(mLog, kLogWarn),
@@ -167,7 +167,7 @@ TEST_F(EncoderClose, LeavesNothingToEncodeWith) {
 TEST_F(EncoderClose, LogsATrailerThatFails) {
   Open(encoder_test::VideoFormat(ScratchPath("close-11.mkv")));
   EncodeVideo(2);
-  const FFmpegFault fault(FFmpegCall::kWriteTrailer, AVERROR(EIO));
+  const Fault fault(FaultCall::av_write_trailer, 0, AVERROR(EIO));
   mEncoder.Close();
   EXPECT_EQ(Texts(mLog, kLogError), (Lines{"wirte trailer failed."}));
   EXPECT_EQ(mEncoder.OutputError(), AVERROR(EIO));

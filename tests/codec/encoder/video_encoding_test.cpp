@@ -7,18 +7,18 @@
 #include <vector>
 
 #include "codec/encoder/ffmpeg_encoder_impl.h"
+#include "codec/ffmpeg/faults.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/codec/encoder/encoder_fixture.h"
-#include "tests/codec/encoder/ffmpeg_faults.h"
 #include "tests/support/command.h"
 
 namespace codec {
 namespace {
 
-using encoder_test::FFmpegCall;
-using encoder_test::FFmpegFault;
 using encoder_test::kEncoderTag;
 using encoder_test::Texts;
+using ffmpeg::Fault;
+using ffmpeg::FaultCall;
 using test_support::LogCapture;
 using test_support::ScratchPath;
 using Lines = std::vector<std::string>;
@@ -164,11 +164,11 @@ TEST_F(VideoEncoding, SendReceiveGivesDelayedPacketsTheirOwnStamps) {
 TEST_F(VideoEncoding, OneCallFailureIsLoggedAndReturned) {
   Open(encoder_test::VideoFormat(ScratchPath("fail.mkv")));
   {
-    const FFmpegFault fault(FFmpegCall::kSendFrame, AVERROR(EIO));
+    const Fault fault(FaultCall::avcodec_send_frame, 0, AVERROR(EIO));
     EXPECT_EQ(Encode(0), AVERROR(EIO));
   }
   {
-    const FFmpegFault fault(FFmpegCall::kReceivePacket, AVERROR(ENOMEM));
+    const Fault fault(FaultCall::avcodec_receive_packet, 0, AVERROR(ENOMEM));
     EXPECT_EQ(Encode(40000), AVERROR(ENOMEM));
   }
   EXPECT_EQ(mLog.Count(kLogError, kEncoderTag, "Error encoding video frame"), 2);
@@ -188,7 +188,7 @@ TEST_F(VideoEncoding, SendFailuresAreNamed) {
       {AVERROR(EIO), "legitimate decoding errors"}};
   for (const auto& [error, text] : rows) {
     mLog.Clear();
-    const FFmpegFault fault(FFmpegCall::kSendFrame, error);
+    const Fault fault(FaultCall::avcodec_send_frame, 0, error);
     EXPECT_EQ(Encode(0), error);
     EXPECT_EQ(Texts(mLog, kLogWarn),
               (Lines{std::string("avcodec_send_frame fail, error:") + text}));
@@ -202,11 +202,11 @@ TEST_F(VideoEncoding, ReceiveFailuresAreReturnedAndCountedUntilTheFirstSuccess) 
   Open(encoder_test::VideoFormat(ScratchPath("receive.mkv")));
   mEncoder.ForceSendReceive();
   {
-    const FFmpegFault fault(FFmpegCall::kReceivePacket, AVERROR(EINVAL), 1);
+    const Fault fault(FaultCall::avcodec_receive_packet, 1, AVERROR(EINVAL));
     EXPECT_EQ(Encode(0), AVERROR(EINVAL));
   }
   {
-    const FFmpegFault fault(FFmpegCall::kReceivePacket, AVERROR(EIO), 1);
+    const Fault fault(FaultCall::avcodec_receive_packet, 1, AVERROR(EIO));
     EXPECT_EQ(Encode(40000), AVERROR(EIO));
   }
   EXPECT_EQ(Texts(mLog, kLogWarn),
@@ -215,7 +215,7 @@ TEST_F(VideoEncoding, ReceiveFailuresAreReturnedAndCountedUntilTheFirstSuccess) 
   EXPECT_EQ(Texts(mLog, kLogInfo), (Lines{"m_ignoredVideoFrames(1)", "m_ignoredVideoFrames(2)"}));
   EXPECT_EQ(Encode(80000), 0);
   EXPECT_EQ(Texts(mLog, kLogInfo).back(), "m_ignoredVideoFrames(3)");
-  const FFmpegFault fault(FFmpegCall::kReceivePacket, AVERROR(EIO), 1);
+  const Fault fault(FaultCall::avcodec_receive_packet, 1, AVERROR(EIO));
   EXPECT_EQ(Encode(120000), AVERROR(EIO));
   EXPECT_EQ(Texts(mLog, kLogInfo).size(), 3U);
   mEncoder.Close();
@@ -224,7 +224,7 @@ TEST_F(VideoEncoding, ReceiveFailuresAreReturnedAndCountedUntilTheFirstSuccess) 
 TEST_F(VideoEncoding, EndOfStreamIsReturnedWithoutCounting) {
   Open(encoder_test::VideoFormat(ScratchPath("eof.mkv")));
   mEncoder.ForceSendReceive();
-  const FFmpegFault fault(FFmpegCall::kReceivePacket, AVERROR_EOF);
+  const Fault fault(FaultCall::avcodec_receive_packet, 0, AVERROR_EOF);
   EXPECT_EQ(Encode(0), AVERROR_EOF);
   EXPECT_EQ(Texts(mLog, kLogDebug), (Lines{"encode video eof"}));
   EXPECT_EQ(Texts(mLog, kLogInfo), Lines{});

@@ -1,0 +1,150 @@
+#include "codec/ffmpeg/faults.h"
+
+#include <array>
+#include <limits>
+#include <system_error>
+#include <tuple>
+#include <type_traits>
+
+namespace codec::ffmpeg {
+namespace {
+
+// The calls come from several threads at once.
+struct State {
+  std::atomic<bool> armed{false};
+  std::atomic<int64_t> count{0};
+  std::atomic<int64_t> first{0};  // to fail, as a value of `count`
+  std::atomic<int64_t> last{0};   // to fail
+  std::atomic<int64_t> failed{0};
+  std::atomic<int> error{0};  // 0 for the table's
+};
+
+// Constant-initialised: calls are made before `main` runs.
+std::array<State, kFaultCalls> gStates;
+
+State& Of(FaultCall call) { return gStates[static_cast<size_t>(call)]; }
+
+constexpr int64_t kNoEnd = std::numeric_limits<int64_t>::max();
+
+#define FAULT_NAME(name, arguments, failure) #name,
+constexpr std::array<const char*, kFaultCalls> kNames = {FAULT_TABLE(FAULT_NAME) "std_thread",
+                                                         "operator_new"};
+#undef FAULT_NAME
+
+}  // namespace
+
+const char* FaultCallName(FaultCall call) { return kNames[static_cast<size_t>(call)]; }
+
+Fault::Fault(FaultCall call, int64_t passing, int error) : mCall(call) {
+  State& state = Of(call);
+  state.failed = 0;
+  state.error = error;
+  state.first = state.count + passing;
+  state.last = kNoEnd;
+  state.armed = true;
+}
+
+Fault::~Fault() { Of(mCall).armed = false; }
+
+Fault& Fault::Once() {
+  State& state = Of(mCall);
+  state.last = state.first.load();
+  return *this;
+}
+
+int64_t Fault::Failed() const { return Of(mCall).failed; }
+
+int64_t FaultCallCount(FaultCall call) { return Of(call).count; }
+
+bool CountFaultCall(FaultCall call) {
+  State& state = Of(call);
+  const int64_t number = state.count++;
+  if (!state.armed || number < state.first || number > state.last) return false;
+  ++state.failed;
+  return true;
+}
+
+}  // namespace codec::ffmpeg
+
+namespace {
+
+using codec::ffmpeg::CountFaultCall;
+using codec::ffmpeg::FaultCall;
+
+template <typename Function>
+struct Signature;
+template <typename R, typename... A>
+struct Signature<R(A...)> {
+  using Result = R;
+  template <size_t kIndex>
+  using Argument = std::tuple_element_t<kIndex, std::tuple<A...>>;
+};
+// The C library's are declared not to throw.
+template <typename R, typename... A>
+struct Signature<R(A...) noexcept> : Signature<R(A...)> {};
+
+template <typename Result>
+Result Failure(FaultCall call, Result usual) {
+  if constexpr (std::is_same_v<Result, int>) {
+    const int chosen = codec::ffmpeg::Of(call).error;
+    return chosen != 0 ? chosen : usual;
+  } else {
+    return usual;
+  }
+}
+
+}  // namespace
+
+// The types of functions alone are wanted here, not what is promised of them.
+#pragma GCC diagnostic ignored "-Wignored-attributes"
+
+#define TYPE(name, index) Signature<decltype(name)>::Argument<index>
+#define TYPES_0(name)
+#define TYPES_1(name) TYPE(name, 0) a
+#define TYPES_2(name) TYPES_1(name), TYPE(name, 1) b
+#define TYPES_3(name) TYPES_2(name), TYPE(name, 2) c
+#define TYPES_4(name) TYPES_3(name), TYPE(name, 3) d
+#define TYPES_5(name) TYPES_4(name), TYPE(name, 4) e
+#define TYPES_6(name) TYPES_5(name), TYPE(name, 5) f
+#define TYPES_7(name) TYPES_6(name), TYPE(name, 6) g
+#define TYPES_9(name) TYPES_7(name), TYPE(name, 7) h, TYPE(name, 8) i
+#define TYPES_10(name) TYPES_9(name), TYPE(name, 9) j
+#define VALUES_0
+#define VALUES_1 a
+#define VALUES_2 VALUES_1, b
+#define VALUES_3 VALUES_2, c
+#define VALUES_4 VALUES_3, d
+#define VALUES_5 VALUES_4, e
+#define VALUES_6 VALUES_5, f
+#define VALUES_7 VALUES_6, g
+#define VALUES_9 VALUES_7, h, i
+#define VALUES_10 VALUES_9, j
+
+// Closing is done also where it fails.
+#define WRAPPER(name, arguments, failure)                                               \
+  extern "C" decltype(name) __real_##name;                                              \
+  extern "C" Signature<decltype(name)>::Result __wrap_##name(TYPES_##arguments(name)) { \
+    using Result = Signature<decltype(name)>::Result;                                   \
+    if (!CountFaultCall(FaultCall::name)) return __real_##name(VALUES_##arguments);     \
+    if (FaultCall::name == FaultCall::avio_closep) {                                    \
+      [[maybe_unused]] const Result done = __real_##name(VALUES_##arguments);           \
+    }                                                                                   \
+    return Failure<Result>(FaultCall::name, failure);                                   \
+  }
+
+FAULT_TABLE(WRAPPER)
+
+// std::thread::_M_start_thread, where std::thread and std::async begin a thread. Its second
+// argument, the owned state, is passed by its address.
+extern "C" void
+__real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
+    void* thread, void* state, void (*depend)());
+extern "C" void
+__wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
+    void* thread, void* state, void (*depend)()) {
+  if (CountFaultCall(FaultCall::std_thread)) {
+    throw std::system_error(EAGAIN, std::generic_category(), "std::thread");
+  }
+  __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
+      thread, state, depend);
+}
