@@ -134,7 +134,6 @@ int Reverse::Start() {
   const int result = but::Guarded(kTag, [this] { return StartThreads(); });
   if (result == 0) return 0;
   mResult = result == -1 ? -EAGAIN : result;
-  mProgress = 100;
   return -1;
 }
 
@@ -151,6 +150,7 @@ int Reverse::StartThreads() {
   mWorkThread->Start();
   if (!mWorkThread->HasThread()) {
     log_error(kTag, "no thread for the work");
+    mProgress = 100;
     return -1;
   }
   return 0;

@@ -16,6 +16,6 @@ ffmpeg::UniqueCodecContext NewEncoder(const AVCodec* codec, const OutputFile& fi
 // Completes the default options for the stream and sets those that the encoder knows, on the
 // context and on the encoder's own data. 0, or AVERROR(ENOMEM).
 int ApplyOptionsTo(AVCodecContext* context, const EncoderSettings& settings,
-                    const EncoderOptions& defaults, const std::string& codecName);
+                   const EncoderOptions& defaults, const std::string& codecName);
 
 }  // namespace codec

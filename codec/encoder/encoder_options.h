@@ -28,8 +28,8 @@ void ApplyEncoderOptions(const EncoderSettings& settings, const std::string& cod
 
 // Sets every option that `object` (an AVClass object; null is allowed) or one of its children
 // knows for all of `requiredFlags` (AV_OPT_FLAG_*). A key that is unknown but starts with `prefix`
-// is tried without that letter; '\0' for no such try. Unknown keys and refused values are skipped. 0,
-// or AVERROR(ENOMEM).
+// is tried without that letter; '\0' for no such try. Unknown keys and refused values are skipped.
+// 0, or AVERROR(ENOMEM).
 int SetOptions(void* object, const EncoderOptions& options, int requiredFlags, char prefix);
 
 }  // namespace codec
