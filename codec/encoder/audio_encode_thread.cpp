@@ -1,5 +1,7 @@
 #include "codec/encoder/audio_encode_thread.h"
 
+#include "base/guarded.h"
+
 namespace codec {
 
 AudioEncodeThread::~AudioEncodeThread() {
@@ -31,7 +33,12 @@ void AudioEncodeThread::Run() {
     if (mIsStopping) return;
     AudioJob* const job = mJobs.front();
     lock.unlock();
-    job->Encode(mContext, job->frame.get());
+    // What is thrown ends with the thread's work on the job.
+    const int result = but::Guarded("codec::FFmpegEncoderImpl", [this, job] {
+      job->Encode(mContext, job->frame.get());
+      return 0;
+    });
+    if (result != 0) job->receiveResult = result;
     lock.lock();
     mJobs.pop_front();
     if (mJobs.empty()) mChanged.notify_all();

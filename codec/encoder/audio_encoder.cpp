@@ -80,8 +80,8 @@ int AudioEncoder::Encode(const uint8_t* data, size_t size) {
   AudioJob& job = mJobs[mPending];
   if (job.frame == nullptr || Fill(&job, data, size) != 0) return -1;
   if (EncodesBeside()) {
-    ++mPending;
     mThread->Submit(&job);
+    ++mPending;
     mFile->Await(this);
     return 0;
   }
