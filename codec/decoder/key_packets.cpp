@@ -1,16 +1,18 @@
 #include "codec/decoder/key_packets.h"
 
+#include <utility>
+
 #include "codec/ffmpeg/compat.h"
 
 namespace codec {
 
-KeyPackets::KeyPackets(const AVStream* stream)
-    : mCodec(stream->codecpar->codec_id), mParser(av_parser_init(mCodec)) {
-  if (mParser == nullptr) return;
-  mParser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+std::unique_ptr<KeyPackets> KeyPackets::Make(const AVStream* stream) {
+  std::unique_ptr<KeyPackets> keys(new KeyPackets(stream->codecpar->codec_id));
+  if (keys->mParser == nullptr) return keys;
+  keys->mParser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
   // Parsers write into their context, so that the decoder's own would not do.
-  mContext = ffmpeg::NewDecoder(stream, nullptr);
-  if (mContext == nullptr) mParser.reset();
+  keys->mContext = ffmpeg::NewDecoder(stream, nullptr);
+  return keys->mContext == nullptr ? nullptr : std::move(keys);
 }
 
 bool KeyPackets::IsKey(const AVPacket* packet) {

@@ -1,6 +1,8 @@
 // Tells at which packets of a video stream decoding can begin.
 #pragma once
 
+#include <memory>
+
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
@@ -11,15 +13,17 @@ namespace codec {
 // had.
 class KeyPackets {
  public:
-  // The stream outlives this object.
-  explicit KeyPackets(const AVStream* stream);
+  // Null where there is no memory. The stream outlives the object.
+  static std::unique_ptr<KeyPackets> Make(const AVStream* stream);
 
   // Takes packets in any order. A true answer is only as good as the packet's headers.
   bool IsKey(const AVPacket* packet);
 
  private:
-  AVCodecID mCodec;
-  // Both null where there is no parser, or no memory for one.
+  explicit KeyPackets(AVCodecID codec) : mCodec(codec), mParser(av_parser_init(codec)) {}
+
+  const AVCodecID mCodec;
+  // Both null where there is no parser.
   ffmpeg::UniqueParser mParser;
   ffmpeg::UniqueCodecContext mContext;
 };

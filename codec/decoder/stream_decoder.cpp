@@ -26,10 +26,10 @@ int ThreadsFor(const AVCodecContext* context) {
 }  // namespace
 
 StreamDecoder::StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext context,
-                             FirstFailure* failure)
+                             std::unique_ptr<KeyPackets> keys, FirstFailure* failure)
     : mStream(stream),
       mContext(std::move(context)),
-      mKeyPackets(stream),
+      mKeyPackets(std::move(keys)),
       mTicksPerSecond(static_cast<double>(stream->time_base.den) / stream->time_base.num),
       mFailure(failure) {}
 
@@ -59,18 +59,23 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
     opened = context == nullptr ? AVERROR(ENOMEM) : avcodec_open2(context.get(), codec, &options);
   }
   av_dict_free(&options);
+  std::unique_ptr<KeyPackets> keys;
+  if (type == AVMEDIA_TYPE_VIDEO) {
+    keys = KeyPackets::Make(stream);
+    if (keys == nullptr) opened = AVERROR(ENOMEM);
+  }
   if (opened < 0) {
     log_error(kDecoderTag, "Failed to open %s codec", typeName);
     return nullptr;
   }
   return std::unique_ptr<StreamDecoder>(
-      new StreamDecoder(stream, std::move(context), &input.Failure()));
+      new StreamDecoder(stream, std::move(context), std::move(keys), &input.Failure()));
 }
 
 void StreamDecoder::Send(AVPacket* packet) {
   if (mResting) return;
   if (packet != nullptr) {
-    if (mAwaitingKey && !mKeyPackets.IsKey(packet)) return;
+    if (mAwaitingKey && !mKeyPackets->IsKey(packet)) return;
     mAwaitingKey = false;
     ffmpeg::TagPacket(packet);
   }

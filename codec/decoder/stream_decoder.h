@@ -37,7 +37,8 @@ class StreamDecoder {
     mResting = false;
     mAwaitingKey = false;
   }
-  // Until the next flush, or a packet that decoding can begin at, packets are passed over.
+  // Until the next flush, or a packet that decoding can begin at, packets are passed over. For
+  // video.
   void AwaitKey() { mAwaitingKey = true; }
   bool IsAwaitingKey() const { return mAwaitingKey; }
   // Until the next flush packets are passed over and Receive answers as a drained decoder does.
@@ -52,11 +53,12 @@ class StreamDecoder {
   int64_t FramesDecoded() const { return mFramesDecoded; }
 
  private:
-  StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext context, FirstFailure* failure);
+  StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext context,
+                std::unique_ptr<KeyPackets> keys, FirstFailure* failure);
 
   const AVStream* mStream;
   ffmpeg::UniqueCodecContext mContext;
-  KeyPackets mKeyPackets;
+  const std::unique_ptr<KeyPackets> mKeyPackets;  // null for sound
   double mTicksPerSecond;
   FirstFailure* const mFailure;
   int64_t mFramesDecoded = 0;
