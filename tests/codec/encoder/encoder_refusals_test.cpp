@@ -40,8 +40,8 @@ TEST_P(RefusedHeader, IsLoggedAndKeptAndNothingCallsTheMuxerAgain) {
     EXPECT_EQ(encoder.EncodeVideo(picture.data(), 0, int64_t{40000} * i), AVERROR(EINVAL));
     EXPECT_EQ(encoder.EncodeAudio(tone.data(), tone.size()), 0);
   }
-  EXPECT_GE(log.Count(kLogError, kEncoderTag, "Error while writing audio frame."), 3);
   encoder.Close();
+  EXPECT_GE(log.Count(kLogError, kEncoderTag, "Error while writing audio frame."), 3);
   EXPECT_EQ(log.CountContaining(kLogDebug, kEncoderTag, "trailer"), 0);
   EXPECT_EQ(log.CountContaining(kLogError, kEncoderTag, "trailer"), 0);
   EXPECT_EQ(encoder.OutputError(), reason);
