@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "tests/support/clips.h"
+#include "tests/support/command.h"
 
 namespace test_support {
 namespace {
@@ -45,7 +46,8 @@ constexpr std::array kHostile = {
            "-f lavfi -i color=c=gray:size=2x16384:rate=25 -frames:v 10 -c:v ffv1"},
     Recipe{"robust_rate_high.mkv",
            "-f lavfi -i testsrc2=size=160x90:rate=90000 -frames:v 200 {x264}"},
-    Recipe{"robust_rate_low.mp4", "{v} -frames:v 8 -vf setpts=N*1000/TB -vsync 0 {x264} -bf 0"},
+    Recipe{"robust_rate_low.mp4",
+           "{v} -frames:v 8 -vf setpts=N*1000/TB {timing} passthrough {x264} -bf 0"},
     Recipe{"robust_rate_odd.mov",
            "{v} -frames:v 20 -r 1000000/999983 {x264} -video_track_timescale 1000000"},
     Recipe{"robust_negative.mkv",
@@ -113,6 +115,7 @@ std::string Make(const Recipe& recipe) {
   text = Replaced(text, "{a}", "-f lavfi -i sine=frequency=440:sample_rate=48000");
   text = Replaced(text, "{a1}", "-f lavfi -i sine=frequency=440:sample_rate=48000:duration=1");
   text = Replaced(text, "{x264}", kX264);
+  text = Replaced(text, "{timing}", test_support::FrameTimingOption());
   std::istringstream stream(text);
   const std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
   return CustomClip(recipe.name, words);
