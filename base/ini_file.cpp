@@ -29,13 +29,16 @@ int OnPair(void* user, const char* section, const char* name, const char* value)
   return 1;
 }
 
-// Reads one line, as fgets does. inih reads lines into a buffer of fixed size and would take the
-// rest of a longer line for a line of its own, with a key of its own where it holds a "=".
+// Reads one line, as fgets does. inih reads lines into a buffer of fixed size. Of a longer line its
+// older releases would take the rest for a line of its own, with a key of its own where it holds a
+// "="; newer ones pass over what follows up to a line end, so that one is left for them.
 char* ReadLine(char* line, int size, void* stream) {
   auto* file = static_cast<std::FILE*>(stream);
   char* result = std::fgets(line, size, file);
   if (result == nullptr || std::strchr(line, '\n') != nullptr) return result;
-  for (int c = 0; c != '\n' && c != EOF;) c = std::fgetc(file);
+  int c = std::fgetc(file);
+  while (c != '\n' && c != EOF) c = std::fgetc(file);
+  std::ungetc(c, file);
   return result;
 }
 
