@@ -72,6 +72,9 @@ int AudioEncoder::PrepareJobs() {
     log_error(kTag, "Could not alloc  audio stream.");
     return -1;
   }
+  // Newer releases would store the encoder's lead-in in a Matroska file, where older ones move all
+  // stamps by it. MP4 takes it from the stamps.
+  mTrack.stream->codecpar->initial_padding = 0;
   return 0;
 }
 

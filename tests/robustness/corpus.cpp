@@ -44,7 +44,7 @@ constexpr std::array kHostile = {
            "-f lavfi -i color=c=gray:size=16384x8192:rate=25 -frames:v 1 -c:v mjpeg -pix_fmt "
            "yuvj420p"},
     Recipe{"robust_narrow.mkv",
-           "-f lavfi -i color=c=gray:size=2x16384:rate=25 -frames:v 10 -c:v ffv1"},
+           "-f lavfi -i color=c=gray:size=2x16384:rate=25 -frames:v 10 -c:v ffv1 -level 1"},
     Recipe{"robust_rate_high.mkv",
            "-f lavfi -i testsrc2=size=160x90:rate=90000 -frames:v 200 {x264}"},
     Recipe{"robust_rate_low.mp4",
