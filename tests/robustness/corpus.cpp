@@ -15,27 +15,30 @@ namespace {
 
 struct Recipe {
   const char* name;
-  const char* words;  // for ffmpeg; {v} and {a} stand for the generated inputs
+  const char* words;  // for ffmpeg; words in braces stand for the generated inputs
 };
 
 constexpr char kScene[] = "testsrc2=size=160x90:rate=25";
 constexpr char kX264[] = "-c:v libx264 -preset ultrafast -pix_fmt yuv420p";
 
+// Few pictures and few samples, because most of a run is spent on encoding them; but more than a
+// second, for a second step, and more than one group of pictures.
 constexpr std::array kBase = {
-    Recipe{"robust_h264.mp4", "{v} {a} -t 1.2 {x264} -g 12 -bf 2 -c:a aac"},
+    Recipe{"robust_h264.mp4", "{b} {s} -t 1.2 {x264} -g 6 -bf 2 -c:a aac -movflags +faststart"},
     Recipe{"robust_hevc10.mkv",
-           "{v} {a} -t 1.2 -c:v libx265 -preset ultrafast -pix_fmt yuv420p10le -x265-params "
-           "log-level=error:keyint=12:open-gop=1 -c:a aac"},
+           "{b} {s} -t 1.2 -c:v libx265 -preset ultrafast -pix_fmt yuv420p10le -x265-params "
+           "log-level=error:keyint=6:open-gop=1 -c:a aac"},
     Recipe{"robust_vp9.webm",
-           "{v} {a} -t 1.2 -c:v libvpx-vp9 -deadline realtime -cpu-used 8 -g 12 -c:a libopus"},
-    Recipe{"robust_mpeg4.avi", "{v} {a} -t 1.2 -c:v mpeg4 -g 12 -bf 2 -c:a libmp3lame"},
-    Recipe{"robust_h264.ts", "{v} {a} -t 1.2 {x264} -g 12 -bf 2 -c:a aac"},
-    Recipe{"robust_flv1.flv", "{v} {a} -t 1.2 -c:v flv1 -g 12 -ar 44100 -c:a libmp3lame"},
-    Recipe{"robust_prores.mov", "{v} {a} -t 1.2 -c:v prores -pix_fmt yuv422p10le -c:a pcm_s16le"},
-    Recipe{"robust_theora.ogg", "{v} {a} -t 1.2 -c:v libtheora -g 12 -c:a libvorbis"},
-    Recipe{"robust_wmv2.wmv", "{v} {a} -t 1.2 -c:v wmv2 -g 12 -c:a wmav2"},
-    Recipe{"robust_mjpeg.avi", "{v} {a} -t 1.2 -c:v mjpeg -pix_fmt yuvj420p -c:a pcm_u8"},
-    Recipe{"robust_mpeg2.mpg", "{v} {a} -t 1.2 -c:v mpeg2video -g 12 -bf 2 -c:a mp2"},
+           "{b} {s} -t 1.2 -c:v libvpx-vp9 -deadline realtime -cpu-used 8 -g 6 -c:a libopus"},
+    Recipe{"robust_mpeg4.avi", "{b} {s} -t 1.2 -c:v mpeg4 -g 6 -bf 2 -c:a libmp3lame"},
+    Recipe{"robust_h264.ts", "{b} {s} -t 1.2 {x264} -g 6 -bf 2 -c:a aac"},
+    Recipe{"robust_flv1.flv", "{b} {s} -t 1.2 -c:v flv1 -g 6 -ar 11025 -c:a libmp3lame"},
+    Recipe{"robust_prores.mov",
+           "{b} {s} -t 1.2 -c:v prores -pix_fmt yuv422p10le -c:a pcm_s16le -movflags +faststart"},
+    Recipe{"robust_theora.ogg", "{b} {s} -t 1.2 -c:v libtheora -g 6 -c:a libvorbis"},
+    Recipe{"robust_wmv2.wmv", "{b} {s} -t 1.2 -c:v wmv2 -g 6 -c:a wmav2"},
+    Recipe{"robust_mjpeg.avi", "{b} {s} -t 1.2 -c:v mjpeg -pix_fmt yuvj420p -c:a pcm_u8"},
+    Recipe{"robust_mpeg2.mpg", "{v} {s} -t 1.2 -c:v mpeg2video -g 12 -bf 2 -c:a mp2"},
 };
 
 // Every one of them is a file that somebody could hand to the program.
@@ -112,8 +115,10 @@ std::string Make(const Recipe& recipe) {
   std::string text = recipe.words;
   const std::string scene = std::string("-f lavfi -i ") + kScene;
   text = Replaced(text, "{v}", scene);
+  text = Replaced(text, "{b}", "-f lavfi -i testsrc2=size=160x90:rate=15");
   text = Replaced(text, "{v1}", scene + ":duration=2");
   text = Replaced(text, "{a}", "-f lavfi -i sine=frequency=440:sample_rate=48000");
+  text = Replaced(text, "{s}", "-f lavfi -i sine=frequency=440:sample_rate=16000");
   text = Replaced(text, "{a1}", "-f lavfi -i sine=frequency=440:sample_rate=48000:duration=1");
   text = Replaced(text, "{x264}", kX264);
   text = Replaced(text, "{timing}", FrameTimingOption());

@@ -152,9 +152,9 @@ SandboxCase CaseOf(const Scene& scene, const Place& place, int64_t packets, Repo
       result = RunScene(scene, output);
       report->failed = fault.Failed();
     }
-    if (result != 0) return std::filesystem::exists(output) ? kUnreadableStatus : kRefusedStatus;
+    if (result != 0) return std::filesystem::exists(output) ? kUnplayableStatus : kRefusedStatus;
     report->packets = PacketsOf(output);
-    return report->packets == packets ? kReversedStatus : kUnreadableStatus;
+    return report->packets == packets ? kReversedStatus : kUnplayableStatus;
   };
   return one;
 }
@@ -271,7 +271,7 @@ bool IsAllowed(const SandboxResult& result, const Place& place, const Report& re
   const bool whole = result.verdict == Verdict::kReversed;
   // Threads do not make the same calls in every run, so that the last one may not come.
   if (whole && report.failed == 0) return true;
-  if (!whole && result.verdict != Verdict::kUnreadable) return false;
+  if (!whole && result.verdict != Verdict::kUnplayable) return false;
   const std::set<std::string> complaints = Complaints(result.log);
   const bool told = !std::includes(counted.complaints.begin(), counted.complaints.end(),
                                    complaints.begin(), complaints.end());

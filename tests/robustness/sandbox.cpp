@@ -12,11 +12,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <numeric>
 #include <stdexcept>
 #include <thread>
 
 #include "app/run_driver.h"
+#include "codec/ffmpeg/compat.h"
 #include "codec/ffmpeg/log_bridge.h"
 #include "codec/ffmpeg/owned.h"
 #include "tests/support/command.h"
@@ -41,15 +43,55 @@ constexpr int kLeakedStatus = 101;
 constexpr size_t kKeptLogBytes = 65536;
 
 constexpr std::array<const char*, kVerdicts> kVerdictNames = {
-    "reversed", "refused", "unreadable", "silent", "crashed", "hung", "too large"};
+    "reversed", "refused", "unplayable", "silent", "crashed", "hung", "too large"};
 
-// Whether a player could open the file. A range without a single frame, as damage may leave it,
-// becomes a container without packets.
-bool IsReadable(const std::string& path) {
+// Whether the first picture that this stream's packets hold comes out of its decoder.
+class FirstPicture {
+ public:
+  explicit FirstPicture(const AVStream* stream) {
+    const AVCodec* const codec = avcodec_find_decoder(stream->codecpar->codec_id);
+    if (codec == nullptr) return;
+    mDecoder = codec::ffmpeg::NewDecoder(stream, codec);
+    if (mDecoder != nullptr && avcodec_open2(mDecoder.get(), codec, nullptr) < 0) mDecoder.reset();
+  }
+
+  // Null at the end of the stream.
+  void Send(const AVPacket* packet) {
+    if (mDecoder == nullptr || mFound) return;
+    avcodec_send_packet(mDecoder.get(), packet);
+    mFound = avcodec_receive_frame(mDecoder.get(), mFrame.get()) >= 0;
+  }
+  bool Found() const { return mFound; }
+
+ private:
+  codec::ffmpeg::UniqueCodecContext mDecoder;
+  codec::ffmpeg::UniqueFrame mFrame{av_frame_alloc()};
+  bool mFound = false;
+};
+
+// Whether a player can show the file: a picture comes out of it, and every packet of its index is
+// there.
+bool IsPlayable(const std::string& path) {
   AVFormatContext* context = nullptr;
   if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0) return false;
   const codec::ffmpeg::UniqueInput input(context);
-  return context->nb_streams > 0;
+  const int video = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  if (video < 0) return false;
+  FirstPicture picture(context->streams[video]);
+  std::map<int, int64_t> missing;
+  for (unsigned i = 0; i < context->nb_streams; ++i) {
+    missing[static_cast<int>(i)] = context->streams[i]->nb_frames;
+  }
+  const codec::ffmpeg::UniquePacket packet(av_packet_alloc());
+  while (av_read_frame(context, packet.get()) >= 0) {
+    const codec::ffmpeg::PacketGuard guard(packet.get());
+    if ((packet->flags & AV_PKT_FLAG_CORRUPT) != 0) return false;
+    --missing[packet->stream_index];
+    if (packet->stream_index == video) picture.Send(packet.get());
+  }
+  picture.Send(nullptr);
+  return picture.Found() && std::all_of(missing.begin(), missing.end(),
+                                        [](const auto& row) { return row.second == 0; });
 }
 
 bool HasLeaks() {
@@ -69,7 +111,7 @@ int RunCase(const SandboxCase& one, const std::string& scratch) {
   line.start = one.start;
   line.end = one.end;
   if (app::RunReverse(line) != 0) return kRefusedStatus;
-  return IsReadable(line.output) ? kReversedStatus : kUnreadableStatus;
+  return IsPlayable(line.output) ? kReversedStatus : kUnplayableStatus;
 }
 
 [[noreturn]] void RunBody(const RunLimits& limits, const std::string& logPath,
@@ -82,7 +124,7 @@ int RunCase(const SandboxCase& one, const std::string& scratch) {
   const rlimit noCore{0, 0};
   setrlimit(RLIMIT_CORE, &noCore);
   int status = body();
-  if ((status == kReversedStatus || status == kUnreadableStatus || status == kRefusedStatus) &&
+  if ((status == kReversedStatus || status == kUnplayableStatus || status == kRefusedStatus) &&
       HasLeaks()) {
     status = kLeakedStatus;
   }
@@ -122,8 +164,8 @@ Verdict Judge(int waitStatus, bool overTime, bool hasError) {
   switch (WEXITSTATUS(waitStatus)) {
     case kReversedStatus:
       return Verdict::kReversed;
-    case kUnreadableStatus:
-      return Verdict::kUnreadable;
+    case kUnplayableStatus:
+      return Verdict::kUnplayable;
     case kRefusedStatus:
       return hasError ? Verdict::kRefused : Verdict::kSilent;
     default:
@@ -230,7 +272,7 @@ int64_t Tally::Bad() const {
 }
 
 std::string Tally::Heading() {
-  return "input                  tried reversed  refused unreadable silent crashed   hung "
+  return "input                  tried reversed  refused unplayable silent crashed   hung "
          "too large  peak MB  longest s";
 }
 

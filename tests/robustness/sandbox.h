@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -35,13 +34,13 @@ struct SandboxCase {
 
 // Exit statuses of a body.
 constexpr int kReversedStatus = 0;
-constexpr int kUnreadableStatus = 100;
+constexpr int kUnplayableStatus = 100;
 constexpr int kRefusedStatus = 255;
 
 enum class Verdict {
-  kReversed,    // status 0, and the output can be opened
+  kReversed,    // status 0, and the output can be played
   kRefused,     // status -1, and an error line says why
-  kUnreadable,  // status 0, but the output cannot be read
+  kUnplayable,  // status 0, but the output lacks packets, or pictures at all
   kSilent,      // status -1 without an error line
   kCrashed,     // a signal, a sanitizer's finding, a leak, another exit status
   kHung,        // over a limit of time
