@@ -1,12 +1,17 @@
 #include "tests/robustness/corpus.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <stdexcept>
 
+#include "tests/robustness/crafted.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 
@@ -60,6 +65,10 @@ constexpr std::array kHostile = {
     Recipe{"robust_negative.mp4",
            "{v} {a} -t 3 {x264} -g 12 -c:a aac -bsf:v setts=ts=TS-90000 "
            "-avoid_negative_ts disabled"},
+    Recipe{"robust_negative.ts",
+           "{v} {a} -t 3 {x264} -g 12 -c:a aac -output_ts_offset -5 -avoid_negative_ts disabled"},
+    Recipe{"robust_negative.flv",
+           "{v} {a} -t 3 {x264} -g 12 -c:a aac -output_ts_offset -5 -avoid_negative_ts disabled"},
     Recipe{"robust_hours.ts", "{v} {a} -t 3 {x264} -g 12 -c:a aac -output_ts_offset 36000"},
     Recipe{"robust_wrap.ts", "{v} {a} -t 6 {x264} -g 12 -c:a aac -output_ts_offset 95440"},
     Recipe{"robust_jump_100h.ts",
@@ -87,12 +96,17 @@ constexpr std::array kHostile = {
     Recipe{"robust_long_sound.ts", "{v1} {a} -t 20 {x264} -g 12 -c:a aac"},
     Recipe{"robust_long_sound.avi", "{v1} {a} -t 20 -c:v mpeg4 -g 12 -c:a libmp3lame"},
     Recipe{"robust_cover.m4a",
-           "{a} -f lavfi -i color=c=red:size=160x90 -t 2 -frames:v 1 -c:v mjpeg -pix_fmt yuvj420p "
+           "{a} -f lavfi -i color=c=red:size=160x90:rate=1:duration=1 -t 2 -c:v mjpeg -pix_fmt "
+           "yuvj420p "
            "-disposition:v attached_pic -c:a aac -f ipod"},
     Recipe{"robust_cover.mp3",
            "{a} -f lavfi -i color=c=red:size=160x90 -t 2 -frames:v 1 -c:v mjpeg -pix_fmt yuvj420p "
            "-id3v2_version 3 -disposition:v attached_pic -c:a libmp3lame"},
+    Recipe{"robust_cover.flac",
+           "{a} -f lavfi -i color=c=red:size=160x90:rate=1:duration=1 -t 2 -c:v mjpeg -pix_fmt "
+           "yuvj420p -disposition:v attached_pic -c:a flac"},
     Recipe{"robust_still.png", "{v} -frames:v 1"},
+    Recipe{"robust_still.jpg", "{v} -frames:v 1 -pix_fmt yuvj420p"},
     Recipe{"robust_animated.gif", "{v} -frames:v 20"},
     Recipe{"robust_sound_only.wav", "{a} -t 2"},
     Recipe{"robust_one_picture.mp4", "{v} -frames:v 1 {x264}"},
@@ -174,28 +188,96 @@ SandboxCase Joined(const std::vector<std::string>& names, const std::string& tit
   });
 }
 
-// A RIFF header that promises this many streams, none of which has a packet.
-std::string ManyStreams(int count) {
-  const auto number = [](uint32_t value, int bytes) {
-    std::string text;
-    for (int i = 0; i < bytes; ++i) text.push_back(static_cast<char>(value >> (8 * i)));
-    return text;
+// Files whose headers lie about rates and durations.
+struct Lie {
+  const char* name;
+  const char* clip;
+  std::string mark;  // the bytes before the field
+  size_t offset;     // from behind the mark
+  int bytes;
+  uint64_t value;
+  Order order;
+};
+
+std::vector<SandboxCase> Lies() {
+  constexpr uint64_t kMost = 0xffffffff;
+  constexpr uint64_t kNan = 0x7ff8000000000000;
+  constexpr uint64_t kHuge = 0x7e37e43c8800759c;  // 1e300
+  constexpr uint64_t kMinusOne = 0xbff0000000000000;
+  const std::string duration = "\x44\x89\x88";
+  const std::vector<Lie> lies = {
+      {"scale 0", "robust_mjpeg.avi", "vidsMJPG", 12, 4, 0, Order::kLittleEndian},
+      {"scale 2^32", "robust_mjpeg.avi", "vidsMJPG", 12, 4, kMost, Order::kLittleEndian},
+      {"rate 0", "robust_mjpeg.avi", "vidsMJPG", 16, 4, 0, Order::kLittleEndian},
+      {"rate 2^32", "robust_mjpeg.avi", "vidsMJPG", 16, 4, kMost, Order::kLittleEndian},
+      {"length 2^32", "robust_mjpeg.avi", "vidsMJPG", 24, 4, kMost, Order::kLittleEndian},
+      {"movie scale 0", "robust_h264.mp4", "mvhd", 12, 4, 0, Order::kBigEndian},
+      {"movie scale 1", "robust_h264.mp4", "mvhd", 12, 4, 1, Order::kBigEndian},
+      {"movie 2^32 long", "robust_h264.mp4", "mvhd", 16, 4, kMost, Order::kBigEndian},
+      {"track scale 0", "robust_h264.mp4", "mdhd", 12, 4, 0, Order::kBigEndian},
+      {"track scale 1", "robust_h264.mp4", "mdhd", 12, 4, 1, Order::kBigEndian},
+      {"track scale 2^32", "robust_h264.mp4", "mdhd", 12, 4, kMost, Order::kBigEndian},
+      {"track 0 long", "robust_h264.mp4", "mdhd", 16, 4, 0, Order::kBigEndian},
+      {"pictures 2^32 long", "robust_h264.mp4", "stts", 12, 4, kMost, Order::kBigEndian},
+      {"pictures 0 long", "robust_h264.mp4", "stts", 12, 4, 0, Order::kBigEndian},
+      {"duration nan", "robust_hevc10.mkv", duration, 0, 8, kNan, Order::kBigEndian},
+      {"duration 1e300", "robust_hevc10.mkv", duration, 0, 8, kHuge, Order::kBigEndian},
+      {"duration -1", "robust_hevc10.mkv", duration, 0, 8, kMinusOne, Order::kBigEndian},
   };
-  const auto chunk = [&number](const std::string& id, const std::string& body) {
-    return id + number(static_cast<uint32_t>(body.size()), 4) + body;
+  std::vector<SandboxCase> cases;
+  for (const Lie& lie : lies) {
+    const std::string path = ByName(lie.clip);
+    cases.push_back(Bytes(std::string(lie.clip) + " " + lie.name,
+                          std::filesystem::path(lie.clip).extension().string(), [lie, path] {
+                            return WithField(ReadBytes(path), lie.mark, lie.offset, lie.bytes,
+                                             lie.value, lie.order);
+                          }));
+  }
+  return cases;
+}
+
+// Pictures whose header asks for 16384x16384.
+std::vector<SandboxCase> HugePictures() {
+  const std::string png = ByName("robust_still.png");
+  const std::string jpeg = ByName("robust_still.jpg");
+  return {Bytes("16384x16384", ".png",
+                [png] {
+                  return WithField(ReadBytes(png), "IHDR", 0, 8, 0x0000400000004000,
+                                   Order::kBigEndian);
+                }),
+          Bytes("16384x16384", ".jpg", [jpeg] {
+            const std::string frameHeader("\xff\xc0\0\x11\x08", 5);
+            return WithField(ReadBytes(jpeg), frameHeader, 0, 4, 0x40004000, Order::kBigEndian);
+          })};
+}
+
+std::vector<SandboxCase> ManyStreams() {
+  const std::string clip = ByName("robust_one_picture.mp4");
+  std::vector<SandboxCase> cases;
+  for (const int count : {900, 65535}) {
+    const std::string title = std::to_string(count) + " streams";
+    cases.push_back(Bytes(title, ".avi", [count] { return AviOfManyStreams(count); }));
+    cases.push_back(
+        Bytes(title, ".mp4", [clip, count] { return Mp4OfManyTracks(ReadBytes(clip), count); }));
+    const int inTransport = std::min(count, 8000);
+    cases.push_back(Bytes(std::to_string(inTransport) + " streams", ".ts",
+                          [inTransport] { return TransportOfManyStreams(inTransport); }));
+  }
+  // FFmpeg opens a decoder for each to find out what it is, up to the thousand that it takes at
+  // all.
+  for (SandboxCase& one : cases) one.limits.peakMegabytes = 2048;
+  return cases;
+}
+
+SandboxCase PipeWithoutWriter() {
+  SandboxCase one;
+  one.name = "pipe without writer";
+  one.input = [](const std::string& scratch) {
+    const std::string path = scratch + "-in.mp4";
+    if (mkfifo(path.c_str(), 0600) != 0) throw std::runtime_error("no pipe");
+    return path;
   };
-  std::string avih = number(40000, 4) + std::string(20, '\0') +
-                     number(static_cast<uint32_t>(count), 4) + number(0, 4) + number(160, 4) +
-                     number(90, 4) + std::string(16, '\0');
-  std::string header = "hdrl" + chunk("avih", avih);
-  const std::string strh = "vidsMJPG" + std::string(12, '\0') + number(1, 4) + number(25, 4) +
-                           std::string(4, '\0') + number(25, 4) + std::string(20, '\0');
-  const std::string strf = number(40, 4) + number(160, 4) + number(90, 4) + number(1, 2) +
-                           number(24, 2) + "MJPG" + std::string(20, '\0');
-  const std::string one = chunk("LIST", "strl" + chunk("strh", strh) + chunk("strf", strf));
-  for (int i = 0; i < count; ++i) header += one;
-  return "RIFF" + number(0x7fffffff, 4) + "AVI " + chunk("LIST", header) +
-         chunk("LIST", "movi" + chunk("00dc", std::string(16, '\0')));
+  return one;
 }
 
 }  // namespace
@@ -223,13 +305,10 @@ std::vector<SandboxCase> HostileCases() {
     if (one.name.rfind("robust_large", 0) == 0) one.limits.peakMegabytes = 6144;
     cases.push_back(std::move(one));
   }
-  const std::string still = ByName("robust_still.png");
-  cases.push_back(Bytes("16384x16384", ".png", [still] {
-    std::string bytes = ReadBytes(still);
-    constexpr size_t kWidth = 16;
-    bytes.replace(kWidth, 8, std::string("\0\0\x40\0\0\0\x40\0", 8));
-    return bytes;
-  }));
+  for (const auto& make : {&Lies, &HugePictures, &ManyStreams}) {
+    std::vector<SandboxCase> more = make();
+    std::move(more.begin(), more.end(), std::back_inserter(cases));
+  }
   const std::string transport = ByName("robust_long_gop.ts");
   cases.push_back(Bytes("no key frame at the start", ".ts", [transport] {
     const std::string bytes = ReadBytes(transport);
@@ -240,13 +319,12 @@ std::vector<SandboxCase> HostileCases() {
                          "size and sound change"));
   cases.push_back(Joined({"robust_hours.ts", "robust_h264.ts"}, "hours back"));
   cases.push_back(Joined({"robust_h264.ts", "robust_hours.ts"}, "hours ahead"));
-  cases.push_back(Bytes("65535 streams", ".avi", [] { return ManyStreams(65535); }));
-  cases.push_back(Bytes("900 streams", ".avi", [] { return ManyStreams(900); }));
   cases.push_back(Bytes("empty", ".mp4", [] { return std::string(); }));
   cases.push_back(Bytes("zeros", ".ts", [] { return std::string(100000, '\0'); }));
   cases.push_back(File("directory", "/"));
   cases.push_back(File("absent", "/no/such/file.mp4"));
   cases.push_back(File("device", "/dev/null"));
+  cases.push_back(PipeWithoutWriter());
   return cases;
 }
 

@@ -8,6 +8,7 @@
 
 #include "tests/robustness/corpus.h"
 #include "tests/robustness/damage.h"
+#include "tests/robustness/packet_damage.h"
 #include "tests/robustness/sandbox.h"
 
 namespace test_support {
@@ -15,6 +16,7 @@ namespace {
 
 constexpr uint64_t kFirstSeed = 1;
 constexpr int kSeedsOfEach = 16;
+constexpr int kPacketSeedsOfEach = 7;
 constexpr int kCutStep = 8;
 
 std::string FileName(const std::string& path) {
@@ -81,6 +83,25 @@ TEST(Robustness, DamagedFiles) {
     }
   }
   ExpectSound(cases, "damaged");
+}
+
+TEST(Robustness, DamagedPackets) {
+  std::cout << "seeds from " << kFirstSeed << "\n";
+  std::vector<SandboxCase> cases;
+  uint64_t seed = kFirstSeed;
+  for (const std::string& path : BaseClips()) {
+    for (int i = 0; i < kPacketSeedsOfEach; ++i, ++seed) {
+      SandboxCase one;
+      one.name = FileName(path) + " seed " + std::to_string(seed) + " " + PacketDamageName(seed);
+      one.input = [path, seed](const std::string& scratch) {
+        const std::string damaged = scratch + "-" + FileName(path);
+        DamagePackets(path, damaged, seed);
+        return damaged;
+      };
+      cases.push_back(std::move(one));
+    }
+  }
+  ExpectSound(cases, "damaged packets");
 }
 
 TEST(Robustness, HostileFiles) { ExpectSound(HostileCases(), "hostile"); }

@@ -9,6 +9,7 @@
 
 #include "tests/robustness/corpus.h"
 #include "tests/robustness/damage.h"
+#include "tests/robustness/packet_damage.h"
 #include "tests/robustness/sandbox.h"
 
 namespace {
@@ -39,17 +40,22 @@ Options Parse(int argc, char** argv) {
   return options;
 }
 
-// The first 64 of a clip are its cuts, the rest its seeds.
+// The first 64 of a clip are its cuts, the rest its seeds, of which every fourth damages packets.
 SandboxCase Mutation(const std::string& path, int64_t number, uint64_t seed) {
   SandboxCase one;
   const bool cut = number < 64;
+  const bool ofPackets = number % 4 == 3;
   one.name = FileName(path) + (cut ? " cut " + std::to_string(number)
-                                   : " seed " + std::to_string(seed) + " " + DamageName(seed));
-  one.input = [path, cut, number, seed](const std::string& scratch) {
-    std::string bytes = ReadBytes(path);
-    bytes = cut ? CutOff(bytes, static_cast<int>(number)) : Damage(std::move(bytes), seed);
+                                   : " seed " + std::to_string(seed) + " " +
+                                         (ofPackets ? PacketDamageName(seed) : DamageName(seed)));
+  one.input = [path, cut, ofPackets, number, seed](const std::string& scratch) {
     const std::string damaged = scratch + "-" + FileName(path);
-    WriteBytes(damaged, bytes);
+    if (!cut && ofPackets) {
+      DamagePackets(path, damaged, seed);
+    } else {
+      const std::string bytes = ReadBytes(path);
+      WriteBytes(damaged, cut ? CutOff(bytes, static_cast<int>(number)) : Damage(bytes, seed));
+    }
     return damaged;
   };
   return one;

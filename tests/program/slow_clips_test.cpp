@@ -1,0 +1,78 @@
+// Clips whose pictures are seconds apart: most steps of the walk meet sound alone.
+#include <gtest/gtest.h>
+
+#include "tests/support/clips.h"
+#include "tests/support/command.h"
+#include "tests/support/media_reading.h"
+
+namespace test_support {
+namespace {
+
+constexpr int kPictures = 5;
+constexpr int kDistance = 75;  // pictures of the scene between two of the clip
+constexpr double kSeconds = 15;
+
+// One picture every three seconds, beside sound without a gap.
+std::string SlowClip(const std::string& name, const std::vector<std::string>& coding) {
+  std::vector<std::string> words = {
+      "-f",
+      "lavfi",
+      "-i",
+      SceneFilter(640, 360, "25") + ",select='not(mod(n," + std::to_string(kDistance) + "))'",
+      "-f",
+      "lavfi",
+      "-i",
+      SweepFilter(48000, "stereo"),
+      "-t",
+      std::to_string(kSeconds),
+      FrameTimingOption(),
+      "passthrough",
+      "-pix_fmt",
+      "yuv420p",
+      "-g",
+      "4",
+      "-c:a",
+      "aac"};
+  words.insert(words.end(), coding.begin(), coding.end());
+  return CustomClip(name, words);
+}
+
+// Without a look-ahead, which would put the sound of many seconds in front of the first picture.
+const std::vector<std::string> kH264 = {"-c:v",     "libx264", "-preset",
+                                        "veryfast", "-tune",   "zerolatency"};
+
+class SlowClips : public testing::TestWithParam<const char*> {};
+
+TEST_P(SlowClips, GiveAllTheirPicturesNewestFirstAndAllTheirSound) {
+  const std::string container = GetParam();
+  const std::string input =
+      SlowClip("slow." + container,
+               container == "avi" ? std::vector<std::string>{"-c:v", "mpeg4", "-q:v", "2"} : kH264);
+  const std::string output = ScratchPath("slow_" + container + ".mp4");
+  const CommandResult result = RunProgram({"-i", input, "-o", output});
+  ASSERT_EQ(result.status, 0) << result.err;
+  std::vector<int> numbers;
+  for (const Picture& picture : DecodeLuma(output)) numbers.push_back(ReadFrameNumber(picture));
+  std::vector<int> expected;
+  for (int i = kPictures; i-- > 0;) expected.push_back(i * kDistance);
+  EXPECT_EQ(numbers, expected);
+  const std::vector<double> times = VideoTimes(output);
+  for (size_t i = 1; i < times.size(); ++i) EXPECT_NEAR(times[i] - times[i - 1], 3, 0.05);
+  const double sound = static_cast<double>(DecodeStereo(output).size()) / 2 / 48000;
+  EXPECT_NEAR(sound, kSeconds, 0.15);
+}
+
+INSTANTIATE_TEST_SUITE_P(Containers, SlowClips, testing::Values("mkv", "ts", "flv", "avi"),
+                         [](const auto& one) { return std::string(one.param); });
+
+// Where the container tells that there is less than a picture a second, nothing can be derived from
+// it.
+TEST(SlowClipRate, BelowOneIsRefused) {
+  const std::string output = ScratchPath("slow_rate.mp4");
+  const CommandResult result = RunProgram({"-i", SlowClip("slow.mp4", kH264), "-o", output});
+  EXPECT_EQ(result.status, 255);
+  EXPECT_NE(result.err.find("error fps:0"), std::string::npos) << result.err;
+}
+
+}  // namespace
+}  // namespace test_support
