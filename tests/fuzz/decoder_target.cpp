@@ -17,7 +17,7 @@ namespace {
 // is.
 constexpr int kMostFrameBytes = 32 << 20;
 constexpr size_t kMostAllocation = size_t{256} << 20;
-constexpr int kMostFrames = 48;
+constexpr int kMostFrames = 16;
 
 using Read = int (codec::FFmpegDecoder::*)(uint8_t*, uint32_t*, uint32_t*, double*);
 

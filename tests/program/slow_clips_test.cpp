@@ -1,6 +1,8 @@
 // Clips whose pictures are seconds apart: most steps of the walk meet sound alone.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/media_reading.h"
@@ -64,6 +66,19 @@ TEST_P(SlowClips, GiveAllTheirPicturesNewestFirstAndAllTheirSound) {
 
 INSTANTIATE_TEST_SUITE_P(Containers, SlowClips, testing::Values("mkv", "ts", "flv", "avi"),
                          [](const auto& one) { return std::string(one.param); });
+
+TEST(SoundAlone, IsNoReversal) {
+  const std::string input = CustomClip(
+      "sound_behind.mp4", {"-f", "lavfi", "-i", SceneFilter(160, 96, "25") + ",trim=duration=1",
+                           "-f", "lavfi", "-i", SweepFilter(48000, "stereo"), "-t", "6", "-c:v",
+                           "libx264", "-preset", "veryfast", "-pix_fmt", "yuv420p", "-c:a", "aac"});
+  const std::string output = ScratchPath("sound_alone.mp4");
+  const CommandResult result = RunProgram({"-i", input, "-o", output, "-s", "3", "-e", "5"});
+  EXPECT_EQ(result.status, 255);
+  EXPECT_NE(result.err.find("no picture could be read from 3.000 to 5.000"), std::string::npos)
+      << result.err;
+  EXPECT_FALSE(std::filesystem::exists(output));
+}
 
 // Where the container tells that there is less than a picture a second, nothing can be derived from
 // it.

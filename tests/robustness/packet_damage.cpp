@@ -140,10 +140,15 @@ void WritePackets(const AVFormatContext* input, const Packets& packets, const st
       avformat_write_header(output.get(), nullptr) < 0) {
     return;
   }
+  // The muxer of ASF aborts the process at stamps that are missing or go back.
+  const bool needsOrder = std::string(output->oformat->name) == "asf";
+  int64_t last = 0;
   for (const UniquePacket& packet : packets) {
     av_packet_rescale_ts(packet.get(), input->streams[packet->stream_index]->time_base,
                          output->streams[packet->stream_index]->time_base);
     packet->pos = -1;
+    if (needsOrder && (packet->pts < last || packet->dts < last)) continue;
+    last = packet->dts;
     av_write_frame(output.get(), packet.get());
   }
   av_write_trailer(output.get());

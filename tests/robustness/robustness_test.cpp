@@ -10,6 +10,8 @@
 #include "tests/robustness/damage.h"
 #include "tests/robustness/packet_damage.h"
 #include "tests/robustness/sandbox.h"
+#include "tests/support/clips.h"
+#include "tests/support/command.h"
 
 namespace test_support {
 namespace {
@@ -105,6 +107,21 @@ TEST(Robustness, DamagedPackets) {
 }
 
 TEST(Robustness, HostileFiles) { ExpectSound(HostileCases(), "hostile"); }
+
+TEST(Robustness, WhatCannotBePlayedIsNotTakenForAReversal) {
+  const std::string clip = BaseClips().front();
+  EXPECT_TRUE(IsPlayable(clip));
+  const std::string path = ScratchPath("judged.mp4");
+  const std::string bytes = ReadBytes(clip);
+  EXPECT_FALSE(IsPlayable(path)) << "no file";
+  WriteBytes(path, bytes.substr(0, bytes.size() - 100));
+  EXPECT_FALSE(IsPlayable(path)) << "its end is missing";
+  const size_t data = bytes.find("mdat") + 4;
+  WriteBytes(path, bytes.substr(0, data) + std::string(bytes.size() - data, '\0'));
+  EXPECT_FALSE(IsPlayable(path)) << "no picture";
+  EXPECT_FALSE(IsPlayable(
+      CustomClip("robust_sound_only.wav", {"-f", "lavfi", "-i", "sine=frequency=440", "-t", "2"})));
+}
 
 TEST(Robustness, TheLimitsAreKept) {
   RunLimits limits;

@@ -69,31 +69,6 @@ class FirstPicture {
   bool mFound = false;
 };
 
-// Whether a player can show the file: a picture comes out of it, and every packet of its index is
-// there.
-bool IsPlayable(const std::string& path) {
-  AVFormatContext* context = nullptr;
-  if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0) return false;
-  const codec::ffmpeg::UniqueInput input(context);
-  const int video = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  if (video < 0) return false;
-  FirstPicture picture(context->streams[video]);
-  std::map<int, int64_t> missing;
-  for (unsigned i = 0; i < context->nb_streams; ++i) {
-    missing[static_cast<int>(i)] = context->streams[i]->nb_frames;
-  }
-  const codec::ffmpeg::UniquePacket packet(av_packet_alloc());
-  while (av_read_frame(context, packet.get()) >= 0) {
-    const codec::ffmpeg::PacketGuard guard(packet.get());
-    if ((packet->flags & AV_PKT_FLAG_CORRUPT) != 0) return false;
-    --missing[packet->stream_index];
-    if (packet->stream_index == video) picture.Send(packet.get());
-  }
-  picture.Send(nullptr);
-  return picture.Found() && std::all_of(missing.begin(), missing.end(),
-                                        [](const auto& row) { return row.second == 0; });
-}
-
 bool HasLeaks() {
 #if defined(__SANITIZE_ADDRESS__)
   return __lsan_do_recoverable_leak_check() != 0;
@@ -234,6 +209,29 @@ bool Finish(const Child& child, SandboxResult* result) {
 }
 
 }  // namespace
+
+bool IsPlayable(const std::string& path) {
+  AVFormatContext* context = nullptr;
+  if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0) return false;
+  const codec::ffmpeg::UniqueInput input(context);
+  const int video = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  if (video < 0) return false;
+  FirstPicture picture(context->streams[video]);
+  std::map<int, int64_t> missing;
+  for (unsigned i = 0; i < context->nb_streams; ++i) {
+    missing[static_cast<int>(i)] = context->streams[i]->nb_frames;
+  }
+  const codec::ffmpeg::UniquePacket packet(av_packet_alloc());
+  while (av_read_frame(context, packet.get()) >= 0) {
+    const codec::ffmpeg::PacketGuard guard(packet.get());
+    if ((packet->flags & AV_PKT_FLAG_CORRUPT) != 0) return false;
+    --missing[packet->stream_index];
+    if (packet->stream_index == video) picture.Send(packet.get());
+  }
+  picture.Send(nullptr);
+  return picture.Found() && std::all_of(missing.begin(), missing.end(),
+                                        [](const auto& row) { return row.second == 0; });
+}
 
 long DefaultPeakMegabytes() {
 #if defined(__SANITIZE_ADDRESS__)

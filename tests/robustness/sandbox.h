@@ -60,6 +60,10 @@ struct SandboxResult {
   std::string log;  // the end of what was written to standard error
 };
 
+// Whether a player can show the file: a picture comes out of it, and every packet of its index is
+// there.
+bool IsPlayable(const std::string& path);
+
 // How many runs ended how.
 struct Tally {
   std::array<int64_t, kVerdicts> counts{};
