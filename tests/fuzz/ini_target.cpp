@@ -1,6 +1,5 @@
-#include <array>
 #include <cstring>
-#include <string>
+#include <vector>
 
 #include "base/ini_file.h"
 #include "tests/fuzz/memory_file.h"
@@ -14,12 +13,11 @@ void IniTarget(const uint8_t* data, size_t size) {
   for (const char* key : {"profile", "level"}) {
     for (const uint32_t room : {1U, 8U, 512U}) {
       // Of the heap, so that a byte too many is seen.
-      std::string buffer(room, '\xff');
-      buffer.shrink_to_fit();
+      std::vector<char> buffer(room, '\xff');
       const uint32_t length = GetPrivateProfileStringA("encoder", key, "fallback", buffer.data(),
                                                        room, file.Path().c_str());
       Require(length < room, "the length leaves room for the terminator");
-      Require(std::strlen(buffer.c_str()) == length, "the value ends where its length says");
+      Require(std::strlen(buffer.data()) == length, "the value ends where its length says");
     }
   }
 }
