@@ -14,6 +14,8 @@
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/writer/media_writer_factory.h"
 #include "reverse/output_description.h"
+#include "reverse/reverse_loop.h"
+#include "reverse/reverse_work_thread.h"
 
 namespace codec {
 namespace {

@@ -6,15 +6,19 @@
 #include <memory>
 #include <string>
 
-#include "base/local_file.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/media_info.h"
 #include "codec/format/media_format.h"
 #include "codec/writer/media_writer.h"
-#include "reverse/reverse_loop.h"
-#include "reverse/reverse_work_thread.h"
+
+namespace but {
+class NewFile;
+}
 
 namespace codec {
+
+class ReverseLoop;
+class ReverseWorkThread;
 
 // Life: constructor, Init, Start, GetProgress until it is 100, Release. Init, Start, GetProgress
 // and Release are called from one thread; the work itself runs on the job's own.
