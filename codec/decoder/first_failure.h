@@ -2,9 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <cerrno>
-
-#include "codec/ffmpeg/ffmpeg_headers.h"
 
 namespace codec {
 
@@ -13,10 +10,7 @@ namespace codec {
 class FirstFailure {
  public:
   // Looks at one of FFmpeg's results and gives it back.
-  int Note(int result) {
-    if (result == AVERROR(ENOMEM)) mError = result;
-    return result;
-  }
+  int Note(int result);
   // FFmpeg's negative number; 0 while there was none. For any thread.
   int Error() const { return mError; }
 
