@@ -25,7 +25,7 @@ int Reverse(const char* input, const char* output) {
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
   codec::ffmpeg::InstallLogBridge();
-  log_set_level(kLogWarn);
+  log_set_level(kLogError);
   if (codec::ffmpeg::CheckVersions(codec::ffmpeg::LibraryVersions()) != 0) return 1;
   if (Reverse(argv[1], argv[2]) != 0) return 1;
 

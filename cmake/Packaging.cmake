@@ -1,0 +1,58 @@
+# `cpack -G DEB` in a build directory makes two Debian packages: clip-reverse, the tool, and
+# libclipreverse-dev, the static library. A build of the shared library is not packed.
+if(BUILD_SHARED_LIBS)
+  return()
+endif()
+
+file(STRINGS packaging/changelog newest LIMIT_COUNT 1)
+if(NOT newest MATCHES "^clip-reverse \\(${PROJECT_VERSION}\\) ")
+  message(FATAL_ERROR "packaging/changelog does not begin with version ${PROJECT_VERSION}")
+endif()
+
+# Files that only Debian's packages have.
+set(CHANGELOG "${PROJECT_BINARY_DIR}/changelog.gz")
+add_custom_command(
+  OUTPUT "${CHANGELOG}"
+  COMMAND "${GZIP}" -9nc "${PROJECT_SOURCE_DIR}/packaging/changelog" > "${CHANGELOG}"
+  DEPENDS packaging/changelog
+  VERBATIM)
+add_custom_target(changelog ALL DEPENDS "${CHANGELOG}")
+install(FILES packaging/copyright "${CHANGELOG}" COMPONENT tool EXCLUDE_FROM_ALL
+        DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/clip-reverse")
+install(FILES packaging/copyright "${CHANGELOG}" COMPONENT development EXCLUDE_FROM_ALL
+        DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/libclipreverse-dev")
+install(FILES completions/_clip-reverse COMPONENT tool EXCLUDE_FROM_ALL
+        DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/zsh/vendor-completions")
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_COMPONENTS_ALL tool development)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ
+                                                GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_PACKAGE_NAME clip-reverse)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "reverses a media clip in bounded memory")
+set(CPACK_PACKAGE_CONTACT "The clip-reverse developers <developers@clip-reverse.example>")
+set(CPACK_PACKAGE_VENDOR "the clip-reverse developers")
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+set(CPACK_DEBIAN_TOOL_PACKAGE_NAME clip-reverse)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_TOOL_DESCRIPTION
+    "clip-reverse writes a new file in which the pictures of a clip come last to
+first and its sound runs backwards, sample by sample. The memory that it needs
+does not depend on the length of the clip.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libclipreverse-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+    "libavformat-dev, libavcodec-dev, libavutil-dev, libswresample-dev, libswscale-dev, libyuv-dev, libspdlog-dev, libinih-dev, libpng-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
+    "The static library of clip-reverse, its headers, and its files for CMake and
+pkg-config, for programs that embed it.")
+
+include(CPack)
