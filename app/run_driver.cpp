@@ -1,6 +1,7 @@
 #include "app/run_driver.h"
 
 #include <optional>
+#include <utility>
 
 #include "app/advice.h"
 #include "base/log.h"
@@ -13,14 +14,15 @@ namespace {
 constexpr char kTag[] = "reverse::Main";
 
 // The whole run; what is known of its failure where it failed.
-std::optional<Failure> Run(codec::Reverse* job, const CommandLine& commandLine,
+std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
+                           const CommandLine& commandLine,
                            const std::function<void(double)>& onRange) {
   if (job->Init() != 0) {
     log_error(kTag, "Reverse init error");
     return Examine(commandLine, job->InputInfo(), 0);
   }
   if (onRange) onRange(job->RangeSeconds());
-  if (job->Start() == 0) ReportProgress([job] { return job->GetProgress(); }, &Sleep);
+  if (job->Start() == 0) ReportProgress([&job] { return job->GetProgress(); }, &Sleep);
   job->Release();
   const int error = job->Result();
   if (error == 0) return std::nullopt;
@@ -32,14 +34,14 @@ std::optional<Failure> Run(codec::Reverse* job, const CommandLine& commandLine,
 }  // namespace
 
 int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange) {
-  codec::Reverse job(commandLine.input.c_str(), commandLine.start, commandLine.end,
-                     commandLine.output.c_str());
-  return RunJob(&job, commandLine, onRange);
+  auto job = std::make_unique<codec::Reverse>(commandLine.input.c_str(), commandLine.start,
+                                              commandLine.end, commandLine.output.c_str());
+  return RunJob(std::move(job), commandLine, onRange);
 }
 
-int RunJob(codec::Reverse* job, const CommandLine& commandLine,
+int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,
            const std::function<void(double)>& onRange) {
-  const std::optional<Failure> failure = Run(job, commandLine, onRange);
+  const std::optional<Failure> failure = Run(std::move(job), commandLine, onRange);
   if (!failure) return 0;
   // After the job's own last lines: what remains on the screen is what a person can do.
   log_error(kTag, "%s", Advice(*failure).c_str());

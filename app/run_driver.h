@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 #include "app/command_line.h"
 #include "reverse/reverse.h"
@@ -14,7 +15,7 @@ namespace app {
 int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange = {});
 
 // The same with a job of these arguments that is not yet initialised.
-int RunJob(codec::Reverse* job, const CommandLine& commandLine,
+int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,
            const std::function<void(double)>& onRange = {});
 
 // Logs the progress in percent, then waits 400 ms, until it has logged 100.

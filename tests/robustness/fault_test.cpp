@@ -112,11 +112,11 @@ int64_t PacketsOf(const std::string& path) {
 
 int RunScene(const Scene& scene, const std::string& output) {
   return but::Guarded("main", [&] {
-    codec::Reverse job(scene.input.c_str(), 0, 0, output.c_str());
+    auto job = std::make_unique<codec::Reverse>(scene.input.c_str(), 0, 0, output.c_str());
     for (const auto& [key, value] : scene.parameters) {
-      job.SetOutputParameter(key.c_str(), value.c_str());
+      job->SetOutputParameter(key.c_str(), value.c_str());
     }
-    return app::RunJob(&job, {scene.input, output, 0, 0});
+    return app::RunJob(std::move(job), {scene.input, output, 0, 0});
   });
 }
 
