@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "audio/audio_process.h"
 #include "codec/writer/audio_timeline.h"
