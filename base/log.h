@@ -13,10 +13,15 @@ void log_set_level(int level);
 // Whether a line of this level would be shown; lets a caller skip costly preparation.
 bool log_enabled(int level);
 
+// What has failed, before the failure is returned.
 [[gnu::format(printf, 2, 3)]] void log_error(const char* tag, const char* format, ...);
+// What was corrected or left out.
 [[gnu::format(printf, 2, 3)]] void log_warn(const char* tag, const char* format, ...);
+// What a run works with, and its progress.
 [[gnu::format(printf, 2, 3)]] void log_info(const char* tag, const char* format, ...);
+// Steps and settings on the way.
 [[gnu::format(printf, 2, 3)]] void log_debug(const char* tag, const char* format, ...);
+// Everything else.
 [[gnu::format(printf, 2, 3)]] void log_verbose(const char* tag, const char* format, ...);
 
 // Logs a finished text at a level chosen at run time, for lines that come from other libraries.

@@ -13,6 +13,10 @@ enum FrameType : uint32_t { kVideoFrame = 1, kAudioFrame = 2 };
 // Opens one input, seeks in it and hands out decoded frames, one a call, into the caller's buffer.
 // Used by one thread at a time. Operations return 0 or -1; the base stands for a decoder that can
 // do nothing. The order of the virtual operations is fixed; the reserved ones keep its slots.
+//
+// What lies in the buffer: a picture is packed, in the pixel format that MediaInfo names: planes
+// one after another, rows without padding. Sound is interleaved 32-bit float, two channels, in
+// MediaInfo's sample rate. Times are in seconds from the first frame of the same kind.
 class FFmpegDecoder {
  public:
   FFmpegDecoder() = default;
@@ -20,13 +24,13 @@ class FFmpegDecoder {
   FFmpegDecoder(const FFmpegDecoder&) = delete;
   FFmpegDecoder& operator=(const FFmpegDecoder&) = delete;
 
-  // Opens and probes the input. 0 also when it is open already.
+  // Opens and probes the input. 0, also when it is open already, or -1 after an error line.
   virtual int Init() { return -1; }
-  // Closes the input; a later Init opens it again.
+  // Closes the input; a later Init opens it again. 0.
   virtual int Release() { return -1; }
   // Moves to a time in seconds. Mode 2 holds the first picture at or after it for the next
   // DecodeFrame, mode 3 reads on after that picture, any other mode lands on the key frame at or
-  // before it.
+  // before it. 0, or -1 when the input is not open, or has no such time or picture.
   virtual int Seek(double /*seconds*/, int /*mode*/) { return -1; }
 
   virtual int Reserved4() { return -1; }
@@ -34,12 +38,14 @@ class FFmpegDecoder {
   virtual int Reserved6() { return -1; }
   virtual int Reserved7() { return -1; }
 
-  // Decodes packet by packet until a frame comes out. Outputs and buffer as for ReceiveFrame, but
-  // `size` counts the packed picture's bytes for video.
+  // Decodes packet by packet until a frame comes out: 0, or -1 at the end of the input. Outputs and
+  // buffer as for ReceiveFrame, but `size` counts the packed picture's bytes for video. A null
+  // buffer decodes without copying.
   virtual int DecodeFrame(uint8_t* /*buffer*/, uint32_t* /*size*/, uint32_t* /*type*/,
                           double* /*pts*/) {
     return -1;
   }
+  // What is known of the input. 0.
   virtual int GetMediaInfo(MediaInfo& /*info*/) { return -1; }
 
   virtual int Reserved10() { return -1; }
@@ -53,9 +59,11 @@ class FFmpegDecoder {
   virtual void Reserved18() {}
   virtual void Reserved19() {}
 
-  // Bytes of one packed decoded picture.
+  // Bytes of one packed decoded picture; 0 without video.
   virtual int GetFrameBufferSize() { return 0; }
+  // Pixels in a row of a picture; 0 without video.
   virtual int GetWidth() { return 0; }
+  // Rows of a picture; 0 without video.
   virtual int GetHeight() { return 0; }
 
   virtual void Reserved23() {}
@@ -79,7 +87,8 @@ class FFmpegDecoder {
     return -1;
   }
 
-  // Bytes of the largest audio block that is delivered; larger ones are dropped with a warning.
+  // Bytes of the largest audio block that is delivered, 0 without sound; larger ones are dropped
+  // with a warning.
   virtual int GetAudioBufferSize() { return 0; }
 
   // The first failure of the host, not of the input, that has cost a frame: FFmpeg's negative

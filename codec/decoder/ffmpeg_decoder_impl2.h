@@ -22,13 +22,13 @@ struct DecoderOptions {
 
 // How much work was done since the input was opened.
 struct DecoderCounters {
-  int64_t packetsRead = 0;
-  int64_t videoFramesDecoded = 0;
-  int64_t audioFramesDecoded = 0;
-  int64_t seeks = 0;  // of the demuxer
-  int64_t videoFramesReplayed = 0;
-  int64_t delayedFrames = 0;  // video packets that gave DecodeFrame no picture
-  double audioClock = 0;      // seconds of sound converted
+  int64_t packetsRead = 0;          // of all streams
+  int64_t videoFramesDecoded = 0;   // those passed over on the way to a time included
+  int64_t audioFramesDecoded = 0;   // the same for sound
+  int64_t seeks = 0;                // of the demuxer
+  int64_t videoFramesReplayed = 0;  // answered from memory instead of decoded again
+  int64_t delayedFrames = 0;        // video packets that gave DecodeFrame no picture
+  double audioClock = 0;            // seconds of sound converted
 };
 
 //                        +-> FrameSource -> FrameReceiver -> ReceiveFrame
@@ -58,6 +58,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   int GetAudioBufferSize() override;
   int HostError() override;
 
+  // All zero while no input is open.
   DecoderCounters Counters() const;
   // Distance between two key frames in ticks of the video stream; 0 when unknown.
   int32_t KeyInterval() const;

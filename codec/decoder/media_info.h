@@ -8,12 +8,12 @@ namespace codec {
 
 // The initial values stand for streams that the input does not have.
 struct MediaInfo {
-  float duration = 0;  // seconds
-  uint8_t has_video = 0;
-  uint8_t has_audio = 0;
-  int32_t width = 0;
-  int32_t height = 0;
-  float frame_rate = 0;  // frames per second
+  float duration = 0;     // seconds
+  uint8_t has_video = 0;  // 1 when there is a stream that can be decoded
+  uint8_t has_audio = 0;  // the same for sound
+  int32_t width = 0;      // pixels, before any rotation
+  int32_t height = 0;     // the same
+  float frame_rate = 0;   // frames per second
   // FFmpeg's number, full-range planar formats folded onto ordinary ones.
   int32_t pixel_format = -1;
   std::string pixel_format_name;  // FFmpeg's name of the source format, nothing folded
@@ -24,9 +24,9 @@ struct MediaInfo {
   int32_t channels = 0;           // that blocks are delivered in
   int32_t sample_format = -1;     // FFmpeg's number, of the blocks delivered; -1 when above 9
   int32_t audio_bit_rate = 0;     // bit/s
-  int32_t sample_aspect_den = 1;
-  int32_t sample_aspect_num = 1;
-  double rotation = 0;  // degrees clockwise, about -1 to 359
+  int32_t sample_aspect_den = 1;  // a pixel is num / den times as wide as high
+  int32_t sample_aspect_num = 1;  // see above
+  double rotation = 0;            // degrees clockwise that a player should turn, about -1 to 359
 };
 
 }  // namespace codec

@@ -15,16 +15,20 @@ class ReplayPolicy {
   // `budget` in bytes; 0 or less keeps nothing.
   explicit ReplayPolicy(int64_t budget) : mBudget(budget) {}
 
+  // Whether there is a budget at all.
   bool IsEnabled() const { return mBudget > 0; }
 
-  // An entry of this size was added behind all others, or the newest one grew by it. Returns how
-  // many of the oldest entries must go, which may be all of them.
+  // An entry of this size was added behind all others. Returns how many of the oldest entries must
+  // go, which may be all of them.
   size_t Add(int64_t bytes);
+  // The same for the newest entry, which grew by this size.
   size_t Grow(int64_t bytes);
   // The newest `count` entries are given up.
   void RemoveNewest(size_t count);
+  // All entries are given up.
   void Clear();
 
+  // Of all entries that are kept.
   int64_t Bytes() const { return mBytes; }
 
  private:

@@ -26,8 +26,8 @@ struct EncoderSettings {
   double frameRate = 15.0;   // frames/s
   double gop = 30.0;         // frames
   std::string preset;
-  std::string profile = "baseline";  // kept with `level`; the stream's own are decided when it is
-  std::string level = "31";          // created
+  std::string profile = "baseline";  // kept; the stream's own is decided when it is created
+  std::string level = "31";          // the same
   int threadCount = 0;
   std::string threadType;
 

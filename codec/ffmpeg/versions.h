@@ -8,9 +8,9 @@ namespace codec::ffmpeg {
 
 // One library; versions as FFmpeg writes them: major << 16 | minor << 8 | micro.
 struct LibraryVersion {
-  const char* name;
-  unsigned built;   // version of the headers
-  unsigned loaded;  // what the library says of itself
+  const char* name;  // "libavcodec"
+  unsigned built;    // version of the headers
+  unsigned loaded;   // what the library says of itself
 };
 
 // The five libraries that are used.

@@ -31,9 +31,9 @@ class MediaFilter {
   // back to the pool.
   virtual MediaBuffer* Process(uint8_t* picture) = 0;
 
-  int32_t width = 0;
-  int32_t height = 0;
-  MediaFilter* next = nullptr;
+  int32_t width = 0;            // pixels, of the pictures that come in
+  int32_t height = 0;           // the same
+  MediaFilter* next = nullptr;  // owned; null for the last filter
 };
 
 // Makes `filter` the last of the chain that `head` begins; the chain owns it from then on.

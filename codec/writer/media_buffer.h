@@ -8,20 +8,25 @@
 
 namespace codec {
 
+// Frees what malloc gave.
 struct FreeBytes {
+  // The deleter's call.
   void operator()(uint8_t* bytes) const { std::free(bytes); }
 };
+// An owned array of bytes that are not cleared when they are allocated.
 using UniqueBytes = std::unique_ptr<uint8_t[], FreeBytes>;
 
 // A picture (type 1) or one encoder frame of samples (type 2). A new record has no data.
 class MediaBuffer {
  public:
+  // 1 for a picture, 2 for samples.
   explicit MediaBuffer(int32_t frameType) : type(frameType) {}
 
-  // Gives the record room for this many bytes, plus the slack that image routines need (see the
-  // .cpp), and makes it the size; 0 or less leaves it without data.
+  // Gives the record room for this many bytes, plus the slack that image routines need (see
+  // WithSlack), and makes it the size; 0 or less, or too little memory, leaves it without data.
   void Allocate(int32_t bytes);
 
+  // Null without data.
   uint8_t* Data() const { return mData.get(); }
   // Bytes that fit, slack not counted.
   int32_t Capacity() const { return mCapacity; }
@@ -29,11 +34,14 @@ class MediaBuffer {
   // Copies `n` bytes in and makes `n` the size; does nothing when `n` is 0 or negative or does not
   // fit.
   void CopyIn(const uint8_t* bytes, int32_t n);
+  // In microseconds.
   void SetPts(int64_t value) { pts = value; }
+  // In bytes, at most Capacity().
   void SetSize(int32_t n) { size = n; }
+  // Leaves the record without data.
   void FreeData();
 
-  int32_t type;
+  int32_t type;      // 1 or 2
   int64_t pts = 0;   // microseconds
   int32_t size = 0;  // valid bytes
 

@@ -21,8 +21,9 @@ class MediaBufferPool {
   // The pool; made before `main` runs and never destroyed.
   static MediaBufferPool* Instance();
 
-  // Bytes of the buffers made from now on. No lock: only while no other thread uses the pool.
+  // Bytes of the video buffers made from now on. No lock: only while no other thread uses the pool.
   void SetVideoBufferSize(int32_t size) { mVideoBufferSize = size; }
+  // The same for audio buffers.
   void SetAudioBufferSize(int32_t size) { mAudioBufferSize = size; }
 
   // Adds five idle video buffers of `size` bytes each (0: of the size set).
@@ -88,8 +89,10 @@ class MediaBufferPool {
 
 // Gives a taken buffer back when its holder lets go of it.
 struct GiveToPool {
+  // The deleter's call.
   void operator()(MediaBuffer* buffer) const { MediaBufferPool::Instance()->Give(buffer); }
 };
+// A taken buffer that goes back to the pool by itself.
 using PooledBuffer = std::unique_ptr<MediaBuffer, GiveToPool>;
 
 }  // namespace codec

@@ -7,8 +7,9 @@
 
 namespace codec {
 
-// Takes frames in the order in which they are to be written and feeds an encoder with them.
-// Life: Configure (by the factory), Start, any number of WriteFrame, Stop, destruction.
+// Takes frames in the order in which they are to be written and feeds an encoder with them. Life:
+// Configure (by the factory), Start, any number of WriteFrame, Stop, destruction. One thread calls
+// these; one writer at a time exists in a process, because writers share their buffers.
 class MediaWriter {
  public:
   MediaWriter() = default;
@@ -16,18 +17,27 @@ class MediaWriter {
   MediaWriter(const MediaWriter&) = delete;
   MediaWriter& operator=(const MediaWriter&) = delete;
 
+  // Opens the encoder and with it the output. Called by the factory. 0, or -1 after an error line.
   virtual int Configure(MediaFormat& format) = 0;
+  // Makes the writer ready for frames. 0, also when it is already, or -1 after an error line.
   virtual int Start() = 0;
   // Writes what is queued, closes the output and empties the shared buffer pool.
   virtual void Stop() = 0;
-  // One frame, copied before the call returns. `type` 1 is a packed picture in the configured input
-  // format, 2 interleaved samples; `pts` is in microseconds.
+  // One frame, copied before the call returns; `size` is in bytes, `pts` in microseconds. `type` 1
+  // is a picture of "width" x "height" in "input-color-format", packed: planes one after another,
+  // rows without padding; it must be newer than the one before it. Behind a planar picture width +
+  // 64 bytes more must be readable, because image routines round chroma sizes up. `type` 2 is a
+  // block of any number of samples of the type of "sample-format", interleaved also where that is
+  // planar. What goes wrong is logged and shows in OutputError.
   virtual void WriteFrame(int type, uint8_t* data, uint32_t size, int64_t pts) = 0;
   // What the encoder answers for this key; -1 without an encoder.
   virtual int64_t GetParameter(const char* key) = 0;
-  // "water-mark-pos", "water-mark-rotation" and "water-mark-flags" move the logo while frames flow.
+  // Moves the logo while frames flow; other keys are ignored. "water-mark-pos": the corner, 1 to 4,
+  // clockwise from top left. "water-mark-rotation": clockwise degrees, 0, 90, 180 or 270.
+  // "water-mark-flags": both, the rotation in bits 16 to 31, the corner in bits 0 to 15. Setting
+  // the corner alone turns the logo upright.
   virtual void SetParameter(const char* key, int value) = 0;
-  // "speed" only.
+  // "speed" only, which is kept and without effect on frames.
   virtual void SetParameter(const char* key, double value) = 0;
 
   // The first error that leaves the output incomplete, as FFmpeg's negative number; 0 while there

@@ -8,11 +8,14 @@ namespace codec {
 
 // A configured writer whose output file is open, owned by the caller; null, after an error line,
 // when the description is incomplete, asks for a combination of filters that does not exist, or
-// names an output that cannot be opened.
+// names an output that cannot be opened. docs/library.md lists the keys of a description. Pictures
+// go through a chain of filters, unless the encoder takes them as they are.
 MediaWriter* MakeMediaWriter(MediaFormat& format);
 
-// The same with the way chosen by the caller: through a chain of picture filters, or without one.
+// The same, always through a chain of filters.
 MediaWriter* MakeMediaWriterWithFilter(MediaFormat& format);
+
+// The same without filters: pictures come in "output-color-format", in the size of the output.
 MediaWriter* MakeMediaWriterWithoutFilter(MediaFormat& format);
 
 }  // namespace codec
