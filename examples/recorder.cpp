@@ -1,10 +1,10 @@
 // Records a drawn scene and a tone into a file, as a program does that has pictures and sound of
 // its own:
 //
-//   recorder OUTPUT stamp LOGO.png [USE_THREAD]   full size, a logo that wanders from corner to
-//   corner recorder OUTPUT turn LOGO.png [USE_THREAD]    scaled down and turned upright; writers
-//   that scale and
-//                                                 turn leave the logo out
+//   recorder OUTPUT stamp LOGO.png [USE_THREAD]
+//       full size, with a logo that wanders from corner to corner
+//   recorder OUTPUT turn LOGO.png [USE_THREAD]
+//       scaled down and turned upright; writers that scale and turn leave the logo out
 #include <algorithm>
 #include <array>
 #include <cmath>
