@@ -186,6 +186,8 @@ bool FrameSource::FeedPicture() {
 FrameSource::Step FrameSource::ReplayPictureStep(AVFrame* frame) {
   if (mNextEvent == mRecording.FirstEvent()) return Step::kHungry;
   const RecordedEvent& event = mRecording.At(mNextEvent - 1);
+  // The frame may still hold a picture that there was no memory to record.
+  av_frame_unref(frame);
   if (mNextPicture < event.pictures.size() &&
       mSession->input.Failure().Note(
           av_frame_ref(frame, event.pictures[mNextPicture].frame.get())) >= 0) {
