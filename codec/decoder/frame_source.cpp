@@ -48,8 +48,9 @@ std::vector<PacketIdentity> FrameSource::FindLanding() {
   while (!found && packets.size() < kMostPackets) {
     ffmpeg::UniquePacket packet(av_packet_alloc());
     if (packet == nullptr || !mSession->input.Read(packet.get())) break;
-    landing.push_back(PacketIdentity::Of(packet.get()));
     found = mSession->video->Owns(packet.get());
+    const bool isPassedOver = found && mSession->video->PassesOver(packet.get());
+    landing.push_back(PacketIdentity::Of(packet.get(), isPassedOver));
     packets.push_back(std::move(packet));
   }
   mSession->input.PutBack(std::move(packets));

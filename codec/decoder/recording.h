@@ -37,13 +37,15 @@ struct PacketIdentity {
   int64_t pts;
   int64_t dts;
   int64_t position;
+  bool isPassedOver;  // from the start of the input the decoder takes what it passes over elsewhere
 
-  static PacketIdentity Of(const AVPacket* packet) {
-    return {packet->stream_index, packet->size, packet->pts, packet->dts, packet->pos};
+  static PacketIdentity Of(const AVPacket* packet, bool isPassedOver) {
+    return {packet->stream_index, packet->size, packet->pts,
+            packet->dts,          packet->pos,  isPassedOver};
   }
   friend bool operator==(const PacketIdentity& a, const PacketIdentity& b) {
     return a.stream == b.stream && a.size == b.size && a.pts == b.pts && a.dts == b.dts &&
-           a.position == b.position;
+           a.position == b.position && a.isPassedOver == b.isPassedOver;
   }
 };
 

@@ -75,7 +75,7 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
 void StreamDecoder::Send(AVPacket* packet) {
   if (mResting) return;
   if (packet != nullptr) {
-    if (mAwaitingKey && !mKeyPackets->IsKey(packet)) return;
+    if (PassesOver(packet)) return;
     mAwaitingKey = false;
     ffmpeg::TagPacket(packet);
   }

@@ -41,6 +41,8 @@ class StreamDecoder {
   // video.
   void AwaitKey() { mAwaitingKey = true; }
   bool IsAwaitingKey() const { return mAwaitingKey; }
+  // Whether this packet of the video is passed over for that.
+  bool PassesOver(const AVPacket* packet) { return mAwaitingKey && !mKeyPackets->IsKey(packet); }
   // Until the next flush packets are passed over and Receive answers as a drained decoder does.
   void Rest() { mResting = true; }
   // Leaves the loop filter out for pictures that no other refers to. Works on the open decoder.

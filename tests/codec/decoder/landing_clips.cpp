@@ -72,6 +72,14 @@ std::string Cut(const std::string& clip, const std::string& name) {
 }
 std::string CutH264() { return Cut(OpenH264Transport(), "cut_h264.ts"); }
 std::string CutMpeg2() { return Cut(OpenMpeg2Transport(), "cut_mpeg2.ts"); }
+// Two pictures a second, the first 11 without their key picture: MPEG-4 decoders make something of
+// them from the start of the input, and from no other place. A seek to the first second lands on
+// the same packet as one to the start, as the stamps begin at 1.9 s.
+std::string CutMpeg4() {
+  const std::string whole =
+      Coded("landing_mpeg4_slow.ts", "-c:v mpeg4 -q:v 4 -g 24 -sc_threshold 1000000000 -bf 0", "2");
+  return Copied("landing_mpeg4_cut.ts", whole, "-an -copyinkf -ss 6.5 -output_ts_offset 0.5");
+}
 
 size_t Find(const std::string& bytes, const std::string& tag, size_t from = 0) {
   const size_t at = bytes.find(tag, from);
@@ -148,6 +156,7 @@ const std::vector<LandingClip>& LandingClips() {
       {"Wrap", 240, Wrap},
       {"CutH264", 120, CutH264},
       {"CutMpeg2", 248, CutMpeg2},
+      {"CutMpeg4", 27, CutMpeg4},
       {"NoKeyAvi", 240, NoKeyAvi},
       {"AllKeyAvi", 240, AllKeyAvi},
       {"NoIndexAvi", 240, NoIndexAvi},
