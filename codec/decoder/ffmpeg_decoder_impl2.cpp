@@ -32,10 +32,13 @@ void Give(const DecodedFrame& frame, uint32_t* size, uint32_t* type, double* pts
   *pts = frame.pts;
 }
 
-// What is thrown ends here.
+// What is thrown ends here, and is kept whatever it was: to the caller a failure looks like the end
+// of the input. `body` gives 0 or -1.
 template <typename Body>
 int Bordered(FirstFailure* thrown, const Body& body) {
-  return thrown->Note(but::Guarded(kDecoderTag, body)) == 0 ? 0 : -1;
+  const int result = but::Guarded(kDecoderTag, body);
+  if (result < -1) thrown->Keep(result);
+  return result == 0 ? 0 : -1;
 }
 
 }  // namespace

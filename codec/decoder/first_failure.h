@@ -11,6 +11,8 @@ class FirstFailure {
  public:
   // Looks at one of FFmpeg's results and gives it back.
   int Note(int result);
+  // A failure that is known to be the host's.
+  void Keep(int error) { mError = error; }
   // FFmpeg's negative number; 0 while there was none. For any thread.
   int Error() const { return mError; }
 
