@@ -62,7 +62,7 @@ const std::array kRows = {
         }},
     Row{[](const Failure& f) { return !(f.info.duration > 0); },
         [](const Failure& f) {
-          return f.line.input + " has no length; use a clip of more than one picture";
+          return f.line.input + " does not tell its length; put it into .mkv or .mp4 first";
         }},
     Row{[](const Failure& f) { return !(f.line.start < f.info.duration); },
         [](const Failure& f) {

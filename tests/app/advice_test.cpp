@@ -45,7 +45,7 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
       {[](Failure* f) { f->info.has_video = 0; },
        "in.mp4 has sound only; use a clip that has video"},
       {[](Failure* f) { f->info.duration = 0; },
-       "in.mp4 has no length; use a clip of more than one picture"},
+       "in.mp4 does not tell its length; put it into .mkv or .mp4 first"},
       {[](Failure* f) { f->line.start = 3; },
        "in.mp4 ends before the range starts; use -s below 3.000 s"},
       {[](Failure* f) { f->info.width = 641; },
