@@ -21,7 +21,7 @@ std::unique_ptr<FrameBuffer> FramePool::Get(int32_t length) {
     return fresh;
   }
   std::unique_ptr<FrameBuffer> buffer = std::move(mIdle.front());
-  mIdle.pop_front();
+  mIdle.erase(mIdle.begin());
   if (buffer->Length() < length) buffer->Resize(length);
   return buffer;
 }

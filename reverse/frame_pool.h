@@ -2,8 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <memory>
+#include <vector>
 
 #include "base/lock.h"
 #include "reverse/frame_buffer.h"
@@ -14,6 +14,8 @@ namespace codec {
 // freed when it comes back. Safe to call from several threads.
 class FramePool {
  public:
+  FramePool() { mIdle.reserve(kIdleLimit); }
+
   // The pool of the program; made before `main` runs and never destroyed.
   static FramePool& Instance();
 
@@ -21,7 +23,7 @@ class FramePool {
   // it held. Throws std::bad_alloc.
   std::unique_ptr<FrameBuffer> Get(int32_t length);
 
-  // Takes a buffer back. Always 0.
+  // Takes a buffer back. Always 0. Needs no memory, as it is called where things are freed.
   int Put(std::unique_ptr<FrameBuffer> buffer);
 
  private:
@@ -29,7 +31,7 @@ class FramePool {
 
   but::Mutex11 mLock;
   // Under mLock.
-  std::deque<std::unique_ptr<FrameBuffer>> mIdle;
+  std::vector<std::unique_ptr<FrameBuffer>> mIdle;  // the oldest first
 };
 
 }  // namespace codec

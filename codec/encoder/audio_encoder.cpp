@@ -202,6 +202,8 @@ void AudioEncoder::Close() {
   if (!Exists()) return;
   mThread.reset();
   mPending = 0;
+  mDelay.reset();
+  mIsRegular = true;
   for (AudioJob& job : mJobs) job = AudioJob();
   mContext.reset();
   mTrack.stream = nullptr;
