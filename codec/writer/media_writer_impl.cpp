@@ -108,7 +108,7 @@ void MediaWriterImpl::Stop() {
   if (mScheduler) {
     StopScheduler();
   } else {
-    Flush();
+    MediaWriterImpl::Flush();
   }
   mEncoder.Close();
   MediaBufferPool::Instance()->Reset();
