@@ -88,7 +88,6 @@ int AudioEncoder::Encode(const uint8_t* data, size_t size) {
     mFile->Await(this);
     return 0;
   }
-  Write();
   job.Encode(mContext.get(), job.frame.get());
   LearnDelay(job);
   return WritePackets(&job);
