@@ -4,17 +4,23 @@
 #include <cerrno>
 #include <exception>
 #include <new>
+#include <type_traits>
 
 #include "base/log.h"
 
 namespace but {
 
-// Runs `body` and gives its result. Where the host had no memory for it, or refused it something
-// else, -ENOMEM or -EAGAIN after an error line.
+// Runs `body` and gives its result, 0 where it has none. Where the host had no memory for it, or
+// refused it something else, -ENOMEM or -EAGAIN after an error line.
 template <typename Body>
 int Guarded(const char* tag, const Body& body) {
   try {
-    return body();
+    if constexpr (std::is_void_v<decltype(body())>) {
+      body();
+      return 0;
+    } else {
+      return body();
+    }
   } catch (const std::bad_alloc&) {
     log_error(tag, "no memory");
     return -ENOMEM;

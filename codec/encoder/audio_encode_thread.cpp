@@ -34,10 +34,8 @@ void AudioEncodeThread::Run() {
     AudioJob* const job = mJobs.front();
     lock.unlock();
     // What is thrown ends with the thread's work on the job.
-    const int result = but::Guarded("codec::FFmpegEncoderImpl", [this, job] {
-      job->Encode(mContext, job->frame.get());
-      return 0;
-    });
+    const int result = but::Guarded("codec::FFmpegEncoderImpl",
+                                    [this, job] { job->Encode(mContext, job->frame.get()); });
     if (result != 0) job->receiveResult = result;
     lock.lock();
     mJobs.pop_front();

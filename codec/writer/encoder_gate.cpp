@@ -27,10 +27,7 @@ void EncoderGate::Close() {
   const bool wasClosed = mState == State::kClosed;
   mState = State::kClosed;
   if (!mEncoder || wasClosed) return;
-  const int result = but::Guarded(kTag, [this] {
-    mEncoder->Close();
-    return 0;
-  });
+  const int result = but::Guarded(kTag, [this] { mEncoder->Close(); });
   if (mError == 0) mError = result;
 }
 

@@ -150,10 +150,7 @@ std::unique_ptr<vux::AudioProcess> MediaWriterImpl::NewAudioProcess() const {
 // What is thrown ends here; the output lacks a frame then.
 template <typename Body>
 void MediaWriterImpl::Bordered(const Body& body) {
-  const int result = but::Guarded(kTag, [&body] {
-    body();
-    return 0;
-  });
+  const int result = but::Guarded(kTag, body);
   if (result != 0) mEncoder.Fail(result);
 }
 
