@@ -36,7 +36,7 @@ struct DecodeSession {
   // key frames, 0 when unknown.
   int64_t first_video_pts_ = AV_NOPTS_VALUE;
   int32_t keyint_ = 0;
-  // Sound before this time, in seconds, is not delivered.
+  // Sound before this time, in seconds, is not delivered. Finite after a seek for sound alone.
   double soundFrom = -std::numeric_limits<double>::infinity();
 
   int VideoIndex() const { return video == nullptr ? -1 : video->Index(); }

@@ -1,5 +1,6 @@
 #include "codec/decoder/frame_source.h"
 
+#include <cmath>
 #include <limits>
 
 namespace codec {
@@ -128,8 +129,7 @@ bool FrameSource::Feed() {
   if (video != nullptr && video->Owns(packet)) {
     SendPicture(packet);
   } else if (audio != nullptr && audio->Owns(packet)) {
-    mRecording.AddAudioPacket(packet);
-    audio->Send(packet);
+    SendSound(packet);
   }
   return true;
 }
@@ -140,6 +140,13 @@ void FrameSource::SendPicture(AVPacket* packet) {
   const bool awaited = video->IsAwaitingKey();
   video->Send(packet);
   if (awaited && !video->IsAwaitingKey()) mSession->times.RestartVideo(packet);
+}
+
+void FrameSource::SendSound(AVPacket* packet) {
+  StreamDecoder* const audio = mSession->audio.get();
+  mRecording.AddAudioPacket(packet);
+  if (std::isfinite(mSession->soundFrom) && !audio->IsFed()) mSession->times.RestartAudio(packet);
+  audio->Send(packet);
 }
 
 int FrameSource::NextPicture(AVFrame* frame) {

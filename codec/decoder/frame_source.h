@@ -55,6 +55,7 @@ class FrameSource {
   Step Receive(StreamDecoder* decoder, AVFrame* frame, bool ended);
   bool Feed();
   void SendPicture(AVPacket* packet);
+  void SendSound(AVPacket* packet);
   int LivePicture(AVFrame* frame);
   bool FeedPicture();
 

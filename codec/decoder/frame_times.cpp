@@ -12,6 +12,10 @@ double SoundSeconds(const AVFrame* frame) {
   return frame->sample_rate > 0 ? static_cast<double>(frame->nb_samples) / frame->sample_rate : 0;
 }
 
+int64_t StampOf(const AVPacket* packet) {
+  return packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+}
+
 }  // namespace
 
 bool ReachesTime(double time, float seconds) {
@@ -57,8 +61,13 @@ void FrameTimes::Restart(double seconds) {
 }
 
 void FrameTimes::RestartVideo(const AVPacket* packet) {
-  const int64_t ticks = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+  const int64_t ticks = StampOf(packet);
   if (ticks != AV_NOPTS_VALUE) mVideoTrack.next = mVideo->Seconds(ticks) - mFirstVideo;
+}
+
+void FrameTimes::RestartAudio(const AVPacket* packet) {
+  const int64_t ticks = StampOf(packet);
+  if (ticks != AV_NOPTS_VALUE) mAudioTrack.next = mAudio->Seconds(ticks) - mFirstAudio;
 }
 
 }  // namespace codec

@@ -37,8 +37,9 @@ class FrameTimes {
 
   // After a seek to about this time: frames without a stamp count from here.
   void Restart(double seconds);
-  // Decoding begins at this packet of the video, which may be far from where the seek went.
+  // Decoding begins at this packet, which may be far from where the seek went.
   void RestartVideo(const AVPacket* packet);
+  void RestartAudio(const AVPacket* packet);
 
  private:
   struct Track {

@@ -77,6 +77,7 @@ void StreamDecoder::Send(AVPacket* packet) {
   if (packet != nullptr) {
     if (PassesOver(packet)) return;
     mAwaitingKey = false;
+    mFed = true;
     ffmpeg::TagPacket(packet);
   }
   mFailure->Note(avcodec_send_packet(mContext.get(), packet));

@@ -36,7 +36,10 @@ class StreamDecoder {
     avcodec_flush_buffers(mContext.get());
     mResting = false;
     mAwaitingKey = false;
+    mFed = false;
   }
+  // Whether it has got a packet since the last flush.
+  bool IsFed() const { return mFed; }
   // Until the next flush, or a packet that decoding can begin at, packets are passed over. For
   // video.
   void AwaitKey() { mAwaitingKey = true; }
@@ -66,6 +69,7 @@ class StreamDecoder {
   int64_t mFramesDecoded = 0;
   bool mResting = false;
   bool mAwaitingKey = false;
+  bool mFed = false;
 };
 
 // Logs a decoder's error as the decoder reports it for its kind of stream.

@@ -95,6 +95,10 @@ constexpr std::array kHostile = {
     Recipe{"robust_long_sound.mkv", "{v1} {a} -t 20 {x264} -g 12 -c:a libopus"},
     Recipe{"robust_long_sound.ts", "{v1} {a} -t 20 {x264} -g 12 -c:a aac"},
     Recipe{"robust_long_sound.avi", "{v1} {a} -t 20 -c:v mpeg4 -g 12 -c:a libmp3lame"},
+    // The packet of sound that jumps is alone in its block, so that a seek lands on the one before.
+    Recipe{"robust_sound_jump_100h.wmv",
+           "{b}:duration=1 {s}:duration=1 -c:v wmv2 -c:a wmav2 -packet_size 800 -af "
+           "asetnsamples=512,asetpts=if(gt(T\\,0.967)\\,PTS+360000*SR\\,PTS)"},
     Recipe{"robust_cover.m4a",
            "{a} -f lavfi -i color=c=red:size=160x90:rate=1:duration=1 -t 2 -c:v mjpeg -pix_fmt "
            "yuvj420p "

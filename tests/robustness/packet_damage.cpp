@@ -140,13 +140,17 @@ void WritePackets(const AVFormatContext* input, const Packets& packets, const st
       avformat_write_header(output.get(), nullptr) < 0) {
     return;
   }
-  // The muxer of ASF aborts the process at stamps that are missing or go back.
-  const bool needsOrder = std::string(output->oformat->name) == "asf";
+  // The muxer of ASF aborts the process at stamps that are missing or go back, that of MPEG program
+  // streams never ends at some that are missing.
+  const std::string muxer = output->oformat->name;
+  const bool needsOrder = muxer == "asf";
+  const bool needsStamps = needsOrder || muxer == "mpeg";
   int64_t last = 0;
   for (const UniquePacket& packet : packets) {
     av_packet_rescale_ts(packet.get(), input->streams[packet->stream_index]->time_base,
                          output->streams[packet->stream_index]->time_base);
     packet->pos = -1;
+    if (needsStamps && (packet->pts == AV_NOPTS_VALUE || packet->dts == AV_NOPTS_VALUE)) continue;
     if (needsOrder && (packet->pts < last || packet->dts < last)) continue;
     last = packet->dts;
     av_write_frame(output.get(), packet.get());

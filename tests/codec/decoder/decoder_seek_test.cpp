@@ -182,6 +182,23 @@ TEST(DecodeForwardSeek, ReachesTimesOfAStreamWithoutStamps) {
   }
 }
 
+// The last packet of sound is 100 hours on. A seek to the stretch before it lands on the packet
+// before, and all that the decoder gives of the two has no stamp: it belongs to no time in between,
+// or there would be sound in every second of the stretch.
+TEST(DecodeForwardSeek, FindsNoSoundInAStretchWithout) {
+  DecoderReader reader(CustomClip(
+      "decoder_sound_jump.wmv", {"-f", "lavfi", "-i", "testsrc2=size=160x90:rate=15:duration=1",
+                                 "-f", "lavfi", "-i", "sine=sample_rate=16000:duration=1", "-af",
+                                 "asetnsamples=512,asetpts=if(gt(T\\,0.967)\\,PTS+360000*SR\\,PTS)",
+                                 "-c:v", "wmv2", "-c:a", "wmav2", "-packet_size", "800"}));
+  ASSERT_EQ(reader.InitResult(), 0);
+  for (const double seconds : {5.0, 300.0, 200000.0, 359998.0}) {
+    SCOPED_TRACE(seconds);
+    EXPECT_EQ(reader.Decoder().Seek(seconds, 3), -1);
+    for (const ReadFrame& frame : reader.ReceiveAll(kAudioFrame)) EXPECT_GT(frame.pts, 360000);
+  }
+}
+
 TEST(TimeProbe, SetsWhatTimesCountFrom) {
   DecoderReader reader(Clip(ClipKind::kTransport));
   ReadFrame frame;
