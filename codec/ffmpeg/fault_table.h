@@ -17,12 +17,13 @@
 
 // clang-format off
 #if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(59, 24, 100)  // FFmpeg 5.1
-#define FAULT_TABLE_OF_LAYOUTS(CALL) \
-  CALL(av_channel_layout_copy, 2, AVERROR(ENOMEM)) \
+#define FAULT_TABLE_OF_LAYOUTS(CALL) CALL(av_channel_layout_copy, 2, AVERROR(ENOMEM))
+#define FAULT_TABLE_OF_CONVERTERS(CALL) \
   CALL(av_channel_layout_from_mask, 2, AVERROR(EINVAL)) \
   CALL(swr_alloc_set_opts2, 9, AVERROR(ENOMEM))
 #else
-#define FAULT_TABLE_OF_LAYOUTS(CALL) CALL(swr_alloc_set_opts, 9, nullptr)
+#define FAULT_TABLE_OF_LAYOUTS(CALL)
+#define FAULT_TABLE_OF_CONVERTERS(CALL) CALL(swr_alloc_set_opts, 9, nullptr)
 #endif
 
 #if LIBAVCODEC_VERSION_MAJOR >= 61  // FFmpeg 7.0
@@ -79,5 +80,6 @@
   CALL(pthread_create, 4, EAGAIN) \
   CALL(avio_closep, 1, AVERROR(ENOSPC)) \
   FAULT_TABLE_OF_LAYOUTS(CALL) \
+  FAULT_TABLE_OF_CONVERTERS(CALL) \
   FAULT_TABLE_OF_SIDE_DATA(CALL)
 // clang-format on

@@ -47,10 +47,7 @@ std::vector<std::string> Drawn(const std::string& size, const std::string& secon
 Scene Plain() {
   const std::string upright =
       CustomClip("fault_upright.mp4", Drawn("64x48", "2.2", {"-c:v", "libx264", "-g", "100"}));
-  return {
-      "plain",
-      CustomClip("fault_turned.mp4", {"-i", upright, "-c", "copy", "-metadata:s:v", "rotate=90"}),
-      {}};
+  return {"plain", TurnedCopy(upright, "fault_turned.mp4", 48), {}};
 }
 
 // Pictures that are converted, scaled and turned, with an encoder thread.
@@ -170,6 +167,7 @@ struct Survivor {
   FaultCall call;
   Outcome most;
 };
+#define SURVIVING_CONVERTER(name, arguments, failure) {FaultCall::name, Outcome::kLessAndTold},
 constexpr Survivor kSurvivors[] = {
     // Pictures are decoded again instead of being replayed.
     {FaultCall::av_frame_clone, Outcome::kWhole},
@@ -203,13 +201,7 @@ constexpr Survivor kSurvivors[] = {
     {FaultCall::avcodec_open2, Outcome::kLessAndTold},
     {FaultCall::av_dict_set, Outcome::kLessAndTold},
     {FaultCall::swr_init, Outcome::kLessAndTold},
-#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(59, 24, 100)
-    {FaultCall::av_channel_layout_from_mask, Outcome::kLessAndTold},
-    {FaultCall::swr_alloc_set_opts2, Outcome::kLessAndTold},
-#else
-    {FaultCall::swr_alloc_set_opts, Outcome::kLessAndTold},
-#endif
-};
+    FAULT_TABLE_OF_CONVERTERS(SURVIVING_CONVERTER)};
 
 Outcome MostFor(FaultCall call) {
   for (const Survivor& row : kSurvivors) {

@@ -105,30 +105,6 @@ std::vector<std::string> ArgumentsFor(const ClipRecipe& recipe) {
   return words;
 }
 
-// Gives the first track of an MP4 the matrix of a phone held upright: a quarter turn clockwise.
-// Done in the bytes of the track header, because not every release of ffmpeg can write one.
-std::string TurnedCopy(const std::string& straight, const std::string& name, int storedHeight) {
-  const fs::path directory = CLIPREVERSE_CLIP_DIR;
-  fs::create_directories(directory);
-  const fs::path path = directory / name;
-  if (fs::exists(path)) return path.string();
-  std::ifstream in(straight, std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  const size_t header = bytes.find("tkhd");
-  if (header == std::string::npos) throw std::runtime_error("no track header in " + straight);
-  constexpr size_t kMatrixOffset = 44;
-  const std::array<int32_t, 9> matrix = {0, 1 << 16, 0, -(1 << 16), 0, 0, storedHeight << 16,
-                                         0, 1 << 30};
-  for (size_t i = 0; i < matrix.size() * 4; ++i) {
-    const auto word = static_cast<uint32_t>(matrix[i / 4]);
-    bytes[header + kMatrixOffset + i] = static_cast<char>(word >> (24 - 8 * (i % 4)));
-  }
-  const fs::path unfinished = path.string() + "." + std::to_string(getpid());
-  std::ofstream(unfinished, std::ios::binary).write(bytes.data(), static_cast<long>(bytes.size()));
-  fs::rename(unfinished, path);
-  return path.string();
-}
-
 }  // namespace
 
 std::string SceneFilter(int width, int height, const std::string& frameRate) {
@@ -179,6 +155,29 @@ std::string Clip(ClipKind kind) {
   const ClipRecipe& recipe = RecipeOf(kind);
   const std::string path = CustomClip(recipe.fileName, ArgumentsFor(recipe));
   return kind == ClipKind::kRotated ? TurnedCopy(path, "rotated_90.mp4", recipe.height) : path;
+}
+
+// Done in the bytes of the track header, because not every release of ffmpeg can write a matrix.
+std::string TurnedCopy(const std::string& straight, const std::string& name, int storedHeight) {
+  const fs::path directory = CLIPREVERSE_CLIP_DIR;
+  fs::create_directories(directory);
+  const fs::path path = directory / name;
+  if (fs::exists(path)) return path.string();
+  std::ifstream in(straight, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const size_t header = bytes.find("tkhd");
+  if (header == std::string::npos) throw std::runtime_error("no track header in " + straight);
+  constexpr size_t kMatrixOffset = 44;
+  const std::array<int32_t, 9> matrix = {0, 1 << 16, 0, -(1 << 16), 0, 0, storedHeight << 16,
+                                         0, 1 << 30};
+  for (size_t i = 0; i < matrix.size() * 4; ++i) {
+    const auto word = static_cast<uint32_t>(matrix[i / 4]);
+    bytes[header + kMatrixOffset + i] = static_cast<char>(word >> (24 - 8 * (i % 4)));
+  }
+  const fs::path unfinished = path.string() + "." + std::to_string(getpid());
+  std::ofstream(unfinished, std::ios::binary).write(bytes.data(), static_cast<long>(bytes.size()));
+  fs::rename(unfinished, path);
+  return path.string();
 }
 
 std::string LongStillClip() {

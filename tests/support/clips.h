@@ -35,12 +35,15 @@ std::string Clip(ClipKind kind);
 // A clip made by hand: the words given to ffmpeg before the output path. `name` names the file.
 std::string CustomClip(const std::string& name, const std::vector<std::string>& ffmpegArguments);
 
+// A copy of an MP4 whose first track has the matrix of a phone held upright: it asks for a quarter
+// turn clockwise.
+std::string TurnedCopy(const std::string& straight, const std::string& name, int storedHeight);
+
 // Ten minutes of one colour, without sound: quick to make, and long to reverse.
 std::string LongStillClip();
 
 // The sample clip of the tree (150 pictures of 640x360 at 25 fps, AAC stereo at 48 kHz): the same
-// bytes everywhere, whichever ffmpeg is installed. And a copy that asks for a quarter turn
-// clockwise.
+// bytes everywhere, whichever ffmpeg is installed. And a turned copy of it.
 std::string SampleClip();
 std::string TurnedSampleClip();
 
