@@ -13,10 +13,11 @@ const char* CodecsNotTaken(const char* path) {
   const AVOutputFormat* const format = ChooseContainer(path);
   // Transport streams take both and answer for neither.
   if (format == nullptr || std::string_view(format->name) == "mpegts") return nullptr;
-  const int video = avformat_query_codec(format, AV_CODEC_ID_H264, FF_COMPLIANCE_NORMAL);
-  const int audio = avformat_query_codec(format, AV_CODEC_ID_AAC, FF_COMPLIANCE_NORMAL);
-  if (video == 1) return audio == 1 ? nullptr : "AAC";
-  return video == AVERROR_PATCHWELCOME && audio != 1 ? "H.264 and AAC" : "H.264";
+  // Whether one that is not taken is refused or merely not known of differs between releases.
+  const bool video = avformat_query_codec(format, AV_CODEC_ID_H264, FF_COMPLIANCE_NORMAL) == 1;
+  const bool audio = avformat_query_codec(format, AV_CODEC_ID_AAC, FF_COMPLIANCE_NORMAL) == 1;
+  if (video) return audio ? nullptr : "AAC";
+  return audio ? "H.264" : "H.264 and AAC";
 }
 
 }  // namespace codec

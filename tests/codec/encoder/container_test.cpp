@@ -18,9 +18,10 @@ TEST(Container, TakesBothCodecsWhereReversalsAreKept) {
 }
 
 TEST(Container, NamesTheCodecsThatItDoesNotTake) {
-  EXPECT_STREQ(CodecsNotTaken("a.webm"), "H.264");
+  EXPECT_STREQ(CodecsNotTaken("a.webm"), "H.264 and AAC");
   EXPECT_STREQ(CodecsNotTaken("a.aac"), "H.264");
   EXPECT_STREQ(CodecsNotTaken("a.h264"), "AAC");
+  EXPECT_STREQ(CodecsNotTaken("a.gif"), "H.264 and AAC");
   EXPECT_STREQ(CodecsNotTaken("a.unknown"), "H.264 and AAC");
 }
 
