@@ -132,7 +132,7 @@ std::string NameOf(const Scene& scene, const Place& place) {
 RunLimits Limits() {
   RunLimits limits;
   limits.cpuSeconds = 20;
-  limits.wallTime = std::chrono::seconds(60);
+  limits.wallTime = std::chrono::seconds(300);
   return limits;
 }
 

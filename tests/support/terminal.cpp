@@ -102,7 +102,7 @@ TerminalRun RunOnTerminal(int columns, const std::vector<std::string>& settings,
                           const std::vector<std::string>& arguments, const std::string& cue,
                           const std::string& keys) {
   // Only tells a hang from slowness.
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(100);
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(250);
   Terminal terminal(columns);
   const pid_t child = SpawnOn(terminal.Path(), settings, arguments);
   terminal.LetGo();
