@@ -80,9 +80,10 @@ TEST(TerminalProgram, WritesPlainLinesWhereTheEnvironmentAsksForThem) {
                 AllOf(HasSubstr("error   ["), Not(HasSubstr("\x1b"))))
         << environment.back();
   }
+  // Not at the end: an encoder that takes its time says its last words behind it.
   EXPECT_THAT(
       RunOnTerminal(40, {"TERM=dumb"}, Reversal("plain.mp4")).bytes,
-      AllOf(EndsWith("info    [reverse::Main] progress:100.000\r\n"), Not(HasSubstr("\x1b"))));
+      AllOf(HasSubstr("info    [reverse::Main] progress:100.000\r\n"), Not(HasSubstr("\x1b"))));
   // Empty ones ask for nothing.
   EXPECT_THAT(RunOnTerminal(40, {"TERM=xterm", "NO_COLOR=", "CI="}, failing).bytes,
               HasSubstr("\x1b[31merror  \x1b[m ["));
@@ -94,7 +95,7 @@ TEST(TerminalProgram, WritesPlainLinesIntoAPipe) {
   const CommandResult result = test_support::Run(arguments);
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.err, Not(HasSubstr("\x1b")));
-  EXPECT_THAT(result.err, EndsWith("info    [reverse::Main] progress:100.000\n"));
+  EXPECT_THAT(result.err, HasSubstr("info    [reverse::Main] progress:100.000\n"));
 }
 
 TEST(TerminalProgram, EndsAFailedRunWithWhatToDo) {
