@@ -133,7 +133,7 @@ Failure Examine(const CommandLine& line, const codec::MediaInfo& info, int error
   failure.notSeekable = but::WhyNotSeekable(input);
   failure.isOntoItself = but::IsSameFile(input, output);
   failure.writeError = error != 0 ? -error : but::WriteError(output);
-  failure.notTaken = codec::CodecsNotTaken(line.output.c_str());
+  failure.notTaken = codec::CodecNotTaken(line.output.c_str());
   return failure;
 }
 

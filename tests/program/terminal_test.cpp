@@ -106,7 +106,7 @@ TEST(TerminalProgram, EndsAFailedRunWithWhatToDo) {
   EXPECT_EQ(lines.back(), "");
   EXPECT_THAT(lines[lines.size() - 2],
               EndsWith(ScratchPath("refused.webm") +
-                       " cannot hold H.264 and AAC; use .mp4, .mov, .mkv, .avi or .ts"));
+                       " cannot hold H.264; use .mp4, .mov, .mkv, .avi or .ts"));
   EXPECT_THAT(lines, Not(Contains(HasSubstr("%"))));
 }
 

@@ -13,16 +13,16 @@ TEST(Container, IsChosenByTheExtensionAndIsMpegWithoutOne) {
 
 TEST(Container, TakesBothCodecsWhereReversalsAreKept) {
   for (const char* path : {"a.mp4", "a.mov", "a.mkv", "a.avi", "a.ts", "a.flv", "a.m4v"}) {
-    EXPECT_EQ(CodecsNotTaken(path), nullptr) << path;
+    EXPECT_EQ(CodecNotTaken(path), nullptr) << path;
   }
 }
 
 TEST(Container, NamesTheCodecsThatItDoesNotTake) {
-  EXPECT_STREQ(CodecsNotTaken("a.webm"), "H.264 and AAC");
-  EXPECT_STREQ(CodecsNotTaken("a.aac"), "H.264");
-  EXPECT_STREQ(CodecsNotTaken("a.h264"), "AAC");
-  EXPECT_STREQ(CodecsNotTaken("a.gif"), "H.264 and AAC");
-  EXPECT_STREQ(CodecsNotTaken("a.unknown"), "H.264 and AAC");
+  EXPECT_STREQ(CodecNotTaken("a.webm"), "H.264");
+  EXPECT_STREQ(CodecNotTaken("a.aac"), "H.264");
+  EXPECT_STREQ(CodecNotTaken("a.h264"), "AAC");
+  EXPECT_STREQ(CodecNotTaken("a.gif"), "H.264");
+  EXPECT_STREQ(CodecNotTaken("a.unknown"), "H.264");
 }
 
 }  // namespace
