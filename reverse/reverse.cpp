@@ -140,7 +140,8 @@ int Reverse::Start() {
 }
 
 int Reverse::StartThreads() {
-  if (mDecoder == nullptr) {
+  // Once there is a worker the decoder is its own, until it is joined.
+  if (mWorkThread == nullptr && mDecoder == nullptr) {
     log_error(kTag, "mDecoder not created");
     return -1;
   }
@@ -210,7 +211,15 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
     log_error(kTag, "no picture could be read from %.3f to %.3f", mStart, mEnd);
     mResult = AVERROR_INVALIDDATA;
   }
+  FreePictures();
   mProgress = 100;
+}
+
+// Gives hundreds of megabytes back to the system while the caller waits for its next look at the
+// progress, instead of after it. The loop goes first: it may still be reading.
+void Reverse::FreePictures() {
+  mLoop.reset();
+  mDecoder.reset();
 }
 
 }  // namespace codec

@@ -87,13 +87,15 @@ class Reverse {
   int CheckRange();
   int CreateWriter();
   int StartThreads();
+  void FreePictures();
   // Bytes that any frame of the decoder fits into; -1 when there are too many for one buffer.
   int32_t FrameBufferSize(const MediaInfo& info);
 
   const std::string mInputPath;
   const std::string mOutputPath;
 
-  // Set by Init; while the worker runs it is the only one to use them.
+  // Set by Init; while the worker runs it is the only one to use them. Decoder and loop are gone
+  // when it is done.
   std::unique_ptr<FFmpegDecoder> mDecoder;
   std::unique_ptr<MediaWriter> mWriter;
   std::unique_ptr<ReverseLoop> mLoop;

@@ -1,6 +1,5 @@
 #include "reverse/reverse_loop.h"
 
-#include <system_error>
 #include <utility>
 
 #include "base/log.h"
@@ -18,36 +17,20 @@ ReverseLoop::ReverseLoop(FFmpegDecoder* decoder, MediaWriter* writer, const Reve
       mRange(range),
       mStock(range.bufferSize),
       mReader(decoder, &mStock, range),
+      mAhead(&mReader),
       mCursor(range.end) {}
-
-ReverseLoop::~ReverseLoop() {
-  if (mAhead.valid()) mAhead.wait();
-}
 
 int ReverseLoop::Step() {
   if (!(mRange.start < mCursor)) {
     log_debug(kTag, "Reverse over");
     return -1;
   }
-  Segment segment = Read();
+  Segment segment = mRange.overlap ? mAhead.Next() : mReader.Next();
   mCursor = segment.cursor;
   Write(std::move(segment));
   const auto done = static_cast<float>(mRange.end - mCursor);
   mProgress = static_cast<float>(done / (mRange.end - mRange.start) * 100);
   return 0;
-}
-
-// The step at hand, with the one after it begun where steps overlap.
-Segment ReverseLoop::Read() {
-  Segment segment = mAhead.valid() ? mAhead.get() : mReader.Next();
-  if (mRange.overlap && mReader.HasMore()) {
-    try {
-      mAhead = std::async(std::launch::async, [this] { return mReader.Next(); });
-    } catch (const std::system_error&) {
-      log_warn(kTag, "no thread for the next step, reading it in turn");
-    }
-  }
-  return segment;
 }
 
 void ReverseLoop::Write(Segment segment) {

@@ -1,12 +1,11 @@
 // The backward walk over the range: one second a step, newest frame first.
 #pragma once
 
-#include <future>
-
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/writer/media_writer.h"
 #include "reverse/frame_buffer.h"
 #include "reverse/frame_stock.h"
+#include "reverse/read_ahead.h"
 #include "reverse/segment_reader.h"
 
 namespace codec {
@@ -22,16 +21,14 @@ namespace codec {
 //
 // Note: overlap
 //   All that a step needs to know of the one before it is how far that one goes back, and this is
-//   known as soon as its frames are read. So the next step is read on a thread of its own while
-//   this one is written: the thread has the reader, and with it the decoder, to itself from the
-//   start of its task until its future is collected, which the next step, or the destructor, does.
+//   known as soon as its frames are read. So the next steps are read while this one is written, on
+//   a thread that has the reader, and with it the decoder, to itself (ReadAhead).
 //
 // Used by one thread. Decoder and writer belong to the caller; without a writer frames are dropped.
 class ReverseLoop {
  public:
+  // The destructor waits for a step that is being read.
   ReverseLoop(FFmpegDecoder* decoder, MediaWriter* writer, const ReverseRange& range);
-  // Waits for a step that is being read.
-  ~ReverseLoop();
   ReverseLoop(const ReverseLoop&) = delete;
   ReverseLoop& operator=(const ReverseLoop&) = delete;
 
@@ -50,7 +47,6 @@ class ReverseLoop {
   }
 
  private:
-  Segment Read();
   void Write(Segment segment);
   void WriteFrame(FrameBuffer* frame);
 
@@ -58,9 +54,8 @@ class ReverseLoop {
   const ReverseRange mRange;
   FrameStock mStock;
 
-  // The reading thread's while mAhead is valid.
   SegmentReader mReader;
-  std::future<Segment> mAhead;
+  ReadAhead mAhead;  // has the reader where steps overlap
 
   double mCursor;
   float mProgress = 0;

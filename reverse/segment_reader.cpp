@@ -40,7 +40,7 @@ Segment SegmentReader::Next() {
   mCursor = std::min(from, mVideoBoundary);
   mHasRead = true;
   ChooseLength(mFrames.empty());
-  return {std::exchange(mFrames, {}), mCursor};
+  return {std::exchange(mFrames, {}), mCursor, mFilledBytes};
 }
 
 SegmentReader::Reading SegmentReader::Read(double from) {
@@ -49,6 +49,7 @@ SegmentReader::Reading SegmentReader::Read(double from) {
   bool videoDone = mDecoder->Seek(from, kDecodeForward) != 0;
   bool audioDone = !mRange.hasAudio;
   mBytes = 0;
+  mFilledBytes = 0;
   while (!videoDone || !audioDone) {
     std::unique_ptr<FrameBuffer> frame = mStock->Get();
     if (mDecoder->ReceiveFrame(frame->Data(), &frame->size, &frame->type, &frame->pts) != 0) {
@@ -64,6 +65,7 @@ SegmentReader::Reading SegmentReader::Read(double from) {
       }
       if (frame->type == kAudioFrame) frame = mStock->Compact(std::move(frame));
       mBytes += frame->Length();
+      mFilledBytes += FilledBytes(*frame);
       mFrames.push_back(std::move(frame));
       if (mBytes > mRange.stepBytes || mFrames.size() > kMostFrames) return Reading::kOverBudget;
       continue;
@@ -82,6 +84,11 @@ SegmentReader::Reading SegmentReader::Read(double from) {
 bool SegmentReader::IsWanted(const FrameBuffer& frame) const {
   if (frame.type == kVideoFrame) return frame.pts < mVideoBoundary;
   return frame.type == kAudioFrame && mRange.hasAudio && frame.pts < mAudioBoundary;
+}
+
+// A picture's buffer has room for four bytes a pixel, of which most fill less than half.
+int64_t SegmentReader::FilledBytes(const FrameBuffer& frame) const {
+  return frame.type == kVideoFrame ? mDecoder->GetFrameBufferSize() : frame.Length();
 }
 
 // Gives up what was read, to read a shorter part. False when there is none.

@@ -19,7 +19,7 @@ struct ReverseRange {
   int32_t channels = 0;       // of decoded audio
   int32_t sampleFormat = -1;  // FFmpeg's number, of decoded audio
   int32_t bufferSize = 0;     // bytes that any frame of the decoder fits into
-  bool overlap = true;        // whether a step is read while the one before it is written
+  bool overlap = true;        // whether steps are read while others are written
   // Bytes that the frames of one step may take: a second of pictures, unless these are larger than
   // 4K at 60 frames a second.
   int64_t stepBytes = int64_t{2} << 30;
@@ -32,6 +32,7 @@ struct ReverseRange {
 struct Segment {
   std::deque<std::unique_ptr<FrameBuffer>> frames;
   double cursor = 0;  // seconds; before it lies what is still to do when the step is written
+  int64_t bytes = 0;  // that the frames fill
 };
 
 // Steps are one second long. After some without any frame each is twice as long, until one meets a
@@ -46,6 +47,8 @@ class SegmentReader {
 
   // Whether the range has a part left to read.
   bool HasMore() const { return mRange.start < mCursor; }
+  // Bytes that frames read ahead may take without costing the decoder the memory it works with.
+  int64_t SpareBytes() const { return mDecoder->SpareBytes(); }
   // Reads the next step. Only while there is one.
   Segment Next();
 
@@ -56,6 +59,7 @@ class SegmentReader {
   // where the frames took too much room.
   Reading Read(double from);
   bool IsWanted(const FrameBuffer& frame) const;
+  int64_t FilledBytes(const FrameBuffer& frame) const;
   bool Shorten(Reading reading);
   void ChooseLength(bool wasEmpty);
   void MoveBoundaries();
@@ -74,6 +78,7 @@ class SegmentReader {
   std::deque<std::unique_ptr<FrameBuffer>> mFrames;  // of the current step
   double mSeconds = kUsualSeconds;                   // length of the next step
   int64_t mBytes = 0;                                // room that the frames of the last one took
+  int64_t mFilledBytes = 0;                          // what they fill of it
   int mEmptySteps = 0;                               // in a row
   bool mIsNarrowing = false;  // a part longer than a second turned out not empty
   bool mHasRead = false;      // a step is done

@@ -46,7 +46,8 @@ class FrameSource {
   int NextPicture(AVFrame* frame);
 
   int64_t PicturesReplayed() const { return mPicturesReplayed; }
-  int64_t RecordedBytes() const { return mRecording.Bytes(); }
+  // Bytes of the budget that no walk has needed so far.
+  int64_t SpareBytes() const { return mRecording.SpareBytes(); }
 
  private:
   enum class Step { kFrame, kHungry, kDone };

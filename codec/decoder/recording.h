@@ -85,7 +85,8 @@ class Recording {
   const RecordedEvent& At(int64_t event) const {
     return mEvents[static_cast<size_t>(event - mFirstEvent)];
   }
-  int64_t Bytes() const { return mPolicy.Bytes(); }
+  // Bytes of the budget that no recording has needed so far.
+  int64_t SpareBytes() const { return mPolicy.Spare(); }
 
  private:
   void AddEvent(RecordedEvent::Kind kind, const AVPacket* packet);

@@ -26,6 +26,7 @@ size_t ReplayPolicy::Fit() {
     mSizes.pop_front();
     ++gone;
   }
+  mMostBytes = std::max(mMostBytes, mBytes);
   return gone;
 }
 

@@ -30,12 +30,15 @@ class ReplayPolicy {
 
   // Of all entries that are kept.
   int64_t Bytes() const { return mBytes; }
+  // Bytes of the budget that were never needed so far.
+  int64_t Spare() const { return mBudget - mMostBytes; }
 
  private:
   size_t Fit();
 
   const int64_t mBudget;
   int64_t mBytes = 0;
+  int64_t mMostBytes = 0;
   std::deque<int64_t> mSizes;
 };
 

@@ -1,0 +1,83 @@
+#include "reverse/read_ahead.h"
+
+#include <algorithm>
+#include <system_error>
+#include <utility>
+
+#include "base/log.h"
+
+namespace codec {
+namespace {
+
+constexpr char kTag[] = "codec::Reverse";
+
+// Three seconds of pictures of 1280x720 at 30 frames a second. Larger ones are read one step ahead.
+constexpr int64_t kMostBytes = int64_t{128} << 20;
+// Small pictures take no more than this, so that the memory of a run does not hang on its length.
+constexpr size_t kMostSteps = 4;
+
+}  // namespace
+
+ReadAhead::~ReadAhead() {
+  if (!mThread.joinable()) return;
+  {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mIsStopping = true;
+  }
+  mChanged.notify_all();
+  mThread.join();
+}
+
+Segment ReadAhead::Next() {
+  if (!HasThread()) return mReader->Next();
+  std::unique_lock<std::mutex> lock(mMutex);
+  mChanged.wait(lock, [this] { return !mReady.empty() || mThrown != nullptr; });
+  if (mReady.empty()) std::rethrow_exception(mThrown);
+  Segment segment = std::move(mReady.front());
+  mReady.pop_front();
+  mReadyBytes -= segment.bytes;
+  lock.unlock();
+  mChanged.notify_all();
+  return segment;
+}
+
+bool ReadAhead::HasThread() {
+  if (mThread.joinable()) return true;
+  try {
+    mThread = std::thread([this] { Run(); });
+  } catch (const std::system_error&) {
+    log_warn(kTag, "no thread for the next step, reading it in turn");
+  }
+  return mThread.joinable();
+}
+
+void ReadAhead::Run() {
+  try {
+    ReadSteps();
+  } catch (...) {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mThrown = std::current_exception();
+  }
+  mChanged.notify_all();
+}
+
+void ReadAhead::ReadSteps() {
+  while (mReader->HasMore()) {
+    Segment segment = mReader->Next();
+    const int64_t bytes = std::min(kMostBytes, mReader->SpareBytes());
+    std::unique_lock<std::mutex> lock(mMutex);
+    mReadyBytes += segment.bytes;
+    mReady.push_back(std::move(segment));
+    mChanged.notify_all();
+    mChanged.wait(lock, [this, bytes] { return mIsStopping || HasRoom(bytes); });
+    if (mIsStopping) return;
+  }
+}
+
+// Whether one more step like the last one fits.
+bool ReadAhead::HasRoom(int64_t bytes) const {
+  return mReady.empty() ||
+         (mReady.size() < kMostSteps && mReadyBytes + mReady.back().bytes <= bytes);
+}
+
+}  // namespace codec

@@ -1,0 +1,51 @@
+// Reads the steps of the backward walk before they are asked for.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <thread>
+
+#include "reverse/segment_reader.h"
+
+namespace codec {
+
+// Steps take unlike time to read: where a group of pictures begins all of it is decoded at once,
+// and the steps behind are answered from what was kept of it. Several steps in stock let writing go
+// on meanwhile. One is always read ahead, more only as far as their frames take little memory that
+// the decoder has no use for.
+//
+// The reader, and with it the decoder, belongs to a thread of its own from the first call of Next
+// to the end of the last step. Used by one thread.
+class ReadAhead {
+ public:
+  explicit ReadAhead(SegmentReader* reader) : mReader(reader) {}
+  // Waits for a step that is being read.
+  ~ReadAhead();
+  ReadAhead(const ReadAhead&) = delete;
+  ReadAhead& operator=(const ReadAhead&) = delete;
+
+  // The next step. Only while the caller has not got the last one. Throws what reading it threw.
+  Segment Next();
+
+ private:
+  bool HasThread();
+  void Run();
+  void ReadSteps();
+  bool HasRoom(int64_t bytes) const;
+
+  SegmentReader* const mReader;
+  std::thread mThread;
+
+  std::mutex mMutex;
+  std::condition_variable mChanged;
+  // Under mMutex.
+  std::deque<Segment> mReady;
+  int64_t mReadyBytes = 0;
+  std::exception_ptr mThrown;  // by the step behind those that are ready
+  bool mIsStopping = false;
+};
+
+}  // namespace codec

@@ -1,0 +1,136 @@
+#include "reverse/read_ahead.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <stdexcept>
+
+#include "tests/support/log_capture.h"
+#include "tests/support/no_threads.h"
+
+namespace codec {
+namespace {
+
+constexpr int kPictureBytes = 1000;
+constexpr int kPicturesInAStep = 4;
+constexpr int64_t kStepBytes = kPicturesInAStep * kPictureBytes;
+
+// Pictures four times a second without end, and a count of the steps that were begun.
+class CountingDecoder : public FFmpegDecoder {
+ public:
+  explicit CountingDecoder(int64_t spareBytes) : mSpareBytes(spareBytes) {}
+
+  int Seek(double seconds, int /*mode*/) override {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    ++mSeeks;
+    mChanged.notify_all();
+    if (mSeeks == failingSeek) throw std::runtime_error("no more");
+    mTime = seconds;
+    return 0;
+  }
+
+  int ReceiveFrame(uint8_t* /*buffer*/, uint32_t* size, uint32_t* type, double* pts) override {
+    *size = 1;  // of the packet
+    *type = kVideoFrame;
+    *pts = mTime;
+    mTime += 1.0 / kPicturesInAStep;
+    return 0;
+  }
+
+  int GetFrameBufferSize() override { return kPictureBytes; }
+  int64_t SpareBytes() override { return mSpareBytes; }
+
+  int Seeks() {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mSeeks;
+  }
+
+  // Whether so many steps are begun, which they are at once or never.
+  bool Reaches(int seeks) {
+    std::unique_lock<std::mutex> lock(mMutex);
+    return mChanged.wait_for(lock, std::chrono::minutes(1), [&] { return mSeeks >= seeks; });
+  }
+
+  int failingSeek = 0;
+
+ private:
+  const int64_t mSpareBytes;
+  std::mutex mMutex;
+  std::condition_variable mChanged;
+  int mSeeks = 0;  // under mMutex
+  double mTime = 0;
+};
+
+ReverseRange Range(double end) {
+  ReverseRange range;
+  range.end = end;
+  range.bufferSize = 4 * kPictureBytes;
+  return range;
+}
+
+// How many steps are read when one was taken.
+int StepsRead(int64_t spareBytes, int expected) {
+  CountingDecoder decoder(spareBytes);
+  FrameStock stock(4 * kPictureBytes);
+  SegmentReader reader(&decoder, &stock, Range(20));
+  {
+    ReadAhead ahead(&reader);
+    ahead.Next();
+    EXPECT_TRUE(decoder.Reaches(expected));
+  }
+  return decoder.Seeks();
+}
+
+TEST(ReadAhead, AlwaysReadsOneStepMore) { EXPECT_EQ(StepsRead(0, 2), 2); }
+
+TEST(ReadAhead, ReadsAsManyStepsAsHaveRoom) {
+  EXPECT_EQ(StepsRead(2 * kStepBytes, 3), 3);
+  EXPECT_EQ(StepsRead(3 * kStepBytes - 1, 3), 3);
+}
+
+TEST(ReadAhead, ReadsNoMoreThanFourSmallSteps) { EXPECT_EQ(StepsRead(1000 * kStepBytes, 5), 5); }
+
+TEST(ReadAhead, GivesEveryStepInTurn) {
+  CountingDecoder decoder(3 * kStepBytes);
+  FrameStock stock(4 * kPictureBytes);
+  SegmentReader reader(&decoder, &stock, Range(9));
+  ReadAhead ahead(&reader);
+  for (int step = 8; step >= 0; --step) {
+    const Segment segment = ahead.Next();
+    EXPECT_EQ(segment.cursor, step);
+    EXPECT_EQ(segment.bytes, kStepBytes);
+    ASSERT_EQ(segment.frames.size(), size_t{kPicturesInAStep});
+    EXPECT_EQ(segment.frames.front()->pts, step);
+  }
+}
+
+TEST(ReadAhead, ThrowsWhatReadingThrewBehindTheStepsThatWereRead) {
+  CountingDecoder decoder(3 * kStepBytes);
+  decoder.failingSeek = 3;
+  FrameStock stock(4 * kPictureBytes);
+  SegmentReader reader(&decoder, &stock, Range(9));
+  ReadAhead ahead(&reader);
+  EXPECT_EQ(ahead.Next().cursor, 8);
+  EXPECT_EQ(ahead.Next().cursor, 7);
+  EXPECT_THROW(ahead.Next(), std::runtime_error);
+  EXPECT_THROW(ahead.Next(), std::runtime_error);
+}
+
+TEST(ReadAhead, ReadsInTurnWithoutAThread) {
+  CountingDecoder decoder(3 * kStepBytes);
+  FrameStock stock(4 * kPictureBytes);
+  SegmentReader reader(&decoder, &stock, Range(9));
+  const test_support::LogCapture log;
+  const test_support::NoThreads none;
+  ReadAhead ahead(&reader);
+  EXPECT_EQ(ahead.Next().cursor, 8);
+  EXPECT_EQ(decoder.Seeks(), 1);
+  EXPECT_EQ(ahead.Next().cursor, 7);
+  EXPECT_TRUE(
+      log.Has(kLogWarn, "codec::Reverse", "no thread for the next step, reading it in turn"));
+}
+
+}  // namespace
+}  // namespace codec
