@@ -15,6 +15,8 @@ constexpr char kTag[] = "codec::Reverse";
 constexpr int64_t kMostBytes = int64_t{128} << 20;
 // Small pictures take no more than this, so that the memory of a run does not hang on its length.
 constexpr size_t kMostSteps = 4;
+// However little a frame fills, it takes a page, and a mapping of the few that a process has.
+constexpr size_t kMostFrames = 4096;
 
 }  // namespace
 
@@ -35,7 +37,6 @@ Segment ReadAhead::Next() {
   if (mReady.empty()) std::rethrow_exception(mThrown);
   Segment segment = std::move(mReady.front());
   mReady.pop_front();
-  mReadyBytes -= segment.bytes;
   lock.unlock();
   mChanged.notify_all();
   return segment;
@@ -66,7 +67,6 @@ void ReadAhead::ReadSteps() {
     Segment segment = mReader->Next();
     const int64_t bytes = std::min(kMostBytes, mReader->SpareBytes());
     std::unique_lock<std::mutex> lock(mMutex);
-    mReadyBytes += segment.bytes;
     mReady.push_back(std::move(segment));
     mChanged.notify_all();
     mChanged.wait(lock, [this, bytes] { return mIsStopping || HasRoom(bytes); });
@@ -76,8 +76,14 @@ void ReadAhead::ReadSteps() {
 
 // Whether one more step like the last one fits.
 bool ReadAhead::HasRoom(int64_t bytes) const {
-  return mReady.empty() ||
-         (mReady.size() < kMostSteps && mReadyBytes + mReady.back().bytes <= bytes);
+  if (mReady.empty()) return true;
+  int64_t taken = mReady.back().bytes;
+  size_t frames = mReady.back().frames.size();
+  for (const Segment& segment : mReady) {
+    taken += segment.bytes;
+    frames += segment.frames.size();
+  }
+  return mReady.size() < kMostSteps && frames <= kMostFrames && taken <= bytes;
 }
 
 }  // namespace codec

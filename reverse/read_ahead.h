@@ -43,7 +43,6 @@ class ReadAhead {
   std::condition_variable mChanged;
   // Under mMutex.
   std::deque<Segment> mReady;
-  int64_t mReadyBytes = 0;
   std::exception_ptr mThrown;  // by the step behind those that are ready
   bool mIsStopping = false;
 };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -17,7 +18,7 @@ constexpr int kPictureBytes = 1000;
 constexpr int kPicturesInAStep = 4;
 constexpr int64_t kStepBytes = kPicturesInAStep * kPictureBytes;
 
-// Pictures four times a second without end, and a count of the steps that were begun.
+// Pictures without end, and a count of the steps that were begun.
 class CountingDecoder : public FFmpegDecoder {
  public:
   explicit CountingDecoder(int64_t spareBytes) : mSpareBytes(spareBytes) {}
@@ -35,11 +36,11 @@ class CountingDecoder : public FFmpegDecoder {
     *size = 1;  // of the packet
     *type = kVideoFrame;
     *pts = mTime;
-    mTime += 1.0 / kPicturesInAStep;
+    mTime += 1.0 / picturesInAStep;
     return 0;
   }
 
-  int GetFrameBufferSize() override { return kPictureBytes; }
+  int GetFrameBufferSize() override { return pictureBytes; }
   int64_t SpareBytes() override { return mSpareBytes; }
 
   int Seeks() {
@@ -54,6 +55,8 @@ class CountingDecoder : public FFmpegDecoder {
   }
 
   int failingSeek = 0;
+  int picturesInAStep = kPicturesInAStep;
+  int pictureBytes = kPictureBytes;
 
  private:
   const int64_t mSpareBytes;
@@ -70,27 +73,47 @@ ReverseRange Range(double end) {
   return range;
 }
 
-// How many steps are read when one was taken.
-int StepsRead(int64_t spareBytes, int expected) {
-  CountingDecoder decoder(spareBytes);
+// How many steps are begun behind those that were taken: at least `expected` each time, and the
+// most that it ever was. A reader that goes too far has every step to be seen at it.
+int MostAhead(CountingDecoder* decoder, int expected) {
+  const int steps = std::max(10, 1000 / decoder->picturesInAStep);
   FrameStock stock(4 * kPictureBytes);
-  SegmentReader reader(&decoder, &stock, Range(20));
-  {
-    ReadAhead ahead(&reader);
+  SegmentReader reader(decoder, &stock, Range(steps));
+  ReadAhead ahead(&reader);
+  int most = 0;
+  for (int taken = 1; taken <= steps; ++taken) {
     ahead.Next();
-    EXPECT_TRUE(decoder.Reaches(expected));
+    EXPECT_TRUE(decoder->Reaches(std::min(taken + expected, steps)));
+    most = std::max(most, decoder->Seeks() - taken);
   }
-  return decoder.Seeks();
+  return most;
 }
 
-TEST(ReadAhead, AlwaysReadsOneStepMore) { EXPECT_EQ(StepsRead(0, 2), 2); }
+int MostAhead(int64_t spareBytes, int expected) {
+  CountingDecoder decoder(spareBytes);
+  return MostAhead(&decoder, expected);
+}
+
+TEST(ReadAhead, AlwaysReadsOneStepMore) { EXPECT_EQ(MostAhead(int64_t{0}, 1), 1); }
 
 TEST(ReadAhead, ReadsAsManyStepsAsHaveRoom) {
-  EXPECT_EQ(StepsRead(2 * kStepBytes, 3), 3);
-  EXPECT_EQ(StepsRead(3 * kStepBytes - 1, 3), 3);
+  EXPECT_EQ(MostAhead(2 * kStepBytes, 2), 2);
+  EXPECT_EQ(MostAhead(3 * kStepBytes - 1, 2), 2);
 }
 
-TEST(ReadAhead, ReadsNoMoreThanFourSmallSteps) { EXPECT_EQ(StepsRead(1000 * kStepBytes, 5), 5); }
+TEST(ReadAhead, ReadsNoMoreThanFourSmallSteps) { EXPECT_EQ(MostAhead(1000 * kStepBytes, 4), 4); }
+
+TEST(ReadAhead, ReadsLargeStepsNoFurtherWhateverIsSpare) {
+  CountingDecoder decoder(int64_t{1} << 40);
+  decoder.pictureBytes = 12 << 20;  // 48 MB a step, of 128 MB
+  EXPECT_EQ(MostAhead(&decoder, 2), 2);
+}
+
+TEST(ReadAhead, ReadsStepsOfManySmallFramesNoFurtherThanOne) {
+  CountingDecoder decoder(int64_t{1} << 40);
+  decoder.picturesInAStep = 2500;
+  EXPECT_EQ(MostAhead(&decoder, 1), 1);
+}
 
 TEST(ReadAhead, GivesEveryStepInTurn) {
   CountingDecoder decoder(3 * kStepBytes);
