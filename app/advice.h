@@ -16,7 +16,7 @@ struct Failure {
   const char* notSeekable = nullptr;  // why the input cannot be read backwards
   bool isOntoItself = false;          // the output is the input
   int writeError = 0;                 // the error number that left the output incomplete
-  const char* notTaken = nullptr;     // the codecs that the output's container does not hold
+  const char* notTaken = nullptr;     // the first codec that the output's container does not hold
 };
 
 // Looks at the files of a run that failed. `error` is the job's result, FFmpeg's negative number; 0

@@ -11,8 +11,8 @@ namespace codec {
 // FFmpeg was built without that one.
 const AVOutputFormat* ChooseContainer(const char* path);
 
-// Names the first of H.264 and AAC that the path's container does not take; null where it takes both.
-// Containers that tell by their header only count as taking neither.
+// Names the first of H.264 and AAC that the path's container does not take; null where it takes
+// both. Containers that tell by their header only count as taking neither.
 const char* CodecNotTaken(const char* path);
 
 }  // namespace codec

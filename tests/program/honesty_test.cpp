@@ -81,10 +81,10 @@ TEST(Honesty, FailsForContainersThatDoNotTakeTheCodecs) {
   const std::vector<std::pair<std::string, std::string>> rows = {
       {"webm", "H.264"}, {"gif", "H.264"}, {"mp3", "H.264"}, {"ogg", "H.264"}, {"unknown", "H.264"},
       {"wav", "H.264"},  {"yuv", "H.264"}, {"jpg", "H.264"}, {"swf", "H.264"}, {"h264", "AAC"}};
-  for (const auto& [extension, codecs] : rows) {
+  for (const auto& [extension, codec] : rows) {
     const std::string output = ScratchPath("refused." + extension);
     const CommandResult result = Reverse(Source(), output);
-    ExpectHonestFailure(result, output, " cannot hold " + codecs + kUseOthers);
+    ExpectHonestFailure(result, output, " cannot hold " + codec + kUseOthers);
     EXPECT_TRUE(Contains(result.err, "Could not write the header of '" + output)) << extension;
     EXPECT_FALSE(fs::exists(output)) << extension;
   }

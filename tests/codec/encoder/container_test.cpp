@@ -17,7 +17,7 @@ TEST(Container, TakesBothCodecsWhereReversalsAreKept) {
   }
 }
 
-TEST(Container, NamesTheCodecsThatItDoesNotTake) {
+TEST(Container, NamesTheFirstCodecThatItDoesNotTake) {
   EXPECT_STREQ(CodecNotTaken("a.webm"), "H.264");
   EXPECT_STREQ(CodecNotTaken("a.aac"), "H.264");
   EXPECT_STREQ(CodecNotTaken("a.h264"), "AAC");
