@@ -30,6 +30,7 @@ int64_t Truncated(double value) {
 int Seeker::Seek(double seconds, int mode) {
   const auto single = static_cast<float>(seconds);
   mPending->Clear();
+  mSession->soundFrom = -std::numeric_limits<double>::infinity();
   if (mode != 3) mSource->Leave();
   switch (mode) {
     case 2:
@@ -207,7 +208,6 @@ int64_t Seeker::PositionOf(int64_t seconds) const {
 
 void Seeker::MoveToWhole(int64_t seconds) {
   InputFile& input = mSession->input;
-  mSession->soundFrom = -std::numeric_limits<double>::infinity();
   if (seconds != 0 && input.SeekBackward(-1, PositionOf(seconds)) >= 0) {
     mSession->times.Restart(static_cast<double>(seconds));
     mSession->FlushDecoders();

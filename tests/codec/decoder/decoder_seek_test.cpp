@@ -199,6 +199,24 @@ TEST(DecodeForwardSeek, FindsNoSoundInAStretchWithout) {
   }
 }
 
+TEST(Seek, GivesAllSoundAgainAfterASeekForSoundAlone) {
+  DecoderReader reader(
+      CustomClip("decoder_long_sound.mkv",
+                 {"-f", "lavfi", "-i", "testsrc2=size=160x90:rate=25:duration=1", "-f", "lavfi",
+                  "-i", "sine=sample_rate=48000:duration=4", "-c:v", "libx264", "-c:a", "aac"}));
+  ASSERT_EQ(reader.InitResult(), 0);
+  for (const int mode : {0, 2}) {
+    SCOPED_TRACE(mode);
+    ReadFrame frame;
+    EXPECT_EQ(reader.Decoder().Seek(3, 3), -1);
+    ASSERT_TRUE(reader.ReceiveType(kAudioFrame, &frame));
+    EXPECT_GE(frame.pts, 3);
+    EXPECT_EQ(reader.Decoder().Seek(0, mode), 0);
+    ASSERT_TRUE(reader.ReceiveType(kAudioFrame, &frame));
+    EXPECT_LT(frame.pts, 1);
+  }
+}
+
 TEST(TimeProbe, SetsWhatTimesCountFrom) {
   DecoderReader reader(Clip(ClipKind::kTransport));
   ReadFrame frame;
