@@ -27,8 +27,12 @@ int InitOnly(ClipKind kind, double start, double end) {
   return job.Init();
 }
 
-void Finish(Reverse* job) {
+void WaitForTheEnd(Reverse* job) {
   while (job->GetProgress() < 100) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+}
+
+void Finish(Reverse* job) {
+  WaitForTheEnd(job);
   job->Release();
 }
 
@@ -124,6 +128,19 @@ TEST(Reverse, RunsOnceWhenStartedTwice) {
   EXPECT_EQ(log.CountContaining(kLogDebug, kTag, "reverse time : "), 1);
   EXPECT_EQ(record.stops, 1);
   EXPECT_EQ(record.pictureStamps.size(), 75U);
+}
+
+TEST(Reverse, KeepsItsResultWhenStartedOnceItIsOver) {
+  WriterRecord record;
+  RecordedJob job(ClipKind::kH264NoAudio, 0, 0, &record);
+  ASSERT_EQ(job.Init(), 0);
+  ASSERT_EQ(job.Start(), 0);
+  WaitForTheEnd(&job);
+  EXPECT_EQ(job.Start(), 0);
+  EXPECT_EQ(job.Result(), 0);
+  EXPECT_EQ(job.GetProgress(), 100.0F);
+  job.Release();
+  EXPECT_EQ(record.pictureStamps.size(), 125U);
 }
 
 TEST(Reverse, TakesTheWholeClipForANegativeStartAndNoEnd) {
