@@ -18,7 +18,7 @@ namespace codec {
 // the decoder has no use for.
 //
 // The reader, and with it the decoder, belongs to a thread of its own from the first call of Next
-// to the end of the last step. Used by one thread.
+// to the end of the last step; where the host gives none, to the caller. Used by one thread.
 class ReadAhead {
  public:
   explicit ReadAhead(SegmentReader* reader) : mReader(reader) {}

@@ -25,9 +25,9 @@ namespace codec {
 //   a thread that has the reader, and with it the decoder, to itself (ReadAhead).
 //
 // Used by one thread. Decoder and writer belong to the caller; without a writer frames are dropped.
+// The destructor waits for a step that is being read.
 class ReverseLoop {
  public:
-  // The destructor waits for a step that is being read.
   ReverseLoop(FFmpegDecoder* decoder, MediaWriter* writer, const ReverseRange& range);
   ReverseLoop(const ReverseLoop&) = delete;
   ReverseLoop& operator=(const ReverseLoop&) = delete;
