@@ -56,7 +56,8 @@ void AudioEncoder::Describe() {
   AVCodecContext* const context = mContext.get();
   context->sample_fmt = static_cast<AVSampleFormat>(mSettings.sampleFormat);
   ffmpeg::SetDefaultLayout(context, mSettings.channelCount);
-  context->bit_rate = mSettings.audioBitRate;
+  // FFmpeg's choice stands in for a negative one, which the AAC encoder of 4.3 crashes at.
+  if (mSettings.audioBitRate >= 0) context->bit_rate = mSettings.audioBitRate;
   context->sample_rate = mSettings.sampleRate;
   mTrack.stream->time_base = {1, mSettings.sampleRate};
   context->time_base = mTrack.stream->time_base;

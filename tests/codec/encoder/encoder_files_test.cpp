@@ -84,7 +84,7 @@ TEST_P(EncoderFiles, TakeARotationWhereTheContainerKeepsOne) {
                             : angle == "90"                       ? Values{"-90"}
                             : angle == "180"                      ? Values{"-180"}
                                                                   : Values{"90"};
-    EXPECT_EQ(Probe(path, "v", "stream_side_data=rotation"), expected) << path;
+    EXPECT_EQ(Probe(path, "v", "side_data=rotation"), expected) << path;
   }
 }
 
