@@ -60,8 +60,8 @@ class Reverse {
   // Ends the work after its current step, closes the output and frees everything. A file that this
   // job has made and could not finish is removed. May be called again.
   void Release();
-  // Once the progress is 100 or the job is released: 0, or the first error that left the output
-  // incomplete, as FFmpeg's negative number.
+  // Once the job is released: 0, or the first error that left the output incomplete, as FFmpeg's
+  // negative number. Before, the output may still be open, also at a progress of 100.
   int Result() const { return mResult; }
 
   // Asks the work to end at its next step; what is written by then becomes a whole file.
