@@ -220,14 +220,16 @@ TEST(DecoderOpen, OpensAFileWhoseVideoCodecIsUnknown) {
 }
 
 TEST(DecoderOpen, CountsSoundWhoseDecoderDoesNotOpenAsNoSound) {
-  // The number of samples in an ALAC frame, in a header that also the container's words repeat: the
-  // stream is found, its decoder refuses it.
-  std::string bytes = FileBytes(CustomClip(
-      "alac.mov", {"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25", "-f", "lavfi", "-i",
-                   "sine=frequency=440", "-t", "1", "-c:v", "mpeg4", "-c:a", "alac"}));
-  bytes.replace(bytes.find(std::string("\0\0\0$alac", 8)) + 12, 4, 4, '\xFF');
+  // The container tells of rate and channels, so that the stream is found; the decoder looks for
+  // the mark of its own header.
+  const std::string mark = "\1vorbis";
+  std::string bytes = FileBytes(
+      CustomClip("decoder_vorbis.mkv",
+                 {"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25", "-f", "lavfi", "-i",
+                  "sine=frequency=440", "-t", "1", "-c:v", "mpeg4", "-c:a", "libvorbis"}));
+  bytes.replace(bytes.find(mark), mark.size(), "\1Vorbis");
   const LogCapture log;
-  DecoderReader reader(ScratchFile("refused.mov", bytes));
+  DecoderReader reader(ScratchFile("refused.mkv", bytes));
   EXPECT_EQ(reader.InitResult(), 0);
   EXPECT_TRUE(log.Has(kLogError, kDecoderTestTag, "Failed to open audio codec"));
   EXPECT_EQ(reader.Info().has_video, 1);

@@ -3,6 +3,7 @@
 
 #include <ctime>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "codec/encoder/media_encoder_impl.h"
@@ -72,19 +73,19 @@ TEST_P(EncoderFiles, LastAsLongAsTheirPicturesLastOneIncluded) {
 }
 
 TEST_P(EncoderFiles, TakeARotationWhereTheContainerKeepsOne) {
-  for (const std::string angle : {"0", "90", "180", "270", "45"}) {
+  // ffprobe counts the other way round, from -180 to 180.
+  const std::vector<std::pair<std::string, std::string>> turns = {
+      {"0", ""}, {"90", "-90"}, {"180", "-180"}, {"270", "90"}, {"45", ""}};
+  for (const auto& [angle, shown] : turns) {
     const std::string path = Path("turn" + angle);
     MediaFormat format = encoder_test::VideoFormat(path);
     format.SetString("rotate", angle.c_str());
     Write(format, 20);
     const bool mov =
         path.find(".mp4") != std::string::npos || path.find(".mov") != std::string::npos;
-    // ffprobe counts the other way round, from -180 to 180.
-    const Values expected = !mov || angle == "0" || angle == "45" ? Values{}
-                            : angle == "90"                       ? Values{"-90"}
-                            : angle == "180"                      ? Values{"-180"}
-                                                                  : Values{"90"};
-    EXPECT_EQ(Probe(path, "v", "side_data=rotation"), expected) << path;
+    const auto fields = test_support::StreamFields(path, "v");
+    const auto field = fields.find("rotation");
+    EXPECT_EQ(field == fields.end() ? "" : field->second, mov ? shown : "") << path;
   }
 }
 
