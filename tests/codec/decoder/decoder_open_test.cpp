@@ -229,9 +229,14 @@ TEST(DecoderOpen, CountsSoundWhoseDecoderDoesNotOpenAsNoSound) {
                   "sine=frequency=440", "-t", "1", "-c:v", "mpeg4", "-c:a", "libvorbis"}));
   bytes.replace(bytes.find(mark), mark.size(), "\1Vorbis");
   const LogCapture log;
-  DecoderReader reader(ScratchFile("refused.mkv", bytes));
+  const std::string path = ScratchFile("refused.mkv", bytes);
+  DecoderReader reader(path);
   EXPECT_EQ(reader.InitResult(), 0);
-  EXPECT_TRUE(log.Has(kLogError, kDecoderTestTag, "Failed to open audio codec"));
+  // FFmpeg 7.1 forgets the channels of a stream whose decoder it could not open, and then does not
+  // count it as one.
+  EXPECT_TRUE(log.Has(kLogError, kDecoderTestTag, "Failed to open audio codec") ||
+              log.Has(kLogError, kDecoderTestTag,
+                      "Could not find audio stream in input file '" + path + "'"));
   EXPECT_EQ(reader.Info().has_video, 1);
   EXPECT_EQ(reader.Info().has_audio, 0);
   ReadFrame frame;
