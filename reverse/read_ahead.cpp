@@ -65,17 +65,16 @@ void ReadAhead::Run() {
 void ReadAhead::ReadSteps() {
   while (mReader->HasMore()) {
     Segment segment = mReader->Next();
-    const int64_t bytes = std::min(kMostBytes, mReader->SpareBytes());
     std::unique_lock<std::mutex> lock(mMutex);
     mReady.push_back(std::move(segment));
     mChanged.notify_all();
-    mChanged.wait(lock, [this, bytes] { return mIsStopping || HasRoom(bytes); });
+    mChanged.wait(lock, [this] { return mIsStopping || HasRoom(); });
     if (mIsStopping) return;
   }
 }
 
-// Whether one more step like the last one fits.
-bool ReadAhead::HasRoom(int64_t bytes) const {
+// Whether one more step like the last one fits. Asked by the thread that has the reader.
+bool ReadAhead::HasRoom() const {
   if (mReady.empty()) return true;
   int64_t taken = mReady.back().bytes;
   size_t frames = mReady.back().frames.size();
@@ -83,7 +82,8 @@ bool ReadAhead::HasRoom(int64_t bytes) const {
     taken += segment.bytes;
     frames += segment.frames.size();
   }
-  return mReady.size() < kMostSteps && frames <= kMostFrames && taken <= bytes;
+  return mReady.size() < kMostSteps && frames <= kMostFrames &&
+         taken <= std::min(kMostBytes, mReader->SpareBytes());
 }
 
 }  // namespace codec

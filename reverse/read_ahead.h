@@ -34,7 +34,7 @@ class ReadAhead {
   bool HasThread();
   void Run();
   void ReadSteps();
-  bool HasRoom(int64_t bytes) const;
+  bool HasRoom() const;
 
   SegmentReader* const mReader;
   std::thread mThread;

@@ -40,7 +40,8 @@ Segment SegmentReader::Next() {
   mCursor = std::min(from, mVideoBoundary);
   mHasRead = true;
   ChooseLength(mFrames.empty());
-  return {std::exchange(mFrames, {}), mCursor, mFilledBytes};
+  const int64_t bytes = FilledBytes();
+  return {std::exchange(mFrames, {}), mCursor, bytes};
 }
 
 SegmentReader::Reading SegmentReader::Read(double from) {
@@ -49,7 +50,6 @@ SegmentReader::Reading SegmentReader::Read(double from) {
   bool videoDone = mDecoder->Seek(from, kDecodeForward) != 0;
   bool audioDone = !mRange.hasAudio;
   mBytes = 0;
-  mFilledBytes = 0;
   while (!videoDone || !audioDone) {
     std::unique_ptr<FrameBuffer> frame = mStock->Get();
     if (mDecoder->ReceiveFrame(frame->Data(), &frame->size, &frame->type, &frame->pts) != 0) {
@@ -65,7 +65,6 @@ SegmentReader::Reading SegmentReader::Read(double from) {
       }
       if (frame->type == kAudioFrame) frame = mStock->Compact(std::move(frame));
       mBytes += frame->Length();
-      mFilledBytes += FilledBytes(*frame);
       mFrames.push_back(std::move(frame));
       if (mBytes > mRange.stepBytes || mFrames.size() > kMostFrames) return Reading::kOverBudget;
       continue;
@@ -87,8 +86,13 @@ bool SegmentReader::IsWanted(const FrameBuffer& frame) const {
 }
 
 // A picture's buffer has room for four bytes a pixel, of which most fill less than half.
-int64_t SegmentReader::FilledBytes(const FrameBuffer& frame) const {
-  return frame.type == kVideoFrame ? mDecoder->GetFrameBufferSize() : frame.Length();
+int64_t SegmentReader::FilledBytes() const {
+  const int64_t pictureBytes = mDecoder->GetFrameBufferSize();
+  int64_t bytes = 0;
+  for (const std::unique_ptr<FrameBuffer>& frame : mFrames) {
+    bytes += frame->type == kVideoFrame ? pictureBytes : frame->Length();
+  }
+  return bytes;
 }
 
 // Gives up what was read, to read a shorter part. False when there is none.

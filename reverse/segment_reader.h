@@ -59,7 +59,7 @@ class SegmentReader {
   // where the frames took too much room.
   Reading Read(double from);
   bool IsWanted(const FrameBuffer& frame) const;
-  int64_t FilledBytes(const FrameBuffer& frame) const;
+  int64_t FilledBytes() const;
   bool Shorten(Reading reading);
   void ChooseLength(bool wasEmpty);
   void MoveBoundaries();
@@ -78,7 +78,6 @@ class SegmentReader {
   std::deque<std::unique_ptr<FrameBuffer>> mFrames;  // of the current step
   double mSeconds = kUsualSeconds;                   // length of the next step
   int64_t mBytes = 0;                                // room that the frames of the last one took
-  int64_t mFilledBytes = 0;                          // what they fill of it
   int mEmptySteps = 0;                               // in a row
   bool mIsNarrowing = false;  // a part longer than a second turned out not empty
   bool mHasRead = false;      // a step is done
