@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace codec {
 
@@ -13,18 +14,27 @@ void FrameSource::BeginWalk(float seconds) {
   mWalking = true;
   mVideoDelivered = false;
   mAudioDelivered = false;
+  mRecording.DropRest();
   if (mLastNeededEvent != kNotKnown) mRecording.Truncate(mLastNeededEvent);
   mLastNeededEvent = kNotKnown;
   if (!mRecording.IsEnabled() || mSession->video == nullptr) return;
   std::vector<PacketIdentity> landing = FindLanding();
   if (mRecording.Serves(landing, seconds)) {
-    mReplaying = true;
-    mNextEvent = mRecording.FirstEvent();
-    mNextPicture = 0;
+    BeginReplay(mRecording.FirstEvent(), false);
     mRecording.Close();
+  } else if (mRecording.Continues(landing, seconds)) {
+    mRecording.BeginBeforeRest();
   } else {
     mRecording.Begin(std::move(landing));
   }
+}
+
+void FrameSource::BeginReplay(int64_t event, bool ofRest) {
+  mReplaying = true;
+  mReplaysRest = ofRest;
+  mFirstReplayed = event;
+  mNextEvent = event;
+  mNextPicture = 0;
 }
 
 void FrameSource::EndWalk() { mWalking = false; }
@@ -60,20 +70,16 @@ std::vector<PacketIdentity> FrameSource::FindLanding() {
 }
 
 FrameSource::Next FrameSource::NextFrame(AVFrame* frame) {
+  StreamDecoder* const audio = mSession->audio.get();
   bool ended = false;
   for (;;) {
-    if (!mReplaying) {
-      const Next next = LiveFrame(frame);
-      NoteDelivered(next);
-      return next;
-    }
-    const Step video = ReplayPictureStep(frame);
+    const Step video = PictureStep(frame, ended);
     if (video == Step::kFrame) {
       NoteDelivered(Next::kVideo);
       return Next::kVideo;
     }
-    StreamDecoder* const audio = mSession->audio.get();
-    if (video == Step::kDone && audio != nullptr) {
+    const bool replayedAll = mReplaying && video == Step::kDone;
+    if (replayedAll && audio != nullptr) {
       audio->Send(nullptr);
       ended = true;
     }
@@ -83,23 +89,35 @@ FrameSource::Next FrameSource::NextFrame(AVFrame* frame) {
       return Next::kAudio;
     }
     if (video == Step::kDone && sound == Step::kDone) return Next::kEnd;
-    if (video != Step::kDone && !ReplayNextEvent()) CatchUp();
+    if (!replayedAll) ended = !Advance();
   }
 }
 
-FrameSource::Next FrameSource::LiveFrame(AVFrame* frame) {
+int FrameSource::NextPicture(AVFrame* frame) {
   bool ended = false;
   for (;;) {
-    const Step video = Receive(mSession->video.get(), frame, ended);
-    if (video == Step::kFrame) {
-      mRecording.AddPicture(frame, mSession->times.VideoTime(frame));
-      return Next::kVideo;
-    }
-    const Step audio = Receive(mSession->audio.get(), frame, ended);
-    if (audio == Step::kFrame) return Next::kAudio;
-    if (video == Step::kDone && audio == Step::kDone) return Next::kEnd;
-    ended = !Feed();
+    const Step step = PictureStep(frame, ended);
+    if (step == Step::kFrame) return 0;
+    if (step == Step::kDone) return AVERROR_EOF;
+    ended = !Advance();
   }
+}
+
+FrameSource::Step FrameSource::PictureStep(AVFrame* frame, bool ended) {
+  if (mReplaying) return ReplayPictureStep(frame);
+  const Step step = Receive(mSession->video.get(), frame, ended);
+  if (step == Step::kFrame) mRecording.AddPicture(frame, mSession->times.VideoTime(frame));
+  return step;
+}
+
+// One packet further, be it read or replayed. False at the end of input.
+bool FrameSource::Advance() {
+  if (!mReplaying && mRecording.IsAtRest()) {
+    BeginReplay(mRecording.EventsMet(), true);
+  }
+  if (!mReplaying) return Feed();
+  if (!ReplayNextEvent()) CatchUp();
+  return true;
 }
 
 FrameSource::Step FrameSource::Receive(StreamDecoder* decoder, AVFrame* frame, bool ended) {
@@ -107,14 +125,15 @@ FrameSource::Step FrameSource::Receive(StreamDecoder* decoder, AVFrame* frame, b
   const int result = decoder->Receive(frame);
   if (result >= 0) return Step::kFrame;
   if (result == AVERROR_EOF) return Step::kDone;
-  // One damaged packet is not the end of the stream; but a decoder that still has nothing to give
-  // once it has been told to drain never will.
+  // One damaged packet is not the end of the stream, nor of its group, which would be left to be
+  // read as one step; but a decoder that still has nothing to give once it has been told to drain
+  // never will.
   if (result != AVERROR(EAGAIN)) LogDecodeError(decoder->Context()->codec_type, result);
   return ended ? Step::kDone : Step::kHungry;
 }
 
-// Hands the next packet to its decoder. False at the end of input, with both decoders draining;
-// telling them again is harmless.
+// Hands the next packet to its decoder; a walk leaves the sound out. False at the end of input,
+// with the decoders draining; telling them again is harmless.
 bool FrameSource::Feed() {
   AVPacket* const packet = mSession->packet.get();
   StreamDecoder* const video = mSession->video.get();
@@ -122,7 +141,7 @@ bool FrameSource::Feed() {
   if (!mSession->input.Read(packet)) {
     mRecording.AddEnd();
     if (video != nullptr) video->Send(nullptr);
-    if (audio != nullptr) audio->Send(nullptr);
+    if (audio != nullptr && !mWalking) audio->Send(nullptr);
     return false;
   }
   const ffmpeg::PacketGuard guard(packet);
@@ -145,60 +164,21 @@ void FrameSource::SendPicture(AVPacket* packet) {
 void FrameSource::SendSound(AVPacket* packet) {
   StreamDecoder* const audio = mSession->audio.get();
   mRecording.AddAudioPacket(packet);
+  if (mWalking) return;
   if (std::isfinite(mSession->soundFrom) && !audio->IsFed()) mSession->times.RestartAudio(packet);
   audio->Send(packet);
 }
 
-int FrameSource::NextPicture(AVFrame* frame) {
-  while (mReplaying) {
-    const Step step = ReplayPictureStep(frame);
-    if (step == Step::kFrame) return 0;
-    if (step == Step::kDone) return AVERROR_EOF;
-    if (!ReplayNextEvent()) CatchUp();
-  }
-  return LivePicture(frame);
-}
-
-int FrameSource::LivePicture(AVFrame* frame) {
-  bool ended = false;
-  for (;;) {
-    const int result = mSession->video->Receive(frame);
-    if (result >= 0) mRecording.AddPicture(frame, mSession->times.VideoTime(frame));
-    if (result >= 0 || result == AVERROR_EOF) return result;
-    // To give up at a damaged picture would leave the rest of its group to be read as one step.
-    if (result != AVERROR(EAGAIN)) LogDecodeError(AVMEDIA_TYPE_VIDEO, result);
-    if (ended) return AVERROR_EOF;
-    ended = !FeedPicture();
-  }
-}
-
-bool FrameSource::FeedPicture() {
-  AVPacket* const packet = mSession->packet.get();
-  StreamDecoder* const video = mSession->video.get();
-  StreamDecoder* const audio = mSession->audio.get();
-  while (mSession->input.Read(packet)) {
-    const ffmpeg::PacketGuard guard(packet);
-    if (!video->Owns(packet)) {
-      if (audio != nullptr && audio->Owns(packet)) mRecording.AddAudioPacket(packet);
-      continue;
-    }
-    SendPicture(packet);
-    return true;
-  }
-  mRecording.AddEnd();
-  video->Send(nullptr);
-  return false;
-}
-
 // The next picture of the event that was replayed last; kDone when that was the end of the input.
 FrameSource::Step FrameSource::ReplayPictureStep(AVFrame* frame) {
-  if (mNextEvent == mRecording.FirstEvent()) return Step::kHungry;
-  const RecordedEvent& event = mRecording.At(mNextEvent - 1);
+  if (mNextEvent == mFirstReplayed) return Step::kHungry;
+  const RecordedEvent& event = Replayed(mNextEvent - 1);
   // The frame may still hold a picture that there was no memory to record.
   av_frame_unref(frame);
   if (mNextPicture < event.pictures.size() &&
       mSession->input.Failure().Note(
           av_frame_ref(frame, event.pictures[mNextPicture].frame.get())) >= 0) {
+    if (mReplaysRest) mRecording.AddPicture(frame, event.pictures[mNextPicture].time);
     ++mNextPicture;
     ++mPicturesReplayed;
     return Step::kFrame;
@@ -206,10 +186,15 @@ FrameSource::Step FrameSource::ReplayPictureStep(AVFrame* frame) {
   return event.kind == RecordedEvent::Kind::kEnd ? Step::kDone : Step::kHungry;
 }
 
+const RecordedEvent& FrameSource::Replayed(int64_t event) const {
+  return mReplaysRest ? mRecording.OfRest(event) : mRecording.At(event);
+}
+
 // Reads one packet, so to say. False at the end of the recording.
 bool FrameSource::ReplayNextEvent() {
-  if (mNextEvent == mRecording.EventsEnd()) return false;
-  const RecordedEvent& event = mRecording.At(mNextEvent);
+  if (mNextEvent == (mReplaysRest ? mRecording.RestEnd() : mRecording.EventsEnd())) return false;
+  const RecordedEvent& event = Replayed(mNextEvent);
+  if (mReplaysRest) mRecording.AddAgain(event);
   ++mNextEvent;
   mNextPicture = 0;
   // On the way to its target a walk leaves the sound out.
@@ -219,14 +204,15 @@ bool FrameSource::ReplayNextEvent() {
   return true;
 }
 
-// Goes on behind the recording: the input is still at the landing, so what was replayed is read and
-// decoded over, to bring the video decoder to where it would be.
+// Goes on behind the recording: the input is still where replay began, at the landing or behind
+// what was read anew, so what was replayed is read and decoded over, to bring the video decoder to
+// where it would be.
 void FrameSource::CatchUp() {
   mReplaying = false;
   AVPacket* const packet = mSession->packet.get();
   AVFrame* const frame = mSession->spare.get();
   StreamDecoder* const video = mSession->video.get();
-  for (int64_t event = 0; event < mNextEvent;) {
+  for (int64_t event = mReplaysRest ? mFirstReplayed : 0; event < mNextEvent;) {
     if (!mSession->input.Read(packet)) {
       video->Send(nullptr);
       break;
@@ -247,7 +233,7 @@ void FrameSource::NoteDelivered(Next next) {
   if (next == Next::kVideo) mVideoDelivered = true;
   if (next == Next::kAudio || mSession->audio == nullptr) mAudioDelivered = true;
   if (!mVideoDelivered || !mAudioDelivered) return;
-  if (mReplaying) mLastNeededEvent = mNextEvent - 1;
+  if (mReplaying && !mReplaysRest) mLastNeededEvent = mNextEvent - 1;
   mRecording.Close();
 }
 

@@ -19,6 +19,8 @@ namespace codec {
 //   are those of a second reading. The demuxer stays where it landed meanwhile, so that reading can
 //   go on behind the recording's end: the events replayed are then decoded over, and their pictures
 //   dropped.
+//   Where the recording has lost the picture, the walk reads and decodes up to what is left of it,
+//   and is answered from there on.
 class FrameSource {
  public:
   enum class Next { kVideo, kAudio, kEnd };
@@ -52,15 +54,16 @@ class FrameSource {
  private:
   enum class Step { kFrame, kHungry, kDone };
 
-  Next LiveFrame(AVFrame* frame);
+  Step PictureStep(AVFrame* frame, bool ended);
+  bool Advance();
   Step Receive(StreamDecoder* decoder, AVFrame* frame, bool ended);
   bool Feed();
   void SendPicture(AVPacket* packet);
   void SendSound(AVPacket* packet);
-  int LivePicture(AVFrame* frame);
-  bool FeedPicture();
 
   std::vector<PacketIdentity> FindLanding();
+  void BeginReplay(int64_t event, bool ofRest);
+  const RecordedEvent& Replayed(int64_t event) const;
   bool ReplayNextEvent();
   bool ReplayedPicture(AVFrame* frame);
   Step ReplayPictureStep(AVFrame* frame);
@@ -71,8 +74,10 @@ class FrameSource {
 
   Recording mRecording;
   bool mReplaying = false;
-  int64_t mNextEvent = 0;   // the first event not replayed yet
-  size_t mNextPicture = 0;  // of the event before it
+  bool mReplaysRest = false;   // of an earlier walk's recording
+  int64_t mFirstReplayed = 0;  // the event that replay began at
+  int64_t mNextEvent = 0;      // the first event not replayed yet
+  size_t mNextPicture = 0;     // of the event before it
   int64_t mPicturesReplayed = 0;
 
   bool mWalking = false;  // from BeginWalk to EndWalk

@@ -24,8 +24,28 @@ void Recording::Begin(std::vector<PacketIdentity> landing) {
   mOpen = mPolicy.IsEnabled() && !mLanding.empty();
 }
 
+void Recording::BeginBeforeRest() {
+  mRest = std::exchange(mEvents, {});
+  mPolicy.SetAside();
+  mFirstOfRest = std::exchange(mFirstEvent, 0);
+  mEventsMet = 0;
+  mOpen = true;
+}
+
+void Recording::DropRest() {
+  mRest.clear();
+  mPolicy.ReleaseAside();
+}
+
 void Recording::Clear() {
-  mPolicy.Clear();
+  DropRest();
+  GiveUp();
+  mEventsMet = 0;
+}
+
+// What is recorded now, but not the rest: it may be in use.
+void Recording::GiveUp() {
+  mPolicy.RemoveNewest(mEvents.size());
   mLanding.clear();
   mEvents.clear();
   mFirstEvent = 0;
@@ -33,12 +53,13 @@ void Recording::Clear() {
 }
 
 void Recording::AddEvent(RecordedEvent::Kind kind, const AVPacket* packet) {
+  ++mEventsMet;
   if (!mOpen) return;
   RecordedEvent event;
   event.kind = kind;
   if (packet != nullptr) {
     event.packet.reset(av_packet_clone(packet));
-    if (event.packet == nullptr) return Clear();
+    if (event.packet == nullptr) return GiveUp();
   }
   mEvents.push_back(std::move(event));
   DropOldest(mPolicy.Add(packet == nullptr ? 0 : packet->size));
@@ -49,7 +70,7 @@ void Recording::AddPicture(const AVFrame* frame, double time) {
   // A time that was only estimated depends on the way here, so it would differ the second time.
   ffmpeg::UniqueFrame kept(frame->best_effort_timestamp == AV_NOPTS_VALUE ? nullptr
                                                                           : av_frame_clone(frame));
-  if (kept == nullptr) return Clear();
+  if (kept == nullptr) return GiveUp();
   mEvents.back().pictures.push_back({std::move(kept), time});
   DropOldest(mPolicy.Grow(BufferBytes(frame)));
 }
@@ -75,6 +96,16 @@ bool Recording::Serves(const std::vector<PacketIdentity>& landing, float seconds
       if (ReachesTime(picture.time, seconds)) return hasEarlier;
       hasEarlier = true;
     }
+  }
+  return false;
+}
+
+bool Recording::Continues(const std::vector<PacketIdentity>& landing, float seconds) const {
+  if (mLanding.empty() || mLanding != landing || mFirstEvent == 0) return false;
+  if (!mPolicy.FitsWhatWent()) return false;
+  if (seconds == 0) return !mEvents.empty();
+  for (const RecordedEvent& event : mEvents) {
+    if (!event.pictures.empty()) return ReachesTime(event.pictures.front().time, seconds);
   }
   return false;
 }

@@ -50,7 +50,8 @@ struct PacketIdentity {
 };
 
 // A recording grows at its end while its walk goes on, and loses its beginning where the budget
-// demands. Events keep the number that they had from the landing on.
+// demands. What it has lost has to be walked again one day; once this fits beside the rest of it,
+// the rest is kept meanwhile. Events keep the number that they had from the landing on.
 class Recording {
  public:
   explicit Recording(int64_t budget) : mPolicy(budget) {}
@@ -60,6 +61,9 @@ class Recording {
   // Forgets everything and begins at a landing: the packets that the demuxer gave first, up to the
   // first one of the video stream.
   void Begin(std::vector<PacketIdentity> landing);
+  // The same at the landing that it has, and keeps the rest.
+  void BeginBeforeRest();
+  void DropRest();
   void Clear();
 
   // False when nothing may be added: no budget, no landing, closed, or a picture without a time.
@@ -72,6 +76,8 @@ class Recording {
   void AddEnd() { AddEvent(RecordedEvent::Kind::kEnd, nullptr); }
   // A picture that came of the last event.
   void AddPicture(const AVFrame* frame, double time);
+  // An event of the rest that is met once more; its pictures are added one by one.
+  void AddAgain(const RecordedEvent& event) { AddEvent(event.kind, event.packet.get()); }
   // Gives up what comes behind this event.
   void Truncate(int64_t event);
 
@@ -79,24 +85,42 @@ class Recording {
   // picture is there, and one before it to prove that it is the first. Time 0 stands for the
   // landing itself.
   bool Serves(const std::vector<PacketIdentity>& landing, float seconds) const;
+  // Whether such a walk would come to what is recorded behind its first picture, and there is room
+  // for both. Where there is not, what is kept for this walk alone would be lost to the next ones.
+  bool Continues(const std::vector<PacketIdentity>& landing, float seconds) const;
 
   int64_t FirstEvent() const { return mFirstEvent; }
   int64_t EventsEnd() const { return mFirstEvent + static_cast<int64_t>(mEvents.size()); }
   const RecordedEvent& At(int64_t event) const {
     return mEvents[static_cast<size_t>(event - mFirstEvent)];
   }
+
+  // Events met since the landing, also those not kept.
+  int64_t EventsMet() const { return mEventsMet; }
+  // Whether the next event to come is the first one of the rest.
+  bool IsAtRest() const { return !mRest.empty() && mEventsMet == mFirstOfRest; }
+  int64_t RestEnd() const { return mFirstOfRest + static_cast<int64_t>(mRest.size()); }
+  const RecordedEvent& OfRest(int64_t event) const {
+    return mRest[static_cast<size_t>(event - mFirstOfRest)];
+  }
+
   // Bytes of the budget that no recording has needed so far.
   int64_t SpareBytes() const { return mPolicy.Spare(); }
 
  private:
   void AddEvent(RecordedEvent::Kind kind, const AVPacket* packet);
   void DropOldest(size_t count);
+  void GiveUp();
 
   ReplayPolicy mPolicy;
   std::vector<PacketIdentity> mLanding;
   std::deque<RecordedEvent> mEvents;
   int64_t mFirstEvent = 0;  // number of the front event
+  int64_t mEventsMet = 0;
   bool mOpen = false;
+
+  std::deque<RecordedEvent> mRest;
+  int64_t mFirstOfRest = 0;
 };
 
 }  // namespace codec

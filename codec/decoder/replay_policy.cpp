@@ -23,6 +23,7 @@ size_t ReplayPolicy::Fit() {
   size_t gone = 0;
   while (mBytes > mBudget && !mSizes.empty()) {
     mBytes -= mSizes.front();
+    mBytesGone += mSizes.front();
     mSizes.pop_front();
     ++gone;
   }
@@ -40,6 +41,19 @@ void ReplayPolicy::RemoveNewest(size_t count) {
 void ReplayPolicy::Clear() {
   mSizes.clear();
   mBytes = 0;
+  mBytesAside = 0;
+  mBytesGone = 0;
+}
+
+void ReplayPolicy::SetAside() {
+  mSizes.clear();
+  mBytesAside = mBytes;
+  mBytesGone = 0;
+}
+
+void ReplayPolicy::ReleaseAside() {
+  mBytes -= mBytesAside;
+  mBytesAside = 0;
 }
 
 int64_t DefaultReplayBudget() {

@@ -25,8 +25,16 @@ class ReplayPolicy {
   size_t Grow(int64_t bytes);
   // The newest `count` entries are given up.
   void RemoveNewest(size_t count);
-  // All entries are given up.
+  // All entries are given up, those set aside too.
   void Clear();
+
+  // The entries of now stay until they are released, whatever is added, and are counted with what
+  // is. Not while others are set aside.
+  void SetAside();
+  void ReleaseAside();
+
+  // Whether all entries that had to go since the last Clear would fit beside those that are left.
+  bool FitsWhatWent() const { return mBytesGone <= mBudget - mBytes; }
 
   // Of all entries that are kept.
   int64_t Bytes() const { return mBytes; }
@@ -37,7 +45,9 @@ class ReplayPolicy {
   size_t Fit();
 
   const int64_t mBudget;
-  int64_t mBytes = 0;
+  int64_t mBytes = 0;  // those set aside included
+  int64_t mBytesAside = 0;
+  int64_t mBytesGone = 0;
   int64_t mMostBytes = 0;
   std::deque<int64_t> mSizes;
 };

@@ -54,6 +54,43 @@ TEST(ReplayPolicy, CanGiveUpTheNewest) {
   EXPECT_EQ(policy.Bytes(), 0);
 }
 
+TEST(ReplayPolicy, CountsWhatIsSetAsideButKeepsIt) {
+  ReplayPolicy policy(100);
+  policy.Add(10);
+  policy.Add(20);
+  policy.SetAside();
+  EXPECT_EQ(policy.Bytes(), 30);
+  EXPECT_EQ(policy.Add(70), 0U);
+  EXPECT_EQ(policy.Add(1), 1U) << "what was set aside stays";
+  EXPECT_EQ(policy.Bytes(), 31);
+  policy.RemoveNewest(5);
+  EXPECT_EQ(policy.Bytes(), 30);
+  policy.ReleaseAside();
+  EXPECT_EQ(policy.Bytes(), 0);
+  EXPECT_EQ(policy.Add(100), 0U);
+  policy.SetAside();
+  EXPECT_EQ(policy.Add(1), 1U) << "itself, as there is no room";
+  policy.Clear();
+  EXPECT_EQ(policy.Bytes(), 0);
+  EXPECT_EQ(policy.Add(100), 0U);
+}
+
+TEST(ReplayPolicy, KnowsWhetherWhatWentWouldFitNow) {
+  ReplayPolicy policy(100);
+  EXPECT_TRUE(policy.FitsWhatWent());
+  policy.Add(30);
+  policy.Add(50);
+  policy.Add(40);
+  EXPECT_FALSE(policy.FitsWhatWent()) << "30 went, 90 are kept";
+  policy.RemoveNewest(1);
+  EXPECT_TRUE(policy.FitsWhatWent());
+  policy.Add(21);
+  EXPECT_FALSE(policy.FitsWhatWent());
+  policy.Clear();
+  policy.Add(100);
+  EXPECT_TRUE(policy.FitsWhatWent());
+}
+
 TEST(ReplayPolicy, HasToSpareWhatWasNeverNeeded) {
   ReplayPolicy policy(100);
   EXPECT_EQ(policy.Spare(), 100);
