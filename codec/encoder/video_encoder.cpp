@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <optional>
 #include <string_view>
 
 #include "base/log.h"
@@ -16,6 +17,9 @@ namespace {
 constexpr char kTag[] = "codec::FFmpegEncoderImpl";
 
 constexpr std::array<std::string_view, 3> kForeignCodecs = {"vomx", "vomx2", "h264_mediacodec"};
+
+// These copy a picture before they return. Others may look at it later.
+constexpr std::array<std::string_view, 1> kCopyingCodecs = {"libx264"};
 
 // Frames per 1000 seconds, so that 29.97 and the like stay exact.
 int FramesPerThousandSeconds(double frameRate) { return TruncateToInt(frameRate * 1000); }
@@ -71,6 +75,7 @@ int VideoEncoder::Create(const EncoderOptions& defaults) {
   log_debug(kTag, "fmt->name:%s", mFile->Format()->name);
   if (PreparePicture() != 0) return -1;
   mSendReceive = IsHardwareCodec(name);
+  mCopies = std::find(kCopyingCodecs.begin(), kCopyingCodecs.end(), name) != kCopyingCodecs.end();
   log_debug(kTag, "video stream::time_base:%d/%d, cc::time_base:%d/%d",
             mTrack.stream->time_base.num, mTrack.stream->time_base.den, mContext->time_base.num,
             mContext->time_base.den);
@@ -139,6 +144,8 @@ int VideoEncoder::Encode(const uint8_t* picture, int64_t ptsUs) {
                                           mContext->pix_fmt, mContext->width, mContext->height, 1);
   if (mFile->Remember(filled) < 0) return filled;
   ++mPicturesTaken;
+  std::optional<ffmpeg::LentBytes> lent;
+  if (mCopies) lent.emplace(mPicture.get(), picture, filled);
   const int result = mSendReceive ? EncodeSendReceive(mPicture.get()) : EncodeInOneCall();
   if (result == 0) mHasSucceeded = true;
   return result;

@@ -61,6 +61,7 @@ class VideoEncoder {
   ffmpeg::UniquePacket mPacket;
   OutputTrack mTrack;
   bool mSendReceive = false;
+  bool mCopies = false;  // the encoder copies a picture before it returns
 
   std::deque<int64_t> mStamps;  // of pictures sent whose packets have not come
   int64_t mLastFrameNumber = -1;

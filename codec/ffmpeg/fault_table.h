@@ -33,6 +33,7 @@
 #endif
 
 #define FAULT_TABLE(CALL) \
+  CALL(av_buffer_create, 5, nullptr) \
   CALL(av_dict_set, 4, AVERROR(ENOMEM)) \
   CALL(av_find_best_stream, 6, AVERROR_STREAM_NOT_FOUND) \
   CALL(av_frame_alloc, 0, nullptr) \

@@ -67,4 +67,22 @@ class FrameGuard {
   AVFrame* mFrame;
 };
 
+// Lets a frame refer to bytes of somebody else's while the scope lasts. FFmpeg then passes on the
+// frame as it is, where it would else copy it whole: only for those that have done with the bytes
+// by the end of the scope. Where there is no memory for it, the frame refers to nothing.
+class LentBytes {
+ public:
+  LentBytes(AVFrame* frame, const uint8_t* bytes, int size) : mFrame(frame) {
+    constexpr auto keep = [](void* /*opaque*/, uint8_t* /*bytes*/) {};
+    frame->buf[0] =
+        av_buffer_create(const_cast<uint8_t*>(bytes), size, keep, nullptr, AV_BUFFER_FLAG_READONLY);
+  }
+  ~LentBytes() { av_buffer_unref(&mFrame->buf[0]); }
+  LentBytes(const LentBytes&) = delete;
+  LentBytes& operator=(const LentBytes&) = delete;
+
+ private:
+  AVFrame* mFrame;
+};
+
 }  // namespace codec::ffmpeg

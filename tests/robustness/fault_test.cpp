@@ -173,6 +173,8 @@ constexpr Survivor kSurvivors[] = {
     {FaultCall::av_frame_clone, Outcome::kWhole},
     {FaultCall::av_packet_clone, Outcome::kWhole},
     {FaultCall::av_packet_alloc, Outcome::kWhole},
+    // Pictures are copied for the encoder.
+    {FaultCall::av_buffer_create, Outcome::kWhole},
     // Reading begins further ahead.
     {FaultCall::av_seek_frame, Outcome::kWhole},
     {FaultCall::avformat_seek_file, Outcome::kLessAndTold},
