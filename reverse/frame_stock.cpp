@@ -18,14 +18,18 @@ FrameStock::~FrameStock() {
 }
 
 std::unique_ptr<FrameBuffer> FrameStock::Get() {
+  std::unique_lock<std::mutex> lock(mMutex);
+  mReturned.wait(lock, [this] { return mLargeOut < mMostOut; });
   std::unique_ptr<FrameBuffer> buffer = TakeLast(&mLarge);
-  return buffer != nullptr ? std::move(buffer) : FramePool::Instance().Get(mFrameBytes);
+  if (buffer == nullptr) buffer = FramePool::Instance().Get(mFrameBytes);
+  ++mLargeOut;
+  return buffer;
 }
 
 std::unique_ptr<FrameBuffer> FrameStock::Compact(std::unique_ptr<FrameBuffer> frame) {
   const uint32_t room = (frame->size + kSmallBytes - 1) / kSmallBytes * kSmallBytes;
   if (room >= static_cast<uint32_t>(mFrameBytes)) return frame;
-  std::unique_ptr<FrameBuffer> compact = TakeLast(&mSmall);
+  std::unique_ptr<FrameBuffer> compact = TakeSmall();
   if (compact == nullptr) compact = std::make_unique<FrameBuffer>();
   if (compact->Data() == nullptr || compact->Length() < static_cast<int32_t>(room)) {
     compact->Resize(static_cast<int32_t>(room));
@@ -39,14 +43,30 @@ std::unique_ptr<FrameBuffer> FrameStock::Compact(std::unique_ptr<FrameBuffer> fr
 }
 
 void FrameStock::Put(std::unique_ptr<FrameBuffer> buffer) {
-  mLock.Lock();
-  const but::LockGuard unlock(&mLock);
-  (IsLarge(*buffer) ? mLarge : mSmall).push_back(std::move(buffer));
+  {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    const bool isLarge = IsLarge(*buffer);
+    (isLarge ? mLarge : mSmall).push_back(std::move(buffer));
+    if (!isLarge) return;
+    --mLargeOut;
+  }
+  mReturned.notify_one();
+}
+
+void FrameStock::Limit(size_t buffers) {
+  {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mMostOut = buffers;
+  }
+  mReturned.notify_one();
+}
+
+std::unique_ptr<FrameBuffer> FrameStock::TakeSmall() {
+  const std::lock_guard<std::mutex> lock(mMutex);
+  return TakeLast(&mSmall);
 }
 
 std::unique_ptr<FrameBuffer> FrameStock::TakeLast(Buffers* buffers) {
-  mLock.Lock();
-  const but::LockGuard unlock(&mLock);
   if (buffers->empty()) return nullptr;
   std::unique_ptr<FrameBuffer> buffer = std::move(buffers->back());
   buffers->pop_back();

@@ -1,11 +1,14 @@
 // The frame buffers that one job works with.
 #pragma once
 
+#include <condition_variable>
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
+#include <mutex>
 #include <vector>
 
-#include "base/lock.h"
 #include "reverse/frame_buffer.h"
 
 namespace codec {
@@ -27,24 +30,36 @@ class FrameStock {
   FrameStock(const FrameStock&) = delete;
   FrameStock& operator=(const FrameStock&) = delete;
 
-  // A buffer that any frame fits into; what it holds is not defined. Throws std::bad_alloc.
+  // A buffer that any frame fits into; what it holds is not defined. Waits while as many of these
+  // are out as may be. Throws std::bad_alloc.
   std::unique_ptr<FrameBuffer> Get();
   // The same frame in a small buffer, if it is a small frame. Throws std::bad_alloc.
   std::unique_ptr<FrameBuffer> Compact(std::unique_ptr<FrameBuffer> frame);
   void Put(std::unique_ptr<FrameBuffer> buffer);
 
+  // How many buffers that any frame fits into may be out at once.
+  void Limit(size_t buffers);
+  void LiftLimit() { Limit(kNoLimit); }
+
  private:
   using Buffers = std::vector<std::unique_ptr<FrameBuffer>>;
 
   bool IsLarge(const FrameBuffer& buffer) const { return buffer.Length() >= mFrameBytes; }
+  std::unique_ptr<FrameBuffer> TakeSmall();
   // The buffer used last, whose pages are the likeliest to be cached; null when there is none.
-  std::unique_ptr<FrameBuffer> TakeLast(Buffers* buffers);
+  // Under mMutex.
+  static std::unique_ptr<FrameBuffer> TakeLast(Buffers* buffers);
+
+  static constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
 
   const int32_t mFrameBytes;
-  but::Mutex11 mLock;
-  // Under mLock.
+  std::mutex mMutex;
+  std::condition_variable mReturned;  // or the limit was lifted
+  // Under mMutex.
   Buffers mLarge;
   Buffers mSmall;
+  size_t mLargeOut = 0;
+  size_t mMostOut = kNoLimit;
 };
 
 }  // namespace codec

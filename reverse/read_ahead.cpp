@@ -11,8 +11,6 @@ namespace {
 
 constexpr char kTag[] = "codec::Reverse";
 
-// Three seconds of pictures of 1280x720 at 30 frames a second. Larger ones are read one step ahead.
-constexpr int64_t kMostBytes = int64_t{128} << 20;
 // Small pictures take no more than this, so that the memory of a run does not hang on its length.
 constexpr size_t kMostSteps = 4;
 // However little a frame fills, it takes a page, and a mapping of the few that a process has.
@@ -27,16 +25,19 @@ ReadAhead::~ReadAhead() {
     mIsStopping = true;
   }
   mChanged.notify_all();
+  mStock->LiftLimit();
   mThread.join();
 }
 
 Segment ReadAhead::Next() {
+  mStock->LiftLimit();
   if (!HasThread()) return mReader->Next();
   std::unique_lock<std::mutex> lock(mMutex);
   mChanged.wait(lock, [this] { return !mReady.empty() || mThrown != nullptr; });
   if (mReady.empty()) std::rethrow_exception(mThrown);
   Segment segment = std::move(mReady.front());
   mReady.pop_front();
+  LimitBeside(segment);
   lock.unlock();
   mChanged.notify_all();
   return segment;
@@ -84,6 +85,16 @@ bool ReadAhead::HasRoom() const {
   }
   return mReady.size() < kMostSteps && frames <= kMostFrames &&
          taken <= std::min(kMostBytes, mReader->SpareBytes());
+}
+
+// What is read while the caller has this step takes no more than reading ahead may, and the room
+// that comes back of it.
+void ReadAhead::LimitBeside(const Segment& step) {
+  const auto pictures = std::count_if(step.frames.begin(), step.frames.end(),
+                                      [](const auto& frame) { return frame->type == kVideoFrame; });
+  if (pictures == 0) return;
+  const int64_t ahead = pictures * kMostBytes / std::max<int64_t>(step.bytes, 1);
+  mStock->Limit(static_cast<size_t>(pictures + ahead + 1));
 }
 
 }  // namespace codec

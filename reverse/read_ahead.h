@@ -15,19 +15,25 @@ namespace codec {
 // Steps take unlike time to read: where a group of pictures begins all of it is decoded at once,
 // and the steps behind are answered from what was kept of it. Several steps in stock let writing go
 // on meanwhile. One is always read ahead, more only as far as their frames take little memory that
-// the decoder has no use for.
+// the decoder has no use for. Of a step of large pictures, a part waits until buffers of the
+// one that the caller has come back.
 //
 // The reader, and with it the decoder, belongs to a thread of its own from the first call of Next
 // to the end of the last step; where the host gives none, to the caller. Used by one thread.
 class ReadAhead {
  public:
-  explicit ReadAhead(SegmentReader* reader) : mReader(reader) {}
+  // Three seconds of pictures of 1280x720 at 30 frames a second. Larger ones are read one step
+  // ahead.
+  static constexpr int64_t kMostBytes = int64_t{128} << 20;
+
+  ReadAhead(SegmentReader* reader, FrameStock* stock) : mReader(reader), mStock(stock) {}
   // Waits for a step that is being read.
   ~ReadAhead();
   ReadAhead(const ReadAhead&) = delete;
   ReadAhead& operator=(const ReadAhead&) = delete;
 
-  // The next step. Only while the caller has not got the last one. Throws what reading it threw.
+  // The next step, when the caller has no frame of another one. Only while the caller has not got
+  // the last one. Throws what reading it threw.
   Segment Next();
 
  private:
@@ -35,8 +41,10 @@ class ReadAhead {
   void Run();
   void ReadSteps();
   bool HasRoom() const;
+  void LimitBeside(const Segment& step);
 
   SegmentReader* const mReader;
+  FrameStock* const mStock;
   std::thread mThread;
 
   std::mutex mMutex;

@@ -17,7 +17,7 @@ ReverseLoop::ReverseLoop(FFmpegDecoder* decoder, MediaWriter* writer, const Reve
       mRange(range),
       mStock(range.bufferSize),
       mReader(decoder, &mStock, range),
-      mAhead(&mReader),
+      mAhead(&mReader, &mStock),
       mCursor(range.end) {}
 
 int ReverseLoop::Step() {

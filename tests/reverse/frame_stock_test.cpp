@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <mutex>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -79,6 +82,50 @@ TEST(FrameStock, GivesItsBuffersBackToThePool) {
   bool found = false;
   for (int i = 0; i < 12; ++i) found = found || FramePool::Instance().Get(1)->pts == kMark;
   EXPECT_TRUE(found);
+}
+
+TEST(FrameStock, WaitsForABufferWhereEnoughAreOut) {
+  constexpr int kMostOut = 3;
+  FrameStock stock(kFrameBytes);
+  stock.Limit(kMostOut);
+  std::mutex mutex;
+  std::vector<std::unique_ptr<FrameBuffer>> out;
+  size_t most = 0;
+  std::atomic<bool> done{false};
+  std::thread taker([&] {
+    for (int i = 0; i < 1000; ++i) {
+      std::unique_ptr<FrameBuffer> buffer = stock.Get();
+      // Sound leaves its large buffer to the next frame.
+      stock.Put(stock.Compact(Sound(&stock, 64, 1)));
+      const std::lock_guard<std::mutex> lock(mutex);
+      out.push_back(std::move(buffer));
+      most = std::max(most, out.size());
+    }
+    done = true;
+  });
+  while (!done) {
+    std::unique_ptr<FrameBuffer> buffer;
+    {
+      const std::lock_guard<std::mutex> lock(mutex);
+      if (out.empty()) continue;
+      buffer = std::move(out.back());
+      out.pop_back();
+    }
+    stock.Put(std::move(buffer));
+  }
+  taker.join();
+  EXPECT_LE(most, size_t{kMostOut});
+}
+
+TEST(FrameStock, GoesOnWhereTheLimitIsLifted) {
+  FrameStock stock(kFrameBytes);
+  stock.Limit(1);
+  std::unique_ptr<FrameBuffer> first = stock.Get();
+  std::unique_ptr<FrameBuffer> second;
+  std::thread taker([&] { second = stock.Get(); });
+  stock.LiftLimit();
+  taker.join();
+  EXPECT_NE(second, nullptr);
 }
 
 TEST(FrameStock, ServesSeveralThreads) {

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
+#include <utility>
 
 #include "tests/support/log_capture.h"
 #include "tests/support/no_threads.h"
@@ -73,16 +75,21 @@ ReverseRange Range(double end) {
   return range;
 }
 
+// As a step that is written does it, one by one.
+void PutBack(Segment step, FrameStock* stock) {
+  for (std::unique_ptr<FrameBuffer>& frame : step.frames) stock->Put(std::move(frame));
+}
+
 // How many steps are begun behind those that were taken: at least `expected` each time, and the
 // most that it ever was. A reader that goes too far has every step to be seen at it.
 int MostAhead(CountingDecoder* decoder, int expected) {
   const int steps = std::max(10, 1000 / decoder->picturesInAStep);
   FrameStock stock(4 * kPictureBytes);
   SegmentReader reader(decoder, &stock, Range(steps));
-  ReadAhead ahead(&reader);
+  ReadAhead ahead(&reader, &stock);
   int most = 0;
   for (int taken = 1; taken <= steps; ++taken) {
-    ahead.Next();
+    PutBack(ahead.Next(), &stock);
     EXPECT_TRUE(decoder->Reaches(std::min(taken + expected, steps)));
     most = std::max(most, decoder->Seeks() - taken);
   }
@@ -119,7 +126,7 @@ TEST(ReadAhead, GivesEveryStepInTurn) {
   CountingDecoder decoder(3 * kStepBytes);
   FrameStock stock(4 * kPictureBytes);
   SegmentReader reader(&decoder, &stock, Range(9));
-  ReadAhead ahead(&reader);
+  ReadAhead ahead(&reader, &stock);
   for (int step = 8; step >= 0; --step) {
     const Segment segment = ahead.Next();
     EXPECT_EQ(segment.cursor, step);
@@ -134,7 +141,7 @@ TEST(ReadAhead, ThrowsWhatReadingThrewBehindTheStepsThatWereRead) {
   decoder.failingSeek = 3;
   FrameStock stock(4 * kPictureBytes);
   SegmentReader reader(&decoder, &stock, Range(9));
-  ReadAhead ahead(&reader);
+  ReadAhead ahead(&reader, &stock);
   EXPECT_EQ(ahead.Next().cursor, 8);
   EXPECT_EQ(ahead.Next().cursor, 7);
   EXPECT_THROW(ahead.Next(), std::runtime_error);
@@ -147,7 +154,7 @@ TEST(ReadAhead, ReadsInTurnWithoutAThread) {
   SegmentReader reader(&decoder, &stock, Range(9));
   const test_support::LogCapture log;
   const test_support::NoThreads none;
-  ReadAhead ahead(&reader);
+  ReadAhead ahead(&reader, &stock);
   EXPECT_EQ(ahead.Next().cursor, 8);
   EXPECT_EQ(decoder.Seeks(), 1);
   EXPECT_EQ(ahead.Next().cursor, 7);

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstring>
+#include <thread>
 #include <vector>
 
 #include "tests/support/log_capture.h"
@@ -357,6 +360,56 @@ TEST(ReverseLoop, TakesAStepInPartsWhenItsFramesTakeTooMuchRoom) {
   RunAll(&small);
   EXPECT_EQ(atOnce.Stamps(kVideoFrame), inParts.Stamps(kVideoFrame));
   EXPECT_GT(narrow.seeks.size(), 4 * wide.seeks.size());
+}
+
+// Counts the pictures that were given out and not yet written, a few that nobody wants among them.
+class LargePictures : public FakeDecoder {
+ public:
+  using FakeDecoder::FakeDecoder;
+
+  int ReceiveFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) override {
+    const int result = FakeDecoder::ReceiveFrame(buffer, size, type, pts);
+    if (result == 0) most = std::max<int>(most, ++out);
+    return result;
+  }
+  int GetFrameBufferSize() override { return 64 << 20; }
+
+  std::atomic<int> out{0};
+  int most = 0;
+};
+
+class SlowWriter : public FakeWriter {
+ public:
+  SlowWriter(LargePictures* decoder, int awaited) : mDecoder(decoder), mAwaited(awaited) {}
+
+  // Gives the reader the time to go too far. It stops where it has enough, at the latest at the
+  // end.
+  void WriteFrame(int type, uint8_t* data, uint32_t size, int64_t pts) override {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
+    while (std::chrono::steady_clock::now() < deadline && mDecoder->out < mAwaited) {
+      std::this_thread::yield();
+    }
+    FakeWriter::WriteFrame(type, data, size, pts);
+    --mDecoder->out;
+  }
+
+ private:
+  LargePictures* const mDecoder;
+  const int mAwaited;
+};
+
+TEST(ReverseLoop, ReadsLargePicturesNoFurtherAheadThanThereIsRoom) {
+  constexpr int kSteps = 4;
+  constexpr int kPicturesInAStep = 10;
+  // One more is in hand, and one in each step is not wanted.
+  const int kMost = kPicturesInAStep + static_cast<int>(ReadAhead::kMostBytes >> 26) + 1 + kSteps;
+  LargePictures decoder(Video(kSteps, kPicturesInAStep));
+  SlowWriter writer(&decoder, 2 * kPicturesInAStep);
+  ReverseLoop loop(&decoder, &writer, Range(0, kSteps));
+  RunAll(&loop);
+  EXPECT_EQ(writer.frames.size(), size_t{kSteps * kPicturesInAStep});
+  EXPECT_GT(decoder.most, kPicturesInAStep) << "it does not read ahead";
+  EXPECT_LE(decoder.most, kMost);
 }
 
 TEST(ReverseLoop, GivesUpFramesThatShareOneTimeAndTakeTooMuchRoom) {
