@@ -4,6 +4,8 @@
 #include <limits>
 #include <utility>
 
+#include "codec/decoder/fresh_start.h"
+
 namespace codec {
 
 FrameSource::FrameSource(DecodeSession* session, int64_t replayBudget)
@@ -18,14 +20,17 @@ void FrameSource::BeginWalk(float seconds) {
   if (mLastNeededEvent != kNotKnown) mRecording.Truncate(mLastNeededEvent);
   mLastNeededEvent = kNotKnown;
   if (!mRecording.IsEnabled() || mSession->video == nullptr) return;
-  std::vector<PacketIdentity> landing = FindLanding();
+  bool startsAfresh = false;
+  std::vector<PacketIdentity> landing = FindLanding(&startsAfresh);
   if (mRecording.Serves(landing, seconds)) {
     BeginReplay(mRecording.FirstEvent(), false);
     mRecording.Close();
   } else if (mRecording.Continues(landing, seconds)) {
     mRecording.BeginBeforeRest();
+  } else if (mRecording.IsGroup()) {
+    mRecording.BeginBeforeGroup(std::move(landing), startsAfresh);
   } else {
-    mRecording.Begin(std::move(landing));
+    mRecording.Begin(std::move(landing), startsAfresh);
   }
 }
 
@@ -35,6 +40,15 @@ void FrameSource::BeginReplay(int64_t event, bool ofRest) {
   mFirstReplayed = event;
   mNextEvent = event;
   mNextPicture = 0;
+  mFirstUnread = ofRest ? event : 0;
+  if (ofRest) mRecording.UseRest();
+}
+
+// From a picture that has just been decoded on. The event that it came of has been read.
+void FrameSource::BeginReplayOfGroup() {
+  BeginReplay(mRecording.EventMet(), true);
+  mNextPicture = mRecording.PicturesMet();
+  mFirstUnread = ++mNextEvent;
 }
 
 void FrameSource::EndWalk() { mWalking = false; }
@@ -51,7 +65,7 @@ void FrameSource::Forget() {
 }
 
 // Looks at the packets that come next and puts them back. Empty when no picture is near.
-std::vector<PacketIdentity> FrameSource::FindLanding() {
+std::vector<PacketIdentity> FrameSource::FindLanding(bool* startsAfresh) {
   constexpr size_t kMostPackets = 256;
   std::vector<PacketIdentity> landing;
   std::vector<ffmpeg::UniquePacket> packets;
@@ -62,6 +76,8 @@ std::vector<PacketIdentity> FrameSource::FindLanding() {
     found = mSession->video->Owns(packet.get());
     const bool isPassedOver = found && mSession->video->PassesOver(packet.get());
     landing.push_back(PacketIdentity::Of(packet.get(), isPassedOver));
+    *startsAfresh =
+        found && !isPassedOver && StartsAfresh(*mSession->video->Stream()->codecpar, *packet);
     packets.push_back(std::move(packet));
   }
   mSession->input.PutBack(std::move(packets));
@@ -106,7 +122,9 @@ int FrameSource::NextPicture(AVFrame* frame) {
 FrameSource::Step FrameSource::PictureStep(AVFrame* frame, bool ended) {
   if (mReplaying) return ReplayPictureStep(frame);
   const Step step = Receive(mSession->video.get(), frame, ended);
-  if (step == Step::kFrame) mRecording.AddPicture(frame, mSession->times.VideoTime(frame));
+  if (step != Step::kFrame) return step;
+  mRecording.AddPicture(frame, mSession->times.VideoTime(frame));
+  if (mRecording.MeetsRest(frame, mSession->audio != nullptr)) BeginReplayOfGroup();
   return step;
 }
 
@@ -155,7 +173,7 @@ bool FrameSource::Feed() {
 
 void FrameSource::SendPicture(AVPacket* packet) {
   StreamDecoder* const video = mSession->video.get();
-  mRecording.AddVideoPacket();
+  mRecording.AddVideoPacket(packet);
   const bool awaited = video->IsAwaitingKey();
   video->Send(packet);
   if (awaited && !video->IsAwaitingKey()) mSession->times.RestartVideo(packet);
@@ -212,7 +230,7 @@ void FrameSource::CatchUp() {
   AVPacket* const packet = mSession->packet.get();
   AVFrame* const frame = mSession->spare.get();
   StreamDecoder* const video = mSession->video.get();
-  for (int64_t event = mReplaysRest ? mFirstReplayed : 0; event < mNextEvent;) {
+  for (int64_t event = mFirstUnread; event < mNextEvent;) {
     if (!mSession->input.Read(packet)) {
       video->Send(nullptr);
       break;

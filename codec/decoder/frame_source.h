@@ -20,7 +20,8 @@ namespace codec {
 //   go on behind the recording's end: the events replayed are then decoded over, and their pictures
 //   dropped.
 //   Where the recording has lost the picture, the walk reads and decodes up to what is left of it,
-//   and is answered from there on.
+//   and is answered from there on. The same where it comes to a later group of pictures that an
+//   earlier walk began with.
 class FrameSource {
  public:
   enum class Next { kVideo, kAudio, kEnd };
@@ -61,8 +62,9 @@ class FrameSource {
   void SendPicture(AVPacket* packet);
   void SendSound(AVPacket* packet);
 
-  std::vector<PacketIdentity> FindLanding();
+  std::vector<PacketIdentity> FindLanding(bool* startsAfresh);
   void BeginReplay(int64_t event, bool ofRest);
+  void BeginReplayOfGroup();
   const RecordedEvent& Replayed(int64_t event) const;
   bool ReplayNextEvent();
   bool ReplayedPicture(AVFrame* frame);
@@ -76,6 +78,7 @@ class FrameSource {
   bool mReplaying = false;
   bool mReplaysRest = false;   // of an earlier walk's recording
   int64_t mFirstReplayed = 0;  // the event that replay began at
+  int64_t mFirstUnread = 0;    // that the input gives next, not the recording
   int64_t mNextEvent = 0;      // the first event not replayed yet
   size_t mNextPicture = 0;     // of the event before it
   int64_t mPicturesReplayed = 0;

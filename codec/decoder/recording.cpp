@@ -1,6 +1,8 @@
 #include "codec/decoder/recording.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <utility>
 
 #include "codec/decoder/frame_times.h"
@@ -16,20 +18,64 @@ int64_t BufferBytes(const AVFrame* frame) {
   return bytes;
 }
 
+bool IsIntact(const AVFrame* frame) {
+  return frame->decode_error_flags == 0 && (frame->flags & AV_FRAME_FLAG_CORRUPT) == 0;
+}
+
+// Whether two pictures have the same stamp and the same samples.
+bool IsSamePicture(const AVFrame* a, const AVFrame* b) {
+  if (a->best_effort_timestamp != b->best_effort_timestamp || a->format != b->format ||
+      a->width != b->width || a->height != b->height) {
+    return false;
+  }
+  const auto format = static_cast<AVPixelFormat>(a->format);
+  const AVPixFmtDescriptor* const descriptor = av_pix_fmt_desc_get(format);
+  for (int plane = 0; plane < av_pix_fmt_count_planes(format); ++plane) {
+    const bool isChroma = plane == 1 || plane == 2;
+    const int rows = isChroma ? AV_CEIL_RSHIFT(a->height, descriptor->log2_chroma_h) : a->height;
+    const int bytes = av_image_get_linesize(format, a->width, plane);
+    for (int row = 0; row < rows; ++row) {
+      if (std::memcmp(a->data[plane] + std::ptrdiff_t{row} * a->linesize[plane],
+                      b->data[plane] + std::ptrdiff_t{row} * b->linesize[plane],
+                      static_cast<size_t>(std::max(bytes, 0))) != 0) {
+        return false;
+      }
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
-void Recording::Begin(std::vector<PacketIdentity> landing) {
+void Recording::Begin(std::vector<PacketIdentity> landing, bool startsAfresh) {
   Clear();
   mLanding = std::move(landing);
+  mStartsAfresh = startsAfresh;
   mOpen = mPolicy.IsEnabled() && !mLanding.empty();
 }
 
+void Recording::BeginBeforeGroup(std::vector<PacketIdentity> landing, bool startsAfresh) {
+  SetRestAside(true);
+  mLanding = std::move(landing);
+  mStartsAfresh = startsAfresh;
+  mOpen = !mLanding.empty();
+}
+
 void Recording::BeginBeforeRest() {
+  SetRestAside(false);
+  mOpen = true;
+}
+
+void Recording::SetRestAside(bool isGroup) {
   mRest = std::exchange(mEvents, {});
   mPolicy.SetAside();
   mFirstOfRest = std::exchange(mFirstEvent, 0);
   mEventsMet = 0;
-  mOpen = true;
+  mRestIsGroup = isGroup;
+  mRestIsUsed = false;
+  mMatched = 0;
+  mPicturesMatched = 0;
+  mSoundMatched = false;
 }
 
 void Recording::DropRest() {
@@ -52,11 +98,22 @@ void Recording::GiveUp() {
   mOpen = false;
 }
 
-void Recording::AddEvent(RecordedEvent::Kind kind, const AVPacket* packet) {
+void Recording::AddVideoPacket(const AVPacket* packet) {
+  AddEvent(RecordedEvent::Kind::kVideo, PacketIdentity::Of(packet, false), nullptr);
+}
+
+void Recording::AddAudioPacket(const AVPacket* packet) {
+  AddEvent(RecordedEvent::Kind::kAudio, PacketIdentity::Of(packet, false), packet);
+}
+
+void Recording::AddEvent(RecordedEvent::Kind kind, const PacketIdentity& identity,
+                         const AVPacket* packet) {
   ++mEventsMet;
+  if (mRestIsGroup && !mRestIsUsed && !mRest.empty()) FollowRest(kind, identity);
   if (!mOpen) return;
   RecordedEvent event;
   event.kind = kind;
+  event.identity = identity;
   if (packet != nullptr) {
     event.packet.reset(av_packet_clone(packet));
     if (event.packet == nullptr) return GiveUp();
@@ -71,8 +128,11 @@ void Recording::AddPicture(const AVFrame* frame, double time) {
   ffmpeg::UniqueFrame kept(frame->best_effort_timestamp == AV_NOPTS_VALUE ? nullptr
                                                                           : av_frame_clone(frame));
   if (kept == nullptr) return GiveUp();
+  const int64_t bytes = BufferBytes(frame);
+  // What is recorded now serves more steps than one.
+  if (mRestIsGroup && !mRestIsUsed && !mPolicy.Fits(bytes)) DropRest();
   mEvents.back().pictures.push_back({std::move(kept), time});
-  DropOldest(mPolicy.Grow(BufferBytes(frame)));
+  DropOldest(mPolicy.Grow(bytes));
 }
 
 void Recording::DropOldest(size_t count) {
@@ -108,6 +168,51 @@ bool Recording::Continues(const std::vector<PacketIdentity>& landing, float seco
     if (!event.pictures.empty()) return ReachesTime(event.pictures.front().time, seconds);
   }
   return false;
+}
+
+bool Recording::IsGroup() const {
+  if (!mStartsAfresh || mLanding.empty() || mFirstEvent != 0) return false;
+  const int64_t first = mLanding.back().pts;
+  return first != AV_NOPTS_VALUE &&
+         std::all_of(mEvents.begin(), mEvents.end(), [first](const RecordedEvent& event) {
+           const bool leads =
+               event.kind == RecordedEvent::Kind::kVideo && event.identity.pts < first;
+           return !leads && std::all_of(event.pictures.begin(), event.pictures.end(),
+                                        [](const auto& p) { return IsIntact(p.frame.get()); });
+         });
+}
+
+// The event that has just been met, against the one that came next when the group was recorded.
+void Recording::FollowRest(RecordedEvent::Kind kind, const PacketIdentity& identity) {
+  const auto isMet = [&](const RecordedEvent& event) {
+    return event.kind == kind && event.identity.IsSamePacket(identity);
+  };
+  mPicturesMatched = 0;
+  if (mMatched == 0) {
+    const auto start = std::find_if(mRest.begin(), mRest.end(), [](const RecordedEvent& event) {
+      return event.kind == RecordedEvent::Kind::kVideo;
+    });
+    if (start != mRest.end() && isMet(*start)) mMatched = start - mRest.begin() + 1;
+    return;
+  }
+  if (mMatched == RestEnd() || !isMet(OfRest(mMatched))) return DropRest();
+  ++mMatched;
+  mSoundMatched = mSoundMatched || kind == RecordedEvent::Kind::kAudio;
+}
+
+bool Recording::MeetsRest(const AVFrame* frame, bool hasSound) {
+  if (!mRestIsGroup || mRestIsUsed || mRest.empty() || mMatched == 0) return false;
+  const std::vector<RecordedEvent::Picture>& pictures = OfRest(EventMet()).pictures;
+  // The last pictures of the group before.
+  if (pictures.empty()) return false;
+  if (mPicturesMatched == pictures.size() ||
+      !IsSamePicture(frame, pictures[mPicturesMatched].frame.get())) {
+    DropRest();
+    return false;
+  }
+  ++mPicturesMatched;
+  // Streams may have been read to different places before the start of the group.
+  return mSoundMatched || !hasSound;
 }
 
 }  // namespace codec

@@ -11,6 +11,30 @@
 
 namespace codec {
 
+// Tells packets of one input apart.
+struct PacketIdentity {
+  int stream;
+  int size;
+  int64_t pts;
+  int64_t dts;
+  int64_t position;
+  bool isPassedOver;  // from the start of the input the decoder takes what it passes over elsewhere
+
+  static PacketIdentity Of(const AVPacket* packet, bool isPassedOver) {
+    return {packet->stream_index, packet->size, packet->pts,
+            packet->dts,          packet->pos,  isPassedOver};
+  }
+  // The stamps of decoding may be made up, and begin anew at each landing.
+  bool IsSamePacket(const PacketIdentity& other) const {
+    return stream == other.stream && size == other.size && pts == other.pts &&
+           position == other.position;
+  }
+  friend bool operator==(const PacketIdentity& a, const PacketIdentity& b) {
+    return a.stream == b.stream && a.size == b.size && a.pts == b.pts && a.dts == b.dts &&
+           a.position == b.position && a.isPassedOver == b.isPassedOver;
+  }
+};
+
 // One packet and what came of it.
 struct RecordedEvent {
   enum class Kind {
@@ -26,32 +50,20 @@ struct RecordedEvent {
   };
 
   Kind kind = Kind::kVideo;
+  PacketIdentity identity{};
   ffmpeg::UniquePacket packet;
   std::vector<Picture> pictures;  // that the decoder gave out before the next packet was sent
-};
-
-// Tells packets of one input apart.
-struct PacketIdentity {
-  int stream;
-  int size;
-  int64_t pts;
-  int64_t dts;
-  int64_t position;
-  bool isPassedOver;  // from the start of the input the decoder takes what it passes over elsewhere
-
-  static PacketIdentity Of(const AVPacket* packet, bool isPassedOver) {
-    return {packet->stream_index, packet->size, packet->pts,
-            packet->dts,          packet->pos,  isPassedOver};
-  }
-  friend bool operator==(const PacketIdentity& a, const PacketIdentity& b) {
-    return a.stream == b.stream && a.size == b.size && a.pts == b.pts && a.dts == b.dts &&
-           a.position == b.position && a.isPassedOver == b.isPassedOver;
-  }
 };
 
 // A recording grows at its end while its walk goes on, and loses its beginning where the budget
 // demands. What it has lost has to be walked again one day; once this fits beside the rest of it,
 // the rest is kept meanwhile. Events keep the number that they had from the landing on.
+//
+// Where a step begins behind the start of a group of pictures, the next one walks through the group
+// before and wants what lies between. If the group leans on nothing before it, its recording is
+// kept as a rest too. It serves once the new walk has met the same packets from the group's start
+// on, and then a picture that came of the same packet: so far its decoder is behind by the same
+// number.
 class Recording {
  public:
   explicit Recording(int64_t budget) : mPolicy(budget) {}
@@ -60,7 +72,10 @@ class Recording {
 
   // Forgets everything and begins at a landing: the packets that the demuxer gave first, up to the
   // first one of the video stream.
-  void Begin(std::vector<PacketIdentity> landing);
+  // `startsAfresh`: see there, of the first packet of the video stream.
+  void Begin(std::vector<PacketIdentity> landing, bool startsAfresh);
+  // The same, and keeps what there is as the rest.
+  void BeginBeforeGroup(std::vector<PacketIdentity> landing, bool startsAfresh);
   // The same at the landing that it has, and keeps the rest.
   void BeginBeforeRest();
   void DropRest();
@@ -71,13 +86,15 @@ class Recording {
   // Nothing more is added.
   void Close() { mOpen = false; }
 
-  void AddVideoPacket() { AddEvent(RecordedEvent::Kind::kVideo, nullptr); }
-  void AddAudioPacket(const AVPacket* packet) { AddEvent(RecordedEvent::Kind::kAudio, packet); }
-  void AddEnd() { AddEvent(RecordedEvent::Kind::kEnd, nullptr); }
+  void AddVideoPacket(const AVPacket* packet);
+  void AddAudioPacket(const AVPacket* packet);
+  void AddEnd() { AddEvent(RecordedEvent::Kind::kEnd, {}, nullptr); }
   // A picture that came of the last event.
   void AddPicture(const AVFrame* frame, double time);
   // An event of the rest that is met once more; its pictures are added one by one.
-  void AddAgain(const RecordedEvent& event) { AddEvent(event.kind, event.packet.get()); }
+  void AddAgain(const RecordedEvent& event) {
+    AddEvent(event.kind, event.identity, event.packet.get());
+  }
   // Gives up what comes behind this event.
   void Truncate(int64_t event);
 
@@ -88,6 +105,8 @@ class Recording {
   // Whether such a walk would come to what is recorded behind its first picture, and there is room
   // for both. Where there is not, what is kept for this walk alone would be lost to the next ones.
   bool Continues(const std::vector<PacketIdentity>& landing, float seconds) const;
+  // Whether a walk from further back may come to it, see above.
+  bool IsGroup() const;
 
   int64_t FirstEvent() const { return mFirstEvent; }
   int64_t EventsEnd() const { return mFirstEvent + static_cast<int64_t>(mEvents.size()); }
@@ -98,7 +117,15 @@ class Recording {
   // Events met since the landing, also those not kept.
   int64_t EventsMet() const { return mEventsMet; }
   // Whether the next event to come is the first one of the rest.
-  bool IsAtRest() const { return !mRest.empty() && mEventsMet == mFirstOfRest; }
+  bool IsAtRest() const { return !mRest.empty() && !mRestIsGroup && mEventsMet == mFirstOfRest; }
+  // Whether this picture, which came of the last event, is where a group before which the walk
+  // began serves from.
+  bool MeetsRest(const AVFrame* frame, bool hasSound);
+  // The event of the rest that the last one was, and how many of its pictures have come.
+  int64_t EventMet() const { return mMatched - 1; }
+  size_t PicturesMet() const { return mPicturesMatched; }
+  // The rest is being replayed: it stays as it is.
+  void UseRest() { mRestIsUsed = true; }
   int64_t RestEnd() const { return mFirstOfRest + static_cast<int64_t>(mRest.size()); }
   const RecordedEvent& OfRest(int64_t event) const {
     return mRest[static_cast<size_t>(event - mFirstOfRest)];
@@ -108,7 +135,9 @@ class Recording {
   int64_t SpareBytes() const { return mPolicy.Spare(); }
 
  private:
-  void AddEvent(RecordedEvent::Kind kind, const AVPacket* packet);
+  void AddEvent(RecordedEvent::Kind kind, const PacketIdentity& identity, const AVPacket* packet);
+  void FollowRest(RecordedEvent::Kind kind, const PacketIdentity& identity);
+  void SetRestAside(bool isGroup);
   void DropOldest(size_t count);
   void GiveUp();
 
@@ -118,9 +147,16 @@ class Recording {
   int64_t mFirstEvent = 0;  // number of the front event
   int64_t mEventsMet = 0;
   bool mOpen = false;
+  bool mStartsAfresh = false;
 
   std::deque<RecordedEvent> mRest;
   int64_t mFirstOfRest = 0;
+  bool mRestIsGroup = false;  // of a later landing
+  bool mRestIsUsed = false;
+  // Of a group that the walk comes to:
+  int64_t mMatched = 0;         // events met since its start; 0 before
+  size_t mPicturesMatched = 0;  // of the last one
+  bool mSoundMatched = false;
 };
 
 }  // namespace codec

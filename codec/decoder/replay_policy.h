@@ -33,6 +33,8 @@ class ReplayPolicy {
   void SetAside();
   void ReleaseAside();
 
+  // Whether so many bytes more fit without any entry's going.
+  bool Fits(int64_t bytes) const { return bytes <= mBudget - mBytes; }
   // Whether all entries that had to go since the last Clear would fit beside those that are left.
   bool FitsWhatWent() const { return mBytesGone <= mBudget - mBytes; }
 

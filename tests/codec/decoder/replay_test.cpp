@@ -7,6 +7,8 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
@@ -187,6 +189,69 @@ TEST(Replay, DecodesOnlyWhatWasLostASecondTime) {
   reader.WalkBackwards();
   // 300 and a few, where all of the last step would be 25 more.
   EXPECT_LT(reader.Decoder().Counters().videoFramesDecoded, 320);
+}
+
+// Clips whose groups of pictures begin between the seconds at which steps begin.
+struct GroupsClip {
+  const char* file;
+  const char* coding;
+  bool isAnswered;  // from the group behind: it is certain that it leans on nothing before
+};
+constexpr GroupsClip kGroupsClips[] = {
+    {"groups_h264.mkv", "-c:v libx264 -preset veryfast -g 35 -bf 2 -sc_threshold 0 -c:a aac", true},
+    {"groups_open_h264.mp4",
+     "-c:v libx264 -preset veryfast -g 35 -bf 3 -sc_threshold 0 -x264-params open-gop=1 -c:a aac",
+     false},
+    {"groups_hevc.mkv",
+     "-c:v libx265 -preset ultrafast -x265-params "
+     "log-level=error:keyint=35:min-keyint=35:scenecut=0:open-gop=0 -c:a aac",
+     true},
+    {"groups_open_hevc.mp4",
+     "-c:v libx265 -preset ultrafast -x265-params "
+     "log-level=error:keyint=35:min-keyint=35:scenecut=0:bframes=3:open-gop=1 -c:a aac",
+     false},
+    {"groups_vp9.webm", "-c:v libvpx-vp9 -deadline realtime -cpu-used 8 -b:v 1M -g 35 -c:a libopus",
+     true},
+    {"groups_mpeg2.ts", "-c:v mpeg2video -q:v 4 -g 17 -bf 2 -c:a mp2", false},
+    {"groups_mpeg4.avi", "-c:v mpeg4 -q:v 4 -g 35 -bf 2 -c:a libmp3lame", false},
+    {"groups_mjpeg.mov", "-c:v mjpeg -q:v 5 -pix_fmt yuvj420p -c:a aac", true},
+};
+
+std::string MakeGroupsClip(const GroupsClip& clip) {
+  std::vector<std::string> words = {"-f", "lavfi", "-i", test_support::SceneFilter(320, 180, "25"),
+                                    "-f", "lavfi", "-i", test_support::SweepFilter(48000, "stereo"),
+                                    "-t", "7"};
+  std::istringstream coding(clip.coding);
+  for (std::string word; coding >> word;) words.push_back(word);
+  return test_support::CustomClip(clip.file, words);
+}
+
+TEST(Replay, GivesTheFramesOfASecondReadingOfEachGroup) {
+  for (const GroupsClip& clip : kGroupsClips) {
+    const std::string path = MakeGroupsClip(clip);
+    for (const int threads : {1, 2}) {
+      const std::vector<SeenFrame> expected = Reader(path, threads, 0).WalkBackwards();
+      ASSERT_GT(expected.size(), 175U) << clip.file;
+      for (const int64_t budget : {kDozenPictures, kUnlimited}) {
+        Reader reader(path, threads, budget);
+        EXPECT_TRUE(reader.WalkBackwards() == expected)
+            << clip.file << ", " << threads << " threads, budget " << budget;
+      }
+    }
+  }
+}
+
+TEST(Replay, AnswersFromTheGroupBehindWhereItLeansOnNothingBeforeIt) {
+  for (const GroupsClip& clip : kGroupsClips) {
+    Reader reader(MakeGroupsClip(clip), 2, kUnlimited);
+    reader.WalkBackwards();
+    const int64_t decoded = reader.Decoder().Counters().videoFramesDecoded;
+    // 175 pictures, and some from the first of a group until it is known to be the same one; 230
+    // and more without.
+    if (clip.isAnswered) {
+      EXPECT_LT(decoded, 190) << clip.file;
+    }
+  }
 }
 
 TEST(Replay, SurvivesReadingOnBehindTheRecording) {

@@ -1,0 +1,78 @@
+#include "codec/decoder/fresh_start.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace codec {
+namespace {
+
+struct Case {
+  const char* name;
+  AVCodecID codec;
+  std::vector<uint8_t> extradata;
+  std::vector<uint8_t> packet;
+  bool fresh;
+};
+
+// Configuration records of which only the version and the size of lengths count.
+std::vector<uint8_t> Record(size_t size, size_t lengthAt, uint8_t lengthSizeLessOne) {
+  std::vector<uint8_t> record(size);
+  record[0] = 1;
+  record[lengthAt] = static_cast<uint8_t>(0xfc | lengthSizeLessOne);
+  return record;
+}
+
+bool Fresh(const Case& one, int flags) {
+  std::vector<uint8_t> extradata = one.extradata;
+  std::vector<uint8_t> bytes = one.packet;
+  AVCodecParameters parameters{};
+  parameters.codec_id = one.codec;
+  parameters.extradata = extradata.data();
+  parameters.extradata_size = static_cast<int>(extradata.size());
+  AVPacket packet{};
+  packet.data = bytes.data();
+  packet.size = static_cast<int>(bytes.size());
+  packet.flags = flags;
+  return StartsAfresh(parameters, packet);
+}
+
+TEST(FreshStart, IsSaidOnlyOfPacketsThatEndAllReferences) {
+  const std::vector<uint8_t> avc = Record(7, 4, 3);
+  const std::vector<uint8_t> hvc = Record(23, 21, 1);
+  const std::vector<Case> cases = {
+      {"IDR", AV_CODEC_ID_H264, avc, {0, 0, 0, 2, 0x65, 9}, true},
+      {"I", AV_CODEC_ID_H264, avc, {0, 0, 0, 2, 0x61, 9}, false},
+      {"SEI, then IDR", AV_CODEC_ID_H264, avc, {0, 0, 0, 2, 6, 5, 0, 0, 0, 2, 0x65, 9}, true},
+      {"SEI, then I", AV_CODEC_ID_H264, avc, {0, 0, 0, 2, 6, 5, 0, 0, 0, 2, 0x41, 5}, false},
+      {"a length behind the end", AV_CODEC_ID_H264, avc, {0, 0, 9, 2, 6, 5, 0, 0}, false},
+      {"the longest length", AV_CODEC_ID_H264, avc, {0xff, 0xff, 0xff, 0xff, 6, 5}, false},
+      {"nothing", AV_CODEC_ID_H264, avc, {0}, false},
+      {"IDR behind a start code",
+       AV_CODEC_ID_H264,
+       {},
+       {0, 0, 0, 1, 9, 0xf0, 0, 0, 1, 0x65, 9},
+       true},
+      {"I behind a start code", AV_CODEC_ID_H264, {}, {0, 0, 1, 9, 0xf0, 0, 0, 1, 0x41, 9}, false},
+      {"no start code", AV_CODEC_ID_H264, {}, {0x65, 9, 9, 9}, false},
+      {"HEVC IDR", AV_CODEC_ID_HEVC, hvc, {0, 2, 19 << 1, 1}, true},
+      {"HEVC IDR without leading pictures", AV_CODEC_ID_HEVC, hvc, {0, 2, 20 << 1, 1}, true},
+      {"HEVC CRA", AV_CODEC_ID_HEVC, hvc, {0, 2, 21 << 1, 1}, false},
+      {"HEVC parameters, then IDR",
+       AV_CODEC_ID_HEVC,
+       hvc,
+       {0, 2, 32 << 1, 1, 0, 2, 19 << 1, 1},
+       true},
+      {"VP9", AV_CODEC_ID_VP9, {}, {1}, true},
+      {"MJPEG", AV_CODEC_ID_MJPEG, {}, {1}, true},
+      {"a codec that is not known for it", AV_CODEC_ID_SVQ3, {}, {1}, false},
+  };
+  for (const Case& one : cases) {
+    EXPECT_EQ(Fresh(one, AV_PKT_FLAG_KEY), one.fresh) << one.name;
+    EXPECT_FALSE(Fresh(one, 0)) << one.name << ", not a key packet";
+  }
+}
+
+}  // namespace
+}  // namespace codec
