@@ -58,7 +58,7 @@ void FrameStock::Limit(size_t buffers) {
     const std::lock_guard<std::mutex> lock(mMutex);
     mMostOut = buffers;
   }
-  mReturned.notify_one();
+  mReturned.notify_all();
 }
 
 std::unique_ptr<FrameBuffer> FrameStock::TakeSmall() {

@@ -27,7 +27,7 @@ void FrameSource::BeginWalk(float seconds) {
     mRecording.Close();
   } else if (mRecording.Continues(landing, seconds)) {
     mRecording.BeginBeforeRest();
-  } else if (mRecording.IsGroup()) {
+  } else if (mRecording.IsGroupBehind(landing)) {
     mRecording.BeginBeforeGroup(std::move(landing), startsAfresh);
   } else {
     mRecording.Begin(std::move(landing), startsAfresh);
@@ -231,18 +231,17 @@ void FrameSource::CatchUp() {
   AVFrame* const frame = mSession->spare.get();
   StreamDecoder* const video = mSession->video.get();
   for (int64_t event = mFirstUnread; event < mNextEvent;) {
-    if (!mSession->input.Read(packet)) {
-      video->Send(nullptr);
-      break;
-    }
+    const bool isEnd = !mSession->input.Read(packet);
     const ffmpeg::PacketGuard guard(packet);
-    const bool isAudio = mSession->audio != nullptr && mSession->audio->Owns(packet);
-    if (isAudio || video->Owns(packet)) ++event;
-    if (!video->Owns(packet)) continue;
-    video->Send(packet);
+    const bool isVideo = isEnd || video->Owns(packet);
+    const bool isAudio = !isVideo && mSession->audio != nullptr && mSession->audio->Owns(packet);
+    if (isVideo || isAudio) ++event;
+    if (!isVideo) continue;
+    video->Send(isEnd ? nullptr : packet);
     const int64_t taken = event < mNextEvent ? std::numeric_limits<int64_t>::max()
                                              : static_cast<int64_t>(mNextPicture);
     for (int64_t n = 0; n < taken && video->Receive(frame) >= 0; ++n) av_frame_unref(frame);
+    if (isEnd) break;
   }
 }
 
@@ -252,7 +251,7 @@ void FrameSource::NoteDelivered(Next next) {
   if (next == Next::kAudio || mSession->audio == nullptr) mAudioDelivered = true;
   if (!mVideoDelivered || !mAudioDelivered) return;
   if (mReplaying && !mReplaysRest) mLastNeededEvent = mNextEvent - 1;
-  mRecording.Close();
+  mRecording.CloseAtDelivery();
 }
 
 }  // namespace codec

@@ -67,7 +67,6 @@ class FrameSource {
   void BeginReplayOfGroup();
   const RecordedEvent& Replayed(int64_t event) const;
   bool ReplayNextEvent();
-  bool ReplayedPicture(AVFrame* frame);
   Step ReplayPictureStep(AVFrame* frame);
   void CatchUp();
   void NoteDelivered(Next next);

@@ -30,8 +30,12 @@ constexpr std::array<NalCodec, 2> kNalCodecs = {{
 
 // Bytes of the length before each unit; 0 where start codes part them.
 size_t LengthSize(const AVCodecParameters& stream, const NalCodec& codec) {
-  if (stream.extradata_size <= codec.lengthSizeAt || stream.extradata[0] != 1) return 0;
-  return (stream.extradata[codec.lengthSizeAt] & 3U) + 1;
+  if (stream.extradata_size <= codec.lengthSizeAt) return 0;
+  const uint8_t* const data = stream.extradata;
+  // Early writers of HEVC left the record's version at 0. A start code begins with 0, 0 and 1 or 0.
+  const bool isRecord =
+      data[0] == 1 || (codec.codec == AV_CODEC_ID_HEVC && (data[1] != 0 || data[2] > 1));
+  return isRecord ? (data[codec.lengthSizeAt] & 3U) + 1 : 0;
 }
 
 // The offset of the unit behind this one's header, or `size`.

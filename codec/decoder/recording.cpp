@@ -84,8 +84,9 @@ void Recording::DropRest() {
 }
 
 void Recording::Clear() {
-  DropRest();
   GiveUp();
+  mRest.clear();
+  mPolicy.Clear();
   mEventsMet = 0;
 }
 
@@ -106,6 +107,25 @@ void Recording::AddAudioPacket(const AVPacket* packet) {
   AddEvent(RecordedEvent::Kind::kAudio, PacketIdentity::Of(packet, false), packet);
 }
 
+void Recording::AddEnd() {
+  AddEvent(RecordedEvent::Kind::kEnd, {}, nullptr);
+  // What lay ahead before is out of reach.
+  if (!mRestIsUsed) DropRest();
+}
+
+void Recording::CloseAtDelivery() {
+  // The drained decoder may have more to give.
+  const bool isDraining =
+      mOpen && !mEvents.empty() && mEvents.back().kind == RecordedEvent::Kind::kEnd;
+  Close();
+  if (isDraining) Truncate(EventsEnd() - 2);
+}
+
+// What is recorded now serves more steps than a later group does.
+void Recording::MakeRoom(int64_t bytes) {
+  if (mRestIsGroup && !mRestIsUsed && !mPolicy.Fits(bytes)) DropRest();
+}
+
 void Recording::AddEvent(RecordedEvent::Kind kind, const PacketIdentity& identity,
                          const AVPacket* packet) {
   ++mEventsMet;
@@ -119,7 +139,9 @@ void Recording::AddEvent(RecordedEvent::Kind kind, const PacketIdentity& identit
     if (event.packet == nullptr) return GiveUp();
   }
   mEvents.push_back(std::move(event));
-  DropOldest(mPolicy.Add(packet == nullptr ? 0 : packet->size));
+  const int64_t bytes = packet == nullptr ? 0 : packet->size;
+  MakeRoom(bytes);
+  DropOldest(mPolicy.Add(bytes));
 }
 
 void Recording::AddPicture(const AVFrame* frame, double time) {
@@ -129,8 +151,7 @@ void Recording::AddPicture(const AVFrame* frame, double time) {
                                                                           : av_frame_clone(frame));
   if (kept == nullptr) return GiveUp();
   const int64_t bytes = BufferBytes(frame);
-  // What is recorded now serves more steps than one.
-  if (mRestIsGroup && !mRestIsUsed && !mPolicy.Fits(bytes)) DropRest();
+  MakeRoom(bytes);
   mEvents.back().pictures.push_back({std::move(kept), time});
   DropOldest(mPolicy.Grow(bytes));
 }
@@ -170,8 +191,8 @@ bool Recording::Continues(const std::vector<PacketIdentity>& landing, float seco
   return false;
 }
 
-bool Recording::IsGroup() const {
-  if (!mStartsAfresh || mLanding.empty() || mFirstEvent != 0) return false;
+bool Recording::IsGroupBehind(const std::vector<PacketIdentity>& landing) const {
+  if (!mStartsAfresh || mLanding.empty() || mFirstEvent != 0 || mLanding == landing) return false;
   const int64_t first = mLanding.back().pts;
   return first != AV_NOPTS_VALUE &&
          std::all_of(mEvents.begin(), mEvents.end(), [first](const RecordedEvent& event) {
@@ -211,8 +232,10 @@ bool Recording::MeetsRest(const AVFrame* frame, bool hasSound) {
     return false;
   }
   ++mPicturesMatched;
-  // Streams may have been read to different places before the start of the group.
-  return mSoundMatched || !hasSound;
+  // The decoder must have given all that it has of the packet. And the streams may have been read
+  // to different places before the start of the group.
+  return mPicturesMatched == pictures.size() &&
+         OfRest(EventMet()).kind != RecordedEvent::Kind::kEnd && (mSoundMatched || !hasSound);
 }
 
 }  // namespace codec

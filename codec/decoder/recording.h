@@ -62,8 +62,7 @@ struct RecordedEvent {
 // Where a step begins behind the start of a group of pictures, the next one walks through the group
 // before and wants what lies between. If the group leans on nothing before it, its recording is
 // kept as a rest too. It serves once the new walk has met the same packets from the group's start
-// on, and then a picture that came of the same packet: so far its decoder is behind by the same
-// number.
+// on, and then the same picture out of the same packet: both decoders are behind by as much.
 class Recording {
  public:
   explicit Recording(int64_t budget) : mPolicy(budget) {}
@@ -71,8 +70,8 @@ class Recording {
   bool IsEnabled() const { return mPolicy.IsEnabled(); }
 
   // Forgets everything and begins at a landing: the packets that the demuxer gave first, up to the
-  // first one of the video stream.
-  // `startsAfresh`: see there, of the first packet of the video stream.
+  // first one of the video stream. `startsAfresh`: whether StartsAfresh is true of the first packet
+  // of the video stream.
   void Begin(std::vector<PacketIdentity> landing, bool startsAfresh);
   // The same, and keeps what there is as the rest.
   void BeginBeforeGroup(std::vector<PacketIdentity> landing, bool startsAfresh);
@@ -85,10 +84,12 @@ class Recording {
   bool IsOpen() const { return mOpen; }
   // Nothing more is added.
   void Close() { mOpen = false; }
+  // The same while the decoders may have more of the last event.
+  void CloseAtDelivery();
 
   void AddVideoPacket(const AVPacket* packet);
   void AddAudioPacket(const AVPacket* packet);
-  void AddEnd() { AddEvent(RecordedEvent::Kind::kEnd, {}, nullptr); }
+  void AddEnd();
   // A picture that came of the last event.
   void AddPicture(const AVFrame* frame, double time);
   // An event of the rest that is met once more; its pictures are added one by one.
@@ -105,8 +106,8 @@ class Recording {
   // Whether such a walk would come to what is recorded behind its first picture, and there is room
   // for both. Where there is not, what is kept for this walk alone would be lost to the next ones.
   bool Continues(const std::vector<PacketIdentity>& landing, float seconds) const;
-  // Whether a walk from further back may come to it, see above.
-  bool IsGroup() const;
+  // Whether a walk from this landing, if it is further back, may be answered from it, see above.
+  bool IsGroupBehind(const std::vector<PacketIdentity>& landing) const;
 
   int64_t FirstEvent() const { return mFirstEvent; }
   int64_t EventsEnd() const { return mFirstEvent + static_cast<int64_t>(mEvents.size()); }
@@ -136,6 +137,7 @@ class Recording {
 
  private:
   void AddEvent(RecordedEvent::Kind kind, const PacketIdentity& identity, const AVPacket* packet);
+  void MakeRoom(int64_t bytes);
   void FollowRest(RecordedEvent::Kind kind, const PacketIdentity& identity);
   void SetRestAside(bool isGroup);
   void DropOldest(size_t count);

@@ -35,7 +35,8 @@ class ReplayPolicy {
 
   // Whether so many bytes more fit without any entry's going.
   bool Fits(int64_t bytes) const { return bytes <= mBudget - mBytes; }
-  // Whether all entries that had to go since the last Clear would fit beside those that are left.
+  // Whether all entries that had to go since the last Clear or SetAside would fit beside those that
+  // are left.
   bool FitsWhatWent() const { return mBytesGone <= mBudget - mBytes; }
 
   // Of all entries that are kept.

@@ -24,6 +24,16 @@ std::vector<uint8_t> Record(size_t size, size_t lengthAt, uint8_t lengthSizeLess
   return record;
 }
 
+// A unit of so many bytes behind a length of four.
+std::vector<uint8_t> OfLength(size_t length, uint8_t header) {
+  std::vector<uint8_t> unit(4 + length, 1);
+  unit[0] = unit[1] = 0;
+  unit[2] = static_cast<uint8_t>(length >> 8);
+  unit[3] = static_cast<uint8_t>(length & 0xff);
+  unit[4] = header;
+  return unit;
+}
+
 bool Fresh(const Case& one, int flags) {
   std::vector<uint8_t> extradata = one.extradata;
   std::vector<uint8_t> bytes = one.packet;
@@ -41,6 +51,9 @@ bool Fresh(const Case& one, int flags) {
 TEST(FreshStart, IsSaidOnlyOfPacketsThatEndAllReferences) {
   const std::vector<uint8_t> avc = Record(7, 4, 3);
   const std::vector<uint8_t> hvc = Record(23, 21, 1);
+  std::vector<uint8_t> old = Record(23, 21, 3);
+  old[0] = 0;
+  old[1] = 1;  // the profile
   const std::vector<Case> cases = {
       {"IDR", AV_CODEC_ID_H264, avc, {0, 0, 0, 2, 0x65, 9}, true},
       {"I", AV_CODEC_ID_H264, avc, {0, 0, 0, 2, 0x61, 9}, false},
@@ -64,6 +77,8 @@ TEST(FreshStart, IsSaidOnlyOfPacketsThatEndAllReferences) {
        hvc,
        {0, 2, 32 << 1, 1, 0, 2, 19 << 1, 1},
        true},
+      {"HEVC CRA behind a length like a start code", AV_CODEC_ID_HEVC, old,
+       OfLength(256 + 0x26, 21 << 1), false},
       {"VP9", AV_CODEC_ID_VP9, {}, {1}, true},
       {"MJPEG", AV_CODEC_ID_MJPEG, {}, {1}, true},
       {"a codec that is not known for it", AV_CODEC_ID_SVQ3, {}, {1}, false},
