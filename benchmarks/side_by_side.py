@@ -48,12 +48,14 @@ def make_clip(folder, name):
         return path
     size, rate, seconds, gop, bits, coding, _ = CLIPS[name]
     unfinished = folder / ("unfinished-" + name + ".mp4")
-    # Noise makes bit rates real: a drawn scene alone costs the codecs nothing.
+    # Noise makes bit rates real: a drawn scene alone costs the codecs nothing. And the limit keeps
+    # them real from the start: the encoders would spend most of their bits on the first pictures.
     command = ["ffmpeg", "-v", "error", "-y",
                "-f", "lavfi", "-i", f"testsrc2=size={size}:rate={rate},noise=alls=12:allf=t",
                "-f", "lavfi", "-i",
                "aevalsrc=0.3*sin(2*PI*(220*t+45*t*t))|0.3*sin(2*PI*(330*t+25*t*t)):s=48000:c=stereo",
-               "-t", str(seconds), "-pix_fmt", "yuv420p10" if "10bit" in name else "yuv420p", *coding.split(), "-b:v", bits]
+               "-t", str(seconds), "-pix_fmt", "yuv420p10" if "10bit" in name else "yuv420p", *coding.split(),
+               "-b:v", bits, "-maxrate", bits, "-bufsize", bits]
     if gop:
         command += ["-g", str(gop), "-keyint_min", str(gop)]
     subprocess.run(command + ["-c:a", "aac", "-b:a", "192k", str(unfinished)], check=True)
