@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
 
 #include "tests/robustness/crafted.h"
@@ -140,8 +139,8 @@ std::string Make(const Recipe& recipe) {
   text = Replaced(text, "{a1}", "-f lavfi -i sine=frequency=440:sample_rate=48000:duration=1");
   text = Replaced(text, "{x264}", kX264);
   text = Replaced(text, "{timing}", FrameTimingOption());
-  std::istringstream stream(text);
-  const std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
+  std::vector<std::string> words;
+  AppendWords(text, &words);
   return CustomClip(recipe.name, words);
 }
 

@@ -78,12 +78,6 @@ const ClipRecipe& RecipeOf(ClipKind kind) {
   throw std::runtime_error("no such clip kind");
 }
 
-void AppendWords(const std::string& text, std::vector<std::string>* words) {
-  std::istringstream stream(text);
-  std::string word;
-  while (stream >> word) words->push_back(word);
-}
-
 std::vector<std::string> ArgumentsFor(const ClipRecipe& recipe) {
   std::vector<std::string> words;
   const bool hasVideo = recipe.width > 0;

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <stdexcept>
 
 extern char** environ;
@@ -103,6 +104,12 @@ CommandResult Run(const std::vector<std::string>& arguments, std::chrono::second
   result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   result.peakKilobytes = usage.ru_maxrss;
   return result;
+}
+
+void AppendWords(const std::string& text, std::vector<std::string>* words) {
+  std::istringstream stream(text);
+  std::string word;
+  while (stream >> word) words->push_back(word);
 }
 
 std::string ProgramPath() { return CLIPREVERSE_PROGRAM; }

@@ -25,6 +25,9 @@ CommandResult Run(const std::vector<std::string>& arguments,
 CommandResult RunProgram(std::vector<std::string> arguments,
                          std::chrono::seconds limit = std::chrono::seconds(240));
 
+// Adds the words of a text, parted by spaces, to a program's arguments.
+void AppendWords(const std::string& text, std::vector<std::string>* words);
+
 // The path of the built clip-reverse.
 std::string ProgramPath();
 

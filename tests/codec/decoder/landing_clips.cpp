@@ -1,10 +1,10 @@
 #include "tests/codec/decoder/landing_clips.h"
 
-#include <sstream>
 #include <stdexcept>
 
 #include "tests/codec/decoder/decoder_reading.h"
 #include "tests/support/clips.h"
+#include "tests/support/command.h"
 
 namespace codec {
 namespace {
@@ -22,27 +22,18 @@ constexpr char kOpenHevc[] =
     "-tag:v hvc1";
 constexpr char kMpeg4[] = "-c:v mpeg4 -q:v 4 -g 120 -sc_threshold 1000000000 -bf 2";
 
-std::vector<std::string> Words(const std::string& text) {
-  std::istringstream stream(text);
-  std::vector<std::string> words;
-  for (std::string word; stream >> word;) words.push_back(word);
-  return words;
-}
-
 // A clip coded anew from the numbered scene, the smallest that has room for the number.
 std::string Coded(const std::string& name, const std::string& coding, const char* rate = "12") {
   std::vector<std::string> words = {"-f", "lavfi", "-i", test_support::SceneFilter(400, 64, rate),
                                     "-f", "lavfi", "-i", "sine=f=440:r=48000"};
-  const std::vector<std::string> more = Words("-t 20 -pix_fmt yuv420p -c:a mp2 -b:a 64k " + coding);
-  words.insert(words.end(), more.begin(), more.end());
+  test_support::AppendWords("-t 20 -pix_fmt yuv420p -c:a mp2 -b:a 64k " + coding, &words);
   return CustomClip(name, words);
 }
 
 // The streams of a clip in another container.
 std::string Copied(const std::string& name, const std::string& clip, const std::string& options) {
   std::vector<std::string> words = {"-i", clip, "-c", "copy"};
-  const std::vector<std::string> more = Words(options);
-  words.insert(words.end(), more.begin(), more.end());
+  test_support::AppendWords(options, &words);
   return CustomClip(name, words);
 }
 

@@ -8,12 +8,12 @@
 #include <iterator>
 #include <limits>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 #include "tests/support/clips.h"
+#include "tests/support/command.h"
 
 namespace codec {
 namespace {
@@ -222,8 +222,7 @@ std::string MakeGroupsClip(const GroupsClip& clip) {
   std::vector<std::string> words = {"-f", "lavfi", "-i", test_support::SceneFilter(320, 180, "25"),
                                     "-f", "lavfi", "-i", test_support::SweepFilter(48000, "stereo"),
                                     "-t", "7"};
-  std::istringstream coding(clip.coding);
-  for (std::string word; coding >> word;) words.push_back(word);
+  test_support::AppendWords(clip.coding, &words);
   return test_support::CustomClip(clip.file, words);
 }
 
