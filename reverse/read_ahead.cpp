@@ -90,17 +90,10 @@ bool ReadAhead::HasRoom() const {
 // What is read while the caller has this step takes no more than reading ahead may, and the room
 // that comes back of it.
 void ReadAhead::LimitBeside(const Segment& step) {
-  int64_t pictures = 0;
-  int64_t bytes = step.bytes;  // that the pictures fill
-  for (const std::unique_ptr<FrameBuffer>& frame : step.frames) {
-    if (frame->type == kVideoFrame) {
-      ++pictures;
-    } else {
-      bytes -= frame->Length();
-    }
-  }
+  const auto pictures = std::count_if(step.frames.begin(), step.frames.end(),
+                                      [](const auto& frame) { return frame->type == kVideoFrame; });
   if (pictures == 0) return;
-  const int64_t ahead = pictures * kMostBytes / std::max<int64_t>(bytes, 1);
+  const int64_t ahead = kMostBytes / std::max<int64_t>(step.pictureBytes, 1);
   mStock->Limit(static_cast<size_t>(pictures + ahead + 1));
 }
 

@@ -15,8 +15,8 @@ namespace codec {
 // Steps take unlike time to read: where a group of pictures begins all of it is decoded at once,
 // and the steps behind are answered from what was kept of it. Several steps in stock let writing go
 // on meanwhile. One is always read ahead, more only as far as their frames take little memory that
-// the decoder has no use for. Of a step of large pictures, a part waits until buffers of the
-// one that the caller has come back.
+// the decoder has no use for. Of a step of large pictures, a part waits for buffers to come back
+// from the step that the caller has.
 //
 // The reader, and with it the decoder, belongs to a thread of its own from the first call of Next
 // to the end of the last step; where the host gives none, to the caller. Used by one thread.

@@ -41,7 +41,7 @@ Segment SegmentReader::Next() {
   mHasRead = true;
   ChooseLength(mFrames.empty());
   const int64_t bytes = FilledBytes();
-  return {std::exchange(mFrames, {}), mCursor, bytes};
+  return {std::exchange(mFrames, {}), mCursor, bytes, mDecoder->GetFrameBufferSize()};
 }
 
 SegmentReader::Reading SegmentReader::Read(double from) {

@@ -31,8 +31,9 @@ struct ReverseRange {
 // The frames of one step, in decoded order.
 struct Segment {
   std::deque<std::unique_ptr<FrameBuffer>> frames;
-  double cursor = 0;  // seconds; before it lies what is still to do when the step is written
-  int64_t bytes = 0;  // that the frames fill
+  double cursor = 0;         // seconds; before it lies what is still to do when the step is written
+  int64_t bytes = 0;         // that the frames fill
+  int64_t pictureBytes = 0;  // that one picture fills
 };
 
 // Steps are one second long. After some without any frame each is twice as long, until one meets a

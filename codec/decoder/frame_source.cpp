@@ -20,17 +20,16 @@ void FrameSource::BeginWalk(float seconds) {
   if (mLastNeededEvent != kNotKnown) mRecording.Truncate(mLastNeededEvent);
   mLastNeededEvent = kNotKnown;
   if (!mRecording.IsEnabled() || mSession->video == nullptr) return;
-  bool startsAfresh = false;
-  std::vector<PacketIdentity> landing = FindLanding(&startsAfresh);
+  std::vector<PacketIdentity> landing = FindLanding();
   if (mRecording.Serves(landing, seconds)) {
     BeginReplay(mRecording.FirstEvent(), false);
     mRecording.Close();
   } else if (mRecording.Continues(landing, seconds)) {
     mRecording.BeginBeforeRest();
   } else if (mRecording.IsGroupBehind(landing)) {
-    mRecording.BeginBeforeGroup(std::move(landing), startsAfresh);
+    mRecording.BeginBeforeGroup(std::move(landing));
   } else {
-    mRecording.Begin(std::move(landing), startsAfresh);
+    mRecording.Begin(std::move(landing));
   }
 }
 
@@ -65,7 +64,7 @@ void FrameSource::Forget() {
 }
 
 // Looks at the packets that come next and puts them back. Empty when no picture is near.
-std::vector<PacketIdentity> FrameSource::FindLanding(bool* startsAfresh) {
+std::vector<PacketIdentity> FrameSource::FindLanding() {
   constexpr size_t kMostPackets = 256;
   std::vector<PacketIdentity> landing;
   std::vector<ffmpeg::UniquePacket> packets;
@@ -76,7 +75,7 @@ std::vector<PacketIdentity> FrameSource::FindLanding(bool* startsAfresh) {
     found = mSession->video->Owns(packet.get());
     const bool isPassedOver = found && mSession->video->PassesOver(packet.get());
     landing.push_back(PacketIdentity::Of(packet.get(), isPassedOver));
-    *startsAfresh =
+    landing.back().startsAfresh =
         found && !isPassedOver && StartsAfresh(*mSession->video->Stream()->codecpar, *packet);
     packets.push_back(std::move(packet));
   }

@@ -62,7 +62,7 @@ class FrameSource {
   void SendPicture(AVPacket* packet);
   void SendSound(AVPacket* packet);
 
-  std::vector<PacketIdentity> FindLanding(bool* startsAfresh);
+  std::vector<PacketIdentity> FindLanding();
   void BeginReplay(int64_t event, bool ofRest);
   void BeginReplayOfGroup();
   const RecordedEvent& Replayed(int64_t event) const;

@@ -47,18 +47,19 @@ bool IsSamePicture(const AVFrame* a, const AVFrame* b) {
 
 }  // namespace
 
-void Recording::Begin(std::vector<PacketIdentity> landing, bool startsAfresh) {
+void Recording::Begin(std::vector<PacketIdentity> landing) {
   Clear();
-  mLanding = std::move(landing);
-  mStartsAfresh = startsAfresh;
-  mOpen = mPolicy.IsEnabled() && !mLanding.empty();
+  Open(std::move(landing));
 }
 
-void Recording::BeginBeforeGroup(std::vector<PacketIdentity> landing, bool startsAfresh) {
+void Recording::BeginBeforeGroup(std::vector<PacketIdentity> landing) {
   SetRestAside(true);
+  Open(std::move(landing));
+}
+
+void Recording::Open(std::vector<PacketIdentity> landing) {
   mLanding = std::move(landing);
-  mStartsAfresh = startsAfresh;
-  mOpen = !mLanding.empty();
+  mOpen = mPolicy.IsEnabled() && !mLanding.empty();
 }
 
 void Recording::BeginBeforeRest() {
@@ -123,13 +124,13 @@ void Recording::CloseAtDelivery() {
 
 // What is recorded now serves more steps than a later group does.
 void Recording::MakeRoom(int64_t bytes) {
-  if (mRestIsGroup && !mRestIsUsed && !mPolicy.Fits(bytes)) DropRest();
+  if (AwaitsGroup() && !mPolicy.Fits(bytes)) DropRest();
 }
 
 void Recording::AddEvent(RecordedEvent::Kind kind, const PacketIdentity& identity,
                          const AVPacket* packet) {
   ++mEventsMet;
-  if (mRestIsGroup && !mRestIsUsed && !mRest.empty()) FollowRest(kind, identity);
+  if (AwaitsGroup()) FollowRest(kind, identity);
   if (!mOpen) return;
   RecordedEvent event;
   event.kind = kind;
@@ -192,7 +193,8 @@ bool Recording::Continues(const std::vector<PacketIdentity>& landing, float seco
 }
 
 bool Recording::IsGroupBehind(const std::vector<PacketIdentity>& landing) const {
-  if (!mStartsAfresh || mLanding.empty() || mFirstEvent != 0 || mLanding == landing) return false;
+  if (mLanding.empty() || !mLanding.back().startsAfresh) return false;
+  if (mFirstEvent != 0 || mLanding == landing) return false;
   const int64_t first = mLanding.back().pts;
   return first != AV_NOPTS_VALUE &&
          std::all_of(mEvents.begin(), mEvents.end(), [first](const RecordedEvent& event) {
@@ -222,7 +224,7 @@ void Recording::FollowRest(RecordedEvent::Kind kind, const PacketIdentity& ident
 }
 
 bool Recording::MeetsRest(const AVFrame* frame, bool hasSound) {
-  if (!mRestIsGroup || mRestIsUsed || mRest.empty() || mMatched == 0) return false;
+  if (!AwaitsGroup() || mMatched == 0) return false;
   const std::vector<RecordedEvent::Picture>& pictures = OfRest(EventMet()).pictures;
   // The last pictures of the group before.
   if (pictures.empty()) return false;

@@ -19,6 +19,7 @@ struct PacketIdentity {
   int64_t dts;
   int64_t position;
   bool isPassedOver;  // from the start of the input the decoder takes what it passes over elsewhere
+  bool startsAfresh = false;  // see StartsAfresh; told of the last packet of a landing
 
   static PacketIdentity Of(const AVPacket* packet, bool isPassedOver) {
     return {packet->stream_index, packet->size, packet->pts,
@@ -70,18 +71,15 @@ class Recording {
   bool IsEnabled() const { return mPolicy.IsEnabled(); }
 
   // Forgets everything and begins at a landing: the packets that the demuxer gave first, up to the
-  // first one of the video stream. `startsAfresh`: whether StartsAfresh is true of the first packet
-  // of the video stream.
-  void Begin(std::vector<PacketIdentity> landing, bool startsAfresh);
+  // first one of the video stream.
+  void Begin(std::vector<PacketIdentity> landing);
   // The same, and keeps what there is as the rest.
-  void BeginBeforeGroup(std::vector<PacketIdentity> landing, bool startsAfresh);
+  void BeginBeforeGroup(std::vector<PacketIdentity> landing);
   // The same at the landing that it has, and keeps the rest.
   void BeginBeforeRest();
   void DropRest();
   void Clear();
 
-  // False when nothing may be added: no budget, no landing, closed, or a picture without a time.
-  bool IsOpen() const { return mOpen; }
   // Nothing more is added.
   void Close() { mOpen = false; }
   // The same while the decoders may have more of the last event.
@@ -139,7 +137,10 @@ class Recording {
   void AddEvent(RecordedEvent::Kind kind, const PacketIdentity& identity, const AVPacket* packet);
   void MakeRoom(int64_t bytes);
   void FollowRest(RecordedEvent::Kind kind, const PacketIdentity& identity);
+  void Open(std::vector<PacketIdentity> landing);
   void SetRestAside(bool isGroup);
+  // Whether the walk may still come to a group.
+  bool AwaitsGroup() const { return mRestIsGroup && !mRestIsUsed && !mRest.empty(); }
   void DropOldest(size_t count);
   void GiveUp();
 
@@ -148,8 +149,8 @@ class Recording {
   std::deque<RecordedEvent> mEvents;
   int64_t mFirstEvent = 0;  // number of the front event
   int64_t mEventsMet = 0;
+  // False when nothing may be added: no budget, no landing, closed, or a picture without a time.
   bool mOpen = false;
-  bool mStartsAfresh = false;
 
   std::deque<RecordedEvent> mRest;
   int64_t mFirstOfRest = 0;

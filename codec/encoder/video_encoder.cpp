@@ -18,8 +18,8 @@ constexpr char kTag[] = "codec::FFmpegEncoderImpl";
 
 constexpr std::array<std::string_view, 3> kForeignCodecs = {"vomx", "vomx2", "h264_mediacodec"};
 
-// These copy a picture before they return. Others may look at it later.
-constexpr std::array<std::string_view, 1> kCopyingCodecs = {"libx264"};
+// Copies a picture before it returns. Others may look at it later.
+constexpr std::string_view kCopyingCodec = "libx264";
 
 // Frames per 1000 seconds, so that 29.97 and the like stay exact.
 int FramesPerThousandSeconds(double frameRate) { return TruncateToInt(frameRate * 1000); }
@@ -75,7 +75,7 @@ int VideoEncoder::Create(const EncoderOptions& defaults) {
   log_debug(kTag, "fmt->name:%s", mFile->Format()->name);
   if (PreparePicture() != 0) return -1;
   mSendReceive = IsHardwareCodec(name);
-  mCopies = std::find(kCopyingCodecs.begin(), kCopyingCodecs.end(), name) != kCopyingCodecs.end();
+  mCopies = name == kCopyingCodec;
   log_debug(kTag, "video stream::time_base:%d/%d, cc::time_base:%d/%d",
             mTrack.stream->time_base.num, mTrack.stream->time_base.den, mContext->time_base.num,
             mContext->time_base.den);

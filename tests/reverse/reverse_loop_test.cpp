@@ -387,7 +387,7 @@ class SlowWriter : public FakeWriter {
   void WriteFrame(int type, uint8_t* data, uint32_t size, int64_t pts) override {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
     while (std::chrono::steady_clock::now() < deadline && mDecoder->out < mAwaited) {
-      std::this_thread::yield();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     FakeWriter::WriteFrame(type, data, size, pts);
     --mDecoder->out;
