@@ -44,6 +44,7 @@ int ParseCommandLine(int argc, const char* const* argv, CommandLine* commandLine
   for (int i = 1; i < argc; ++i) {
     const std::string_view flag = argv[i];
     if (flag == "-v") log_set_level(kLogVerbose);
+    if (flag == "--plain") commandLine->isPlain = true;
     for (const ValueOption& option : kValueOptions) {
       if (flag != option.flag) continue;
       if (i + 1 == argc) {

@@ -10,6 +10,8 @@ struct CommandLine {
   std::string output;
   double start = 0;  // seconds
   double end = 0;    // seconds
+  // Everything that goes beyond the plain reversal is left off; see SwitchOnAdditions.
+  bool isPlain = false;
 };
 
 // Reads the options and sets the log level for -v. Every argument is looked at as an option, also

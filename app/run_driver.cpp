@@ -36,7 +36,12 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
 int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange) {
   auto job = std::make_unique<codec::Reverse>(commandLine.input.c_str(), commandLine.start,
                                               commandLine.end, commandLine.output.c_str());
+  SwitchOnAdditions(commandLine, job.get());
   return RunJob(std::move(job), commandLine, onRange);
+}
+
+void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* /*job*/) {
+  if (commandLine.isPlain) return;
 }
 
 int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,

@@ -14,7 +14,11 @@ namespace app {
 // says what to do.
 int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange = {});
 
-// The same with a job of these arguments that is not yet initialised.
+// Switches on what the tool does beyond the plain reversal, unless the command line says --plain. A
+// job that another program constructs has none of it. To be called before the job's Init.
+void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job);
+
+// The same as RunReverse with a job of these arguments that is not yet initialised.
 int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,
            const std::function<void(double)>& onRange = {});
 

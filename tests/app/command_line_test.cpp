@@ -60,6 +60,16 @@ TEST(CommandLine, ReadsWordsAsZero) {
 
 TEST(CommandLine, LetsALaterFlagWin) { EXPECT_EQ(Parsed({"-i", "a", "-i", "b"}).input, "b"); }
 
+TEST(CommandLine, ReadsPlainAnywhere) {
+  EXPECT_FALSE(Parsed({"-i", "in.mp4"}).isPlain);
+  EXPECT_TRUE(Parsed({"--plain", "-i", "in.mp4"}).isPlain);
+  EXPECT_TRUE(Parsed({"-i", "in.mp4", "--plain"}).isPlain);
+  EXPECT_FALSE(Parsed({"--plainly", "-plain"}).isPlain);
+  const CommandLine line = Parsed({"-o", "--plain"});
+  EXPECT_EQ(line.output, "--plain");
+  EXPECT_TRUE(line.isPlain);
+}
+
 TEST(CommandLine, RefusesAFlagWithoutItsValue) {
   for (const std::string example : {"-i in.mp4", "-o out.mp4", "-s 2.5", "-e 2.5"}) {
     const test_support::LogCapture log;
