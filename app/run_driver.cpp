@@ -22,7 +22,9 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
     return Examine(commandLine, job->InputInfo(), 0);
   }
   if (onRange) onRange(job->RangeSeconds());
-  if (job->Start() == 0) ReportProgress([&job] { return job->GetProgress(); }, &Sleep);
+  if (job->Start() == 0) {
+    ReportProgress([&job] { return job->GetProgress(); }, WaitFor(commandLine, job.get()));
+  }
   job->Release();
   const int error = job->Result();
   if (error == 0) return std::nullopt;
@@ -51,6 +53,11 @@ int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,
   // After the job's own last lines: what remains on the screen is what a person can do.
   log_error(kTag, "%s", Advice(*failure).c_str());
   return -1;
+}
+
+std::function<void(int milliseconds)> WaitFor(const CommandLine& commandLine, codec::Reverse* job) {
+  if (commandLine.isPlain) return &Sleep;
+  return [job](int milliseconds) { job->WaitForEnd(milliseconds); };
 }
 
 void ReportProgress(const std::function<float()>& progress,

@@ -22,7 +22,12 @@ void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job);
 int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,
            const std::function<void(double)>& onRange = {});
 
-// Logs the progress in percent, then waits 400 ms, until it has logged 100.
+// What ReportProgress waits with: until the time has passed or the job, which must outlive the
+// result, is over. With --plain always until the time has passed.
+std::function<void(int milliseconds)> WaitFor(const CommandLine& commandLine, codec::Reverse* job);
+
+// Logs the progress in percent, then waits 400 ms, until it has logged 100. The wait may be
+// shorter where the progress is 100 by then.
 void ReportProgress(const std::function<float()>& progress,
                     const std::function<void(int milliseconds)>& wait);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <limits>
 
@@ -150,10 +151,13 @@ int Reverse::StartThreads() {
     log_error(kTag, "MediaWriter start failed");
     return -1;
   }
+  // A worker that has been started before does not begin again.
+  if (!mWorkThread->running) mEndSignal.Begin();
   mWorkThread->Start();
   if (!mWorkThread->HasThread()) {
     log_error(kTag, "no thread for the work");
     mProgress = 100;
+    mEndSignal.End();
     return -1;
   }
   return 0;
@@ -163,6 +167,10 @@ float Reverse::GetProgress() {
   if (mWorkThread == nullptr) return 0;
   if (mProgress > 100) mProgress = 100;
   return mProgress;
+}
+
+bool Reverse::WaitForEnd(int milliseconds) {
+  return mEndSignal.Wait(std::chrono::milliseconds(milliseconds));
 }
 
 void Reverse::Release() {
@@ -213,6 +221,7 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
   }
   FreePictures();
   mProgress = 100;
+  mEndSignal.End();
 }
 
 // Gives hundreds of megabytes back to the system while the caller waits for its next look at the

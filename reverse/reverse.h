@@ -10,6 +10,7 @@
 #include "codec/decoder/media_info.h"
 #include "codec/format/media_format.h"
 #include "codec/writer/media_writer.h"
+#include "reverse/end_signal.h"
 
 namespace but {
 class NewFile;
@@ -20,8 +21,8 @@ namespace codec {
 class ReverseLoop;
 class ReverseWorkThread;
 
-// Life: constructor, Init, Start, GetProgress until it is 100, Release. Init, Start, GetProgress
-// and Release are called from one thread; the work itself runs on the job's own.
+// Life: constructor, Init, Start, GetProgress until it is 100 or WaitForEnd until it is true,
+// Release. All of these are called from one thread; the work itself runs on the job's own.
 class Reverse {
  public:
   // The range is [start, end) in seconds; an end of 0 or less stands for the end of the clip.
@@ -57,6 +58,10 @@ class Reverse {
   int Start();
   // Percent done, 0 to 100; 0 before Start.
   float GetProgress();
+  // Waits until the work is over, for this many milliseconds at the most (0 or less: only looks).
+  // True when it is over: the output is closed, the progress 100. True at once where no work was
+  // begun, or Start has failed. Result counts only after Release.
+  bool WaitForEnd(int milliseconds);
   // Ends the work after its current step, closes the output and frees everything. A file that this
   // job has made and could not finish is removed. May be called again.
   void Release();
@@ -110,6 +115,7 @@ class Reverse {
   std::atomic<float> mProgress{0};
   std::atomic<int32_t> mIsCancel{0};
   std::atomic<int32_t> mResult{0};
+  EndSignal mEndSignal;
 
   // Touched by the caller's thread only.
   std::unique_ptr<but::NewFile> mOutputFile;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <vector>
 
@@ -39,6 +40,18 @@ TEST(RunDriver, KeepsReportingWhereTheWorkCannotStart) {
   EXPECT_EQ(log.Count(kLogInfo, "reverse::Main", "progress:0.000"), 50);
 }
 
+// Of a job that was never started the end is there, so that a wait for it would be no wait.
+TEST(RunDriver, WaitsForTheEndUnlessPlain) {
+  codec::Reverse job("in.mp4", 0, 0, "out.mp4");
+  CommandLine line;
+  constexpr int kHour = 3600 * 1000;
+  WaitFor(line, &job)(kHour);
+  line.isPlain = true;
+  const auto begin = std::chrono::steady_clock::now();
+  WaitFor(line, &job)(20);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(20));
+}
+
 TEST(RunDriver, FailsWhereTheInputCannotBeOpened) {
   const LogCapture log;
   EXPECT_EQ(RunReverse({ScratchPath("absent.mp4"), ScratchPath("out.mp4"), 0, 0}), -1);
@@ -48,11 +61,14 @@ TEST(RunDriver, FailsWhereTheInputCannotBeOpened) {
 }
 
 TEST(RunDriver, ReversesTheRangeInSeconds) {
-  const LogCapture log;
-  const std::string output = ScratchPath("range.mp4");
-  EXPECT_EQ(RunReverse({Clip(ClipKind::kH264Short), output, 1, 2.5}), 0);
-  EXPECT_TRUE(std::filesystem::exists(output));
-  EXPECT_EQ(log.Texts("reverse::Main").back(), "progress:100.000");
+  for (const bool isPlain : {false, true}) {
+    const LogCapture log;
+    const std::string output = ScratchPath("range.mp4");
+    EXPECT_EQ(RunReverse({Clip(ClipKind::kH264Short), output, 1, 2.5, isPlain}), 0);
+    EXPECT_TRUE(std::filesystem::exists(output));
+    EXPECT_EQ(log.Texts("reverse::Main").back(), "progress:100.000");
+    EXPECT_EQ(log.Count(kLogInfo, "reverse::Main", "progress:100.000"), 1);
+  }
 }
 
 // The calls are the same for pictures and sound; the clip with sound meets both.
