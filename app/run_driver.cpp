@@ -42,8 +42,9 @@ int RunReverse(const CommandLine& commandLine, const std::function<void(double)>
   return RunJob(std::move(job), commandLine, onRange);
 }
 
-void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* /*job*/) {
+void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job) {
   if (commandLine.isPlain) return;
+  job->SetSafeOutput(true);
 }
 
 int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,

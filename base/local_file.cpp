@@ -5,8 +5,6 @@
 
 #include <array>
 #include <cerrno>
-#include <climits>
-#include <cstdlib>
 #include <filesystem>
 #include <string_view>
 
@@ -58,18 +56,6 @@ int WriteError(const std::string& path) {
   // The dot tells a folder from a file of its name.
   const std::filesystem::path folder = "." / std::filesystem::path(path).parent_path() / ".";
   return access(folder.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
-}
-
-NewFile::NewFile(const std::string& path) : mPath(path), mIsNew(IsAbsent(path)) {}
-
-void NewFile::Discard() const {
-  if (!mIsNew) return;
-  // Through a symbolic link to nothing the run has made the link's target; the link is the user's.
-  // Without the heap: there may be none, which is why the file is useless.
-  std::array<char, PATH_MAX> target;
-  struct stat status {};
-  if (realpath(mPath.c_str(), target.data()) == nullptr) return;
-  if (stat(target.data(), &status) == 0 && S_ISREG(status.st_mode)) unlink(target.data());
 }
 
 }  // namespace but

@@ -20,19 +20,4 @@ const char* WhyNotSeekable(const std::string& path);
 int ReadError(const std::string& path);
 int WriteError(const std::string& path);
 
-// A file that is about to be written. Knows whether it was there before, so that only what a failed
-// run has made itself is taken away again.
-class NewFile {
- public:
-  // To be constructed before the file is opened.
-  explicit NewFile(const std::string& path);
-
-  // Removes the file; does nothing when it was there before or is no regular file.
-  void Discard() const;
-
- private:
-  const std::string mPath;
-  const bool mIsNew;
-};
-
 }  // namespace but

@@ -10,8 +10,10 @@
 #include "base/guarded.h"
 #include "base/local_file.h"
 #include "base/log.h"
+#include "base/new_file.h"
 #include "base/platform.h"
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
+#include "codec/encoder/container.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/writer/media_writer_factory.h"
 #include "reverse/output_description.h"
@@ -113,7 +115,7 @@ int Reverse::CreateWriter() {
   for (const auto& [key, value] : mOutputParameters.Entries()) {
     format.SetString(key.c_str(), value.c_str());
   }
-  mOutputFile = std::make_unique<but::NewFile>(but::LocalPath(mOutputPath));
+  if (PlaceOutput(format) != 0) return -1;
   mWriter.reset(MakeWriter(format));
   if (mWriter == nullptr) {
     log_error(kTag, "Make MediaWriter error");
@@ -129,6 +131,19 @@ int Reverse::CreateWriter() {
   range.bufferSize = mFrameBufferSize;
   mLoop = std::make_unique<ReverseLoop>(mDecoder.get(), mWriter.get(), range);
   return 0;
+}
+
+int Reverse::PlaceOutput(MediaFormat& format) {
+  mOutputFile = std::make_unique<but::NewFile>(mOutputPath);
+  if (!mIsSafeOutput || WritesSeveralFiles(mOutputPath.c_str())) return 0;
+  if (mOutputFile->WriteAside() != 0) return -1;
+  if (mOutputFile->IsAside()) format.SetString("write-path", mOutputFile->WritePath().c_str());
+  return 0;
+}
+
+int Reverse::FinishOutput() {
+  if (mOutputFile == nullptr) return 0;
+  return but::Guarded(kTag, [this] { return AVERROR(mOutputFile->Finish()); });
 }
 
 MediaWriter* Reverse::MakeWriter(MediaFormat& format) { return MakeMediaWriter(format); }
@@ -219,6 +234,7 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
     log_error(kTag, "no picture could be read from %.3f to %.3f", mStart, mEnd);
     mResult = AVERROR_INVALIDDATA;
   }
+  if (mResult == 0) mResult = FinishOutput();
   FreePictures();
   mProgress = 100;
   mEndSignal.End();

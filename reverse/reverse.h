@@ -71,6 +71,11 @@ class Reverse {
 
   // Asks the work to end at its next step; what is written by then becomes a whole file.
   void Cancel() { mIsCancel = 1; }
+  // Leaves what stands at the output's path as it is until the new file is whole, and then replaces
+  // it in one step, with its permissions: a run that fails or is killed changes nothing. Off unless
+  // set. Without it the path is written from Init on. To be called before Init; but::NewFile tells
+  // which outputs are written in place all the same.
+  void SetSafeOutput(bool isSafe) { mIsSafeOutput = isSafe; }
   // Leaves the sound out. To be called before Init.
   void DisableAudio() { mAudioEnabled = false; }
 
@@ -91,6 +96,9 @@ class Reverse {
   // Brings the range inside the clip. -1 when it lies behind the end.
   int CheckRange();
   int CreateWriter();
+  // Settles where the output is written and tells `format`.
+  int PlaceOutput(MediaFormat& format);
+  int FinishOutput();
   int StartThreads();
   void FreePictures();
   // Bytes that any frame of the decoder fits into; -1 when there are too many for one buffer.
@@ -107,8 +115,10 @@ class Reverse {
   double mStart;
   double mEnd;
   MediaInfo mInputInfo;
+  std::unique_ptr<but::NewFile> mOutputFile;  // stays until Release
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;
+  bool mIsSafeOutput = false;
   MediaFormat mOutputParameters;  // of the caller, on top of the job's own
 
   // Shared by the caller's thread and the worker.
@@ -118,7 +128,6 @@ class Reverse {
   EndSignal mEndSignal;
 
   // Touched by the caller's thread only.
-  std::unique_ptr<but::NewFile> mOutputFile;
   std::unique_ptr<ReverseWorkThread> mWorkThread;
 };
 

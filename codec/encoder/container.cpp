@@ -28,4 +28,9 @@ const char* CodecNotTaken(const char* path) {
   return nullptr;
 }
 
+bool WritesSeveralFiles(const char* path) {
+  const AVOutputFormat* const format = ChooseContainer(path);
+  return format != nullptr && (format->flags & AVFMT_NOFILE) != 0;
+}
+
 }  // namespace codec

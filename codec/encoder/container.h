@@ -15,4 +15,8 @@ const AVOutputFormat* ChooseContainer(const char* path);
 // both. Containers that tell by their header only count as taking neither.
 const char* CodecNotTaken(const char* path);
 
+// Whether the path's container opens files of its own, as those of numbered pictures and of
+// playlists do.
+bool WritesSeveralFiles(const char* path);
+
 }  // namespace codec

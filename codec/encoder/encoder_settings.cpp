@@ -24,9 +24,10 @@ struct Row {
 };
 
 using S = EncoderSettings;
-constexpr std::array<Row, 28> kRows = {{
+constexpr std::array<Row, 29> kRows = {{
     {"file-format", &S::fileFormat},
     {"output-path", &S::outputPath},
+    {"write-path", &S::writePath},
     {"has-video", &S::hasVideo},
     {"video-codec", &S::videoCodec},
     {"output-color-format", &S::outputColorFormat},

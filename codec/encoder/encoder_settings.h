@@ -9,6 +9,7 @@ namespace codec {
 struct EncoderSettings {
   std::string fileFormat;  // kept, the container is chosen by the output path
   std::string outputPath;
+  std::string writePath;  // where the file is written, if not at `outputPath`
   std::string libPrefix;  // kept, nothing reads it
 
   bool hasVideo = true;

@@ -59,7 +59,7 @@ int FFmpegEncoderImpl::Open() {
     log_error(kTag, "h264_zqmediacodec|hevc_zqmediacodec only support android");
     return -1;
   }
-  if (mFile.Create(mOpened.outputPath, mOptions) != 0) return -1;
+  if (mFile.Create(mOpened.outputPath, mOptions, mOpened.writePath) != 0) return -1;
   if (CreateStreams() != 0) return -1;
   mFile.StampMetadata();
   const int result = mFile.OpenFileAndWriteHeader();

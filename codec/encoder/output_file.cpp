@@ -2,6 +2,7 @@
 
 #include <array>
 #include <ctime>
+#include <string_view>
 #include <utility>
 
 #include "base/local_file.h"
@@ -45,7 +46,8 @@ std::array<char, 40> TimeText() {
 
 }  // namespace
 
-int OutputFile::Create(const std::string& path, const EncoderOptions& options) {
+int OutputFile::Create(const std::string& path, const EncoderOptions& options,
+                       const std::string& writePath) {
   if (mContext != nullptr) return 0;
   mPath = path;
   mHeader = Header::kNone;
@@ -61,11 +63,30 @@ int OutputFile::Create(const std::string& path, const EncoderOptions& options) {
     log_error(kTag, "Could not deduce output format from file extension.");
     return -1;
   }
+  mWriteUrl = mContext->url;
+  if (!writePath.empty()) RedirectMuxer(writePath);
   Remember(SetOptions(mContext.get(), options, AV_OPT_FLAG_ENCODING_PARAM, '\0'));
   if (format->priv_class != nullptr) {
     Remember(SetOptions(mContext->priv_data, options, AV_OPT_FLAG_ENCODING_PARAM, '\0'));
   }
   return 0;
+}
+
+// The muxer keeps the user's path, which stands in its log lines.
+void OutputFile::RedirectMuxer(const std::string& writePath) {
+  mWriteUrl = ffmpeg::FileUrl(writePath);
+  mUsualOpen = mContext->io_open;
+  mContext->opaque = this;
+  mContext->io_open = &OutputFile::OpenForMuxer;
+}
+
+int OutputFile::OpenForMuxer(AVFormatContext* context, AVIOContext** file, const char* url,
+                             int flags, AVDictionary** options) {
+  const auto* const output = static_cast<const OutputFile*>(context->opaque);
+  if (std::string_view(url) != context->url) {
+    return output->mUsualOpen(context, file, url, flags, options);
+  }
+  return avio_open(file, output->mWriteUrl.c_str(), flags);
 }
 
 AVStream* OutputFile::AddStream(const AVCodec* codec) {
@@ -85,7 +106,7 @@ int OutputFile::OpenFileAndWriteHeader() {
   if (mHeader != Header::kNone) return 0;
   if (mContext == nullptr) return -1;
   if ((Format()->flags & AVFMT_NOFILE) == 0 &&
-      Remember(avio_open(&mContext->pb, mContext->url, AVIO_FLAG_WRITE)) < 0) {
+      Remember(avio_open(&mContext->pb, mWriteUrl.c_str(), AVIO_FLAG_WRITE)) < 0) {
     log_error(kTag, "Could not open '%s'\n", mPath.c_str());
     log_error(kTag, "'%s': %s", mPath.c_str(), ffmpeg::ErrorText(mError).c_str());
     return -1;

@@ -29,8 +29,10 @@ class PendingPackets {
 class OutputFile {
  public:
   // Chooses the container by the path and hands it the options that it knows. A context that
-  // exists already is kept. 0, or -1 after an error line.
-  int Create(const std::string& path, const EncoderOptions& options);
+  // exists already is kept. Where there is a `writePath`, the bytes go to that file; the container
+  // and the log lines are those of `path`. 0, or -1 after an error line.
+  int Create(const std::string& path, const EncoderOptions& options,
+             const std::string& writePath = "");
 
   bool Exists() const { return mContext != nullptr; }
   const AVOutputFormat* Format() const { return mContext->oformat; }
@@ -66,10 +68,17 @@ class OutputFile {
  private:
   enum class Header { kNone, kWritten, kRefused };
 
+  // The muxer's way to open files, for reading what it has written at another path than it knows.
+  static int OpenForMuxer(AVFormatContext* context, AVIOContext** file, const char* url, int flags,
+                          AVDictionary** options);
+  void RedirectMuxer(const std::string& writePath);
+
   void WritePending();
   void KeepStampsIncreasing(AVPacket* packet, OutputTrack* track) const;
 
   std::string mPath;
+  std::string mWriteUrl;
+  decltype(AVFormatContext::io_open) mUsualOpen = nullptr;
   ffmpeg::UniqueOutput mContext;
   Header mHeader = Header::kNone;
   int mError = 0;

@@ -2,12 +2,16 @@
 // of arguments, what a failing call gives. The build makes a linker option of every name.
 //
 // Left out are calls that only look at what is already there, and those without a result. For the
-// faults of files (missing, damaged, too large for the disk) the tests have real ones.
+// faults of files (missing, damaged, too large for the disk) the tests have real ones. A call that
+// gives -1 leaves the error in errno.
 #pragma once
 
 #include <png.h>
 #include <pthread.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -80,6 +84,13 @@
   CALL(fopen, 2, nullptr) \
   CALL(pthread_create, 4, EAGAIN) \
   CALL(avio_closep, 1, AVERROR(ENOSPC)) \
+  CALL(fchmod, 2, -1) \
+  CALL(fchown, 3, -1) \
+  CALL(fremovexattr, 2, -1) \
+  CALL(fsetxattr, 5, -1) \
+  CALL(fsync, 1, -1) \
+  CALL(linkat, 5, -1) \
+  CALL(renameat, 4, -1) \
   FAULT_TABLE_OF_LAYOUTS(CALL) \
   FAULT_TABLE_OF_CONVERTERS(CALL) \
   FAULT_TABLE_OF_SIDE_DATA(CALL)

@@ -1,6 +1,8 @@
 #include "codec/ffmpeg/faults.h"
 
 #include <array>
+#include <cerrno>
+#include <cstdarg>
 #include <limits>
 #include <system_error>
 #include <tuple>
@@ -28,7 +30,7 @@ constexpr int64_t kNoEnd = std::numeric_limits<int64_t>::max();
 
 #define FAULT_NAME(name, arguments, failure) #name,
 constexpr std::array<const char*, kFaultCalls> kNames = {FAULT_TABLE(FAULT_NAME) "std_thread",
-                                                         "operator_new"};
+                                                         "openat", "operator_new"};
 #undef FAULT_NAME
 
 }  // namespace
@@ -87,6 +89,10 @@ template <typename Result>
 Result Failure(FaultCall call, Result usual) {
   if constexpr (std::is_same_v<Result, int>) {
     const int chosen = codec::ffmpeg::Of(call).error;
+    if (usual == -1) {
+      errno = chosen != 0 ? chosen : EIO;
+      return usual;
+    }
     return chosen != 0 ? chosen : usual;
   } else {
     return usual;
@@ -133,6 +139,17 @@ Result Failure(FaultCall call, Result usual) {
   }
 
 FAULT_TABLE(WRAPPER)
+
+// Our code always gives a mode.
+extern "C" int __real_openat(int folder, const char* path, int flags, ...);
+extern "C" int __wrap_openat(int folder, const char* path, int flags, ...) {
+  if (CountFaultCall(FaultCall::openat)) return Failure<int>(FaultCall::openat, -1);
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t mode = va_arg(rest, mode_t);
+  va_end(rest);
+  return __real_openat(folder, path, flags, mode);
+}
 
 // std::thread::_M_start_thread, where std::thread and std::async begin a thread. Its second
 // argument, the owned state, is passed by its address.

@@ -17,6 +17,7 @@ enum class FaultCall {
   FAULT_TABLE(FAULT_ENUMERATOR)
   // Not C functions.
   std_thread,    // a thread of std::thread or std::async: std::system_error
+  openat,        // -1 and errno, as the table's; here because it takes any number of arguments
   operator_new,  // std::bad_alloc, in the programs that link fault_new.cpp
   kCount
 };
@@ -29,7 +30,8 @@ const char* FaultCallName(FaultCall call);
 // each call.
 class Fault {
  public:
-  // An `error` stands for the table's, where that is a number.
+  // An `error` stands for the table's, where that is a number; for errno where that is -1, EIO
+  // otherwise.
   explicit Fault(FaultCall call, int64_t passing = 0, int error = 0);
   ~Fault();
   Fault(const Fault&) = delete;

@@ -71,39 +71,5 @@ TEST(WriteError, LooksAtTheFileOrAtTheFolderOfOneToCome) {
   EXPECT_EQ(WriteError("x-in-no-named-folder"), access(".", W_OK) == 0 ? 0 : errno);
 }
 
-TEST(NewFile, RemovesOnlyWhatWasNotThereBefore) {
-  const std::string fresh = ScratchPath("fresh");
-  const NewFile made(fresh);
-  Touch(fresh);
-  made.Discard();
-  EXPECT_FALSE(fs::exists(fresh));
-  made.Discard();
-
-  const std::string old = ScratchPath("old");
-  Touch(old);
-  NewFile(old).Discard();
-  EXPECT_TRUE(fs::exists(old));
-}
-
-TEST(NewFile, RemovesWhatALinkToNothingLedToAndKeepsTheLink) {
-  const std::string link = ScratchPath("dangling");
-  const std::string target = ScratchPath("target");
-  fs::create_symlink(target, link);
-  const NewFile made(link);
-  Touch(link);
-  ASSERT_TRUE(fs::exists(target));
-  made.Discard();
-  EXPECT_FALSE(fs::exists(target));
-  EXPECT_TRUE(fs::is_symlink(fs::symlink_status(link)));
-}
-
-TEST(NewFile, KeepsWhatIsNoRegularFile) {
-  const std::string path = ScratchPath("later-pipe");
-  const NewFile made(path);
-  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-  made.Discard();
-  EXPECT_TRUE(fs::exists(path));
-}
-
 }  // namespace
 }  // namespace but
