@@ -105,17 +105,14 @@ int ReplacementFile::TakeAccessOf(const struct stat& old) {
 }
 
 int ReplacementFile::TakeAccessList() {
+  // The folder may have given the new file a list that the old one has not.
+  if (fremovexattr(mFile.Number(), kAccessList) != 0 && !IsAbsentAttribute(errno)) return errno;
   const std::string old = mPlace.Path();
   std::vector<char> list(XATTR_SIZE_MAX);
   const ssize_t length = lgetxattr(old.c_str(), kAccessList, list.data(), list.size());
-  if (length >= 0) {
-    return ErrorOf(
-        fsetxattr(mFile.Number(), kAccessList, list.data(), static_cast<size_t>(length), 0));
-  }
-  if (!IsAbsentAttribute(errno)) return errno;
-  // The folder may have given the new file a list that the old one has not.
-  if (fremovexattr(mFile.Number(), kAccessList) == 0 || IsAbsentAttribute(errno)) return 0;
-  return errno;
+  if (length < 0) return IsAbsentAttribute(errno) ? 0 : errno;
+  return ErrorOf(
+      fsetxattr(mFile.Number(), kAccessList, list.data(), static_cast<size_t>(length), 0));
 }
 
 int ReplacementFile::ObstacleInPlace() const {

@@ -1,6 +1,7 @@
 // Outputs that the user has no right to write.
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -11,6 +12,7 @@
 
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
+#include "tests/support/media_reading.h"
 
 namespace test_support {
 namespace {
@@ -67,6 +69,56 @@ TEST_F(Permission, ToWriteIntoTheFileIsAskedFor) {
   ExpectRefused(mKept, "Permission denied");
   std::ifstream file(mKept);
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "before");
+}
+
+TEST_F(Permission, ToPutAFileInTheFolderIsDoneWithoutWhereAFileMayBeWritten) {
+  fs::permissions(mKept, fs::perms::owner_read | fs::perms::owner_write);
+  const std::string clip = Clip(ClipKind::kH264Short);
+  const CommandResult result = RunBound({ProgramPath(), "-i", clip, "-o", mKept});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_NE(
+      result.err.find(" warning [but::NewFile] " + mKept +
+                      " is overwritten in place, and lost if the run fails: Permission denied"),
+      std::string::npos)
+      << result.err;
+  EXPECT_FALSE(VideoTimes(mKept).empty());
+  EXPECT_EQ(fs::status(mKept).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+// In such a folder only the owner of a file may replace it.
+TEST_F(Permission, ToReplaceAFileOfAnothersInASharedFolderIsNotNeeded) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root gives files away";
+  fs::permissions(ScratchPath(""), fs::perms::others_exec, fs::perm_options::add);
+  fs::permissions(mFolder, fs::perms::all | fs::perms::sticky_bit);
+  fs::permissions(mKept, fs::perms::owner_all | fs::perms::others_read | fs::perms::others_write);
+  ASSERT_EQ(chown(mKept.c_str(), 4711, 4711), 0);
+  const std::string clip = Clip(ClipKind::kH264Short);
+  const CommandResult result =
+      test_support::Run({"setpriv", "--reuid=4712", "--regid=4712", "--clear-groups", ProgramPath(),
+                         "-i", clip, "-o", mKept});
+  if (result.status == 126 || result.status == 127) GTEST_SKIP() << "another user cannot run it";
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.err.find("its folder lets only its owner replace it"), std::string::npos);
+  struct stat status {};
+  ASSERT_EQ(stat(mKept.c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, 4711U);
+  EXPECT_FALSE(VideoTimes(mKept).empty());
+}
+
+// As in a container that has a single file of its host.
+TEST(MountedFile, IsWrittenInPlace) {
+  const std::string host = ScratchPath("host.mp4");
+  const std::string mounted = ScratchPath("mounted.mp4");
+  for (const std::string& path : {host, mounted}) std::ofstream(path) << "before";
+  if (mount(host.c_str(), mounted.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+    GTEST_SKIP() << "no right to mount";
+  }
+  const CommandResult result =
+      test_support::Run({ProgramPath(), "-i", Clip(ClipKind::kH264Short), "-o", mounted});
+  umount(mounted.c_str());
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.err.find("it is a mount of its own"), std::string::npos) << result.err;
+  EXPECT_FALSE(VideoTimes(host).empty());
 }
 
 TEST(ReadOnlyDisk, IsRefused) {

@@ -5,9 +5,11 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <thread>
 
+#include "codec/ffmpeg/faults.h"
 #include "reverse/reverse.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
@@ -52,6 +54,64 @@ TEST(ReverseFailure, KeepsAFileThatWasThereBefore) {
   job.Release();
   EXPECT_LT(job.Result(), 0);
   EXPECT_TRUE(std::filesystem::exists(output));
+}
+
+// Gives the bytes of what stands there.
+std::string BytesOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(SafeOutput, IsOffUnlessSet) {
+  const std::string output = ScratchPath("unsafe.mp4");
+  std::ofstream(output) << "old";
+  Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
+  ASSERT_EQ(job.Init(), 0);
+  EXPECT_NE(BytesOf(output), "old");
+}
+
+TEST(SafeOutput, KeepsTheOldFileUntilTheProgressIsDone) {
+  const std::string output = ScratchPath("safe.mp4");
+  std::ofstream(output) << "old";
+  Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
+  job.SetSafeOutput(true);
+  ASSERT_EQ(job.Init(), 0);
+  EXPECT_EQ(BytesOf(output), "old");
+  ASSERT_EQ(job.Start(), 0);
+  WaitForEnd(&job);
+  EXPECT_FALSE(test_support::VideoTimes(output).empty());
+  job.Release();
+  EXPECT_EQ(job.Result(), 0);
+  EXPECT_FALSE(test_support::VideoTimes(output).empty());
+}
+
+TEST(SafeOutput, KeepsTheOldFileWhereTheJobIsNotStarted) {
+  const std::string output = ScratchPath("unstarted.mp4");
+  std::ofstream(output) << "old";
+  {
+    Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
+    job.SetSafeOutput(true);
+    ASSERT_EQ(job.Init(), 0);
+  }
+  EXPECT_EQ(BytesOf(output), "old");
+}
+
+TEST(SafeOutput, KeepsTheOldFileWhereItCannotBeReplacedAtTheEnd) {
+  using codec::ffmpeg::Fault;
+  using codec::ffmpeg::FaultCall;
+  const std::string output = ScratchPath("kept.mp4");
+  std::ofstream(output) << "old";
+  Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
+  job.SetSafeOutput(true);
+  ASSERT_EQ(job.Init(), 0);
+  const Fault fault(FaultCall::fsync, 0, ENOSPC);
+  const LogCapture log;
+  ASSERT_EQ(job.Start(), 0);
+  WaitForEnd(&job);
+  job.Release();
+  EXPECT_EQ(job.Result(), -ENOSPC);
+  EXPECT_TRUE(log.Has(kLogError, "but::NewFile", "'" + output + "': No space left on device"));
+  EXPECT_EQ(BytesOf(output), "old");
 }
 
 TEST(ReverseFailure, EndsWhereTheHostGivesNoThread) {

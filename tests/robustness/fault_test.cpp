@@ -2,6 +2,8 @@
 // process of its own.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -17,8 +19,11 @@
 #include "codec/ffmpeg/faults.h"
 #include "codec/ffmpeg/owned.h"
 #include "tests/codec/filter/png_file.h"
+#include "tests/robustness/corpus.h"
 #include "tests/robustness/sandbox.h"
+#include "tests/support/access_list.h"
 #include "tests/support/clips.h"
+#include "tests/support/command.h"
 
 namespace test_support {
 namespace {
@@ -32,6 +37,7 @@ struct Scene {
   std::string name;
   std::string input;
   std::map<std::string, std::string> parameters;  // of the output
+  bool replaces = false;                          // a file that stands at the output
 };
 
 std::vector<std::string> Drawn(const std::string& size, const std::string& seconds,
@@ -72,6 +78,52 @@ Scene Stamped() {
        {"water-mark-rotation", "90"}}};
 }
 
+// A clip of a moment that takes the place of an old file.
+Scene Replacing() {
+  Scene scene = {
+      "replacing", CustomClip("fault_short.mp4", Drawn("64x48", "0.4", {"-c:v", "libx264"})), {}};
+  scene.replaces = true;
+  return scene;
+}
+
+// The output of a scene: the only file of its folder, an old one at first where it is replaced.
+// The old one has an access list and, if root is there to give it away, another owner, who may not
+// even read it.
+class Output {
+ public:
+  Output(const Scene& scene, const std::string& scratch)
+      : mReplaces(scene.replaces), mFolder(scratch + "-folder"), mPath(mFolder + "/out.mp4") {
+    std::filesystem::remove_all(mFolder);
+    std::filesystem::create_directory(mFolder);
+    if (!mReplaces) return;
+    WriteBytes(mPath, kOldBytes);
+    PutAccessList(mPath);
+    if (!CanGiveAway()) return;
+    EXPECT_EQ(chmod(mPath.c_str(), 0266), 0);
+    EXPECT_EQ(chown(mPath.c_str(), 4711, 4711), 0);
+  }
+  ~Output() { std::filesystem::remove_all(mFolder); }
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+  static bool CanGiveAway() { return geteuid() == 0; }
+
+  const std::string& Path() const { return mPath; }
+  // Whether the folder is as it was before the run.
+  bool IsUntouched() const {
+    for (const auto& entry : std::filesystem::directory_iterator(mFolder)) {
+      if (!mReplaces || entry.path() != mPath) return false;
+    }
+    return !mReplaces || ReadBytes(mPath) == kOldBytes;
+  }
+
+ private:
+  static constexpr char kOldBytes[] = "old";
+  const bool mReplaces;
+  const std::string mFolder;
+  const std::string mPath;
+};
+
 // What a run tells the test.
 struct Report {
   int64_t calls[kFaultCalls];
@@ -110,6 +162,7 @@ int64_t PacketsOf(const std::string& path) {
 int RunScene(const Scene& scene, const std::string& output) {
   return but::Guarded("main", [&] {
     auto job = std::make_unique<codec::Reverse>(scene.input.c_str(), 0, 0, output.c_str());
+    job->SetSafeOutput(scene.replaces);
     for (const auto& [key, value] : scene.parameters) {
       job->SetOutputParameter(key.c_str(), value.c_str());
     }
@@ -141,16 +194,16 @@ SandboxCase CaseOf(const Scene& scene, const Place& place, int64_t packets, Repo
   one.name = NameOf(scene, place);
   one.limits = Limits();
   one.body = [&scene, place, packets, report](const std::string& scratch) {
-    const std::string output = scratch + "-out.mp4";
+    const Output output(scene, scratch);
     int result = 0;
     {
       Fault fault(place.call, place.passing);
       if (!place.always) fault.Once();
-      result = RunScene(scene, output);
+      result = RunScene(scene, output.Path());
       report->failed = fault.Failed();
     }
-    if (result != 0) return std::filesystem::exists(output) ? kUnplayableStatus : kRefusedStatus;
-    report->packets = PacketsOf(output);
+    if (result != 0) return output.IsUntouched() ? kRefusedStatus : kUnplayableStatus;
+    report->packets = PacketsOf(output.Path());
     return report->packets == packets ? kReversedStatus : kUnplayableStatus;
   };
   return one;
@@ -182,6 +235,8 @@ constexpr Survivor kSurvivors[] = {
     {FaultCall::av_image_get_buffer_size, Outcome::kWhole},
     // The last one is that of a file that is closed already.
     {FaultCall::avio_closep, Outcome::kWhole},
+    // The file gets a hidden name.
+    {FaultCall::openat, Outcome::kWhole},
     // There are more buffers in the pool; and lines of FFmpeg's for which there is no memory are
     // left out of the log.
     {FaultCall::malloc, Outcome::kWhole},
@@ -239,16 +294,16 @@ Counted Count(const Scene& scene) {
   one.name = scene.name;
   one.limits = Limits();
   one.body = [&](const std::string& scratch) {
-    const std::string output = scratch + "-out.mp4";
+    const Output output(scene, scratch);
     Report& report = reports[0];
     for (int i = 0; i < kFaultCalls; ++i) {
       report.calls[i] = -codec::ffmpeg::FaultCallCount(static_cast<FaultCall>(i));
     }
-    if (RunScene(scene, output) != 0) return kRefusedStatus;
+    if (RunScene(scene, output.Path()) != 0) return kRefusedStatus;
     for (int i = 0; i < kFaultCalls; ++i) {
       report.calls[i] += codec::ffmpeg::FaultCallCount(static_cast<FaultCall>(i));
     }
-    report.packets = PacketsOf(output);
+    report.packets = PacketsOf(output.Path());
     return kReversedStatus;
   };
   RunSandboxed({one}, 1, [&counted](const SandboxResult& result) {
@@ -315,13 +370,21 @@ std::vector<Place> PlacesIn(const Report& report) {
   return places;
 }
 
+bool HaveFilesAccessLists() {
+  const std::string path = ScratchPath("listed");
+  WriteBytes(path, "");
+  return PutAccessList(path);
+}
+
 TEST(Faults, OfEveryCallEndHonestly) {
   std::array<bool, kFaultCalls> met{};
-  for (const Scene& scene : {Plain(), Scaled(), Stamped()}) {
+  for (const Scene& scene : {Plain(), Scaled(), Stamped(), Replacing()}) {
     const Counted counted = Count(scene);
     for (size_t i = 0; i < met.size(); ++i) met[i] = met[i] || counted.report.calls[i] > 0;
     ExpectHonestEnds(counted, PlacesIn(counted.report));
   }
+  met[static_cast<size_t>(FaultCall::fchown)] |= !Output::CanGiveAway();
+  met[static_cast<size_t>(FaultCall::fsetxattr)] |= !HaveFilesAccessLists();
   for (size_t i = 0; i < met.size(); ++i) {
     EXPECT_TRUE(met[i]) << codec::ffmpeg::FaultCallName(static_cast<FaultCall>(i));
   }
@@ -329,7 +392,7 @@ TEST(Faults, OfEveryCallEndHonestly) {
 
 TEST(Faults, OfEveryAllocationEndHonestly) {
   constexpr int kPoints = 200;
-  for (const Scene& scene : {Plain(), Stamped()}) {
+  for (const Scene& scene : {Plain(), Stamped(), Replacing()}) {
     const Counted counted = Count(scene);
     const int64_t total = counted.report.calls[static_cast<int>(FaultCall::operator_new)];
     std::cout << total << " allocations\n";

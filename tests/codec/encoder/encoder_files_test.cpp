@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -58,6 +59,35 @@ TEST_P(EncoderFiles, HoldEveryPictureAsConstrainedBaseline) {
   EXPECT_EQ(Probe(path, "a", "stream=codec_name,sample_rate,channels"),
             (Values{"aac", "48000", "2"}));
   EXPECT_GE(encoder_test::PacketCount(path, "a"), 92);
+}
+
+// The bytes go elsewhere, into the container of the output's name, also those that the muxer reads
+// back.
+TEST_P(EncoderFiles, AreWrittenToAnotherPathOnRequest) {
+  const std::string path = Path("named");
+  const std::string elsewhere = ScratchPath("written") + "%03d:1";
+  MediaFormat format = encoder_test::FilmFormat(path);
+  format.SetString("write-path", elsewhere.c_str());
+  Write(format);
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_EQ(encoder_test::PacketCount("file:" + elsewhere, "v"), kPictures);
+  const std::string name = test_support::ContainerFields("file:" + elsewhere).at("format_name");
+  Write(encoder_test::FilmFormat(path));
+  EXPECT_EQ(name, test_support::ContainerFields(path).at("format_name"));
+  EXPECT_EQ(std::filesystem::file_size(elsewhere), std::filesystem::file_size(path));
+}
+
+TEST(EncoderFilesElsewhere, NameTheOutputWhereTheOtherPathCannotBeOpened) {
+  const std::string path = ScratchPath("named.mp4");
+  MediaFormat format = encoder_test::VideoFormat(path);
+  format.SetString("write-path", ScratchPath("none/x").c_str());
+  MediaEncoderImpl encoder;
+  ASSERT_EQ(encoder.Configure(format), 0);
+  const test_support::LogCapture log;
+  EXPECT_EQ(encoder.Open(), -1);
+  EXPECT_TRUE(
+      log.Has(kLogError, encoder_test::kEncoderTag, "'" + path + "': No such file or directory"));
+  encoder.Close();
 }
 
 TEST_P(EncoderFiles, LastAsLongAsTheirPicturesLastOneIncluded) {
