@@ -99,8 +99,9 @@ int AudioConverter::Deliver(const AVFrame* frame, uint8_t* buffer) {
 }
 
 int AudioConverter::Copy(const AVFrame* frame, uint8_t* buffer) {
-  const int bytes =
-      av_get_bytes_per_sample(static_cast<AVSampleFormat>(frame->format)) * frame->nb_samples;
+  const int channels = mWholeBlocks ? kTargetChannels : 1;
+  const int bytes = av_get_bytes_per_sample(static_cast<AVSampleFormat>(frame->format)) *
+                    frame->nb_samples * channels;
   std::copy_n(frame->data[0], bytes, buffer);
   return bytes;
 }

@@ -30,11 +30,15 @@ class AudioConverter {
   // converted.
   int Open(const AVCodecContext* context);
 
+  // Sound that is packed stereo float already is delivered whole. Off unless called.
+  void DeliverWholeBlocks() { mWholeBlocks = true; }
+
   // Copies or converts a frame into `buffer`, which holds MaxBlockBytes(), and returns the bytes
   // that count. A frame that cannot be delivered is dropped with a warning and gives -1.
   //
   // Sound that is packed stereo float already is not converted: then as many bytes are delivered
-  // as one channel has, which is the first half of the interleaved block. Deliberate.
+  // as one channel has, which is the first half of the interleaved block. Deliberate; see
+  // DeliverWholeBlocks.
   int Deliver(const AVFrame* frame, uint8_t* buffer);
 
   // Bytes of the largest block that is delivered; 0 when not opened.
@@ -56,6 +60,7 @@ class AudioConverter {
 
   int mSampleRate = 0;
   int mMaxBlockBytes = 0;
+  bool mWholeBlocks = false;
   AVSampleFormat mDeliveredFormat = AV_SAMPLE_FMT_NONE;
   // Without a value when the converter could not be made.
   std::optional<SoundForm> mForm;

@@ -13,6 +13,7 @@ extern "C" {
 }
 
 #define HAS_CHANNEL_LAYOUT (LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(59, 24, 100))  // FFmpeg 5.1
+#define HAS_INDEX_CALLS (LIBAVFORMAT_VERSION_MAJOR >= 59)                           // FFmpeg 5.0
 #define HAS_COPY_OPAQUE (LIBAVCODEC_VERSION_MAJOR >= 60)                            // FFmpeg 6.0
 #define HAS_PARAMETER_SIDE_DATA (LIBAVCODEC_VERSION_MAJOR >= 61)                    // FFmpeg 7.0
 
@@ -138,6 +139,17 @@ AVRational RealBaseRate(const AVStream* stream) {
   }
 #endif
   return stream->r_frame_rate;
+}
+
+int64_t IndexedAtOrBefore(AVStream* stream, int64_t ticks) {
+#if HAS_INDEX_CALLS
+  const AVIndexEntry* const entry =
+      avformat_index_get_entry_from_timestamp(stream, ticks, AVSEEK_FLAG_BACKWARD);
+  return entry == nullptr ? AV_NOPTS_VALUE : entry->timestamp;
+#else
+  const int entry = av_index_search_timestamp(stream, ticks, AVSEEK_FLAG_BACKWARD);
+  return entry < 0 ? AV_NOPTS_VALUE : stream->index_entries[entry].timestamp;
+#endif
 }
 
 int EncodeOne(AVCodecContext* context, AVPacket* packet, const AVFrame* frame, int* gotPacket) {

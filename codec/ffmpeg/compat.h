@@ -35,6 +35,12 @@ AVRational CodecTimeBase(const AVStream* stream);
 // The lowest rate that can represent all time stamps of the stream exactly.
 AVRational RealBaseRate(const AVStream* stream);
 
+// Demuxing.
+
+// Stamp of the last key entry at or before `ticks` in the index that the demuxer has of the stream
+// so far; AV_NOPTS_VALUE when there is none.
+int64_t IndexedAtOrBefore(AVStream* stream, int64_t ticks);
+
 // Encoding and muxing.
 
 // Encodes one picture in one call; `*gotPacket` becomes 1 when `packet` holds a packet, whose

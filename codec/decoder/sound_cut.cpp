@@ -1,0 +1,55 @@
+#include "codec/decoder/sound_cut.h"
+
+#include <algorithm>
+
+namespace codec {
+
+double SoundCut::TimeOf(const AVFrame* frame) {
+  double time = mNext;
+  if (frame->best_effort_timestamp != AV_NOPTS_VALUE) {
+    time = static_cast<double>(mTimeBase.num) * static_cast<double>(frame->best_effort_timestamp) /
+               mTimeBase.den -
+           mZero;
+  }
+  mNext = time;
+  if (frame->sample_rate > 0) mNext += static_cast<double>(frame->nb_samples) / frame->sample_rate;
+  return time;
+}
+
+void SoundCut::Take(const AVFrame* frame) {
+  const double time = TimeOf(frame);
+  mLastWasKept = false;
+  if (mNext <= mRange.from) {
+    mEndBefore = std::max(mEndBefore, mNext);
+  } else if (time >= mRange.to) {
+    mStartAfter = std::min(mStartAfter, time);
+  } else {
+    Keep(frame, time);
+  }
+  mBegins = false;
+}
+
+// Converted to where it stays. The converter gives as many samples as it takes, or none.
+void SoundCut::Keep(const AVFrame* frame, double time) {
+  constexpr size_t kChannels = AudioConverter::kTargetChannels;
+  std::vector<float>& samples = mOut->samples;
+  const size_t offset = samples.size();
+  samples.resize(offset + static_cast<size_t>(std::max(frame->nb_samples, 0)) * kChannels);
+  const int bytes = mConverter->Deliver(frame, reinterpret_cast<uint8_t*>(samples.data() + offset));
+  const size_t delivered = static_cast<size_t>(std::max(bytes, 0)) / sizeof(float) / kChannels;
+  samples.resize(offset + delivered * kChannels);
+  if (delivered == 0) return;
+  SoundBlock block;
+  block.time = time;
+  block.samples = static_cast<int>(delivered);
+  block.offset = offset;
+  block.begins = mBegins;
+  mOut->blocks.push_back(block);
+  mLastWasKept = true;
+}
+
+void SoundCut::EndStream() {
+  if (mLastWasKept) mOut->blocks.back().ends = true;
+}
+
+}  // namespace codec

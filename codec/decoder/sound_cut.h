@@ -1,0 +1,63 @@
+// Cuts a stretch of time out of a stream's decoded sound.
+#pragma once
+
+#include <limits>
+
+#include "codec/decoder/audio_converter.h"
+#include "codec/decoder/sound_stretch.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+// Times of one reading, all in seconds from the zero that the caller measures from.
+struct SoundRange {
+  double from = 0;  // inclusive
+  double to = 0;    // exclusive
+};
+
+// Is given the frames in the order of the stream, says when each sounds, and keeps those that
+// reach into the range. A frame without a stamp follows the one before it.
+class SoundCut {
+ public:
+  // Frames have stamps in `timeBase`, whose time `zero`, in seconds, counts as 0. `first` is the
+  // time of a first frame without a stamp. The others are used while this object lives.
+  SoundCut(const SoundRange& range, AVRational timeBase, double zero, double first,
+           AudioConverter* converter, SoundStretch* out)
+      : mRange(range),
+        mTimeBase(timeBase),
+        mZero(zero),
+        mConverter(converter),
+        mOut(out),
+        mNext(first) {}
+
+  // The next frame is the stream's first.
+  void BeginStream() { mBegins = true; }
+  // The next frame, which is not as it should be, because the decoder has only just started.
+  void Pass(const AVFrame* frame) { TimeOf(frame); }
+  // The next frame.
+  void Take(const AVFrame* frame);
+  // There is no frame after the last one.
+  void EndStream();
+
+  // End of the last frame taken that sounds before the range; minus infinity if there was none.
+  double EndBefore() const { return mEndBefore; }
+  // Start of the first frame taken that sounds after the range; infinite if there was none.
+  double StartAfter() const { return mStartAfter; }
+
+ private:
+  double TimeOf(const AVFrame* frame);
+  void Keep(const AVFrame* frame, double time);
+
+  SoundRange mRange;
+  AVRational mTimeBase;
+  double mZero;
+  AudioConverter* mConverter;
+  SoundStretch* mOut;
+  double mNext;  // time of a frame without a stamp
+  bool mBegins = false;
+  bool mLastWasKept = false;
+  double mEndBefore = -std::numeric_limits<double>::infinity();
+  double mStartAfter = std::numeric_limits<double>::infinity();
+};
+
+}  // namespace codec

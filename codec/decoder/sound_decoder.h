@@ -1,0 +1,43 @@
+// Decodes a sound stream again and again, each time as if nothing had been decoded before.
+#pragma once
+
+#include <cstdint>
+
+#include "codec/decoder/first_failure.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+// Makes a new decoder for each start. A flushed decoder may keep a generator of noise or a trim
+// that is left over, and gives other samples the second time; a new one costs a tenth of a
+// millisecond at most. Stamps move with trimmed samples, and noise does not depend on what was
+// decoded before if the decoder has an option for that.
+class SoundDecoder {
+ public:
+  // Finds the decoder of this stream and starts it. `failure`, which outlives this object, is told
+  // of want of memory. 0, or -1 with the reason logged.
+  int Open(const AVStream* stream, FirstFailure* failure);
+
+  // Begins again with a new decoder, for the same stream, be it of another input of the same file.
+  // 0, or -1 with the reason logged.
+  int Start(const AVStream* stream);
+
+  // Hands a packet to the decoder, null to drain it. What it refuses is lost.
+  void Send(AVPacket* packet);
+  // The next frame. False when the decoder wants a packet, is drained, or cannot use the packet.
+  bool Receive(AVFrame* frame);
+
+  // Of the decoder that was started last; owned here.
+  const AVCodecContext* Context() const { return mContext.get(); }
+  int64_t PacketsDecoded() const { return mPacketsDecoded; }
+  int64_t Starts() const { return mStarts; }
+
+ private:
+  const AVCodec* mCodec = nullptr;
+  FirstFailure* mFailure = nullptr;
+  ffmpeg::UniqueCodecContext mContext;
+  int64_t mPacketsDecoded = 0;
+  int64_t mStarts = 0;
+};
+
+}  // namespace codec

@@ -1,0 +1,78 @@
+// The packets of one sound stream, from an input that reads nothing else.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "codec/decoder/first_failure.h"
+#include "codec/decoder/input_file.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+// Finds its way about the stream: to a place before a time, and back to the very start, with
+// exactly the packets that the freshly opened file gives.
+class SoundInput {
+ public:
+  // Opens the local file with nothing but this stream switched on; the first packet is the next
+  // one. 0, or -1 with the reason logged.
+  int Open(const std::string& path, int streamIndex);
+
+  // Fills the blank `packet` with the stream's next one. False at the end of input, after an error
+  // too: the packet is blank then.
+  bool Read(AVPacket* packet);
+
+  // Moves to a packet at or before this time in the file's stamps, in seconds, if the file has a
+  // way there; the landing may be far before, or late. False if it has not.
+  bool MoveBefore(double seconds);
+  // Moves to the stream's first packet. 0, or -1, logged, when the file cannot be opened again.
+  int MoveToStart();
+  // Lets the file read its index, if it has one that it has not read for lack of a seek. Moves.
+  void LearnIndex();
+
+  bool IsFirst(const AVPacket* packet) const;
+  // Time of the first packet in the file's stamps; infinite if it has none, or there is no packet.
+  double FirstSeconds() const { return mFirstSeconds; }
+  bool HasPackets() const { return mFirst != nullptr; }
+
+  // Ticks of the stream in seconds.
+  double Seconds(int64_t ticks) const;
+  // The packet's time in the file's stamps, in seconds; not a number when it has no stamp.
+  double SecondsOf(const AVPacket* packet) const;
+  // How long the packet lasts; 0 when the file does not say.
+  double LengthOf(const AVPacket* packet) const;
+
+  // Owned here; another one after MoveToStart.
+  const AVStream* Stream() const { return mInput->Context()->streams[mIndex]; }
+
+  // FFmpeg's number of the first failure that is the host's; 0 while there was none.
+  int Failure() const {
+    return mFailure.Error() != 0 ? mFailure.Error() : mInput->Failure().Error();
+  }
+  int64_t PacketsRead() const { return mPacketsRead; }
+  int64_t Seeks() const { return mSeeks; }
+  int64_t Opens() const { return mOpens; }
+
+ private:
+  int OpenInput();
+  int KeepFirst();
+  bool LandedOnFirst();
+  bool Seek(int stream, double seconds);
+  // Time of the last entry of the stream's index at or before; minus infinity when there is none.
+  double Indexed(int stream, double seconds) const;
+
+  std::string mPath;
+  int mIndex = -1;
+  int mVideo = -1;  // -1 when the file has none
+  std::unique_ptr<InputFile> mInput;
+  ffmpeg::UniquePacket mFirst;
+  double mFirstSeconds = 0;
+  size_t mStartWay = 0;   // ways to the start before this one have failed
+  FirstFailure mFailure;  // of the inputs before this one, and of scratch memory
+  int64_t mPacketsRead = 0;
+  int64_t mSeeks = 0;
+  int64_t mOpens = 0;
+};
+
+}  // namespace codec

@@ -1,0 +1,29 @@
+// The sound of a stretch of time, block by block.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+namespace codec {
+
+// What a decoder gave at once.
+struct SoundBlock {
+  double time = 0;      // of the first sample, in seconds
+  int samples = 0;      // a channel
+  size_t offset = 0;    // of the first sample in SoundStretch::samples
+  bool begins = false;  // the stream's first block
+  bool ends = false;    // the stream's last block
+};
+
+struct SoundStretch {
+  std::vector<float> samples;      // of all blocks, left and right in turn
+  std::vector<SoundBlock> blocks;  // in the order of the stream
+
+  const float* Of(const SoundBlock& block) const { return samples.data() + block.offset; }
+  void Clear() {
+    samples.clear();
+    blocks.clear();
+  }
+};
+
+}  // namespace codec

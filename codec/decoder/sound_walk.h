@@ -1,0 +1,97 @@
+// The sound of any stretch of a clip, for a caller that walks backward through it.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+
+#include "codec/decoder/audio_converter.h"
+#include "codec/decoder/held_packets.h"
+#include "codec/decoder/sound_cut.h"
+#include "codec/decoder/sound_decoder.h"
+#include "codec/decoder/sound_input.h"
+#include "codec/decoder/sound_stretch.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+// Gives the samples that one decode from the start of the file to its end gives, whichever stretch
+// is read. Reads its own input, so that neither the order of pictures and sound in the file nor
+// where the pictures are read matters. For one thread at a time.
+//
+// A decoder that starts in mid-file gives other samples at first. A reading therefore
+//   1. moves to a packet some way before the stretch,
+//   2. holds packets back until one lies beyond the start of the stretch,
+//   3. goes further back if those before are too few for the decoder to get going,
+//   4. starts a new decoder, decodes the older packets for nothing, and keeps what comes of the
+//      others until the stretch is over.
+class SoundWalk {
+ public:
+  // Opens the stream of this number in the local file. 0, or -1, with the reason logged, when the
+  // file cannot be read, or the stream's sound cannot be decoded or converted.
+  int Open(const std::string& path, int streamIndex);
+
+  // Time of the first sample in the file's stamps, in seconds. Nothing when there is no sound in
+  // the whole stream.
+  std::optional<double> FirstTime() const { return mFirstTime; }
+  // The time in the file's stamps, in seconds, that counts as 0 from now on; at first it is 0.
+  void SetZero(double seconds);
+
+  // Fills `out` with every block that reaches into [from, to), in seconds, in the order of the
+  // stream. Damaged parts are missing. 0, or -1, with the reason logged, when the host fails.
+  int Read(double from, double to, SoundStretch* out);
+
+  // Samples a second, of a channel.
+  int SampleRate() const { return mSampleRate; }
+  // FFmpeg's number of the first failure that is the host's (want of memory); 0 while there was
+  // none.
+  int Failure() const;
+
+  int64_t PacketsRead() const { return mInput.PacketsRead(); }
+  int64_t PacketsDecoded() const { return mDecoder.PacketsDecoded(); }
+  int64_t Seeks() const { return mInput.Seeks(); }
+  // How often the file has been opened.
+  int64_t Opens() const { return mInput.Opens(); }
+
+ private:
+  int FindFirstTime();
+  // How far before a stretch its landing should be, in seconds.
+  double LeadIn() const;
+  // Steps 1 to 3.
+  int MoveAndHold(double from);
+  bool Hold(double from);
+  // Step 4.
+  void Decode(const SoundRange& range, SoundCut* cut);
+  void DecodePacket(AVPacket* packet, bool heard, SoundCut* cut);
+  void RememberSilence(const SoundRange& range, const SoundCut& cut, const SoundStretch& out);
+  // The packet's time from zero, in seconds. One without a stamp follows the packet before it.
+  double Place(const AVPacket* packet);
+  // How long the packet may be taken to last, in seconds.
+  double Lasts(const AVPacket* packet);
+
+  SoundInput mInput;
+  SoundDecoder mDecoder;
+  AudioConverter mConverter;
+  FirstFailure mFailure;
+  ffmpeg::UniqueFrame mFrame;
+  HeldPackets mHeld{{}};
+  PrerollNeed mNeed;
+  int mSampleRate = 0;
+  std::optional<double> mFirstTime;
+  double mZero = 0;
+  double mLongestPacket = 0;  // seconds
+
+  // Of the reading that goes on.
+  bool mMetFirst = false;  // the stream's first packet has been read
+  bool mHoldsFirst = false;
+  bool mAtEnd = false;
+  double mPlace = 0;      // of the last packet read
+  double mNextPlace = 0;  // of a packet without a stamp; not a number when unknown
+
+  // Nothing sounds in this range, as far as the last reading could tell. Without it, every step
+  // through a long pause would read the whole pause.
+  SoundRange mSilence{std::numeric_limits<double>::infinity(), 0};
+};
+
+}  // namespace codec
