@@ -15,45 +15,51 @@ struct PrerollNeed {
   size_t packets = 0;
 };
 
-// Keeps the newest packets: the last few, which will be heard, and before these as many as the
-// decoder needs to get going. Lets go of older ones.
+// Keeps the packets that will be heard: those that reach over the target or lie beyond it, and the
+// last few in any case. Before them it keeps as many as the decoder needs to get going, and lets go
+// of older ones.
 class HeldPackets {
  public:
   // The newest packets that will be heard: one beyond the target, the one that reaches over it, and
-  // one more for a decoder that is a packet late.
+  // one more, because stamps are rounded.
   static constexpr size_t kHeard = 3;
 
   explicit HeldPackets(PrerollNeed need) : mNeed(need) {}
 
+  // Lets go of all. The next packets are for what sounds at and after this time, in seconds.
+  void StartOver(double target);
+
   // A blank packet to be read into; owned here. Null when there is no memory. The next call gives
   // the same one unless Add was called in between.
   AVPacket* Blank();
-  // Holds the packet that Blank gave; it lasts this many seconds.
-  void Add(double seconds);
+  // Holds the packet that Blank gave, which is heard from `begin` on and lasts this long, both in
+  // seconds.
+  void Add(double begin, double length);
 
-  // Whether the older packets are enough for the decoder.
-  bool Suffices() const { return SufficesWithout(0); }
+  // Whether the packets before the first one heard are enough for the decoder.
+  bool Suffices() const { return Size() >= kHeard && SufficesWithout(0, 0); }
 
   size_t Size() const { return mPackets.size(); }
   AVPacket* At(size_t index) const { return mPackets[index].packet.get(); }
-  // The first one that will be heard.
-  size_t FirstHeard() const { return Size() > kHeard ? Size() - kHeard : 0; }
-  // Lets go of all.
-  void Clear();
+  // The index of the first one that will be heard.
+  size_t FirstHeard() const { return mFirstHeard; }
 
  private:
   struct Held {
     ffmpeg::UniquePacket packet;
-    double seconds;
+    double length;  // seconds
+    double end;     // seconds
   };
 
-  bool SufficesWithout(double seconds) const;
+  bool SufficesWithout(size_t packets, double seconds) const;
   void DropOldest();
 
   PrerollNeed mNeed;
+  double mTarget = 0;
   std::deque<Held> mPackets;
   std::vector<ffmpeg::UniquePacket> mBlank;  // used again, the last one first
-  double mPrerollSeconds = 0;                // of the packets before the first one heard
+  size_t mFirstHeard = 0;
+  double mPrerollSeconds = 0;  // of the packets before the first one heard
 };
 
 }  // namespace codec

@@ -39,7 +39,7 @@ void SoundCut::Keep(const AVFrame* frame, double time) {
   const size_t delivered = static_cast<size_t>(std::max(bytes, 0)) / sizeof(float) / kChannels;
   samples.resize(offset + delivered * kChannels);
   if (delivered == 0) return;
-  SoundBlock block;
+  StretchBlock block;
   block.time = time;
   block.samples = static_cast<int>(delivered);
   block.offset = offset;

@@ -10,7 +10,7 @@
 namespace codec {
 
 // Times of one reading, all in seconds from the zero that the caller measures from.
-struct SoundRange {
+struct SoundSpan {
   double from = 0;  // inclusive
   double to = 0;    // exclusive
 };
@@ -21,7 +21,7 @@ class SoundCut {
  public:
   // Frames have stamps in `timeBase`, whose time `zero`, in seconds, counts as 0. `first` is the
   // time of a first frame without a stamp. The others are used while this object lives.
-  SoundCut(const SoundRange& range, AVRational timeBase, double zero, double first,
+  SoundCut(const SoundSpan& range, AVRational timeBase, double zero, double first,
            AudioConverter* converter, SoundStretch* out)
       : mRange(range),
         mTimeBase(timeBase),
@@ -48,7 +48,7 @@ class SoundCut {
   double TimeOf(const AVFrame* frame);
   void Keep(const AVFrame* frame, double time);
 
-  SoundRange mRange;
+  SoundSpan mRange;
   AVRational mTimeBase;
   double mZero;
   AudioConverter* mConverter;

@@ -32,19 +32,6 @@ bool SameBytes(const uint8_t* a, size_t sizeOfA, const uint8_t* b, size_t sizeOf
   return sizeOfA == sizeOfB && (sizeOfA == 0 || std::memcmp(a, b, sizeOfA) == 0);
 }
 
-// Side data says how many samples are to be trimmed.
-bool SameSideData(const AVPacket* a, const AVPacket* b) {
-  if (a->side_data_elems != b->side_data_elems) return false;
-  for (int i = 0; i < a->side_data_elems; ++i) {
-    const AVPacketSideData& one = a->side_data[i];
-    const AVPacketSideData& other = b->side_data[i];
-    if (one.type != other.type || !SameBytes(one.data, one.size, other.data, other.size)) {
-      return false;
-    }
-  }
-  return true;
-}
-
 }  // namespace
 
 int SoundInput::Open(const std::string& path, int streamIndex) {
@@ -95,8 +82,11 @@ bool SoundInput::Read(AVPacket* packet) {
   while (mInput->Read(packet)) {
     ++mPacketsRead;
     // Not every demuxer minds which streams are switched off.
-    if (packet->stream_index == mIndex) return true;
+    const bool isWanted = packet->stream_index == mIndex;
+    if (isWanted && !IsFirst(packet)) return true;
     av_packet_unref(packet);
+    // Only once has it what the decoder is told with it, such as how much to trim.
+    if (isWanted) return mFailure.Note(av_packet_ref(packet, mFirst.get())) >= 0;
   }
   return false;
 }
@@ -155,8 +145,7 @@ bool SoundInput::LandedOnFirst() {
 bool SoundInput::IsFirst(const AVPacket* packet) const {
   return HasPackets() && packet->pts == mFirst->pts && packet->dts == mFirst->dts &&
          SameBytes(packet->data, static_cast<size_t>(packet->size), mFirst->data,
-                   static_cast<size_t>(mFirst->size)) &&
-         SameSideData(packet, mFirst.get());
+                   static_cast<size_t>(mFirst->size));
 }
 
 double SoundInput::Seconds(int64_t ticks) const { return SecondsIn(Stream(), ticks); }

@@ -7,7 +7,7 @@
 namespace codec {
 
 // What a decoder gave at once.
-struct SoundBlock {
+struct StretchBlock {
   double time = 0;      // of the first sample, in seconds
   int samples = 0;      // a channel
   size_t offset = 0;    // of the first sample in SoundStretch::samples
@@ -16,10 +16,10 @@ struct SoundBlock {
 };
 
 struct SoundStretch {
-  std::vector<float> samples;      // of all blocks, left and right in turn
-  std::vector<SoundBlock> blocks;  // in the order of the stream
+  std::vector<float> samples;        // of all blocks, left and right in turn
+  std::vector<StretchBlock> blocks;  // in the order of the stream
 
-  const float* Of(const SoundBlock& block) const { return samples.data() + block.offset; }
+  const float* Of(const StretchBlock& block) const { return samples.data() + block.offset; }
   void Clear() {
     samples.clear();
     blocks.clear();

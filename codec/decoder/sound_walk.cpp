@@ -67,7 +67,7 @@ int SoundWalk::Failure() const {
 
 int SoundWalk::Read(double from, double to, SoundStretch* out) {
   out->Clear();
-  const SoundRange range{from, to};
+  const SoundSpan range{from, to};
   const bool isSilent = mSilence.from <= from && to <= mSilence.to;
   if (!(from < to) || isSilent || !mFirstTime.has_value()) return 0;
   if (MoveAndHold(from) != 0) return -1;
@@ -77,7 +77,7 @@ int SoundWalk::Read(double from, double to, SoundStretch* out) {
                out);
   Decode(range, &cut);
   RememberSilence(range, cut, *out);
-  mHeld.Clear();
+  mHeld.StartOver(0);
   return 0;
 }
 
@@ -99,7 +99,7 @@ int SoundWalk::MoveAndHold(double from) {
 
 // Whether the packets held are enough.
 bool SoundWalk::Hold(double from) {
-  mHeld.Clear();
+  mHeld.StartOver(from);
   mAtEnd = false;
   mNextPlace = mMetFirst ? 0 : kUnknown;
   size_t met = 0;
@@ -118,7 +118,7 @@ bool SoundWalk::Hold(double from) {
     if (std::isnan(mPlace)) {
       av_packet_unref(packet);
     } else {
-      mHeld.Add(Lasts(packet));
+      mHeld.Add(mPlace, Lasts(packet));
     }
   } while (!(mPlace > from));
   mHoldsFirst = mMetFirst && mHeld.Size() == met;
@@ -142,9 +142,9 @@ double SoundWalk::Lasts(const AVPacket* packet) {
   return seconds;
 }
 
-void SoundWalk::Decode(const SoundRange& range, SoundCut* cut) {
-  // Stamps may be out of order a little.
-  constexpr double kBeyond = 0.05;
+void SoundWalk::Decode(const SoundSpan& range, SoundCut* cut) {
+  // Stamps may go back, such as where a recording was put together.
+  constexpr double kBeyond = 0.5;
   constexpr int kPacketsBeyond = 2;
   if (mHoldsFirst) cut->BeginStream();
   for (size_t i = 0; i < mHeld.Size(); ++i) {
@@ -178,7 +178,7 @@ void SoundWalk::DecodePacket(AVPacket* packet, bool heard, SoundCut* cut) {
   }
 }
 
-void SoundWalk::RememberSilence(const SoundRange& range, const SoundCut& cut,
+void SoundWalk::RememberSilence(const SoundSpan& range, const SoundCut& cut,
                                 const SoundStretch& out) {
   const bool knowsBefore = mHoldsFirst || !std::isinf(cut.EndBefore());
   if (!knowsBefore) return;

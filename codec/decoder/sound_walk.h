@@ -62,9 +62,9 @@ class SoundWalk {
   int MoveAndHold(double from);
   bool Hold(double from);
   // Step 4.
-  void Decode(const SoundRange& range, SoundCut* cut);
+  void Decode(const SoundSpan& range, SoundCut* cut);
   void DecodePacket(AVPacket* packet, bool heard, SoundCut* cut);
-  void RememberSilence(const SoundRange& range, const SoundCut& cut, const SoundStretch& out);
+  void RememberSilence(const SoundSpan& range, const SoundCut& cut, const SoundStretch& out);
   // The packet's time from zero, in seconds. One without a stamp follows the packet before it.
   double Place(const AVPacket* packet);
   // How long the packet may be taken to last, in seconds.
@@ -91,7 +91,7 @@ class SoundWalk {
 
   // Nothing sounds in this range, as far as the last reading could tell. Without it, every step
   // through a long pause would read the whole pause.
-  SoundRange mSilence{std::numeric_limits<double>::infinity(), 0};
+  SoundSpan mSilence{std::numeric_limits<double>::infinity(), 0};
 };
 
 }  // namespace codec

@@ -41,7 +41,7 @@ class SoundWalkTest : public testing::TestWithParam<SoundClip> {
     if (expected.empty()) return;
     int samples = 0;
     for (size_t i = 0; i < expected.size(); ++i) {
-      const SoundBlock& block = mStretch.blocks[i];
+      const StretchBlock& block = mStretch.blocks[i];
       ASSERT_NEAR(block.time, TimeOf(expected[i]), 1e-9);
       ASSERT_EQ(block.samples, expected[i].samples) << "at " << block.time;
       ASSERT_EQ(block.offset, static_cast<size_t>(samples) * 2);

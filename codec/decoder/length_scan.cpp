@@ -1,0 +1,54 @@
+#include "codec/decoder/length_scan.h"
+
+#include <algorithm>
+
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+namespace {
+
+int64_t TicksOf(const AVPacket* packet, const AVStream* stream) {
+  if (packet->duration > 0) return packet->duration;
+  const AVRational rate = stream->avg_frame_rate;
+  if (rate.num <= 0 || rate.den <= 0) return 0;
+  return av_rescale_q(1, av_inv_q(rate), stream->time_base);
+}
+
+// Where there is no knowing, a sum beyond all numbers is as good as the largest one.
+int64_t Sum(int64_t a, int64_t b) {
+  int64_t sum = 0;
+  return __builtin_add_overflow(a, b, &sum) ? std::max(a, b) : sum;
+}
+
+}  // namespace
+
+void LengthScan::Add(const AVStream* stream) { mTracks.push_back({stream, 0, std::nullopt}); }
+
+void LengthScan::Run(PacketSource* source, AVPacket* packet) {
+  while (source->Read(packet)) {
+    const ffmpeg::PacketGuard guard(packet);
+    for (Track& track : mTracks) {
+      if (track.stream->index == packet->stream_index) Look(packet, &track);
+    }
+  }
+}
+
+void LengthScan::Look(const AVPacket* packet, Track* track) {
+  int64_t begin = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+  if (begin == AV_NOPTS_VALUE) begin = track->next;
+  track->next = Sum(begin, TicksOf(packet, track->stream));
+  track->end = track->end.has_value() ? std::max(*track->end, track->next) : track->next;
+}
+
+std::optional<double> LengthScan::End() const {
+  std::optional<double> largest;
+  for (const Track& track : mTracks) {
+    if (!track.end.has_value()) continue;
+    const AVRational base = track.stream->time_base;
+    const double end = static_cast<double>(base.num) * static_cast<double>(*track.end) / base.den;
+    largest = largest.has_value() ? std::max(*largest, end) : end;
+  }
+  return largest;
+}
+
+}  // namespace codec

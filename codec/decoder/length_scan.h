@@ -1,0 +1,38 @@
+// Finds how long a clip is whose file does not say.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "codec/decoder/packet_source.h"
+
+namespace codec {
+
+// Looks at the packets of some streams, nothing decoded, and remembers where the last one ends.
+class LengthScan {
+ public:
+  // Packets of this stream count; it is used while this object lives.
+  void Add(const AVStream* stream);
+
+  // Reads `source` to its end. `packet` is scratch.
+  void Run(PacketSource* source, AVPacket* packet);
+
+  // The largest end of any packet, in seconds of the file's stamps. A packet without a stamp
+  // follows the one before it, the first one begins at 0; one that does not say how long it lasts
+  // counts with the average of its stream's rate, or with nothing. Nothing when there was no
+  // packet.
+  std::optional<double> End() const;
+
+ private:
+  struct Track {
+    const AVStream* stream;
+    int64_t next;                // ticks: of a packet without a stamp
+    std::optional<int64_t> end;  // ticks
+  };
+
+  static void Look(const AVPacket* packet, Track* track);
+
+  std::vector<Track> mTracks;
+};
+
+}  // namespace codec
