@@ -7,7 +7,7 @@ _clip_reverse() {
     -o) extensions='avi|mkv|mov|mp4|ts' ;;
     -s | -e) return ;;
     *)
-      mapfile -t COMPREPLY < <(compgen -W '-i -o -s -e -v' -- "$current")
+      mapfile -t COMPREPLY < <(compgen -W '-i -o -s -e -v --plain' -- "$current")
       return
       ;;
   esac
