@@ -4,11 +4,12 @@
 usage: scripts/bench [--runs N] [--clips NAME,...] [--write] [--keep DIR]
 
 Makes its clips once (in DIR, by default a folder in the temporary directory), runs the three programs
-in turn and prints medians of the ratios, peak memory and frames decoded for each frame written. The last four clips are
-the program's alone: a minute and ten of the same pictures, for flat memory, a clip with one key frame, and
-a group of pictures far above the budget. With --write the table also replaces the one in
-docs/performance.md. Needs python3 and ffmpeg, and the
-release build.
+in turn and prints medians: the ratios of the times, peak memory, frames decoded for each frame written,
+and how busy the cores were (processor time / (wall time x cores)). Clips of seconds are run at least
+five times. The four clips with a dash are the program's alone: a minute and ten of the same pictures, for
+flat memory, a clip with one key frame, and a group of pictures far above the budget. With --write the
+rows measured replace theirs in docs/performance.md, and the others stay. Needs python3 and ffmpeg, and
+the release build.
 """
 import argparse
 import os
@@ -31,13 +32,22 @@ CLIPS = {
     "720p-gop30": ("1280x720", 30, 20, 30, "6M", X264, "5M"),
     "1080p-gop250": ("1920x1080", 25, 60, 250, "10M", X264, "8M"),
     "2160p-gop120": ("3840x2160", 30, 6, 120, "35M", X264, "35M"),
-    "720p-hevc": ("1280x720", 30, 20, None, "5M",
-                  X265, "5M"),
+    "720p-hevc": ("1280x720", 30, 20, None, "5M", X265, "5M"),
     "360p-1min": ("640x360", 30, 60, 250, "1500k", X264, "1M"),
     "360p-10min": ("640x360", 30, 600, 250, "1500k", X264, "1M"),
     "720p-one-key-60s": ("1280x720", 30, 60, 100000, "5M", X264, "5M"),
     "2160p-10bit-gop250": ("3840x2160", 30, 9, 250, "30M", X265 + ":keyint=250:scenecut=0", "35M"),
 }
+# Short clips, each without sound and with it. Up to 8 s they are one group of pictures, as encoders make
+# them by default, so that nothing can be written before all of it is decoded.
+SHORT_SIZES = {"270p": ("480x270", "1200k", "1M"), "720p": ("1280x720", "6M", "5M"),
+               "1080p": ("1920x1080", "10M", "8M")}
+SHORT = [(f"{height}-{seconds}s{sound}", size, seconds, source, bits)
+         for height, (size, source, bits) in SHORT_SIZES.items()
+         for seconds in (2, 5, 12) for sound in ("", "-sound")]
+CLIPS |= {name: (size, 30, seconds, 250, source, X264, bits) for name, size, seconds, source, bits in SHORT}
+SILENT = {name for name, *_ in SHORT if not name.endswith("-sound")}
+FEWEST_SHORT_RUNS = 5
 # Too long for a program that holds the whole clip.
 ALONE = ("360p-1min", "360p-10min", "720p-one-key-60s", "2160p-10bit-gop250")
 
@@ -51,11 +61,12 @@ def make_clip(folder, name):
     # Noise makes bit rates real: a drawn scene alone costs the codecs nothing. And the limit keeps
     # them real from the start: the encoders would spend most of their bits on the first pictures.
     command = ["ffmpeg", "-v", "error", "-y",
-               "-f", "lavfi", "-i", f"testsrc2=size={size}:rate={rate},noise=alls=12:allf=t",
-               "-f", "lavfi", "-i",
-               "aevalsrc=0.3*sin(2*PI*(220*t+45*t*t))|0.3*sin(2*PI*(330*t+25*t*t)):s=48000:c=stereo",
-               "-t", str(seconds), "-pix_fmt", "yuv420p10" if "10bit" in name else "yuv420p", *coding.split(),
-               "-b:v", bits, "-maxrate", bits, "-bufsize", bits]
+               "-f", "lavfi", "-i", f"testsrc2=size={size}:rate={rate},noise=alls=12:allf=t"]
+    if name not in SILENT:
+        command += ["-f", "lavfi", "-i",
+                    "aevalsrc=0.3*sin(2*PI*(220*t+45*t*t))|0.3*sin(2*PI*(330*t+25*t*t)):s=48000:c=stereo"]
+    command += ["-t", str(seconds), "-pix_fmt", "yuv420p10" if "10bit" in name else "yuv420p", *coding.split(),
+                "-b:v", bits, "-maxrate", bits, "-bufsize", bits]
     if gop:
         command += ["-g", str(gop), "-keyint_min", str(gop)]
     subprocess.run(command + ["-c:a", "aac", "-b:a", "192k", str(unfinished)], check=True)
@@ -72,19 +83,21 @@ def commands(clip, name, output):
     ffmpeg = ["ffmpeg", "-v", "error", "-y", "-i", str(clip)]
     return {
         "tool": [str(PROGRAM), "-i", str(clip), "-o", output],
-        "reverse": ffmpeg + ["-vf", "reverse", "-af", "areverse"] + encode,
+        "reverse": ffmpeg + ["-vf", "reverse"] + ([] if name in SILENT else ["-af", "areverse"]) + encode,
         "forward": ffmpeg + encode,
     }
 
 
 def run(command):
-    """Seconds and peak memory in MB."""
+    """Seconds, peak memory in MB, and the share of the cores' time that was used."""
     begin = time.monotonic()
     child = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     _, status, usage = os.wait4(child.pid, 0)
     if status != 0:
         sys.exit(f"{command[0]} failed on {command}")
-    return time.monotonic() - begin, usage.ru_maxrss / 1024
+    took = time.monotonic() - begin
+    cores = len(os.sched_getaffinity(0))
+    return took, usage.ru_maxrss / 1024, (usage.ru_utime + usage.ru_stime) / (took * cores)
 
 
 def decodes_per_frame(clip, output):
@@ -100,20 +113,41 @@ def measure(folder, name, runs):
     clip = make_clip(folder, name)
     output = str(folder / "out.mp4")
     seconds = {"tool": [], "reverse": [], "forward": []}
+    busy = {"tool": [], "reverse": [], "forward": []}
     memory = {}
-    for _ in range(runs):
+    is_short = any(name == row[0] for row in SHORT)
+    for _ in range(max(runs, FEWEST_SHORT_RUNS) if is_short else runs):
         for program, command in commands(clip, name, output).items():
             if name in ALONE and program != "tool":
                 continue
-            took, peak = run(command)
+            took, peak, share = run(command)
             seconds[program].append(took)
+            busy[program].append(share)
             memory[program] = max(memory.get(program, 0), peak)
+
     def ratio(other):
         ratios = [a / b for a, b in zip(seconds["tool"], seconds[other])]
         return f"{statistics.median(ratios):.2f}" if ratios else "-"
+
+    shares = " / ".join(f"{statistics.median(share):.2f}" for share in busy.values() if share)
     row = (name, statistics.median(seconds["tool"]), ratio("reverse"), ratio("forward"), memory["tool"],
-           f"{memory['reverse']:.0f}" if "reverse" in memory else "-", decodes_per_frame(clip, output))
-    return "| {} | {:.1f} | {} | {} | {:.0f} | {} | {:.2f} |".format(*row)
+           f"{memory['reverse']:.0f}" if "reverse" in memory else "-", decodes_per_frame(clip, output), shares)
+    return "| {} | {:.2f} | {} | {} | {:.0f} | {} | {:.2f} | {} |".format(*row)
+
+
+def row_name(row):
+    return row.split("|")[1].strip()
+
+
+def write(table):
+    """Puts the rows into the page, in the order of CLIPS; rows of clips that were not run stay."""
+    page = ROOT / "docs/performance.md"
+    begin, end = "<!-- table -->\n", "<!-- end of table -->"
+    head, rest = page.read_text().split(begin, 1)
+    old, rest = rest.split(end, 1)
+    rows = {row_name(row): row for row in old.splitlines()[2:] + table[2:]}
+    ordered = [rows[name] for name in CLIPS if name in rows]
+    page.write_text(head + begin + "\n".join(table[:2] + ordered) + "\n" + end + rest)
 
 
 def main():
@@ -125,18 +159,14 @@ def main():
     options = parser.parse_args()
     folder = pathlib.Path(options.keep)
     folder.mkdir(parents=True, exist_ok=True)
-    table = ["| clip | seconds | against `reverse` | against forward | MB | MB of `reverse` | decodes a frame |",
-             "|---|---|---|---|---|---|---|"]
+    table = ["| clip | seconds | against `reverse` | against forward | MB | MB of `reverse` | decodes a frame "
+             "| cores busy |", "|---|---|---|---|---|---|---|---|"]
     print("\n".join(table), flush=True)
     for name in options.clips.split(","):
         table.append(measure(folder, name, options.runs))
         print(table[-1], flush=True)
     if options.write:
-        page = ROOT / "docs/performance.md"
-        begin, end = "<!-- table -->\n", "<!-- end of table -->"
-        text = page.read_text()
-        head, rest = text.split(begin, 1)
-        page.write_text(head + begin + "\n".join(table) + "\n" + end + rest.split(end, 1)[1])
+        write(table)
 
 
 if __name__ == "__main__":
