@@ -43,7 +43,7 @@ bool IsRegular(const std::string& path) {
 }
 
 // As containers have single files of their host. The host lets nobody replace them.
-bool IsMountedOn(const FolderEntry& place) {
+bool IsMountedOn([[maybe_unused]] const FolderEntry& place) {
 #ifdef STATX_ATTR_MOUNT_ROOT
   struct statx status {};
   return statx(place.Folder(), place.Name().c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE, &status) ==
