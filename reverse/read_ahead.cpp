@@ -30,9 +30,13 @@ ReadAhead::~ReadAhead() {
 }
 
 Segment ReadAhead::Next() {
-  mStock->LiftLimit();
-  if (!HasThread()) return mReader->Next();
+  if (!HasThread()) {
+    mStock->LiftLimit();
+    return mReader->Next();
+  }
   std::unique_lock<std::mutex> lock(mMutex);
+  // The step that is being read may need more buffers than fitted beside the one before it.
+  if (mReady.empty()) mStock->LiftLimit();
   mChanged.wait(lock, [this] { return !mReady.empty() || mThrown != nullptr; });
   if (mReady.empty()) std::rethrow_exception(mThrown);
   Segment segment = std::move(mReady.front());
@@ -83,17 +87,16 @@ bool ReadAhead::HasRoom() const {
     taken += segment.bytes;
     frames += segment.frames.size();
   }
-  return mReady.size() < kMostSteps && frames <= kMostFrames &&
-         taken <= std::min(kMostBytes, mReader->SpareBytes());
+  return mReady.size() < kMostSteps && frames <= kMostFrames && taken <= mMostBytes;
 }
 
-// What is read while the caller has this step takes no more than reading ahead may, and the room
-// that comes back of it.
+// Steps that are read while the caller has this one may use `mMostBytes` and the buffers given
+// back.
 void ReadAhead::LimitBeside(const Segment& step) {
   const auto pictures = std::count_if(step.frames.begin(), step.frames.end(),
                                       [](const auto& frame) { return frame->type == kVideoFrame; });
   if (pictures == 0) return;
-  const int64_t ahead = kMostBytes / std::max<int64_t>(step.pictureBytes, 1);
+  const int64_t ahead = mMostBytes / std::max<int64_t>(step.pictureBytes, 1);
   mStock->Limit(static_cast<size_t>(pictures + ahead + 1));
 }
 

@@ -14,19 +14,16 @@ namespace codec {
 
 // Steps take unlike time to read: where a group of pictures begins all of it is decoded at once,
 // and the steps behind are answered from what was kept of it. Several steps in stock let writing go
-// on meanwhile. One is always read ahead, more only as far as their frames take little memory that
-// the decoder has no use for. Of a step of large pictures, a part waits for buffers to come back
-// from the step that the caller has.
+// on meanwhile. One is always read ahead, more only while their frames fit into `mostBytes`. A step
+// of large pictures waits for buffers to come back from the step that the caller has: both together
+// take no more than the caller's step and `mostBytes`.
 //
 // The reader, and with it the decoder, belongs to a thread of its own from the first call of Next
 // to the end of the last step; where the host gives none, to the caller. Used by one thread.
 class ReadAhead {
  public:
-  // Three seconds of pictures of 1280x720 at 30 frames a second. Larger ones are read one step
-  // ahead.
-  static constexpr int64_t kMostBytes = int64_t{128} << 20;
-
-  ReadAhead(SegmentReader* reader, FrameStock* stock) : mReader(reader), mStock(stock) {}
+  ReadAhead(SegmentReader* reader, FrameStock* stock, int64_t mostBytes)
+      : mReader(reader), mStock(stock), mMostBytes(mostBytes) {}
   // Waits for a step that is being read.
   ~ReadAhead();
   ReadAhead(const ReadAhead&) = delete;
@@ -45,6 +42,7 @@ class ReadAhead {
 
   SegmentReader* const mReader;
   FrameStock* const mStock;
+  const int64_t mMostBytes;
   std::thread mThread;
 
   std::mutex mMutex;

@@ -17,7 +17,7 @@ ReverseLoop::ReverseLoop(FFmpegDecoder* decoder, MediaWriter* writer, const Reve
       mRange(range),
       mStock(range.bufferSize),
       mReader(decoder, &mStock, range),
-      mAhead(&mReader, &mStock),
+      mAhead(&mReader, &mStock, range.aheadBytes),
       mCursor(range.end) {}
 
 int ReverseLoop::Step() {

@@ -3,12 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/log.h"
-
 namespace codec {
 namespace {
-
-constexpr char kTag[] = "codec::Reverse";
 
 // The seek that decodes forward to the exact place.
 constexpr int kDecodeForward = 3;
@@ -16,7 +12,6 @@ constexpr int kDecodeForward = 3;
 // Each frame is a mapping of its own, of which a process has some 65,000.
 constexpr size_t kMostFrames = 16384;
 constexpr int kPatience = 8;  // empty steps before they grow
-constexpr double kShortestSeconds = 1.0 / 1024;
 constexpr double kLongestSeconds = 1099511627776;
 
 }  // namespace
@@ -26,96 +21,93 @@ SegmentReader::SegmentReader(FFmpegDecoder* decoder, FrameStock* stock, const Re
       mStock(stock),
       mRange(range),
       mCursor(range.end),
-      mVideoBoundary(range.end),
-      mAudioBoundary(range.end) {}
+      mBoundaries{range.end, range.end},
+      mEarliest(mBoundaries) {}
 
 Segment SegmentReader::Next() {
-  double from = 0;
-  Reading reading = Reading::kWhole;
-  do {
+  double from = std::max(mCursor - mSeconds, 0.0);
+  while (!Read(from)) {
+    mSeconds /= 2;
+    mIsNarrowing = true;
     from = std::max(mCursor - mSeconds, 0.0);
-    reading = Read(from);
-  } while (reading != Reading::kWhole && Shorten(reading));
+  }
   MoveBoundaries();
-  mCursor = std::min(from, mVideoBoundary);
-  mHasRead = true;
-  ChooseLength(mFrames.empty());
-  const int64_t bytes = FilledBytes();
-  return {std::exchange(mFrames, {}), mCursor, bytes, mDecoder->GetFrameBufferSize()};
+  if (mFramesDropped == 0) {
+    mBoundaries = mEarliest;
+    mCursor = std::min(from, mBoundaries.video);
+    mHasRead = true;
+    ChooseLength(mFrames.empty() && mFramesLeft == kAll);
+  }
+  mFramesLeft = mFramesDropped == 0 ? kAll : mFramesDropped;
+  return {std::exchange(mFrames, {}), mCursor, mBytes, mDecoder->GetFrameBufferSize()};
 }
 
-SegmentReader::Reading SegmentReader::Read(double from) {
+bool SegmentReader::Read(double from) {
   // A seek that fails has found no picture to come, and says so in the decoder's log; sound may
   // still come.
   bool videoDone = mDecoder->Seek(from, kDecodeForward) != 0;
   bool audioDone = !mRange.hasAudio;
   mBytes = 0;
+  mFramesDropped = 0;
   while (!videoDone || !audioDone) {
     std::unique_ptr<FrameBuffer> frame = mStock->Get();
-    if (mDecoder->ReceiveFrame(frame->Data(), &frame->size, &frame->type, &frame->pts) != 0) {
+    const bool isEnd =
+        mDecoder->ReceiveFrame(frame->Data(), &frame->size, &frame->type, &frame->pts) != 0;
+    const bool isWanted = !isEnd && IsWanted(*frame);
+    const bool isTooLong = isWanted && mSeconds > kUsualSeconds;
+    // The later parts of the step have been given out.
+    const bool isGiven = isWanted && mFramesDropped + mFrames.size() == mFramesLeft;
+    if (isEnd || isTooLong || isGiven) {
       mStock->Put(std::move(frame));
-      break;
+      return !isTooLong;
     }
     // The flags only end the reading. A frame of the part still to do that comes after its kind's
     // flag was set, as it may where streams are loosely interleaved, is kept.
-    if (IsWanted(*frame)) {
-      if (mSeconds > kUsualSeconds) {
-        mStock->Put(std::move(frame));
-        return Reading::kNotEmpty;
-      }
-      if (frame->type == kAudioFrame) frame = mStock->Compact(std::move(frame));
-      mBytes += frame->Length();
-      mFrames.push_back(std::move(frame));
-      if (mBytes > mRange.stepBytes || mFrames.size() > kMostFrames) return Reading::kOverBudget;
-      continue;
+    if (isWanted) {
+      Keep(std::move(frame));
+    } else {
+      NoteEnd(*frame, &videoDone, &audioDone);
+      mStock->Put(std::move(frame));
     }
-    // Everything behind the place where the last step began to read is known: where the sound has
-    // ended, or has a hole, it is not looked for again up to the end of the file.
-    const bool isBehind =
-        frame->type == kVideoFrame && frame->pts >= mVideoBoundary + kUsualSeconds;
-    if (frame->type == kVideoFrame) videoDone = true;
-    if (frame->type == kAudioFrame || (mHasRead && isBehind)) audioDone = true;
-    mStock->Put(std::move(frame));
   }
-  return Reading::kWhole;
+  return true;
 }
 
 bool SegmentReader::IsWanted(const FrameBuffer& frame) const {
-  if (frame.type == kVideoFrame) return frame.pts < mVideoBoundary;
-  return frame.type == kAudioFrame && mRange.hasAudio && frame.pts < mAudioBoundary;
+  if (frame.type == kVideoFrame) return frame.pts < mBoundaries.video;
+  return frame.type == kAudioFrame && mRange.hasAudio && frame.pts < mBoundaries.audio;
+}
+
+// Everything behind the place where the last step began to read is known: where the sound has
+// ended, or has a hole, it is not looked for again up to the end of the file.
+void SegmentReader::NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* audioDone) const {
+  const bool isVideo = frame.type == kVideoFrame;
+  const bool isBehind = isVideo && frame.pts >= mBoundaries.video + kUsualSeconds;
+  if (isVideo) *videoDone = true;
+  if (frame.type == kAudioFrame || (mHasRead && isBehind)) *audioDone = true;
+}
+
+void SegmentReader::Keep(std::unique_ptr<FrameBuffer> frame) {
+  if (frame->type == kAudioFrame) frame = mStock->Compact(std::move(frame));
+  mBytes += BytesOf(*frame);
+  mFrames.push_back(std::move(frame));
+  while (mFrames.size() > 1 && (mBytes > mRange.stepBytes || mFrames.size() > kMostFrames)) {
+    mBytes -= BytesOf(*mFrames.front());
+    mStock->Put(std::move(mFrames.front()));
+    mFrames.pop_front();
+    ++mFramesDropped;
+  }
 }
 
 // A picture's buffer has room for four bytes a pixel, of which most fill less than half.
-int64_t SegmentReader::FilledBytes() const {
+int64_t SegmentReader::BytesOf(const FrameBuffer& frame) const {
   const int64_t pictureBytes = mDecoder->GetFrameBufferSize();
-  int64_t bytes = 0;
-  for (const std::unique_ptr<FrameBuffer>& frame : mFrames) {
-    bytes += frame->type == kVideoFrame ? pictureBytes : frame->Length();
-  }
-  return bytes;
-}
-
-// Gives up what was read, to read a shorter part. False when there is none.
-bool SegmentReader::Shorten(Reading reading) {
-  const double shorter = mSeconds / 2;
-  if (reading == Reading::kOverBudget && shorter < kShortestSeconds) {
-    log_warn(kTag, "too many frames at %.3f, some are left out", mCursor);
-    mBytes = 0;
-    return false;
-  }
-  GiveUpFrames();
-  mSeconds = shorter;
-  mIsNarrowing = true;
-  return true;
+  return frame.type == kVideoFrame && pictureBytes > 0 ? pictureBytes : frame.Length();
 }
 
 // Nothing but whole seconds are left out by a longer step, so that those with frames in them are
 // cut where they always are.
 void SegmentReader::ChooseLength(bool wasEmpty) {
-  if (mSeconds < kUsualSeconds) {
-    if (mBytes < mRange.stepBytes / 4) mSeconds *= 2;
-    return;
-  }
   if (mIsNarrowing && mSeconds > kUsualSeconds) {
     mSeconds /= 2;
     return;
@@ -134,13 +126,8 @@ void SegmentReader::MoveBoundaries() {
   for (size_t i = mFrames.size(); i-- > 0;) {
     const FrameBuffer& frame = *mFrames[i];
     if (!mRange.Holds(frame)) continue;
-    (frame.type == kAudioFrame ? mAudioBoundary : mVideoBoundary) = frame.pts;
+    (frame.type == kAudioFrame ? mEarliest.audio : mEarliest.video) = frame.pts;
   }
-}
-
-void SegmentReader::GiveUpFrames() {
-  for (std::unique_ptr<FrameBuffer>& frame : mFrames) mStock->Put(std::move(frame));
-  mFrames.clear();
 }
 
 }  // namespace codec

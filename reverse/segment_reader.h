@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <memory>
 
 #include "codec/decoder/ffmpeg_decoder.h"
@@ -21,14 +22,18 @@ struct ReverseRange {
   int32_t bufferSize = 0;     // bytes that any frame of the decoder fits into
   bool overlap = true;        // whether steps are read while others are written
   // Bytes that the frames of one step may take: a second of pictures, unless these are larger than
-  // 4K at 60 frames a second.
+  // 4K at 60 frames a second. One frame is kept whatever it takes, and another one is being read.
   int64_t stepBytes = int64_t{2} << 30;
+  // Bytes that steps read ahead may take: three seconds of pictures of 1280x720 at 30 frames a
+  // second. Larger ones are read one step ahead, in the buffers that come back from the step that
+  // is being written and in as many more.
+  int64_t aheadBytes = int64_t{128} << 20;
 
   // The last step may reach back before the start of the range.
   bool Holds(const FrameBuffer& frame) const { return start <= frame.pts && frame.pts <= end; }
 };
 
-// The frames of one step, in decoded order.
+// The frames of one step, or of a part of one, in decoded order.
 struct Segment {
   std::deque<std::unique_ptr<FrameBuffer>> frames;
   double cursor = 0;         // seconds; before it lies what is still to do when the step is written
@@ -37,8 +42,12 @@ struct Segment {
 };
 
 // Steps are one second long. After some without any frame each is twice as long, until one meets a
-// frame: inputs whose stamps jump have stretches of hours in them. A step with too many frames is
-// taken in parts.
+// frame: inputs whose stamps jump have stretches of hours in them.
+//
+// A step whose frames take too much room is given out in parts, the newest frames first. The whole
+// step is read for each part, and of what is still to be given out the newest frames are kept. So
+// the parts together are the same frames in the same order as the step in one piece: what is
+// written does not depend on the room that there is.
 //
 // Knows by the frames alone how far a step goes back, so that the next one can be read before this
 // one is written. Used by one thread at a time; decoder and stock belong to the caller.
@@ -48,39 +57,44 @@ class SegmentReader {
 
   // Whether the range has a part left to read.
   bool HasMore() const { return mRange.start < mCursor; }
-  // Bytes that frames read ahead may take without costing the decoder the memory it works with.
-  int64_t SpareBytes() const { return mDecoder->SpareBytes(); }
-  // Reads the next step. Only while there is one.
+  // Reads the next step, or the next part of one. Only while there is one.
   Segment Next();
 
  private:
-  enum class Reading { kWhole, kNotEmpty, kOverBudget };
+  // Times before which the frames of each kind are still to be written.
+  struct Boundaries {
+    double video;
+    double audio;
+  };
 
-  // Unless it is kWhole it stopped early: at the first frame of a part longer than a second, or
-  // where the frames took too much room.
-  Reading Read(double from);
+  // False where a step longer than a second turned out not empty; it was given up then.
+  bool Read(double from);
   bool IsWanted(const FrameBuffer& frame) const;
-  int64_t FilledBytes() const;
-  bool Shorten(Reading reading);
+  // Whether the frame's kind is over for this step; both kinds end the reading.
+  void NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* audioDone) const;
+  void Keep(std::unique_ptr<FrameBuffer> frame);
+  int64_t BytesOf(const FrameBuffer& frame) const;
   void ChooseLength(bool wasEmpty);
   void MoveBoundaries();
-  void GiveUpFrames();
 
   static constexpr double kUsualSeconds = 1.0;
+  static constexpr size_t kAll = std::numeric_limits<size_t>::max();
 
   FFmpegDecoder* const mDecoder;
   FrameStock* const mStock;
   const ReverseRange mRange;
 
-  double mCursor;         // the part still to read is [start, mCursor)
-  double mVideoBoundary;  // time of the earliest picture that is written, `end` before the first
-  double mAudioBoundary;  // the same for audio
+  double mCursor;             // the part still to read is [start, mCursor)
+  Boundaries mBoundaries;     // of the current step; `end` before the first
+  Boundaries mEarliest;       // of the frames that the current step has given out
+  size_t mFramesLeft = kAll;  // of the current step; kAll before its first part
 
-  std::deque<std::unique_ptr<FrameBuffer>> mFrames;  // of the current step
+  std::deque<std::unique_ptr<FrameBuffer>> mFrames;  // of the current part
+  int64_t mBytes = 0;                                // that they fill
+  size_t mFramesDropped = 0;                         // of the current part, for want of room
   double mSeconds = kUsualSeconds;                   // length of the next step
-  int64_t mBytes = 0;                                // room that the frames of the last one took
   int mEmptySteps = 0;                               // in a row
-  bool mIsNarrowing = false;  // a part longer than a second turned out not empty
+  bool mIsNarrowing = false;  // a step longer than a second turned out not empty
   bool mHasRead = false;      // a step is done
 };
 

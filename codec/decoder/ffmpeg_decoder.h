@@ -91,10 +91,6 @@ class FFmpegDecoder {
   // with a warning.
   virtual int GetAudioBufferSize() { return 0; }
 
-  // Bytes that may be spent on pictures but were never needed so far to keep those that a seek goes
-  // back to.
-  virtual int64_t SpareBytes() { return 0; }
-
   // The first failure of the host, not of the input, that has cost a frame: FFmpeg's negative
   // number, 0 while there was none. For any thread.
   virtual int HostError() { return 0; }

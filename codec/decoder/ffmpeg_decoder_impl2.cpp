@@ -118,10 +118,6 @@ int FFmpegDecoderImpl2::GetFrameBufferSize() { return mFrameBufferSize; }
 
 int FFmpegDecoderImpl2::GetAudioBufferSize() { return mAudioBufferSize; }
 
-int64_t FFmpegDecoderImpl2::SpareBytes() {
-  return mParts == nullptr ? 0 : mParts->source.SpareBytes();
-}
-
 int FFmpegDecoderImpl2::HostError() {
   if (mThrown.Error() != 0 || mParts == nullptr) return mThrown.Error();
   const DecodeSession& session = mParts->session;

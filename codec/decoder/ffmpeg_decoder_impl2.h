@@ -56,7 +56,6 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   int GetHeight() override;
   int ReceiveFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) override;
   int GetAudioBufferSize() override;
-  int64_t SpareBytes() override;
   int HostError() override;
 
   // All zero while no input is open.

@@ -49,8 +49,6 @@ class FrameSource {
   int NextPicture(AVFrame* frame);
 
   int64_t PicturesReplayed() const { return mPicturesReplayed; }
-  // Bytes of the budget that no walk has needed so far.
-  int64_t SpareBytes() const { return mRecording.SpareBytes(); }
 
  private:
   enum class Step { kFrame, kHungry, kDone };

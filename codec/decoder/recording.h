@@ -130,9 +130,6 @@ class Recording {
     return mRest[static_cast<size_t>(event - mFirstOfRest)];
   }
 
-  // Bytes of the budget that no recording has needed so far.
-  int64_t SpareBytes() const { return mPolicy.Spare(); }
-
  private:
   void AddEvent(RecordedEvent::Kind kind, const PacketIdentity& identity, const AVPacket* packet);
   void MakeRoom(int64_t bytes);

@@ -27,7 +27,6 @@ size_t ReplayPolicy::Fit() {
     mSizes.pop_front();
     ++gone;
   }
-  mMostBytes = std::max(mMostBytes, mBytes);
   return gone;
 }
 

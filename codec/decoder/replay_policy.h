@@ -41,8 +41,6 @@ class ReplayPolicy {
 
   // Of all entries that are kept.
   int64_t Bytes() const { return mBytes; }
-  // Bytes of the budget that were never needed so far.
-  int64_t Spare() const { return mBudget - mMostBytes; }
 
  private:
   size_t Fit();
@@ -51,7 +49,6 @@ class ReplayPolicy {
   int64_t mBytes = 0;  // those set aside included
   int64_t mBytesAside = 0;
   int64_t mBytesGone = 0;
-  int64_t mMostBytes = 0;
   std::deque<int64_t> mSizes;
 };
 

@@ -23,8 +23,6 @@ constexpr int64_t kStepBytes = kPicturesInAStep * kPictureBytes;
 // Pictures without end, and a count of the steps that were begun.
 class CountingDecoder : public FFmpegDecoder {
  public:
-  explicit CountingDecoder(int64_t spareBytes) : mSpareBytes(spareBytes) {}
-
   int Seek(double seconds, int /*mode*/) override {
     const std::lock_guard<std::mutex> lock(mMutex);
     ++mSeeks;
@@ -43,7 +41,6 @@ class CountingDecoder : public FFmpegDecoder {
   }
 
   int GetFrameBufferSize() override { return pictureBytes; }
-  int64_t SpareBytes() override { return mSpareBytes; }
 
   int Seeks() {
     const std::lock_guard<std::mutex> lock(mMutex);
@@ -61,7 +58,6 @@ class CountingDecoder : public FFmpegDecoder {
   int pictureBytes = kPictureBytes;
 
  private:
-  const int64_t mSpareBytes;
   std::mutex mMutex;
   std::condition_variable mChanged;
   int mSeeks = 0;  // under mMutex
@@ -82,11 +78,11 @@ void PutBack(Segment step, FrameStock* stock) {
 
 // How many steps are begun behind those that were taken: at least `expected` each time, and the
 // most that it ever was. A reader that goes too far has every step to be seen at it.
-int MostAhead(CountingDecoder* decoder, int expected) {
+int MostAhead(CountingDecoder* decoder, int64_t mostBytes, int expected) {
   const int steps = std::max(10, 1000 / decoder->picturesInAStep);
   FrameStock stock(4 * kPictureBytes);
   SegmentReader reader(decoder, &stock, Range(steps));
-  ReadAhead ahead(&reader, &stock);
+  ReadAhead ahead(&reader, &stock, mostBytes);
   int most = 0;
   for (int taken = 1; taken <= steps; ++taken) {
     PutBack(ahead.Next(), &stock);
@@ -96,9 +92,9 @@ int MostAhead(CountingDecoder* decoder, int expected) {
   return most;
 }
 
-int MostAhead(int64_t spareBytes, int expected) {
-  CountingDecoder decoder(spareBytes);
-  return MostAhead(&decoder, expected);
+int MostAhead(int64_t mostBytes, int expected) {
+  CountingDecoder decoder;
+  return MostAhead(&decoder, mostBytes, expected);
 }
 
 TEST(ReadAhead, AlwaysReadsOneStepMore) { EXPECT_EQ(MostAhead(int64_t{0}, 1), 1); }
@@ -110,23 +106,23 @@ TEST(ReadAhead, ReadsAsManyStepsAsHaveRoom) {
 
 TEST(ReadAhead, ReadsNoMoreThanFourSmallSteps) { EXPECT_EQ(MostAhead(1000 * kStepBytes, 4), 4); }
 
-TEST(ReadAhead, ReadsLargeStepsNoFurtherWhateverIsSpare) {
-  CountingDecoder decoder(int64_t{1} << 40);
+TEST(ReadAhead, ReadsLargeStepsNoFurtherByDefault) {
+  CountingDecoder decoder;
   decoder.pictureBytes = 12 << 20;  // 48 MB a step, of 128 MB
-  EXPECT_EQ(MostAhead(&decoder, 2), 2);
+  EXPECT_EQ(MostAhead(&decoder, ReverseRange().aheadBytes, 2), 2);
 }
 
 TEST(ReadAhead, ReadsStepsOfManySmallFramesNoFurtherThanOne) {
-  CountingDecoder decoder(int64_t{1} << 40);
+  CountingDecoder decoder;
   decoder.picturesInAStep = 2500;
-  EXPECT_EQ(MostAhead(&decoder, 1), 1);
+  EXPECT_EQ(MostAhead(&decoder, int64_t{1} << 40, 1), 1);
 }
 
 TEST(ReadAhead, GivesEveryStepInTurn) {
-  CountingDecoder decoder(3 * kStepBytes);
+  CountingDecoder decoder;
   FrameStock stock(4 * kPictureBytes);
   SegmentReader reader(&decoder, &stock, Range(9));
-  ReadAhead ahead(&reader, &stock);
+  ReadAhead ahead(&reader, &stock, 3 * kStepBytes);
   for (int step = 8; step >= 0; --step) {
     const Segment segment = ahead.Next();
     EXPECT_EQ(segment.cursor, step);
@@ -137,11 +133,11 @@ TEST(ReadAhead, GivesEveryStepInTurn) {
 }
 
 TEST(ReadAhead, ThrowsWhatReadingThrewBehindTheStepsThatWereRead) {
-  CountingDecoder decoder(3 * kStepBytes);
+  CountingDecoder decoder;
   decoder.failingSeek = 3;
   FrameStock stock(4 * kPictureBytes);
   SegmentReader reader(&decoder, &stock, Range(9));
-  ReadAhead ahead(&reader, &stock);
+  ReadAhead ahead(&reader, &stock, 3 * kStepBytes);
   EXPECT_EQ(ahead.Next().cursor, 8);
   EXPECT_EQ(ahead.Next().cursor, 7);
   EXPECT_THROW(ahead.Next(), std::runtime_error);
@@ -149,12 +145,12 @@ TEST(ReadAhead, ThrowsWhatReadingThrewBehindTheStepsThatWereRead) {
 }
 
 TEST(ReadAhead, ReadsInTurnWithoutAThread) {
-  CountingDecoder decoder(3 * kStepBytes);
+  CountingDecoder decoder;
   FrameStock stock(4 * kPictureBytes);
   SegmentReader reader(&decoder, &stock, Range(9));
   const test_support::LogCapture log;
   const test_support::NoThreads none;
-  ReadAhead ahead(&reader, &stock);
+  ReadAhead ahead(&reader, &stock, 3 * kStepBytes);
   EXPECT_EQ(ahead.Next().cursor, 8);
   EXPECT_EQ(decoder.Seeks(), 1);
   EXPECT_EQ(ahead.Next().cursor, 7);

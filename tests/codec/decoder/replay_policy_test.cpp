@@ -91,19 +91,6 @@ TEST(ReplayPolicy, KnowsWhetherWhatWentWouldFitNow) {
   EXPECT_TRUE(policy.FitsWhatWent());
 }
 
-TEST(ReplayPolicy, HasToSpareWhatWasNeverNeeded) {
-  ReplayPolicy policy(100);
-  EXPECT_EQ(policy.Spare(), 100);
-  policy.Add(10);
-  policy.Grow(50);
-  EXPECT_EQ(policy.Spare(), 40);
-  policy.Clear();
-  policy.Add(20);
-  EXPECT_EQ(policy.Spare(), 40);
-  policy.Add(200);
-  EXPECT_EQ(policy.Spare(), 40) << "what did not fit was not kept";
-}
-
 TEST(ReplayPolicy, KeepsNothingWithoutABudget) {
   EXPECT_FALSE(ReplayPolicy(0).IsEnabled());
   EXPECT_FALSE(ReplayPolicy(-1).IsEnabled());

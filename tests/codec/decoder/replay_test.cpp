@@ -132,18 +132,6 @@ TEST_P(Replay, GivesTheFramesOfASecondReading) {
   }
 }
 
-TEST(ReplayBudget, IsSpareAsFarAsNoWalkHasNeededIt) {
-  constexpr int64_t kBudget = int64_t{1} << 30;
-  Reader reader(Clip(ClipKind::kH264Short), 1, kBudget);
-  EXPECT_EQ(reader.Decoder().SpareBytes(), kBudget);
-  reader.WalkBackwards();
-  const int64_t spare = reader.Decoder().SpareBytes();
-  EXPECT_LE(spare, kBudget - reader.Decoder().GetFrameBufferSize());
-  EXPECT_GT(spare, 0);
-  reader.WalkBackwards();
-  EXPECT_EQ(reader.Decoder().SpareBytes(), spare) << "the same walk needs the same";
-}
-
 TEST_P(Replay, GivesTheSamePicturesWithAnyNumberOfThreads) {
   const std::string clip = Clip(GetParam());
   const auto ofType = [](std::vector<SeenFrame> frames, uint32_t type) {
