@@ -22,6 +22,11 @@ std::string SecondsText(double seconds) {
   return text.data();
 }
 
+std::string MegabytesText(int64_t bytes) {
+  constexpr int64_t kMegabyte = int64_t{1} << 20;
+  return std::to_string((bytes + kMegabyte - 1) / kMegabyte) + " MB";
+}
+
 struct Row {
   bool (*applies)(const Failure&);
   std::string (*text)(const Failure&);
@@ -50,6 +55,14 @@ const std::array kRows = {
     Row{[](const Failure& f) { return f.isOntoItself; },
         [](const Failure& f) {
           return f.line.output + " is the input itself; choose another name for -o";
+        }},
+    Row{[](const Failure& f) { return f.memoryNeeded > 0; },
+        [](const Failure& f) {
+          return f.line.input + " needs " + MegabytesText(f.memoryNeeded) +
+                 " of memory, more than the " + MegabytesText(f.memoryGranted) +
+                 " that it may have; allow more with " +
+                 (f.line.memory == f.memoryGranted ? "--memory" : "the container's limit") +
+                 ", or make its pictures smaller first";
         }},
     Row{[](const Failure& f) { return f.info.has_video == 0 && f.info.has_audio == 0; },
         [](const Failure& f) {

@@ -1,6 +1,7 @@
 // Tells a person what to do about a run that failed.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "app/command_line.h"
@@ -16,6 +17,8 @@ struct Failure {
   const char* notSeekable = nullptr;  // why the input cannot be read backwards
   bool isOntoItself = false;          // the output is the input
   int writeError = 0;                 // the error number that left the output incomplete
+  int64_t memoryNeeded = 0;           // bytes that the run lacks the room for; 0 where it has room
+  int64_t memoryGranted = 0;          // bytes that it may have
   const char* notTaken = nullptr;     // the first codec that the output's container does not hold
 };
 

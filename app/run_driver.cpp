@@ -19,7 +19,10 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
                            const std::function<void(double)>& onRange) {
   if (job->Init() != 0) {
     log_error(kTag, "Reverse init error");
-    return Examine(commandLine, job->InputInfo(), 0);
+    Failure failure = Examine(commandLine, job->InputInfo(), 0);
+    failure.memoryNeeded = job->MemoryNeeded();
+    failure.memoryGranted = job->MemoryGranted();
+    return failure;
   }
   if (onRange) onRange(job->RangeSeconds());
   if (job->Start() == 0) {
@@ -43,8 +46,12 @@ int RunReverse(const CommandLine& commandLine, const std::function<void(double)>
 }
 
 void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job) {
+  if (commandLine.isPlain && commandLine.memory > 0) {
+    log_warn(kTag, "--plain leaves --memory out");
+  }
   if (commandLine.isPlain) return;
   job->SetSafeOutput(true);
+  job->SetMemoryLimit(commandLine.memory > 0 ? commandLine.memory : codec::Reverse::kHostMemory);
 }
 
 int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,

@@ -16,6 +16,7 @@
 #include "codec/encoder/container.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/writer/media_writer_factory.h"
+#include "reverse/job_memory.h"
 #include "reverse/output_description.h"
 #include "reverse/reverse_loop.h"
 #include "reverse/reverse_work_thread.h"
@@ -28,13 +29,23 @@ constexpr char kTag[] = "codec::Reverse";
 }  // namespace
 
 Reverse::Reverse(const char* inputPath, double start, double end, const char* outputPath)
-    : mInputPath(inputPath), mOutputPath(outputPath), mStart(start), mEnd(end) {}
+    : mInputPath(inputPath),
+      mOutputPath(outputPath),
+      mMemory(std::make_unique<JobMemory>()),
+      mStart(start),
+      mEnd(end) {}
 
 Reverse::~Reverse() { Release(); }
 
 void Reverse::SetOutputParameter(const char* key, const char* value) {
   mOutputParameters.SetString(key, value);
 }
+
+void Reverse::SetMemoryLimit(int64_t bytes) { mMemory->SetLimit(bytes); }
+
+int64_t Reverse::MemoryNeeded() const { return mMemory->Needed(); }
+
+int64_t Reverse::MemoryGranted() const { return mMemory->Granted(); }
 
 int Reverse::Init() {
   if (but::Guarded(kTag, [this] { return CreateParts(); }) == 0) return 0;
@@ -61,7 +72,12 @@ int Reverse::CreateParts() {
 }
 
 int Reverse::CreateDecoder() {
-  auto decoder = std::make_unique<FFmpegDecoderImpl2>(mInputPath.c_str());
+  int width = 0;
+  int height = 0;
+  mOutputParameters.GetInt32("target-width", width);
+  mOutputParameters.GetInt32("target-height", height);
+  mMemory->SetOutputSize(int64_t{width} * height);
+  auto decoder = std::make_unique<FFmpegDecoderImpl2>(mInputPath.c_str(), mMemory->Options());
   if (decoder->Init() != 0) {
     log_error(kTag, "decoder init failed");
     return -1;
@@ -129,6 +145,7 @@ int Reverse::CreateWriter() {
   range.channels = info.channels;
   range.sampleFormat = info.sample_format;
   range.bufferSize = mFrameBufferSize;
+  mMemory->ApplyTo(&range);
   mLoop = std::make_unique<ReverseLoop>(mDecoder.get(), mWriter.get(), range);
   return 0;
 }

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -18,6 +19,7 @@ class NewFile;
 
 namespace codec {
 
+class JobMemory;
 class ReverseLoop;
 class ReverseWorkThread;
 
@@ -45,6 +47,19 @@ class Reverse {
   //   "has-water-mark", "logo-path", "water-mark-pos", "water-mark-gap", "water-mark-rotation"
   //                                    for inputs in "bgra" or "rgba"
   void SetOutputParameter(const char* key, const char* value);
+
+  // Bytes that the process may take while the job runs; to be called before Init. The limit counts
+  // where the host grants more than it; kHostMemory stands for what the host grants: the smallest
+  // of the machine's memory and of the limits of the process's control groups. Decoder threads,
+  // steps, reading ahead and replay are chosen to stay below the limit, and by the processors that
+  // the process may use. What is written does not depend on it. 0, the default, for no limit: each
+  // part takes what it takes by itself.
+  void SetMemoryLimit(int64_t bytes);
+  static constexpr int64_t kHostMemory = std::numeric_limits<int64_t>::max();
+  // Why Init failed for want of memory, in bytes: what the job needs at least, and what it may
+  // have. Both 0 where this was not the reason.
+  int64_t MemoryNeeded() const;
+  int64_t MemoryGranted() const;
 
   // Opens input and output. 0, or -1 after an error line.
   int Init();
@@ -106,6 +121,7 @@ class Reverse {
 
   const std::string mInputPath;
   const std::string mOutputPath;
+  const std::unique_ptr<JobMemory> mMemory;
 
   // Set by Init; while the worker runs it is the only one to use them. Decoder and loop are gone
   // when it is done.

@@ -1,5 +1,7 @@
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 
+#include <utility>
+
 #include "base/guarded.h"
 #include "base/log.h"
 #include "codec/decoder/decode_session.h"
@@ -14,9 +16,11 @@
 namespace codec {
 
 struct FFmpegDecoderImpl2::Parts {
-  explicit Parts(int64_t replayBudget) : source(&session, replayBudget) {}
+  Parts(std::unique_ptr<DecodeSession> opened, int64_t replayBudget)
+      : owned(std::move(opened)), session(*owned), source(&session, replayBudget) {}
 
-  DecodeSession session;
+  const std::unique_ptr<DecodeSession> owned;
+  DecodeSession& session;
   PendingFrame pending;
   FrameSource source;
   FrameReceiver receiver{&session, &source};
@@ -65,14 +69,15 @@ int FFmpegDecoderImpl2::Init() {
 int FFmpegDecoderImpl2::InitParts() {
   if (mParts != nullptr) return 0;
   log_debug(kDecoderTag, "=====Init=====");
-  auto parts = std::make_unique<Parts>(mOptions.replayBudget);
+  auto session = std::make_unique<DecodeSession>();
   MediaInfo info;
   info.channels = AudioConverter::kTargetChannels;
-  if (SessionOpener(&parts->session, &info, mOptions.threads).Open(mPath) != 0) return -1;
+  SessionOpener opener(session.get(), &info, mOptions);
+  if (opener.Open(mPath) != 0) return -1;
   mInfo = info;
-  mFrameBufferSize = parts->session.pictures.Size();
-  mAudioBufferSize = parts->session.sound.MaxBlockBytes();
-  mParts = std::move(parts);
+  mFrameBufferSize = session->pictures.Size();
+  mAudioBufferSize = session->sound.MaxBlockBytes();
+  mParts = std::make_unique<Parts>(std::move(session), opener.Share().replayBudget);
   log_debug(kDecoderTag, "=====Init done=====");
   return 0;
 }

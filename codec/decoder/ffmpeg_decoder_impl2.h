@@ -5,20 +5,11 @@
 #include <memory>
 #include <string>
 
+#include "codec/decoder/decoder_options.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/first_failure.h"
-#include "codec/decoder/replay_policy.h"
 
 namespace codec {
-
-// How an input is decoded; what comes out does not depend on it.
-struct DecoderOptions {
-  // Decoder threads; 0 chooses by the machine. One more thread puts one more packet between a
-  // picture and the sound read with it.
-  int threads = 0;
-  // Bytes of decoded pictures that may be kept between backward seeks; 0 for none.
-  int64_t replayBudget = DefaultReplayBudget();
-};
 
 // How much work was done since the input was opened.
 struct DecoderCounters {

@@ -11,7 +11,7 @@
 
 namespace codec {
 
-int InputFile::Open(const std::string& path) {
+int InputFile::OpenHeader(const std::string& path) {
   mPath = path;
   const std::string local = but::LocalPath(path);
   // Looked at before it is opened: opening a pipe waits for a writer.
@@ -22,11 +22,13 @@ int InputFile::Open(const std::string& path) {
       avformat_open_input(&context, ffmpeg::FileUrl(local).c_str(), nullptr, nullptr);
   if (result < 0) return CannotOpen(ffmpeg::ErrorText(result));
   mContext.reset(context);
-  if (avformat_find_stream_info(context, nullptr) < 0) {
-    log_error(kDecoderTag, "Could not find stream information");
-    return -1;
-  }
   return 0;
+}
+
+int InputFile::FindStreams() {
+  if (avformat_find_stream_info(mContext.get(), nullptr) >= 0) return 0;
+  log_error(kDecoderTag, "Could not find stream information");
+  return -1;
 }
 
 int InputFile::CannotOpen(const std::string& reason) const {

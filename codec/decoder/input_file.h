@@ -14,9 +14,13 @@ namespace codec {
 
 class InputFile : public PacketSource {
  public:
-  // Opens the local file, which must be one that can be read backwards, and finds its streams. 0,
-  // or -1 with the reason logged.
-  int Open(const std::string& path);
+  // Opens the local file, which must be one that can be read backwards, and reads its header. 0, or
+  // -1 with the reason logged.
+  int OpenHeader(const std::string& path);
+  // Then finds its streams, for which it decodes some of their frames. The same.
+  int FindStreams();
+  // Both.
+  int Open(const std::string& path) { return OpenHeader(path) == 0 ? FindStreams() : -1; }
 
   bool Read(AVPacket* packet) override;
   // Makes these packets, which were just read, the next ones again; a seek drops them.

@@ -1,6 +1,8 @@
 #include "codec/decoder/session_opener.h"
 
+#include <algorithm>
 #include <limits>
+#include <optional>
 
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
@@ -9,10 +11,29 @@
 #include "codec/ffmpeg/compat.h"
 
 namespace codec {
+namespace {
+
+PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream) {
+  const AVCodecParameters* const parameters = stream->codecpar;
+  // Most pictures are of this format; a header does not name it.
+  const AVPixelFormat format =
+      parameters->format < 0 ? AV_PIX_FMT_YUV420P : static_cast<AVPixelFormat>(parameters->format);
+  PictureFacts facts;
+  facts.width = parameters->width;
+  facts.height = parameters->height;
+  facts.bytes = std::max(0, av_image_get_buffer_size(format, facts.width, facts.height, 1));
+  facts.frameRate = stream->avg_frame_rate.den > 0 ? av_q2d(stream->avg_frame_rate) : 0;
+  facts.seconds = DurationSeconds(file->duration, stream->duration, stream->time_base);
+  return facts;
+}
+
+}  // namespace
 
 int SessionOpener::Open(const std::string& path) {
   DecodeSession& session = *mSession;
-  if (session.input.Open(path) != 0) return -1;
+  // Probing decodes pictures too, so those that have no room are refused before.
+  if (session.input.OpenHeader(path) != 0 || !AskForShare()) return -1;
+  if (session.input.FindStreams() != 0 || !AskForShare()) return -1;
   if (OpenVideo() != 0) return -1;
   OpenAudio();
   // Sound alone has a length too: a caller that asks for the video of such a file is then told of
@@ -31,9 +52,21 @@ int SessionOpener::Open(const std::string& path) {
   return 0;
 }
 
+bool SessionOpener::AskForShare() {
+  if (!mOptions.shareFor) return true;
+  AVFormatContext* const file = mSession->input.Context();
+  const int index = av_find_best_stream(file, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  if (index < 0) return true;
+  const PictureFacts facts = FactsOf(file, file->streams[index]);
+  if (facts.width <= 0 || facts.height <= 0) return true;
+  const std::optional<DecoderShare> share = mOptions.shareFor(facts);
+  if (share) mShare = *share;
+  return share.has_value();
+}
+
 int SessionOpener::OpenVideo() {
   DecodeSession& session = *mSession;
-  session.video = StreamDecoder::Open(session.input, AVMEDIA_TYPE_VIDEO, mThreads);
+  session.video = StreamDecoder::Open(session.input, AVMEDIA_TYPE_VIDEO, mShare.threads);
   if (session.video == nullptr) return 0;
   const AVCodecContext* const context = session.video->Context();
   if (context->pix_fmt == AV_PIX_FMT_NONE) {

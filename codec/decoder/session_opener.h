@@ -4,27 +4,32 @@
 #include <string>
 
 #include "codec/decoder/decode_session.h"
+#include "codec/decoder/decoder_options.h"
 #include "codec/decoder/media_info.h"
 
 namespace codec {
 
 // Fills a fresh session and a fresh record:
-//   1. open the file, find its streams
+//   1. open the file, ask what its pictures may take, find its streams, ask again
 //   2. open the video decoder, derive the picture facts
 //   3. open the audio decoder and the converter
 //   4. scan for the key-frame interval, back to the start
 //   5. only when the scan met no video: check for variable frame rate, back to the start
 class SessionOpener {
  public:
-  // `threads` decode the video; 0 chooses by the machine.
-  SessionOpener(DecodeSession* session, MediaInfo* info, int threads)
-      : mSession(session), mInfo(info), mThreads(threads) {}
+  SessionOpener(DecodeSession* session, MediaInfo* info, const DecoderOptions& options)
+      : mSession(session), mInfo(info), mOptions(options), mShare(options) {}
 
-  // 0, or -1, logged, when the file does not open or its video has no pixel format. The session is
-  // of no use then.
+  // 0, or -1, logged, when the file does not open, its video has no pixel format, or its pictures
+  // get no share of memory. The session is of no use then.
   int Open(const std::string& path);
 
+  // What the options grant this input.
+  const DecoderShare& Share() const { return mShare; }
+
  private:
+  // Whether the video, if it is known by now, is granted a share.
+  bool AskForShare();
   int OpenVideo();
   void DescribeVideo();
   void DescribeProfile();
@@ -36,7 +41,8 @@ class SessionOpener {
 
   DecodeSession* mSession;
   MediaInfo* mInfo;
-  int mThreads;
+  const DecoderOptions& mOptions;
+  DecoderShare mShare;
   int64_t mFirstAudioTicks = AV_NOPTS_VALUE;
 };
 

@@ -1,0 +1,37 @@
+// How an input is decoded.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+#include "codec/decoder/replay_policy.h"
+
+namespace codec {
+
+// What is known of an input's pictures before the first of them is decoded. 0 where it is not.
+struct PictureFacts {
+  int width = 0;  // pixels, as the next one
+  int height = 0;
+  int64_t bytes = 0;     // of one packed picture
+  double frameRate = 0;  // frames per second
+  double seconds = 0;    // length of the input
+};
+
+// What a decoder may take.
+struct DecoderShare {
+  // Decoder threads; 0 chooses by the machine.
+  int threads = 0;
+  // Bytes of decoded pictures that may be kept between backward seeks; 0 for none.
+  int64_t replayBudget = DefaultReplayBudget();
+};
+
+// What comes out of a decoder does not depend on these.
+struct DecoderOptions : DecoderShare {
+  // Asked as soon as the input's pictures are known, which may be twice: when the file's header has
+  // named their size, and when its streams have been probed. The last answer replaces the share
+  // above; without one the input is not opened. Not asked where it is empty, or without video.
+  std::function<std::optional<DecoderShare>(const PictureFacts&)> shareFor;
+};
+
+}  // namespace codec

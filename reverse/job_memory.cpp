@@ -1,0 +1,56 @@
+#include "reverse/job_memory.h"
+
+#include <algorithm>
+
+#include "base/host_limits.h"
+#include "base/log.h"
+
+namespace codec {
+namespace {
+
+constexpr char kTag[] = "codec::Reverse";
+constexpr int64_t kMegabyte = int64_t{1} << 20;
+
+// Rounded up: a limit of what is said to be needed is enough.
+long long Megabytes(int64_t bytes) { return (bytes + kMegabyte - 1) / kMegabyte; }
+
+}  // namespace
+
+DecoderOptions JobMemory::Options() {
+  DecoderOptions options;
+  if (mLimit > 0) options.shareFor = [this](const PictureFacts& facts) { return ShareFor(facts); };
+  return options;
+}
+
+std::optional<DecoderShare> JobMemory::ShareFor(const PictureFacts& facts) {
+  const but::HostLimits host;
+  const int64_t pixels = static_cast<int64_t>(facts.width) * facts.height;
+  MemoryNeeds needs;
+  needs.limit = std::min(mLimit, host.MemoryBytes());
+  needs.held = host.PrivateBytes();
+  needs.pictureBytes = facts.bytes;
+  needs.outputBytes = (mOutputPixels > 0 ? mOutputPixels : pixels) * 3 / 2;
+  needs.frameRate = facts.frameRate;
+  needs.seconds = facts.seconds;
+  needs.cores = host.Cores();
+  needs.usualReplay = DefaultReplayBudget();
+  mPlan.emplace(needs);
+  log_verbose(
+      kTag, "memory limit:%lld MB, threads:%d, step:%lld, ahead:%lld, replay:%lld, all:%lld",
+      Megabytes(needs.limit), mPlan->Threads(), Megabytes(mPlan->StepBytes()),
+      Megabytes(mPlan->AheadBytes()), Megabytes(mPlan->ReplayBytes()), Megabytes(mPlan->Total()));
+  if (mPlan->Fits()) return DecoderShare{mPlan->Threads(), mPlan->ReplayBytes()};
+  mNeeded = mPlan->Least();
+  mGranted = needs.limit;
+  log_error(kTag, "pictures of %dx%d need %lld MB of memory, there are %lld MB", facts.width,
+            facts.height, Megabytes(mNeeded), static_cast<long long>(mGranted / kMegabyte));
+  return std::nullopt;
+}
+
+void JobMemory::ApplyTo(ReverseRange* range) const {
+  if (!mPlan) return;
+  range->stepBytes = mPlan->StepBytes();
+  range->aheadBytes = mPlan->AheadBytes();
+}
+
+}  // namespace codec

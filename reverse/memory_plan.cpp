@@ -1,0 +1,91 @@
+#include "reverse/memory_plan.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace codec {
+namespace {
+
+constexpr int64_t kMegabyte = int64_t{1} << 20;
+
+// The margin: a sixteenth of the limit and some megabytes stay free. The kernel counts its own
+// memory against a limit too, and the libraries' pages that are read from files need room to stay.
+constexpr int64_t kMarginShare = 16;
+constexpr int64_t kMarginBytes = 8 * kMegabyte;
+
+// Of the whole process beside what grows with the pictures: coders of sound, buffers of files,
+// stacks, what the heap keeps.
+constexpr int64_t kBaseBytes = 16 * kMegabyte;
+
+// In tenths of a packed picture.
+constexpr int64_t kDecoderTenths = 100;  // pictures that others refer to or that wait their turn
+constexpr int64_t kDecoderThreadTenths = 20;  // each further thread's picture in the making
+constexpr int64_t kHandTenths = 20;           // a picture being read, another being written
+constexpr int64_t kWriterTenths = 50;         // the writer's buffers
+constexpr int64_t kEncoderTenths = 100;       // references of the encoder and what it interpolates
+
+// Of the tables in which muxer and demuxer note each frame, and the frames of sound a second.
+constexpr int64_t kIndexBytes = 256;
+constexpr double kSoundFrames = 50;
+
+constexpr int64_t kMostThreads = 16;
+constexpr int64_t kMostBytesInFlight = 256 * kMegabyte;
+constexpr int64_t kMostStepBytes = 2048 * kMegabyte;
+constexpr int64_t kMostAheadBytes = 128 * kMegabyte;
+
+// Where neither header nor streams tell.
+constexpr double kUsualFrameRate = 30;
+
+int64_t Tenths(int64_t bytes, int64_t tenths) { return bytes / 10 * tenths; }
+
+}  // namespace
+
+MemoryPlan::MemoryPlan(const MemoryNeeds& needs) : mNeeds(needs) {
+  // Threads are worth less than room for pictures: they get at most a quarter of it.
+  const int64_t perThread = std::max<int64_t>(1, Tenths(needs.pictureBytes, kDecoderThreadTenths));
+  const int64_t room = std::max<int64_t>(0, Left());
+  mThreads = static_cast<int>(std::clamp<int64_t>(1 + room / 4 / perThread, 1, MostThreads()));
+  Divide();
+}
+
+int64_t MemoryPlan::Usable(int64_t limit) { return limit - limit / kMarginShare - kMarginBytes; }
+
+int64_t MemoryPlan::Fixed(int threads) const {
+  const double frames = mNeeds.seconds * (mNeeds.frameRate + kSoundFrames);
+  const auto index = static_cast<int64_t>(std::clamp(frames, 0.0, 1e9)) * kIndexBytes;
+  return mNeeds.held + kBaseBytes + index +
+         Tenths(mNeeds.pictureBytes,
+                kDecoderTenths + kDecoderThreadTenths * (threads - 1) + kHandTenths) +
+         Tenths(mNeeds.outputBytes, kWriterTenths + kEncoderTenths);
+}
+
+int64_t MemoryPlan::Least() const {
+  const int64_t fixed = Fixed(1) + mNeeds.pictureBytes + kMarginBytes;
+  return fixed + fixed / (kMarginShare - 1) + 1;
+}
+
+int MemoryPlan::MostThreads() const {
+  const int64_t inFlight = kMostBytesInFlight / std::max<int64_t>(1, mNeeds.pictureBytes);
+  return static_cast<int>(
+      std::clamp<int64_t>(std::min<int64_t>(mNeeds.cores, inFlight), 1, kMostThreads));
+}
+
+// A step in one piece comes first: each further part of it decodes its group of pictures again.
+// Then what is kept for replay, which saves the same work between steps, with a little of reading
+// ahead beside it.
+void MemoryPlan::Divide() {
+  const int64_t left = std::max<int64_t>(0, Left());
+  const double rate = mNeeds.frameRate > 0 ? mNeeds.frameRate : kUsualFrameRate;
+  const auto second =
+      static_cast<int64_t>(std::ceil(std::min(rate, 1000.0)) + 1) * mNeeds.pictureBytes;
+  mStepBytes = std::min(kMostStepBytes, std::max(std::min(left / 2, second), left / 4));
+  mAheadBytes = std::min(kMostAheadBytes, left / 8);
+  mReplayBytes =
+      std::min(left - mStepBytes - mAheadBytes, std::max(mNeeds.limit / 8, mNeeds.usualReplay));
+}
+
+int64_t MemoryPlan::Total() const {
+  return Fixed(mThreads) + mStepBytes + mAheadBytes + mReplayBytes;
+}
+
+}  // namespace codec

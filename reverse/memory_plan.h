@@ -1,0 +1,61 @@
+// How a run divides the memory that it may take.
+#pragma once
+
+#include <cstdint>
+
+namespace codec {
+
+// What a plan is worked out from. Sizes in bytes; what is not known stays 0.
+struct MemoryNeeds {
+  int64_t limit = 0;         // that the process may take in all
+  int64_t held = 0;          // that it has taken so far, with the input opened
+  int64_t pictureBytes = 0;  // of one packed picture of the input
+  int64_t outputBytes = 0;   // of one packed picture of the output
+  double frameRate = 0;      // frames per second
+  double seconds = 0;        // length of what is written
+  int cores = 1;             // that may be used at once
+  int64_t usualReplay = 0;   // the budget for replay that is fine whatever the limit
+};
+
+// Works out, once, what the parts of a run get. Counts bytes; knows nothing of media or of the
+// host. The numbers of the model are measured; docs/performance.md has them in a table, and what
+// a run was seen to take beside them.
+class MemoryPlan {
+ public:
+  explicit MemoryPlan(const MemoryNeeds& needs);
+
+  // Whether the limit holds at least the smallest plan: one decoder thread, steps of one picture,
+  // nothing kept for replay.
+  bool Fits() const { return Least() <= mNeeds.limit; }
+  // The smallest limit that the smallest plan fits into.
+  int64_t Least() const;
+
+  // Threads of the video decoder, at least 1.
+  int Threads() const { return mThreads; }
+  // Bytes of decoded pictures kept between the steps; may be 0.
+  int64_t ReplayBytes() const { return mReplayBytes; }
+  // Bytes of frames that are read before they are asked for; may be 0.
+  int64_t AheadBytes() const { return mAheadBytes; }
+  // Bytes of the frames of one step, or of a part of one; may be 0.
+  int64_t StepBytes() const { return mStepBytes; }
+
+  // Bytes that the process takes at most by the model, which is below the limit by the margin.
+  int64_t Total() const;
+
+ private:
+  // What is left of a limit for the process's own memory.
+  static int64_t Usable(int64_t limit);
+  // What is taken before any picture is kept.
+  int64_t Fixed(int threads) const;
+  int64_t Left() const { return Usable(mNeeds.limit) - Fixed(mThreads); }
+  int MostThreads() const;
+  void Divide();
+
+  const MemoryNeeds mNeeds;
+  int mThreads = 1;
+  int64_t mReplayBytes = 0;
+  int64_t mAheadBytes = 0;
+  int64_t mStepBytes = 0;
+};
+
+}  // namespace codec
