@@ -4,7 +4,6 @@
 #include <cfloat>
 #include <cmath>
 #include <limits>
-#include <utility>
 
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
@@ -168,10 +167,14 @@ int Seeker::DecodeToPending(float seconds) {
 // the sound of that second alone.
 int Seeker::_SeekDecodeForward(float seconds) {
   if (mSession->video == nullptr) return -1;
+  if (mNeedsTimeProbe) {
+    mNeedsTimeProbe = false;
+    mSource->Leave();
+    TimeProbe(mSession).Run();
+  }
   if (seconds > mSession->duration) seconds = static_cast<float>(mSession->duration);
   if (!(seconds > 0)) seconds = 0;
   const int64_t target = std::min(Truncated(static_cast<double>(seconds)), kMaxWholeSeconds);
-  if (mNeedsTimeProbe) ProbeTimes(seconds, target);
   Way way = mWay.Serves(target) ? mWay : Way{target, target, target};
   int64_t back = 1;
   // Once it is known where the pictures end, nobody has to look for those behind it.
@@ -181,12 +184,6 @@ int Seeker::_SeekDecodeForward(float seconds) {
     mSource->BeginWalk(seconds);
     walk = seconds == 0 ? Walk::kReached : WalkTo(seconds, way.landing > 0);
     mSource->EndWalk();
-    if (walk == Walk::kMisled) {
-      mSource->Leave();
-      TimeProbe(mSession).RunForPicture();
-      walk = Walk::kOvershot;
-      continue;
-    }
     if (walk != Walk::kOvershot) break;
     way.failed = way.landing;
     way.landing = std::max<int64_t>(0, way.landing - back);
@@ -196,20 +193,6 @@ int Seeker::_SeekDecodeForward(float seconds) {
   if (walk == Walk::kReached) return 0;
   if (walk == Walk::kEnded) MoveToSound(target);
   return -1;
-}
-
-// Where the walk to this time begins with the first packet of all, its first picture is the one
-// that the probe would decode: its time is taken for the packet's until the walk has seen it.
-void Seeker::ProbeTimes(float seconds, int64_t target) {
-  mNeedsTimeProbe = false;
-  mSource->Leave();
-  TimeProbe probe(mSession);
-  if (seconds == 0) return probe.Run();
-  if (probe.RunForSound()) {
-    MoveToWhole(target);
-    mGuessesFirstTime = probe.IsBeforeFirstPicture();
-  }
-  if (!mGuessesFirstTime) probe.RunForPicture();
 }
 
 // Stamps of recordings may begin at hours: a position that left this out would be before the first
@@ -256,21 +239,11 @@ void Seeker::MoveToSound(int64_t seconds) {
   mSession->soundFrom = static_cast<double>(seconds);
 }
 
-// A picture without a time would have left the probe's result as it was.
-bool Seeker::HasFirstTime(const AVFrame* frame) const {
-  const int64_t ticks = frame->best_effort_timestamp;
-  return ticks == AV_NOPTS_VALUE || mSession->video->Seconds(ticks) == mSession->times.FirstVideo();
-}
-
 Seeker::Walk Seeker::WalkTo(float seconds, bool mayOvershoot) {
   AVFrame* const frame = mSession->frame.get();
   double last = -std::numeric_limits<double>::infinity();
   for (bool first = true;; first = false) {
     const int result = mSource->NextPicture(frame);
-    if (std::exchange(mGuessesFirstTime, false) && (result < 0 || !HasFirstTime(frame))) {
-      av_frame_unref(frame);
-      return Walk::kMisled;
-    }
     if (result < 0) {
       if (first && mayOvershoot) return Walk::kOvershot;
       mLastPicture = last;

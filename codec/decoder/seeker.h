@@ -22,7 +22,7 @@ class Seeker {
   int Seek(double seconds, int mode);
 
  private:
-  enum class Walk { kReached, kOvershot, kEnded, kMisled };
+  enum class Walk { kReached, kOvershot, kEnded };
 
   // From where a walk that had to begin further back reached its time. Decoding cannot begin
   // between the last second that failed and that time, so that there the same landing serves again.
@@ -44,11 +44,9 @@ class Seeker {
   int StepBackFrom(int64_t target);
   int SeekBeforeKey(int64_t timestamp);
   int DecodeToPending(float seconds);
-  void ProbeTimes(float seconds, int64_t target);
   int64_t PositionOf(int64_t seconds) const;
   void MoveToWhole(int64_t seconds);
   void MoveToSound(int64_t seconds);
-  bool HasFirstTime(const AVFrame* frame) const;
   Walk WalkTo(float seconds, bool mayOvershoot);
 
   DecodeSession* mSession;
@@ -56,8 +54,6 @@ class Seeker {
   PacketDecoder* mPackets;
   PendingFrame* mPending;
   bool mNeedsTimeProbe = true;
-  // The first picture's time is that of the first packet, until a picture has been seen.
-  bool mGuessesFirstTime = false;
   Way mWay;  // the last one of that kind
   // Seconds; infinite until a walk has met the end of the pictures.
   double mLastPicture = std::numeric_limits<double>::infinity();

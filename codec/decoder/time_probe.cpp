@@ -1,18 +1,10 @@
 #include "codec/decoder/time_probe.h"
 
-#include <utility>
-#include <vector>
-
 namespace codec {
 
-void TimeProbe::Begin() {
+void TimeProbe::Run() {
   mSession->input.SeekToStart(0);
   mSession->FlushDecoders();
-  mEnded = false;
-}
-
-void TimeProbe::Run() {
-  Begin();
   // Both are tried on each pass, the picture first.
   for (;;) {
     const bool videoSettled = TryVideo();
@@ -20,40 +12,6 @@ void TimeProbe::Run() {
     if (videoSettled && audioSettled) break;
     Feed();
   }
-}
-
-void TimeProbe::RunForPicture() {
-  Begin();
-  mVideoSettled = false;
-  mAudioSettled = true;
-  while (!TryVideo()) Feed();
-}
-
-bool TimeProbe::RunForSound() {
-  Begin();
-  mVideoSettled = true;
-  while (!TryAudio() || !mFirstPacket.has_value()) {
-    if (mEnded) return false;
-    Feed();
-  }
-  return true;
-}
-
-bool TimeProbe::IsBeforeFirstPicture() const {
-  constexpr size_t kMostPackets = 256;
-  StreamDecoder* const video = mSession->video.get();
-  std::vector<ffmpeg::UniquePacket> packets;
-  bool found = false;
-  bool isFirst = false;
-  while (!found && packets.size() < kMostPackets) {
-    ffmpeg::UniquePacket packet(av_packet_alloc());
-    if (packet == nullptr || !mSession->input.Read(packet.get())) break;
-    found = video->Owns(packet.get());
-    isFirst = found && !video->PassesOver(packet.get()) && mFirstPacket == Of(packet.get());
-    packets.push_back(std::move(packet));
-  }
-  mSession->input.PutBack(std::move(packets));
-  return isFirst;
 }
 
 bool TimeProbe::TryVideo() {
@@ -99,7 +57,6 @@ void TimeProbe::Feed() {
     return;
   }
   const ffmpeg::PacketGuard guard(packet);
-  if (!mFirstPacket.has_value() && mSession->video->Owns(packet)) mFirstPacket = Of(packet);
   if (video != nullptr && video->Owns(packet)) video->Send(packet);
   if (audio != nullptr && audio->Owns(packet)) audio->Send(packet);
 }

@@ -17,29 +17,7 @@ class TimeProbe {
   // behind the start.
   void Run();
 
-  // Both halves of Run. What the decoder of the sound gives later may hang on how many packets it
-  // has seen, so that either is to be called once. The first one remembers the first packet of the
-  // video; false where there is none.
-  bool RunForSound();
-  void RunForPicture();
-  // Whether the video goes on with that packet, from the input's present place. Then decoding from
-  // here gives the first picture, too.
-  bool IsBeforeFirstPicture() const;
-
  private:
-  // Tells packets of the video apart.
-  struct Identity {
-    int64_t position = -1;
-    int64_t pts = AV_NOPTS_VALUE;
-    int64_t dts = AV_NOPTS_VALUE;
-    int size = -1;
-    friend bool operator==(const Identity&, const Identity&) = default;
-  };
-  static Identity Of(const AVPacket* packet) {
-    return {packet->pos, packet->pts, packet->dts, packet->size};
-  }
-
-  void Begin();
   // A stream is settled when it has given its frame, can give none any more, or is not there.
   bool TryVideo();
   bool TryAudio();
@@ -50,7 +28,6 @@ class TimeProbe {
   bool mVideoSettled = false;
   bool mAudioSettled = false;
   bool mEnded = false;
-  std::optional<Identity> mFirstPacket;
 };
 
 }  // namespace codec

@@ -256,64 +256,6 @@ TEST(TimeProbe, RunsOnce) {
   EXPECT_EQ(reader.Decoder().Counters().seeks - before.seeks, 1);
 }
 
-TEST(TimeProbe, DecodesNoPictureThatTheWalkDecodes) {
-  DecoderOptions options;
-  options.threads = 1;
-  for (const double seconds : {0.5, 1.5}) {
-    DecoderReader reader(SingleKeyClip(), options);
-    const int64_t before = reader.Decoder().Counters().videoFramesDecoded;
-    ASSERT_EQ(reader.Decoder().Seek(seconds, 3), 0);
-    const auto target = static_cast<int64_t>(std::ceil(seconds * 25));
-    EXPECT_EQ(reader.Decoder().Counters().videoFramesDecoded - before, target + 1) << seconds;
-  }
-}
-
-// The next two pictures and blocks of sound. A seek to 0 before makes the probe decode the picture.
-std::vector<ReadFrame> FramesFrom(const std::string& path, double seconds, bool seeksTo0) {
-  DecoderReader reader(path);
-  if (seeksTo0) reader.Decoder().Seek(0, 3);
-  EXPECT_EQ(reader.Decoder().Seek(seconds, 3), 0);
-  std::vector<ReadFrame> frames(4);
-  for (ReadFrame& frame : frames) EXPECT_TRUE(reader.Receive(&frame));
-  return frames;
-}
-
-void ExpectSameFrames(const std::string& path, double seconds) {
-  SCOPED_TRACE(path);
-  const std::vector<ReadFrame> expected = FramesFrom(path, seconds, true);
-  const std::vector<ReadFrame> frames = FramesFrom(path, seconds, false);
-  for (size_t i = 0; i < frames.size(); ++i) {
-    EXPECT_EQ(frames[i].type, expected[i].type);
-    EXPECT_EQ(frames[i].pts, expected[i].pts);
-    EXPECT_EQ(frames[i].bytes, expected[i].bytes);
-  }
-}
-
-TEST(TimeProbe, FindsTheSameTimesOnTheWalk) {
-  for (const ClipKind kind : test_support::VideoClipKinds()) {
-    for (const double seconds : {0.5, 1.5}) ExpectSameFrames(Clip(kind), seconds);
-  }
-}
-
-// The first picture is not that of the first packet, whose time is no guide then.
-TEST(TimeProbe, IsNotMisledByAFirstPictureThatCannotBeDecoded) {
-  std::string bytes = FileBytes(
-      CustomClip("decoder_motion_jpeg.avi",
-                 {"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25", "-t", "2", "-c:v", "mjpeg"}));
-  // The index in the header names the chunk, too.
-  const size_t packet = bytes.find("00dc", bytes.find("movi"));
-  ASSERT_NE(packet, std::string::npos);
-  constexpr size_t kChunkHead = 8;
-  bytes.replace(packet + kChunkHead, 64, 64, '\0');
-  const std::string damaged = ScratchFile("late.avi", bytes);
-  DecoderReader reader(damaged);
-  ASSERT_EQ(reader.Decoder().Seek(0.5, 3), 0);
-  ReadFrame frame;
-  ASSERT_TRUE(reader.ReceiveType(kVideoFrame, &frame));
-  EXPECT_NEAR(frame.pts, 0.56, 1e-9) << "the second picture is at 0";
-  ExpectSameFrames(damaged, 0.5);
-}
-
 TEST(KeyFrameSeek, LandsOnTheKeyFrameAtOrBefore) {
   DecoderReader reader(ShortGroupClip());
   ReadFrame frame;
