@@ -16,16 +16,23 @@
 namespace codec {
 
 struct FFmpegDecoderImpl2::Parts {
-  Parts(std::unique_ptr<DecodeSession> opened, int64_t replayBudget)
-      : owned(std::move(opened)), session(*owned), source(&session, replayBudget) {}
+  explicit Parts(std::unique_ptr<DecodeSession> opened)
+      : owned(std::move(opened)), session(*owned) {}
 
   const std::unique_ptr<DecodeSession> owned;
   DecodeSession& session;
   PendingFrame pending;
-  FrameSource source;
+  PacketFeed feed{&session};
+  FrameSource source{&session, &feed};
   FrameReceiver receiver{&session, &source};
-  PacketDecoder packets{&session};
+  PacketDecoder packets{&session, &feed};
   Seeker seeker{&session, &source, &packets, &pending};
+
+  // Whether there was memory for all of them.
+  bool IsUsable() const {
+    return session.IsUsable() && feed.IsUsable() && receiver.IsUsable() && packets.IsUsable() &&
+           seeker.IsUsable();
+  }
 };
 
 namespace {
@@ -77,7 +84,9 @@ int FFmpegDecoderImpl2::InitParts() {
   mInfo = info;
   mFrameBufferSize = session->pictures.Size();
   mAudioBufferSize = session->sound.MaxBlockBytes();
-  mParts = std::make_unique<Parts>(std::move(session), opener.Share().replayBudget);
+  auto parts = std::make_unique<Parts>(std::move(session));
+  parts->feed.Open(opener.Share().replayBudget);
+  mParts = std::move(parts);
   log_debug(kDecoderTag, "=====Init done=====");
   return 0;
 }
@@ -90,15 +99,14 @@ int FFmpegDecoderImpl2::Release() {
 }
 
 int FFmpegDecoderImpl2::Seek(double seconds, int mode) {
-  if (mParts == nullptr || !mParts->session.IsUsable()) return -1;
+  if (mParts == nullptr || !mParts->IsUsable()) return -1;
   return Bordered(&mThrown, [&] { return mParts->seeker.Seek(seconds, mode); });
 }
 
 int FFmpegDecoderImpl2::DecodeFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) {
-  if (mParts == nullptr || !mParts->session.IsUsable()) return -1;
+  if (mParts == nullptr || !mParts->IsUsable()) return -1;
   DecodedFrame frame;
   const int result = Bordered(&mThrown, [&] {
-    mParts->source.Leave();
     return mParts->pending.Take(buffer, &frame) ? 0 : mParts->packets.Decode(buffer, &frame);
   });
   if (result != 0) return -1;
@@ -107,7 +115,7 @@ int FFmpegDecoderImpl2::DecodeFrame(uint8_t* buffer, uint32_t* size, uint32_t* t
 }
 
 int FFmpegDecoderImpl2::ReceiveFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) {
-  if (mParts == nullptr || !mParts->session.IsUsable()) return -1;
+  if (mParts == nullptr || !mParts->IsUsable()) return -1;
   DecodedFrame frame;
   if (Bordered(&mThrown, [&] { return mParts->receiver.Receive(buffer, &frame); }) != 0) return -1;
   Give(frame, size, type, pts);
@@ -142,7 +150,9 @@ DecoderCounters FFmpegDecoderImpl2::Counters() const {
   counters.seeks = session.input.Seeks();
   if (session.video != nullptr) counters.videoFramesDecoded = session.video->FramesDecoded();
   if (session.audio != nullptr) counters.audioFramesDecoded = session.audio->FramesDecoded();
-  counters.videoFramesReplayed = mParts->source.PicturesReplayed();
+  if (const PictureMemo* const memo = mParts->feed.Pictures()) {
+    counters.videoFramesReplayed = memo->Count().answered;
+  }
   counters.delayedFrames = mParts->packets.DelayedFrames();
   counters.audioClock = session.sound.ConvertedSeconds();
   return counters;

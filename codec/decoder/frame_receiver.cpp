@@ -8,7 +8,7 @@
 namespace codec {
 
 int FrameReceiver::Receive(uint8_t* buffer, DecodedFrame* out) {
-  AVFrame* const frame = mSession->frame.get();
+  AVFrame* const frame = mFrame.get();
   for (;;) {
     const FrameSource::Next next = mSource->NextFrame(frame);
     if (next == FrameSource::Next::kEnd) return -1;
@@ -20,7 +20,7 @@ int FrameReceiver::Receive(uint8_t* buffer, DecodedFrame* out) {
 }
 
 bool FrameReceiver::DeliverPicture(uint8_t* buffer, DecodedFrame* out) {
-  const AVFrame* const frame = mSession->frame.get();
+  const AVFrame* const frame = mFrame.get();
   // Dropped frames take their time too, for the ones after them that have no stamp.
   out->pts = mSession->times.OfVideo(frame);
   out->type = kVideoFrame;
@@ -29,7 +29,7 @@ bool FrameReceiver::DeliverPicture(uint8_t* buffer, DecodedFrame* out) {
 }
 
 bool FrameReceiver::DeliverSound(uint8_t* buffer, DecodedFrame* out) {
-  const AVFrame* const frame = mSession->frame.get();
+  const AVFrame* const frame = mFrame.get();
   out->pts = mSession->times.OfAudio(frame);
   out->type = kAudioFrame;
   if (out->pts < mSession->soundFrom) return false;

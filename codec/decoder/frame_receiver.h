@@ -10,7 +10,10 @@ namespace codec {
 
 class FrameReceiver {
  public:
-  FrameReceiver(DecodeSession* session, FrameSource* source) : mSession(session), mSource(source) {}
+  FrameReceiver(DecodeSession* session, FrameSource* source)
+      : mSession(session), mSource(source), mFrame(av_frame_alloc()) {}
+
+  bool IsUsable() const { return mFrame != nullptr; }
 
   // 0, or -1 when all streams are finished. `buffer` holds the largest picture and the largest
   // audio block. `out->size` of a picture is that of the packet it came from.
@@ -22,6 +25,7 @@ class FrameReceiver {
 
   DecodeSession* mSession;
   FrameSource* mSource;
+  const ffmpeg::UniqueFrame mFrame;
 };
 
 }  // namespace codec

@@ -1,123 +1,126 @@
 #include "codec/decoder/packet_decoder.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 
 namespace codec {
+namespace {
 
-bool PacketDecoder::IsVideo(const AVPacket* packet) const {
-  return mSession->video != nullptr && mSession->video->Owns(packet);
+void LogPacketError(AVMediaType type, int result) {
+  LogDecodeError(type, result);
+  log_warn(kDecoderTag, "ret=%d got_frame:%d", result, 0);
 }
 
-bool PacketDecoder::IsAudio(const AVPacket* packet) const {
-  return mSession->audio != nullptr && mSession->audio->Owns(packet);
-}
+}  // namespace
+
+PacketDecoder::PacketDecoder(DecodeSession* session, PacketFeed* feed)
+    : mSession(session), mFeed(feed), mFrame(av_frame_alloc()), mSpare(av_frame_alloc()) {}
 
 int PacketDecoder::Decode(uint8_t* buffer, DecodedFrame* out) {
-  AVPacket* const packet = mSession->packet.get();
-  while (mSession->input.Read(packet)) {
-    const ffmpeg::PacketGuard guard(packet);
-    NoteTime(packet);
-    if (DecodeWhole(packet, buffer, out)) return 0;
+  const auto look = [this](const AVPacket& packet) { return NoteTime(packet); };
+  for (;;) {
+    const int result = mFeed->ReceivePicture(mFrame.get());
+    if (result >= 0) {
+      if (DeliverPicture(buffer, out)) return 0;
+      continue;
+    }
+    const bool isWaiting = result == AVERROR(EAGAIN);
+    if (!isWaiting && result != AVERROR_EOF) {
+      LogPacketError(AVMEDIA_TYPE_VIDEO, result);
+      continue;
+    }
+    if (isWaiting && !mFeed->WantsPacket()) NoteAnswered();
+    ffmpeg::UniquePacket sound;
+    if (mFeed->TakeSound(&sound)) {
+      bool delivered = false;
+      if (sound != nullptr) DecodeSound(sound.get(), buffer, out, &delivered);
+      if (delivered) return 0;
+      continue;
+    }
+    if (isWaiting && !mFeed->WantsPacket()) continue;
+    if (mFeed->HasEnded()) break;
+    mFeed->Read(look);
   }
-  if (DrainOne(buffer, out)) return 0;
+  if (DrainSound(buffer, out)) return 0;
   log_debug(kDecoderTag, "Demuxing over.");
   return -1;
 }
 
-void PacketDecoder::NoteTime(const AVPacket* packet) {
-  if (!IsVideo(packet)) {
-    mAudioTicks = PacketTimestamp(packet);
-    return;
-  }
-  mClock.Count(packet);
-  mVideoTicks = mClock.Choose(packet);
+void PacketDecoder::Flush() {
+  mStamps.clear();
+  mLastPlace = -1;
 }
 
-// Advances within the packet; unreferencing it does not look at its data pointer. A packet without
-// bytes is passed over, because to a decoder it would mean the end of its stream.
-bool PacketDecoder::DecodeWhole(AVPacket* packet, uint8_t* buffer, DecodedFrame* out) {
+// A packet without bytes is passed over: to a decoder it would mean the end of its stream.
+bool PacketDecoder::NoteTime(const AVPacket& packet) {
+  const StreamDecoder* const video = mSession->video.get();
+  if (video == nullptr || !video->Owns(&packet)) {
+    const StreamDecoder* const audio = mSession->audio.get();
+    if (audio == nullptr || !audio->Owns(&packet)) mAudioTicks = PacketTimestamp(&packet);
+    return packet.size > 0;
+  }
+  mClock.Count(&packet);
+  mStamps.push_back({mFeed->Pictures()->Sent(), mClock.Choose(&packet)});
+  if (packet.size > 0) mClock.Count(&packet);
+  return packet.size > 0;
+}
+
+// All pictures of a packet have been taken.
+void PacketDecoder::NoteAnswered() {
+  const int64_t place = mFeed->Pictures()->Answered() - 1;
+  if (place != mLastPlace) ++mDelayedFrames;
+}
+
+// At the end of the input only the first stream of the file is drained: of a file that starts with
+// its sound the delayed pictures stay in the decoder. Deliberate; ReceiveFrame is there for whoever
+// wants every picture.
+bool PacketDecoder::DeliverPicture(uint8_t* buffer, DecodedFrame* out) {
+  const ffmpeg::FrameGuard guard(mFrame.get());
+  const PictureMemo& memo = *mFeed->Pictures();
+  const int64_t place = memo.Answered();
+  const bool isDrained = memo.IsAtEnd();
+  const bool isFirst = std::exchange(mLastPlace, place) != place;
+  if (isDrained ? mSession->VideoIndex() != 0 : !isFirst) return false;
+  for (; !mStamps.empty() && mStamps.front().place <= place; mStamps.pop_front()) {
+    mVideoTicks = mStamps.front().ticks;
+  }
+  out->type = kVideoFrame;
+  out->pts = mSession->times.OfVideoPacket(mVideoTicks);
+  const int size = buffer == nullptr ? 0 : mSession->pictures.Copy(mFrame.get(), buffer);
+  out->size = static_cast<uint32_t>(size);
+  return buffer == nullptr || size > 0;
+}
+
+bool PacketDecoder::DrainSound(uint8_t* buffer, DecodedFrame* out) {
+  const StreamDecoder* const audio = mSession->audio.get();
+  const ffmpeg::UniquePacket nothing(av_packet_alloc());
+  if (audio == nullptr || audio->Index() != 0 || nothing == nullptr) return false;
   bool delivered = false;
-  while (packet->size > 0) {
-    const Outcome outcome = DecodePacket(packet, buffer, out);
-    delivered = outcome.delivered;
-    if (outcome.consumed < 0) {
-      log_warn(kDecoderTag, "ret=%d got_frame:%d", outcome.consumed, outcome.gotFrame ? 1 : 0);
-    }
-    if (outcome.consumed <= 0) break;
-    packet->data += outcome.consumed;
-    packet->size -= outcome.consumed;
+  while (!delivered && DecodeSound(nothing.get(), buffer, out, &delivered)) {
   }
   return delivered;
 }
 
-// A failed read leaves a blank packet, whose stream is the first one, so that only the first stream
-// is drained: of a file that starts with its sound the delayed pictures stay in the decoder.
-// Deliberate; ReceiveFrame is there for whoever wants every picture.
-bool PacketDecoder::DrainOne(uint8_t* buffer, DecodedFrame* out) {
-  AVPacket* const packet = mSession->packet.get();
-  const ffmpeg::PacketGuard guard(packet);
-  packet->stream_index = 0;
-  Outcome outcome;
-  do {
-    outcome = DecodePacket(packet, buffer, out);
-  } while (outcome.gotFrame && !outcome.delivered);
-  return outcome.delivered;
-}
-
-PacketDecoder::Outcome PacketDecoder::DecodePacket(AVPacket* packet, uint8_t* buffer,
-                                                   DecodedFrame* out) {
-  if (IsVideo(packet)) return DecodeVideo(packet, buffer, out);
-  if (IsAudio(packet)) return DecodeAudio(packet, buffer, out);
-  Outcome skipped;
-  skipped.consumed = packet->size;
-  return skipped;
-}
-
-PacketDecoder::Outcome PacketDecoder::DecodeVideo(AVPacket* packet, uint8_t* buffer,
-                                                  DecodedFrame* out) {
-  AVFrame* const frame = mSession->frame.get();
-  const ffmpeg::FrameGuard guard(frame);
-  const ffmpeg::FrameGuard spareGuard(mSession->spare.get());
-  mClock.Count(packet);
+// A packet without bytes drains the next frame. False if there was no frame.
+bool PacketDecoder::DecodeSound(AVPacket* packet, uint8_t* buffer, DecodedFrame* out,
+                                bool* delivered) {
+  if (packet->size > 0) mAudioTicks = PacketTimestamp(packet);
+  const ffmpeg::FrameGuard guard(mFrame.get());
+  const ffmpeg::FrameGuard spareGuard(mSpare.get());
   int gotFrame = 0;
-  const int result = mSession->video->DecodeOne(packet, frame, mSession->spare.get(), &gotFrame);
-  if (result < 0) {
-    LogDecodeError(AVMEDIA_TYPE_VIDEO, result);
-    return {result, gotFrame != 0, false};
-  }
-  if (gotFrame == 0) {
-    ++mDelayedFrames;
-    return {packet->size, false, false};
-  }
-  out->type = kVideoFrame;
-  out->pts = mSession->times.OfVideoPacket(mVideoTicks);
-  const int size = buffer == nullptr ? 0 : mSession->pictures.Copy(frame, buffer);
-  out->size = static_cast<uint32_t>(size);
-  return {packet->size, true, buffer == nullptr || size > 0};
-}
-
-PacketDecoder::Outcome PacketDecoder::DecodeAudio(AVPacket* packet, uint8_t* buffer,
-                                                  DecodedFrame* out) {
-  AVFrame* const frame = mSession->frame.get();
-  const ffmpeg::FrameGuard guard(frame);
-  const ffmpeg::FrameGuard spareGuard(mSession->spare.get());
-  int gotFrame = 0;
-  const int result = mSession->audio->DecodeOne(packet, frame, mSession->spare.get(), &gotFrame);
-  if (result < 0) {
-    LogDecodeError(AVMEDIA_TYPE_AUDIO, result);
-    return {result, gotFrame != 0, false};
-  }
-  const int consumed = std::min(result, packet->size);
-  if (gotFrame == 0) return {consumed, false, false};
+  const int result = mSession->audio->DecodeOne(packet, mFrame.get(), mSpare.get(), &gotFrame);
+  if (result < 0) LogPacketError(AVMEDIA_TYPE_AUDIO, result);
+  if (result < 0 || gotFrame == 0) return false;
   out->type = kAudioFrame;
-  out->pts = mSession->times.OfAudioPacket(mAudioTicks, frame);
-  const int size = buffer == nullptr ? 0 : mSession->sound.Deliver(frame, buffer);
+  out->pts = mSession->times.OfAudioPacket(mAudioTicks, mFrame.get());
+  const int size = buffer == nullptr ? 0 : mSession->sound.Deliver(mFrame.get(), buffer);
   out->size = static_cast<uint32_t>(std::max(0, size));
-  return {consumed, true, size >= 0};
+  *delivered = size >= 0;
+  return true;
 }
 
 }  // namespace codec

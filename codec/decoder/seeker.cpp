@@ -31,7 +31,6 @@ int Seeker::Seek(double seconds, int mode) {
   const auto single = static_cast<float>(seconds);
   mPending->Clear();
   mSession->soundFrom = -std::numeric_limits<double>::infinity();
-  if (mode != 3) mSource->Leave();
   switch (mode) {
     case 2:
       return _SeekNoKeyFrame(single);
@@ -40,6 +39,11 @@ int Seeker::Seek(double seconds, int mode) {
     default:
       return _Seek(single);
   }
+}
+
+void Seeker::Flush() {
+  mSource->Flush();
+  mPackets->Flush();
 }
 
 bool Seeker::InRange(float seconds) const {
@@ -82,7 +86,7 @@ int Seeker::_Seek(float seconds) {
     }
   }
   if (result >= 0) mSession->times.Restart(static_cast<double>(seconds));
-  mSession->FlushDecoders();
+  Flush();
   return 0;
 }
 
@@ -95,7 +99,7 @@ int Seeker::_SeekPreKeyFrame(float seconds) {
   }
   mSession->times.Restart(static_cast<double>(seconds));
   const int result = mSession->keyint_ == 0 ? 0 : StepBackFrom(target);
-  mSession->FlushDecoders();
+  Flush();
   return result;
 }
 
@@ -103,7 +107,7 @@ int Seeker::_SeekPreKeyFrame(float seconds) {
 // before theirs decode from there.
 int Seeker::StepBackFrom(int64_t target) {
   InputFile& input = mSession->input;
-  AVPacket* const packet = mSession->packet.get();
+  AVPacket* const packet = mPacket.get();
   const int video = mSession->VideoIndex();
   int landings = 1;
   while (input.Read(packet)) {
@@ -169,7 +173,6 @@ int Seeker::_SeekDecodeForward(float seconds) {
   if (mSession->video == nullptr) return -1;
   if (mNeedsTimeProbe) {
     mNeedsTimeProbe = false;
-    mSource->Leave();
     TimeProbe(mSession).Run();
   }
   if (seconds > mSession->duration) seconds = static_cast<float>(mSession->duration);
@@ -181,7 +184,7 @@ int Seeker::_SeekDecodeForward(float seconds) {
   Walk walk = static_cast<double>(seconds) > mLastPicture ? Walk::kEnded : Walk::kOvershot;
   while (walk == Walk::kOvershot) {
     MoveToWhole(way.landing);
-    mSource->BeginWalk(seconds);
+    mSource->BeginWalk();
     walk = seconds == 0 ? Walk::kReached : WalkTo(seconds, way.landing > 0);
     mSource->EndWalk();
     if (walk != Walk::kOvershot) break;
@@ -210,7 +213,7 @@ void Seeker::MoveToWhole(int64_t seconds) {
   InputFile& input = mSession->input;
   if (seconds != 0 && input.SeekBackward(-1, PositionOf(seconds)) >= 0) {
     mSession->times.Restart(static_cast<double>(seconds));
-    mSession->FlushDecoders();
+    Flush();
     mSession->video->AwaitKey();
     return;
   }
@@ -220,27 +223,30 @@ void Seeker::MoveToWhole(int64_t seconds) {
   } else {
     log_warn(kDecoderTag, "could not move to %lld s, reading on", static_cast<long long>(seconds));
   }
-  mSession->FlushDecoders();
+  Flush();
 }
 
 // Sound that is longer than the pictures is read second by second like the rest; moving by the
 // pictures would land at their end and give all of the sound behind it at once.
 void Seeker::MoveToSound(int64_t seconds) {
   StreamDecoder* const audio = mSession->audio.get();
-  if (audio == nullptr) return;
+  if (audio == nullptr) {
+    Flush();
+    mSession->video->Rest();
+    return;
+  }
   const double time = static_cast<double>(seconds) + mSession->times.FirstAudio();
   const int64_t ticks = Truncated(time * audio->TicksPerSecond());
   if (mSession->input.SeekBackward(audio->Index(), ticks) < 0) MoveToWhole(seconds);
-  mSource->Forget();
   mSession->times.Restart(static_cast<double>(seconds));
-  mSession->FlushDecoders();
+  Flush();
   mSession->video->Rest();
   // Not every container has a place to land for each second of its sound.
   mSession->soundFrom = static_cast<double>(seconds);
 }
 
 Seeker::Walk Seeker::WalkTo(float seconds, bool mayOvershoot) {
-  AVFrame* const frame = mSession->frame.get();
+  AVFrame* const frame = mFrame.get();
   double last = -std::numeric_limits<double>::infinity();
   for (bool first = true;; first = false) {
     const int result = mSource->NextPicture(frame);

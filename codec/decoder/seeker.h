@@ -15,7 +15,14 @@ namespace codec {
 class Seeker {
  public:
   Seeker(DecodeSession* session, FrameSource* source, PacketDecoder* packets, PendingFrame* pending)
-      : mSession(session), mSource(source), mPackets(packets), mPending(pending) {}
+      : mSession(session),
+        mSource(source),
+        mPackets(packets),
+        mPending(pending),
+        mFrame(av_frame_alloc()),
+        mPacket(av_packet_alloc()) {}
+
+  bool IsUsable() const { return mFrame != nullptr && mPacket != nullptr; }
 
   // 0 or -1. Mode 2 leaves the first picture at or after the time in the pending frame, mode 3
   // reads past it, any other mode lands on the key frame at or before the time.
@@ -38,6 +45,7 @@ class Seeker {
   int _SeekNoKeyFrame(float seconds);
   int _SeekDecodeForward(float seconds);
 
+  void Flush();
   bool InRange(float seconds) const;
   int64_t TargetPosition(float seconds) const;
   int64_t SeekPosition(int64_t target) const;
@@ -53,6 +61,8 @@ class Seeker {
   FrameSource* mSource;
   PacketDecoder* mPackets;
   PendingFrame* mPending;
+  const ffmpeg::UniqueFrame mFrame;
+  const ffmpeg::UniquePacket mPacket;
   bool mNeedsTimeProbe = true;
   Way mWay;  // the last one of that kind
   // Seconds; infinite until a walk has met the end of the pictures.

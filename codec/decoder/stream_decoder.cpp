@@ -31,7 +31,8 @@ StreamDecoder::StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext 
       mContext(std::move(context)),
       mKeyPackets(std::move(keys)),
       mTicksPerSecond(static_cast<double>(stream->time_base.den) / stream->time_base.num),
-      mFailure(failure) {}
+      mFailure(failure),
+      mPlaces(ffmpeg::PacketsLate(mContext.get())) {}
 
 std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMediaType type,
                                                    int threads) {
@@ -72,22 +73,57 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
       new StreamDecoder(stream, std::move(context), std::move(keys), &input.Failure()));
 }
 
-void StreamDecoder::Send(AVPacket* packet) {
-  if (mResting) return;
-  if (packet != nullptr) {
-    if (PassesOver(packet)) return;
-    mAwaitingKey = false;
+bool StreamDecoder::PassesOver(const AVPacket* packet) {
+  mAwaitingKey = mAwaitingKey && !mKeyPackets->IsKey(packet);
+  return mAwaitingKey;
+}
+
+int StreamDecoder::Send(AVPacket* packet) {
+  if (mResting) return 0;
+  if (packet == nullptr) {
+    mDraining = true;
+    mPlaces.SentEnd();
+  } else {
     mFed = true;
+    mFailures = 0;
     ffmpeg::TagPacket(packet);
+    mPlaces.Sent(packet->dts);
   }
-  mFailure->Note(avcodec_send_packet(mContext.get(), packet));
+  return mFailure->Note(avcodec_send_packet(mContext.get(), packet));
 }
 
 int StreamDecoder::Receive(AVFrame* frame) {
+  // More in a row than any decoder has threads: it has nothing left to give.
+  constexpr int kMostFailures = 256;
   if (mResting) return AVERROR_EOF;
+  if (mFailures > kMostFailures) return mDraining ? AVERROR_EOF : AVERROR(EAGAIN);
   const int result = mFailure->Note(avcodec_receive_frame(mContext.get(), frame));
-  if (result >= 0) ++mFramesDecoded;
+  if (result >= 0) {
+    ++mFramesDecoded;
+    mPlaces.Gave(frame->pkt_dts);
+    mFailures = 0;
+  } else if (result == AVERROR_EOF) {
+    mPlaces.Ended();
+  } else if (result != AVERROR(EAGAIN)) {
+    ++mFailures;
+  } else if (mDraining) {
+    // The decoder has missed the end of the input.
+    ++mFailures;
+    avcodec_send_packet(mContext.get(), nullptr);
+  } else {
+    mPlaces.WantsPacket();
+  }
   return result;
+}
+
+void StreamDecoder::Flush() {
+  avcodec_flush_buffers(mContext.get());
+  mPlaces.Flush();
+  mDraining = false;
+  mFailures = 0;
+  mResting = false;
+  mAwaitingKey = false;
+  mFed = false;
 }
 
 int StreamDecoder::DecodeOne(AVPacket* packet, AVFrame* frame, AVFrame* spare, int* gotFrame) {

@@ -4,15 +4,17 @@
 #include <cstdint>
 #include <memory>
 
+#include "codec/decoder/answer_places.h"
 #include "codec/decoder/first_failure.h"
 #include "codec/decoder/input_file.h"
 #include "codec/decoder/key_packets.h"
+#include "codec/decoder/picture_decoder.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
 
 // Lives no longer than its input.
-class StreamDecoder {
+class StreamDecoder : public PictureDecoder {
  public:
   // Picks the best stream of this type and opens its decoder, with reference-counted frames where
   // that is still a choice, and with this many threads (0: by the machine and the picture size).
@@ -25,29 +27,23 @@ class StreamDecoder {
   const AVStream* Stream() const { return mStream; }
   AVCodecContext* Context() const { return mContext.get(); }
 
-  // Hands a packet to the decoder, null to drain it. What it refuses is lost.
-  void Send(AVPacket* packet);
-  // Takes the next frame: 0, AVERROR(EAGAIN) when a packet is wanted, AVERROR_EOF when drained, or
-  // another negative error.
-  int Receive(AVFrame* frame);
+  int Send(AVPacket* packet) override;
+  int Receive(AVFrame* frame) override;
+  int64_t Answered() const override { return mPlaces.Answered(); }
+  void Flush() override;
   // Decodes one packet in one call, see ffmpeg::DecodeOne.
   int DecodeOne(AVPacket* packet, AVFrame* frame, AVFrame* spare, int* gotFrame);
-  void Flush() {
-    avcodec_flush_buffers(mContext.get());
-    mResting = false;
-    mAwaitingKey = false;
-    mFed = false;
-  }
   // Whether it has got a packet since the last flush.
   bool IsFed() const { return mFed; }
-  // Until the next flush, or a packet that decoding can begin at, packets are passed over. For
-  // video.
+  // From now on packets are passed over, until the next flush or a packet that decoding can begin
+  // at. For video.
   void AwaitKey() { mAwaitingKey = true; }
   bool IsAwaitingKey() const { return mAwaitingKey; }
-  // Whether this packet of the video is passed over for that.
-  bool PassesOver(const AVPacket* packet) { return mAwaitingKey && !mKeyPackets->IsKey(packet); }
+  // Whether this packet of the video is passed over for that. Otherwise the waiting is over.
+  bool PassesOver(const AVPacket* packet);
   // Until the next flush packets are passed over and Receive answers as a drained decoder does.
   void Rest() { mResting = true; }
+  bool IsResting() const { return mResting; }
   // Leaves the loop filter out for pictures that no other refers to. Works on the open decoder.
   void SkipLoopFilter() { mContext->skip_loop_filter = AVDISCARD_NONREF; }
 
@@ -66,7 +62,10 @@ class StreamDecoder {
   const std::unique_ptr<KeyPackets> mKeyPackets;  // null for sound
   double mTicksPerSecond;
   FirstFailure* const mFailure;
+  AnswerPlaces mPlaces;
   int64_t mFramesDecoded = 0;
+  bool mDraining = false;
+  int mFailures = 0;  // of Receive, in a row
   bool mResting = false;
   bool mAwaitingKey = false;
   bool mFed = false;

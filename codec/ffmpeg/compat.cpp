@@ -16,6 +16,7 @@ extern "C" {
 #define HAS_INDEX_CALLS (LIBAVFORMAT_VERSION_MAJOR >= 59)                           // FFmpeg 5.0
 #define HAS_COPY_OPAQUE (LIBAVCODEC_VERSION_MAJOR >= 60)                            // FFmpeg 6.0
 #define HAS_PARAMETER_SIDE_DATA (LIBAVCODEC_VERSION_MAJOR >= 61)                    // FFmpeg 7.0
+#define HAS_RECEIVING_THREADS (LIBAVCODEC_VERSION_MAJOR >= 62)                      // FFmpeg 8.0
 
 namespace codec::ffmpeg {
 namespace {
@@ -86,6 +87,16 @@ int FramePacketSize(const AVFrame* frame) {
   return static_cast<int>(reinterpret_cast<intptr_t>(frame->opaque));
 #else
   return frame->pkt_size;
+#endif
+}
+
+int PacketsLate(const AVCodecContext* context) {
+  if ((context->active_thread_type & FF_THREAD_FRAME) == 0) return 0;
+#if HAS_RECEIVING_THREADS
+  return context->thread_count - 1;
+#else
+  // One less for FFV1.
+  return context->thread_count - (context->codec_id == AV_CODEC_ID_FFV1 ? 2 : 1);
 #endif
 }
 

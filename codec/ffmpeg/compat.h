@@ -21,6 +21,9 @@ void TagPacket(AVPacket* packet);
 // Bytes of the compressed packet that a decoded frame came from.
 int FramePacketSize(const AVFrame* frame);
 
+// How many packets late an opened decoder answers because it decodes several at once.
+int PacketsLate(const AVCodecContext* context);
+
 // Decodes one packet in one call. A packet of size 0 drains one delayed frame. `*gotFrame` becomes
 // 1 when `frame` holds a frame. Where a packet gives several frames, video keeps the first and
 // audio the last; `spare` is a scratch frame for that. Returns the bytes consumed, always the whole

@@ -1,0 +1,89 @@
+#include "codec/decoder/packet_feed.h"
+
+#include <utility>
+
+#include "codec/decoder/fresh_start.h"
+
+namespace codec {
+
+void PacketFeed::Open(int64_t budget) {
+  StreamDecoder* const video = mSession->video.get();
+  if (video == nullptr) return;
+  const AVCodecParameters* const stream = video->Stream()->codecpar;
+  mMemo = std::make_unique<PictureMemo>(
+      video, &mSession->input.Failure(), budget,
+      [stream](const AVPacket& packet) { return StartsAfresh(*stream, packet); });
+}
+
+void PacketFeed::Read(const Look& look) {
+  if (mEnded) return;
+  AVPacket* const packet = mPacket.get();
+  if (!mSession->input.Read(packet)) {
+    mEnded = true;
+    QueueSound(nullptr);
+    if (mMemo != nullptr && !mSession->video->IsResting()) mMemo->Send(nullptr);
+    return;
+  }
+  const ffmpeg::PacketGuard guard(packet);
+  if (look != nullptr && !look(*packet)) return;
+  if (mMemo != nullptr && mSession->video->Owns(packet)) {
+    SendPicture();
+  } else if (mSession->audio != nullptr && mSession->audio->Owns(packet)) {
+    QueueSound(packet);
+  }
+}
+
+void PacketFeed::SendPicture() {
+  StreamDecoder* const video = mSession->video.get();
+  if (video->IsResting()) return;
+  const bool awaited = video->IsAwaitingKey();
+  if (video->PassesOver(mPacket.get())) return;
+  if (awaited) mSession->times.RestartVideo(mPacket.get());
+  mMemo->Send(mPacket.get());
+}
+
+void PacketFeed::QueueSound(AVPacket* packet) {
+  if (mSession->audio == nullptr) return;
+  ffmpeg::UniquePacket kept;
+  if (packet != nullptr) {
+    kept.reset(av_packet_alloc());
+    if (kept == nullptr) return static_cast<void>(mSession->input.Failure().Note(AVERROR(ENOMEM)));
+    av_packet_move_ref(kept.get(), packet);
+  }
+  mSound.push_back({std::move(kept), mMemo == nullptr ? 0 : mMemo->Sent()});
+}
+
+int PacketFeed::ReceivePicture(AVFrame* frame) {
+  if (mMemo == nullptr || mSession->video->IsResting()) return AVERROR_EOF;
+  return mMemo->Receive(frame);
+}
+
+bool PacketFeed::WantsPacket() const {
+  return mMemo == nullptr || mSession->video->IsResting() || mMemo->WantsPacket();
+}
+
+bool PacketFeed::IsSoundDue() const {
+  if (mSound.empty()) return false;
+  return mMemo == nullptr || mSession->video->IsResting() ||
+         mSound.front().place <= mMemo->Answered();
+}
+
+bool PacketFeed::TakeSound(ffmpeg::UniquePacket* packet) {
+  if (!IsSoundDue()) return false;
+  *packet = std::move(mSound.front().packet);
+  mSound.pop_front();
+  return true;
+}
+
+void PacketFeed::DropSound() {
+  while (IsSoundDue()) mSound.pop_front();
+}
+
+void PacketFeed::Flush() {
+  mSound.clear();
+  mEnded = false;
+  if (mMemo != nullptr) mMemo->Flush();
+  if (mSession->audio != nullptr) mSession->audio->Flush();
+}
+
+}  // namespace codec
