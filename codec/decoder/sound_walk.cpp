@@ -51,6 +51,9 @@ int SoundWalk::FindFirstTime() {
     const ffmpeg::FrameGuard frameGuard(mFrame.get());
     const int64_t stamp = mFrame->best_effort_timestamp;
     mFirstTime = stamp == AV_NOPTS_VALUE ? 0 : mInput.Seconds(stamp);
+    // Not every container says how long a packet lasts.
+    mLongestPacket =
+        std::max(mLongestPacket, static_cast<double>(mFrame->nb_samples) / mSampleRate);
   }
   return 0;
 }
@@ -93,6 +96,7 @@ int SoundWalk::MoveAndHold(double from) {
     if (toStart && mInput.MoveToStart() != 0) return -1;
     mMetFirst = toStart;
     if (Hold(from) || toStart) return 0;
+    if (Failure() != 0) return -1;
     aim -= further;
   }
 }

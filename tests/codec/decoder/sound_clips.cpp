@@ -1,5 +1,8 @@
 #include "tests/codec/decoder/sound_clips.h"
 
+#include <algorithm>
+#include <cctype>
+
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 
@@ -14,7 +17,7 @@ const std::vector<SoundClip>& SoundClips() {
       {"sound_aac_short.mp4", "stereo", 48000, "-af atrim=0:4.2 -c:a aac -aac_pns 0", "", false},
       {"sound_aac_mono.mkv", "mono", 44100, "-c:a aac -aac_pns 0", "", false},
       {"sound_aac_hole.mkv", "stereo", 48000,
-       "-af aselect='not(between(t,2,3.5))' -c:a aac -aac_pns 0", "", false, 1.5},
+       "-af aselect='not(between(t,2,3.5))' -c:a aac -aac_pns 0", "", false},
       {"sound_aac_surround.mp4", "5.1", 48000, "-c:a aac -aac_pns 0 -b:a 384k", "", false},
       {"sound_aac_96.mp4", "stereo", 96000, "-c:a aac -aac_pns 0", "", false},
       {"sound_aac_8.mp4", "mono", 8000, "-c:a aac -aac_pns 0", "", false},
@@ -50,11 +53,16 @@ const std::vector<SoundClip>& SoundClips() {
        "-c:v libvpx -deadline realtime", false},
       {"sound_opus_live.webm", "stereo", 48000, "-c:a libopus",
        "-c:v libvpx -deadline realtime -live 1", false},
+      {"sound_opus_hole.mkv", "stereo", 48000, "-af aselect='not(between(t,2,3.5))' -c:a libopus",
+       "", false},
+      {"sound_mp3_damaged.mkv", "stereo", 44100, "-c:a libmp3lame -bsf:a noise=amount=300", "",
+       false},
+      {"sound_alac_damaged.mkv", "stereo", 44100, "-c:a alac -bsf:a noise=amount=9000", "", true},
       {"sound_wma2.asf", "stereo", 44100, "-c:a wmav2 -b:a 128k", "-c:v msmpeg4", false},
       {"sound_wma1.mkv", "stereo", 44100, "-c:a wmav1 -b:a 128k", "", false},
       {"sound_flac.mkv", "stereo", 44100, "-c:a flac", "", true},
       {"sound_flac_hole.mkv", "stereo", 48000, "-af aselect='not(between(t,2,3.5))' -c:a flac", "",
-       true, 1.5},
+       true},
       {"sound_alac.mov", "stereo", 44100, "-c:a alac", "", true},
       {"sound_pcm16.avi", "stereo", 44100, "-c:a pcm_s16le", "-c:v mpeg4", true},
       {"sound_pcm16.mov", "mono", 48000, "-c:a pcm_s16le", "", true},
@@ -79,6 +87,12 @@ std::string PathOf(const SoundClip& clip) {
   test_support::AppendWords(clip.container, &words);
   test_support::AppendWords(clip.sound, &words);
   return test_support::CustomClip(clip.name, words);
+}
+
+std::string TestNameOf(std::string file) {
+  const auto isOther = [](unsigned char letter) { return std::isalnum(letter) == 0; };
+  std::replace_if(file.begin(), file.end(), isOther, '_');
+  return file;
 }
 
 }  // namespace codec

@@ -13,7 +13,6 @@ struct SoundClip {
   const char* sound;      // ffmpeg's words for the sound: filters and encoder
   const char* container;  // its words for the pictures and the file
   bool lossless;          // every sample is to be equal
-  double pause = 0;       // longest stretch without a packet, in seconds
 };
 
 const std::vector<SoundClip>& SoundClips();
@@ -23,5 +22,8 @@ constexpr int kSoundClipSeconds = 7;
 
 // The path of the clip; makes it when it does not exist yet.
 std::string PathOf(const SoundClip& clip);
+
+// The file's name as that of a test.
+std::string TestNameOf(std::string file);
 
 }  // namespace codec

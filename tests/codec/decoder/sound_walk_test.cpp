@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <cstring>
 
@@ -82,14 +80,8 @@ TEST_P(SoundWalkTest, GivesTheLinearDecodeOfAnyRange) {
   Check(0.7, 1.9);
 }
 
-std::string NameOf(const testing::TestParamInfo<SoundClip>& info) {
-  std::string name = info.param.name;
-  std::replace_if(
-      name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-  return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Clips, SoundWalkTest, testing::ValuesIn(SoundClips()), NameOf);
+INSTANTIATE_TEST_SUITE_P(Clips, SoundWalkTest, testing::ValuesIn(SoundClips()),
+                         [](const auto& clip) { return TestNameOf(clip.param.name); });
 
 }  // namespace
 }  // namespace codec

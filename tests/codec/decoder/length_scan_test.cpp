@@ -1,0 +1,90 @@
+#include "codec/decoder/length_scan.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <utility>
+
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+namespace {
+
+constexpr int64_t kNone = AV_NOPTS_VALUE;
+
+struct ScannedPacket {
+  int stream;
+  int64_t pts;
+  int64_t dts;
+  int64_t duration;
+};
+
+class ScannedPackets : public PacketSource {
+ public:
+  explicit ScannedPackets(std::vector<ScannedPacket> packets) : mPackets(std::move(packets)) {}
+  bool Read(AVPacket* packet) override {
+    if (mNext == mPackets.size()) return false;
+    packet->stream_index = mPackets[mNext].stream;
+    packet->pts = mPackets[mNext].pts;
+    packet->dts = mPackets[mNext].dts;
+    packet->duration = mPackets[mNext].duration;
+    ++mNext;
+    return true;
+  }
+
+ private:
+  std::vector<ScannedPacket> mPackets;
+  size_t mNext = 0;
+};
+
+class LengthScanTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    mFile.reset(avformat_alloc_context());
+    for (const AVRational base : {AVRational{1, 10}, AVRational{1, 1000}, AVRational{1, 1}}) {
+      avformat_new_stream(mFile.get(), nullptr)->time_base = base;
+    }
+  }
+
+  // Of the first two streams.
+  std::optional<double> EndOf(std::vector<ScannedPacket> packets) {
+    LengthScan scan;
+    scan.Add(mFile->streams[0]);
+    scan.Add(mFile->streams[1]);
+    ScannedPackets source(std::move(packets));
+    scan.Run(&source, mPacket.get());
+    return scan.End();
+  }
+
+  ffmpeg::UniqueInput mFile;
+  ffmpeg::UniquePacket mPacket{av_packet_alloc()};
+};
+
+TEST_F(LengthScanTest, FindsTheLargestEndOfTheStreamsThatCount) {
+  EXPECT_EQ(EndOf({}), std::nullopt);
+  EXPECT_EQ(EndOf({{2, 0, 0, 9}}), std::nullopt);
+  EXPECT_EQ(EndOf({{0, 30, 30, 5}, {0, 20, 31, 5}, {1, 100, 100, 20}, {2, 77, 77, 1}}), 3.5);
+  EXPECT_EQ(EndOf({{0, 30, 30, 5}, {1, 5000, 5000, 20}}), 5.02);
+  EXPECT_EQ(EndOf({{0, -30, -30, 5}}), -2.5);
+}
+
+TEST_F(LengthScanTest, LetsPacketsWithoutStampsFollowEachOther) {
+  EXPECT_EQ(EndOf({{0, kNone, 30, 5}}), 3.5);
+  EXPECT_EQ(EndOf({{0, kNone, kNone, 5}, {1, 7, 7, 0}, {0, kNone, kNone, 5}}), 1);
+  EXPECT_EQ(EndOf({{0, 30, kNone, 5}, {0, kNone, kNone, 5}}), 4);
+}
+
+TEST_F(LengthScanTest, TakesTheRateOfPacketsThatDoNotSayHowLongTheyLast) {
+  EXPECT_EQ(EndOf({{0, 30, 30, 0}}), 3);
+  mFile->streams[0]->avg_frame_rate = {5, 1};
+  EXPECT_EQ(EndOf({{0, 30, 30, 0}}), 3.2);
+}
+
+TEST_F(LengthScanTest, SurvivesStampsBeyondAllNumbers) {
+  constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
+  EXPECT_EQ(EndOf({{0, kMost - 3, 0, 100}}), static_cast<double>(kMost) / 10);
+}
+
+}  // namespace
+}  // namespace codec
