@@ -1,0 +1,37 @@
+// How much sound a decoder must be fed before a place in the middle of a stream.
+#pragma once
+
+#include "codec/ffmpeg/ffmpeg_headers.h"
+
+namespace codec {
+
+// The frames of most sound codecs overlap or refer back, so that the first ones after a jump differ
+// from those of a decoder that came from the start of the file. A fresh decoder is fed the packets
+// of the pre-roll, and what they give is dropped, packet by packet: from the target on its samples
+// are those of the linear decode, or differ from them by less than -60 dBFS.
+//
+// The values were measured, with a margin. Codecs that are not in the table get the usual pre-roll.
+// A decoder that is flushed instead of opened anew keeps more than this undoes.
+class SoundPreroll {
+ public:
+  // By codec, profile and bit rate of the stream.
+  explicit SoundPreroll(const AVCodecParameters& sound);
+
+  // The first packet to feed is the last one that begins this long before the target, or earlier.
+  double Seconds() const { return mSeconds; }
+  // At least as many packets are fed before the target's own.
+  int Packets() const { return mPackets; }
+  // Whether a decoder may start at the target itself.
+  bool IsNone() const { return mPackets == 0; }
+
+  // An option of the decoder that must be set to 1, or two decodes of one packet never agree; null
+  // for none. It must be set for all decoders whose results are compared, or joined.
+  const char* DecoderOption() const { return mOption; }
+
+ private:
+  double mSeconds;
+  int mPackets;
+  const char* mOption;
+};
+
+}  // namespace codec
