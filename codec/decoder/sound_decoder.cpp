@@ -6,7 +6,8 @@
 
 namespace codec {
 
-int SoundDecoder::Open(const AVStream* stream, FirstFailure* failure) {
+int SoundDecoder::Open(const AVStream* stream, const char* option, FirstFailure* failure) {
+  mOption = option;
   mFailure = failure;
   mCodec = avcodec_find_decoder(stream->codecpar->codec_id);
   if (mCodec == nullptr) {
@@ -24,8 +25,7 @@ int SoundDecoder::Start(const AVStream* stream) {
   if (opened >= 0) {
     mContext->pkt_timebase = stream->time_base;
     mContext->thread_count = 1;
-    // Known to AC-3 and E-AC-3; other decoders leave it alone.
-    opened = av_dict_set(&options, "cons_noisegen", "1", 0);
+    if (mOption != nullptr) opened = av_dict_set(&options, mOption, "1", 0);
   }
   if (opened >= 0) opened = avcodec_open2(mContext.get(), mCodec, &options);
   av_dict_free(&options);

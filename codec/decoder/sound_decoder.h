@@ -10,13 +10,13 @@ namespace codec {
 
 // Makes a new decoder for each start. A flushed decoder may keep a generator of noise or a trim
 // that is left over, and gives other samples the second time; a new one costs a tenth of a
-// millisecond at most. Stamps move with trimmed samples, and noise does not depend on what was
-// decoded before if the decoder has an option for that.
+// millisecond at most. Stamps move with trimmed samples.
 class SoundDecoder {
  public:
-  // Finds the decoder of this stream and starts it. `failure`, which outlives this object, is told
+  // Finds the decoder of this stream and starts it. `option` is one of the decoder's that is set to
+  // 1 whenever it starts, null for none; it and `failure` outlive this object. `failure` is told
   // of want of memory. 0, or -1 with the reason logged.
-  int Open(const AVStream* stream, FirstFailure* failure);
+  int Open(const AVStream* stream, const char* option, FirstFailure* failure);
 
   // Begins again with a new decoder, for the same stream, be it of another input of the same file.
   // 0, or -1 with the reason logged.
@@ -34,6 +34,7 @@ class SoundDecoder {
 
  private:
   const AVCodec* mCodec = nullptr;
+  const char* mOption = nullptr;
   FirstFailure* mFailure = nullptr;
   ffmpeg::UniqueCodecContext mContext;
   int64_t mPacketsDecoded = 0;

@@ -5,6 +5,7 @@
 
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
+#include "codec/decoder/sound_preroll.h"
 
 namespace codec {
 namespace {
@@ -12,7 +13,9 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
-PrerollNeed NeedOf(const AVCodecParameters* /*stream*/) { return {1.0, 2}; }
+PrerollNeed NeedOf(const SoundPreroll& preroll) {
+  return {preroll.Seconds(), static_cast<size_t>(preroll.Packets())};
+}
 
 }  // namespace
 
@@ -25,11 +28,12 @@ int SoundWalk::Open(const std::string& path, int streamIndex) {
   }
   if (mInput.Open(path, streamIndex) != 0) return -1;
   const AVStream* const stream = mInput.Stream();
-  if (mDecoder.Open(stream, &mFailure) != 0) return -1;
+  const SoundPreroll preroll(*stream->codecpar);
+  if (mDecoder.Open(stream, preroll.DecoderOption(), &mFailure) != 0) return -1;
   if (mConverter.Open(mDecoder.Context()) != 0) return -1;
   mConverter.DeliverWholeBlocks();
   mSampleRate = mDecoder.Context()->sample_rate;
-  mNeed = NeedOf(stream->codecpar);
+  mNeed = NeedOf(preroll);
   mHeld = HeldPackets(mNeed);
   if (FindFirstTime() != 0) return -1;
   mInput.LearnIndex();
