@@ -55,6 +55,8 @@ const std::vector<SoundClip>& SoundClips() {
        "-c:v libvpx -deadline realtime -live 1", false},
       {"sound_opus_hole.mkv", "stereo", 48000, "-af aselect='not(between(t,2,3.5))' -c:a libopus",
        "", false},
+      {"sound_mp3_hole.mkv", "mono", 44100,
+       "-af aselect='not(between(t,2,3.5))' -c:a libmp3lame -b:a 32k", "", false},
       {"sound_mp3_damaged.mkv", "stereo", 44100, "-c:a libmp3lame -bsf:a noise=amount=300", "",
        false},
       {"sound_alac_damaged.mkv", "stereo", 44100, "-c:a alac -bsf:a noise=amount=9000", "", true},

@@ -1,6 +1,7 @@
 // The clips that sound is read from backward.
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,8 @@ struct SoundClip {
   const char* sound;      // ffmpeg's words for the sound: filters and encoder
   const char* container;  // its words for the pictures and the file
   bool lossless;          // every sample is to be equal
+
+  friend void PrintTo(const SoundClip& clip, std::ostream* out) { *out << clip.name; }
 };
 
 const std::vector<SoundClip>& SoundClips();

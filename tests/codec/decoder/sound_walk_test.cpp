@@ -67,6 +67,7 @@ class SoundWalkTest : public testing::TestWithParam<SoundClip> {
 TEST_P(SoundWalkTest, GivesTheLinearDecodeSecondBySecond) {
   const int end = static_cast<int>(std::ceil(TimeOf(mLinear.blocks.back()))) + 2;
   for (int second = end; second >= -1; --second) Check(second, second + 1);
+  EXPECT_EQ(mWalk.Opens(), 1);
 }
 
 TEST_P(SoundWalkTest, GivesTheLinearDecodeOfAnyRange) {
