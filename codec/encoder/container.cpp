@@ -1,5 +1,6 @@
 #include "codec/encoder/container.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 #include <utility>
@@ -10,11 +11,19 @@ namespace {
 constexpr std::array kCodecs = {std::pair{AV_CODEC_ID_H264, "H.264"},
                                 std::pair{AV_CODEC_ID_AAC, "AAC"}};
 
+// FFmpeg's flag for containers that may vary is not set for all of them.
+constexpr std::array<std::string_view, 3> kFixedRateContainers = {"avi", "mxf", "mxf_opatom"};
+
 }  // namespace
 
 const AVOutputFormat* ChooseContainer(const char* path) {
   const AVOutputFormat* format = av_guess_format(nullptr, path, nullptr);
   return format != nullptr ? format : av_guess_format("mpeg", nullptr, nullptr);
+}
+
+bool HasFixedRate(const AVOutputFormat& format) {
+  return std::find(kFixedRateContainers.begin(), kFixedRateContainers.end(), format.name) !=
+         kFixedRateContainers.end();
 }
 
 const char* CodecNotTaken(const char* path) {

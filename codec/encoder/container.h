@@ -11,6 +11,9 @@ namespace codec {
 // FFmpeg was built without that one.
 const AVOutputFormat* ChooseContainer(const char* path);
 
+// Whether the container stores no times of its pictures, only how long each of them lasts.
+bool HasFixedRate(const AVOutputFormat& format);
+
 // Names the first of H.264 and AAC that the path's container does not take; null where it takes
 // both. Containers that tell by their header only count as taking neither.
 const char* CodecNotTaken(const char* path);

@@ -24,7 +24,7 @@ struct Row {
 };
 
 using S = EncoderSettings;
-constexpr std::array<Row, 29> kRows = {{
+constexpr std::array<Row, 36> kRows = {{
     {"file-format", &S::fileFormat},
     {"output-path", &S::outputPath},
     {"write-path", &S::writePath},
@@ -40,10 +40,17 @@ constexpr std::array<Row, 29> kRows = {{
     {"sample_aspect_num", &S::sampleAspectNum},
     {"rotate", &S::rotate},
     {"frame-rate", &S::frameRate},
+    {"stamp-rate", &S::stampRate},
+    {"has-constant-rate", &S::hasConstantRate},
     {"gop", &S::gop},
     {"preset", &S::preset},
     {"profile", &S::profile},
     {"level", &S::level},
+    {"color-range", &S::colorRange},
+    {"color-space", &S::colorSpace},
+    {"color-primaries", &S::colorPrimaries},
+    {"color-trc", &S::colorTransfer},
+    {"chroma-location", &S::chromaLocation},
     {"thread-count", &S::threadCount},
     {"thread-type", &S::threadType},
     {"has-audio", &S::hasAudio},

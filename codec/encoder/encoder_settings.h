@@ -23,12 +23,20 @@ struct EncoderSettings {
   int height = 0;
   int sampleAspectDen = 0;
   int sampleAspectNum = 0;
-  std::string rotate = "0";  // degrees
-  double frameRate = 15.0;   // frames/s
-  double gop = 30.0;         // frames
+  std::string rotate = "0";      // degrees
+  double frameRate = 15.0;       // frames/s
+  int stampRate = 0;             // ticks/s that picture stamps are kept at; 0: one tick a frame
+  bool hasConstantRate = false;  // the container may tell the frame rate to players
+  double gop = 30.0;             // frames
   std::string preset;
   std::string profile = "baseline";  // kept; the stream's own is decided when it is created
   std::string level = "31";          // the same
+  // FFmpeg's names of what the pictures' numbers stand for; empty ones are not told.
+  std::string colorRange;
+  std::string colorSpace;
+  std::string colorPrimaries;
+  std::string colorTransfer;
+  std::string chromaLocation;
   int threadCount = 0;
   std::string threadType;
 

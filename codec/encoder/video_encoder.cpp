@@ -7,7 +7,9 @@
 #include <string_view>
 
 #include "base/log.h"
+#include "codec/encoder/container.h"
 #include "codec/encoder/encoder_context.h"
+#include "codec/encoder/stream_colors.h"
 #include "codec/ffmpeg/compat.h"
 #include "codec/utils/numbers.h"
 
@@ -20,9 +22,6 @@ constexpr std::array<std::string_view, 3> kForeignCodecs = {"vomx", "vomx2", "h2
 
 // Copies a picture before it returns. Others may look at it later.
 constexpr std::string_view kCopyingCodec = "libx264";
-
-// Frames per 1000 seconds, so that 29.97 and the like stay exact.
-int FramesPerThousandSeconds(double frameRate) { return TruncateToInt(frameRate * 1000); }
 
 const char* SendErrorText(int error) {
   switch (error) {
@@ -66,6 +65,7 @@ int VideoEncoder::Create(const EncoderOptions& defaults) {
   }
 
   Describe(codec);
+  if (SetColors(mSettings, mContext.get()) != 0) return -1;
   const int applied = ApplyOptionsTo(mContext.get(), mSettings, defaults, name);
   ChooseThreads();
   if (applied < 0 || avcodec_open2(mContext.get(), codec, nullptr) < 0) {
@@ -91,10 +91,11 @@ void VideoEncoder::Describe(const AVCodec* codec) {
   if (mSettings.sampleAspectNum != 0 || mSettings.sampleAspectDen != 0) {
     context->sample_aspect_ratio = {mSettings.sampleAspectNum, mSettings.sampleAspectDen};
   }
-  const int rate = FramesPerThousandSeconds(mSettings.frameRate);
-  stream->time_base = {1000, rate};
-  context->time_base = stream->time_base;
-  if (IsMobileCodec(codec->name)) context->framerate = {rate, 1000};
+  mClock.Open(mSettings.frameRate, HasFixedRate(*mFile->Format()) ? 0 : mSettings.stampRate);
+  context->time_base = mClock.FrameBase();
+  stream->time_base = mClock.StampBase();
+  if (mSettings.hasConstantRate) stream->avg_frame_rate = mClock.FrameRate();
+  if (IsMobileCodec(codec->name)) context->framerate = av_inv_q(context->time_base);
   log_debug(kTag, "video codec frameRate:%f ,den:%d, num:%d", mSettings.frameRate,
             context->time_base.den, context->time_base.num);
   context->gop_size = TruncateToInt(mSettings.gop);
@@ -139,7 +140,9 @@ int VideoEncoder::PreparePicture() {
 
 int VideoEncoder::Encode(const uint8_t* picture, int64_t ptsUs) {
   if (mPicture == nullptr) return AVERROR(EINVAL);
-  mPicture->pts = NextFrameNumber(ptsUs);
+  const PictureClock::Place place = mClock.Next(ptsUs);
+  mPicture->pts = place.number;
+  mStamp = place.stamp;
   const int filled = av_image_fill_arrays(mPicture->data, mPicture->linesize, picture,
                                           mContext->pix_fmt, mContext->width, mContext->height, 1);
   if (mFile->Remember(filled) < 0) return filled;
@@ -149,14 +152,6 @@ int VideoEncoder::Encode(const uint8_t* picture, int64_t ptsUs) {
   const int result = mSendReceive ? EncodeSendReceive(mPicture.get()) : EncodeInOneCall();
   if (result == 0) mHasSucceeded = true;
   return result;
-}
-
-// Strictly increasing, also where times repeat or go back.
-int64_t VideoEncoder::NextFrameNumber(int64_t ptsUs) {
-  const double seconds = static_cast<double>(ptsUs) / 1000000.0;
-  const int64_t number = TruncateToInt64(seconds * mSettings.frameRate + 0.5);
-  mLastFrameNumber = std::max(number, mLastFrameNumber + 1);
-  return mLastFrameNumber;
 }
 
 int VideoEncoder::EncodeInOneCall() {
@@ -175,13 +170,20 @@ int VideoEncoder::EncodeInOneCall() {
     return 0;
   }
   // Without reordering the packet is that of the picture just given.
-  packet->pts = mPicture->pts;
-  packet->dts = mPicture->pts;
-  return mFile->WritePacket(packet, mContext->time_base, &mTrack);
+  return Write(packet, mStamp);
+}
+
+// The encoder counts frames, and the file has stamps of its own. A picture lasts up to the next
+// one; players learn only from the duration how long the last one is shown.
+int VideoEncoder::Write(AVPacket* packet, int64_t stamp) {
+  packet->pts = stamp;
+  packet->dts = stamp;
+  packet->duration = mClock.FrameTicks();
+  return mFile->WritePacket(packet, mClock.StampBase(), &mTrack);
 }
 
 int VideoEncoder::EncodeSendReceive(const AVFrame* frame) {
-  if (frame != nullptr) mStamps.push_back(frame->pts);
+  if (frame != nullptr) mStamps.push_back(mStamp);
   int result = avcodec_send_frame(mContext.get(), frame);
   if (result < 0) {
     if (result != AVERROR_EOF) mFile->Remember(result);
@@ -193,14 +195,13 @@ int VideoEncoder::EncodeSendReceive(const AVFrame* frame) {
     result = avcodec_receive_packet(mContext.get(), packet);
     if (result < 0) return ReceiveFailed(result);
     const ffmpeg::PacketGuard guard(packet);
+    int64_t stamp = packet->pts;
     if (!mStamps.empty()) {
-      packet->pts = mStamps.front();
+      stamp = mStamps.front();
       mStamps.pop_front();
     }
-    packet->dts = packet->pts;
-    if (packet->duration == 0) packet->duration = 1;
     WriteLateHeader();
-    result = mFile->WritePacket(packet, mContext->time_base, &mTrack);
+    result = Write(packet, stamp);
   } while (result == 0);
   return result;
 }

@@ -8,6 +8,7 @@
 #include "codec/encoder/encoder_options.h"
 #include "codec/encoder/encoder_settings.h"
 #include "codec/encoder/output_file.h"
+#include "codec/encoder/picture_clock.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
@@ -43,11 +44,11 @@ class VideoEncoder {
   int StampsWaiting() const { return static_cast<int>(mStamps.size()); }
 
  private:
-  int64_t NextFrameNumber(int64_t ptsUs);
   void Describe(const AVCodec* codec);
   void ChooseThreads();
   int PreparePicture();
 
+  int Write(AVPacket* packet, int64_t stamp);
   int EncodeInOneCall();
   int EncodeSendReceive(const AVFrame* frame);
   int ReceiveFailed(int error);
@@ -63,8 +64,9 @@ class VideoEncoder {
   bool mSendReceive = false;
   bool mCopies = false;  // the encoder copies a picture before it returns
 
+  PictureClock mClock;
+  int64_t mStamp = 0;           // of the picture that is being encoded
   std::deque<int64_t> mStamps;  // of pictures sent whose packets have not come
-  int64_t mLastFrameNumber = -1;
   int mPicturesTaken = 0;
   int mIgnored = 0;
   bool mHasSucceeded = false;
