@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "codec/utils/picture_colors.h"
+
 namespace codec {
 
 // The initial values stand for streams that the input does not have.
@@ -27,6 +29,7 @@ struct MediaInfo {
   int32_t sample_aspect_den = 1;  // a pixel is num / den times as wide as high
   int32_t sample_aspect_num = 1;  // see above
   double rotation = 0;            // degrees clockwise that a player should turn, about -1 to 359
+  PictureColors colors;           // of the source's pictures
 };
 
 }  // namespace codec

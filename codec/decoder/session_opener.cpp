@@ -102,6 +102,7 @@ void SessionOpener::DescribeVideo() {
   mInfo->pixel_format = FoldedPixelFormat(context->pix_fmt);
   const char* const name = av_get_pix_fmt_name(context->pix_fmt);
   mInfo->pixel_format_name = name == nullptr ? "" : name;
+  mInfo->colors = ColorsOf(*context);
   DescribeProfile();
   log_debug(kDecoderTag, "fps:%f duration:%f", session.frameRate, session.duration);
 }
