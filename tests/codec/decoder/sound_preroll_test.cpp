@@ -182,6 +182,8 @@ constexpr Codec kCodecs[] = {
     {"adpcm_swf", ".flv", 44100, false, "-c:a adpcm_swf", Closeness::kExact},
     {"aac", ".mkv", 48000, false, "-c:a aac -aac_pns 0 -b:a 128k", Closeness::kExact},
     {"aac_noise", ".mkv", 48000, false, "-c:a aac -b:a 64k", Closeness::kEnergy},
+    {"aac_main", ".mkv", 48000, false, "-c:a aac -profile:a aac_main -aac_pns 0 -b:a 128k",
+     Closeness::kNear},
     {"ac3", ".mkv", 48000, false, "-c:a ac3", Closeness::kExact},
     {"eac3", ".mkv", 48000, false, "-c:a eac3", Closeness::kExact},
     {"vorbis", ".mkv", 48000, false, "-c:a libvorbis", Closeness::kExact},
