@@ -73,9 +73,12 @@ void ReadAhead::ReadSteps() {
     std::unique_lock<std::mutex> lock(mMutex);
     mReady.push_back(std::move(segment));
     mChanged.notify_all();
+    if (!mReader->HasMore()) break;
     mChanged.wait(lock, [this] { return mIsStopping || HasRoom(); });
     if (mIsStopping) return;
   }
+  // While the last steps are written, which keep less than two cores busy.
+  mReader->Finish();
 }
 
 // Whether one more step like the last one fits. Asked by the thread that has the reader.

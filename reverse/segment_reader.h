@@ -59,6 +59,8 @@ class SegmentReader {
   bool HasMore() const { return mRange.start < mCursor; }
   // Reads the next step, or the next part of one. Only while there is one.
   Segment Next();
+  // Frees what steps were read with, when the last one has been.
+  void Finish() { mDecoder->Finish(); }
 
  private:
   // Times before which the frames of each kind are still to be written.

@@ -91,6 +91,10 @@ class FFmpegDecoder {
   // with a warning.
   virtual int GetAudioBufferSize() { return 0; }
 
+  // No more frames are wanted: closes the input and gives back what pictures were kept in, which
+  // may take long. Seeks and reads fail from here on; HostError and the facts of the input stay.
+  virtual void Finish() {}
+
   // The first failure of the host, not of the input, that has cost a frame: FFmpeg's negative
   // number, 0 while there was none. For any thread.
   virtual int HostError() { return 0; }

@@ -59,8 +59,10 @@ FFmpegDecoderImpl2::FFmpegDecoderImpl2(const char* path, const DecoderOptions& o
   mInfo.channels = AudioConverter::kTargetChannels;
 }
 
+FFmpegDecoderImpl2::~FFmpegDecoderImpl2() { LogCounters(); }
+
 // How much work a whole run was; what measures speed looks for this line.
-FFmpegDecoderImpl2::~FFmpegDecoderImpl2() {
+void FFmpegDecoderImpl2::LogCounters() const {
   if (mParts == nullptr) return;
   const DecoderCounters counters = Counters();
   log_verbose(kDecoderTag, "video frames decoded:%lld, replayed:%lld, packets read:%lld",
@@ -131,7 +133,18 @@ int FFmpegDecoderImpl2::GetFrameBufferSize() { return mFrameBufferSize; }
 
 int FFmpegDecoderImpl2::GetAudioBufferSize() { return mAudioBufferSize; }
 
+void FFmpegDecoderImpl2::Finish() {
+  LogCounters();
+  const int error = HostError();
+  if (error != 0) mThrown.Keep(error);
+  std::unique_ptr<Parts> parts;
+  const std::lock_guard<std::mutex> lock(mMutex);
+  // Freed after the lock is given up.
+  parts = std::move(mParts);
+}
+
 int FFmpegDecoderImpl2::HostError() {
+  const std::lock_guard<std::mutex> lock(mMutex);
   if (mThrown.Error() != 0 || mParts == nullptr) return mThrown.Error();
   const DecodeSession& session = mParts->session;
   const int error = session.input.Failure().Error();

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "codec/decoder/decoder_options.h"
@@ -47,6 +48,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   int GetHeight() override;
   int ReceiveFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) override;
   int GetAudioBufferSize() override;
+  void Finish() override;
   int HostError() override;
 
   // All zero while no input is open.
@@ -58,10 +60,13 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   struct Parts;
 
   int InitParts();
+  void LogCounters() const;
 
   std::string mPath;
   DecoderOptions mOptions;
+  // Changed under mMutex where another thread may ask for HostError.
   std::unique_ptr<Parts> mParts;  // null unless initialised
+  std::mutex mMutex;
   FirstFailure mThrown;
   MediaInfo mInfo;
   int mFrameBufferSize = 0;
