@@ -29,6 +29,7 @@ std::optional<DecoderShare> JobMemory::ShareFor(const PictureFacts& facts) {
   needs.limit = std::min(mLimit, host.MemoryBytes());
   needs.held = host.PrivateBytes();
   needs.pictureBytes = facts.bytes;
+  needs.picturesHeld = facts.held;
   needs.outputBytes = (mOutputPixels > 0 ? mOutputPixels : pixels) * 3 / 2;
   needs.frameRate = facts.frameRate;
   needs.seconds = facts.seconds;
@@ -39,7 +40,8 @@ std::optional<DecoderShare> JobMemory::ShareFor(const PictureFacts& facts) {
       kTag, "memory limit:%lld MB, threads:%d, step:%lld, ahead:%lld, replay:%lld, all:%lld",
       Megabytes(needs.limit), mPlan->Threads(), Megabytes(mPlan->StepBytes()),
       Megabytes(mPlan->AheadBytes()), Megabytes(mPlan->ReplayBytes()), Megabytes(mPlan->Total()));
-  if (mPlan->Fits()) return DecoderShare{mPlan->Threads(), mPlan->ReplayBytes()};
+  const bool fits = facts.isProbed ? mPlan->Fits() : mPlan->LeastForProbing() <= needs.limit;
+  if (fits) return DecoderShare{mPlan->Threads(), mPlan->ReplayBytes()};
   mNeeded = mPlan->Least();
   mGranted = needs.limit;
   log_error(kTag, "pictures of %dx%d need %lld MB of memory, there are %lld MB", facts.width,

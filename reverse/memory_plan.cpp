@@ -15,14 +15,15 @@ constexpr int64_t kMarginBytes = 8 * kMegabyte;
 
 // Of the whole process beside what grows with the pictures: coders of sound, buffers of files,
 // stacks, what the heap keeps.
-constexpr int64_t kBaseBytes = 16 * kMegabyte;
+constexpr int64_t kBaseBytes = 12 * kMegabyte;
 
-// In tenths of a packed picture.
-constexpr int64_t kDecoderTenths = 100;  // pictures that others refer to or that wait their turn
-constexpr int64_t kDecoderThreadTenths = 20;  // each further thread's picture in the making
-constexpr int64_t kHandTenths = 20;           // a picture being read, another being written
-constexpr int64_t kWriterTenths = 50;         // the writer's buffers
-constexpr int64_t kEncoderTenths = 100;       // references of the encoder and what it interpolates
+// In tenths of a packed picture. A decoder's picture has its motion vectors and modes beside it.
+constexpr int64_t kHeldTenths = 14;      // each picture that the decoder holds
+constexpr int64_t kDecoderPictures = 2;  // beside those: in the making, and just given out
+constexpr int64_t kThreadTenths = 45;    // each further thread of the decoder
+constexpr int64_t kHandTenths = 25;      // a picture being read, another being written
+constexpr int64_t kWriterTenths = 50;    // the writer's buffers
+constexpr int64_t kEncoderTenths = 120;  // the encoder's references and what it interpolates
 
 // Of the tables in which muxer and demuxer note each frame, and the frames of sound a second.
 constexpr int64_t kIndexBytes = 256;
@@ -42,7 +43,7 @@ int64_t Tenths(int64_t bytes, int64_t tenths) { return bytes / 10 * tenths; }
 
 MemoryPlan::MemoryPlan(const MemoryNeeds& needs) : mNeeds(needs) {
   // Threads are worth less than room for pictures: they get at most a quarter of it.
-  const int64_t perThread = std::max<int64_t>(1, Tenths(needs.pictureBytes, kDecoderThreadTenths));
+  const int64_t perThread = std::max<int64_t>(1, Tenths(needs.pictureBytes, kThreadTenths));
   const int64_t room = std::max<int64_t>(0, Left());
   mThreads = static_cast<int>(std::clamp<int64_t>(1 + room / 4 / perThread, 1, MostThreads()));
   Divide();
@@ -50,18 +51,28 @@ MemoryPlan::MemoryPlan(const MemoryNeeds& needs) : mNeeds(needs) {
 
 int64_t MemoryPlan::Usable(int64_t limit) { return limit - limit / kMarginShare - kMarginBytes; }
 
+int64_t MemoryPlan::LimitFor(int64_t bytes) {
+  const int64_t most = bytes + kMarginBytes;
+  return most + most / (kMarginShare - 1) + 1;
+}
+
+int64_t MemoryPlan::DecoderBytes(int threads) const {
+  return Tenths(mNeeds.pictureBytes, kHeldTenths * (mNeeds.picturesHeld + kDecoderPictures) +
+                                         kThreadTenths * (threads - 1));
+}
+
 int64_t MemoryPlan::Fixed(int threads) const {
   const double frames = mNeeds.seconds * (mNeeds.frameRate + kSoundFrames);
   const auto index = static_cast<int64_t>(std::clamp(frames, 0.0, 1e9)) * kIndexBytes;
-  return mNeeds.held + kBaseBytes + index +
-         Tenths(mNeeds.pictureBytes,
-                kDecoderTenths + kDecoderThreadTenths * (threads - 1) + kHandTenths) +
+  return mNeeds.held + kBaseBytes + index + DecoderBytes(threads) +
+         Tenths(mNeeds.pictureBytes, kHandTenths) +
          Tenths(mNeeds.outputBytes, kWriterTenths + kEncoderTenths);
 }
 
-int64_t MemoryPlan::Least() const {
-  const int64_t fixed = Fixed(1) + mNeeds.pictureBytes + kMarginBytes;
-  return fixed + fixed / (kMarginShare - 1) + 1;
+int64_t MemoryPlan::Least() const { return LimitFor(Fixed(1) + mNeeds.pictureBytes); }
+
+int64_t MemoryPlan::LeastForProbing() const {
+  return LimitFor(mNeeds.held + kBaseBytes + DecoderBytes(1));
 }
 
 int MemoryPlan::MostThreads() const {

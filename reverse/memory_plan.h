@@ -10,6 +10,7 @@ struct MemoryNeeds {
   int64_t limit = 0;         // that the process may take in all
   int64_t held = 0;          // that it has taken so far, with the input opened
   int64_t pictureBytes = 0;  // of one packed picture of the input
+  int picturesHeld = 0;      // by the decoder, beside the one that it decodes
   int64_t outputBytes = 0;   // of one packed picture of the output
   double frameRate = 0;      // frames per second
   double seconds = 0;        // length of what is written
@@ -30,6 +31,10 @@ class MemoryPlan {
   // The smallest limit that the smallest plan fits into.
   int64_t Least() const;
 
+  // The smallest limit in which the input's streams can be probed: pictures are decoded for it, and
+  // nothing else is there yet.
+  int64_t LeastForProbing() const;
+
   // Threads of the video decoder, at least 1.
   int Threads() const { return mThreads; }
   // Bytes of decoded pictures kept between the steps; may be 0.
@@ -43,8 +48,10 @@ class MemoryPlan {
   int64_t Total() const;
 
  private:
-  // What is left of a limit for the process's own memory.
+  // What is left of a limit for the process's own memory, and the limit that leaves so much.
   static int64_t Usable(int64_t limit);
+  static int64_t LimitFor(int64_t bytes);
+  int64_t DecoderBytes(int threads) const;
   // What is taken before any picture is kept.
   int64_t Fixed(int threads) const;
   int64_t Left() const { return Usable(mNeeds.limit) - Fixed(mThreads); }

@@ -9,11 +9,14 @@
 
 namespace codec {
 
-// What is known of an input's pictures before the first of them is decoded. 0 where it is not.
+// What is known of an input's pictures. 0 where it is not.
 struct PictureFacts {
   int width = 0;  // pixels, as the next one
   int height = 0;
-  int64_t bytes = 0;     // of one packed picture
+  int64_t bytes = 0;  // of one packed picture
+  int held = 0;       // pictures that the decoder may hold beside the one that it decodes
+  // Whether the streams have been probed, which decodes pictures. Before, the rest is a guess.
+  bool isProbed = false;
   double frameRate = 0;  // frames per second
   double seconds = 0;    // length of the input
 };

@@ -22,6 +22,7 @@ PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream) {
   facts.width = parameters->width;
   facts.height = parameters->height;
   facts.bytes = std::max(0, av_image_get_buffer_size(format, facts.width, facts.height, 1));
+  facts.held = PicturesHeld(parameters);
   facts.frameRate = stream->avg_frame_rate.den > 0 ? av_q2d(stream->avg_frame_rate) : 0;
   facts.seconds = DurationSeconds(file->duration, stream->duration, stream->time_base);
   return facts;
@@ -32,8 +33,8 @@ PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream) {
 int SessionOpener::Open(const std::string& path) {
   DecodeSession& session = *mSession;
   // Probing decodes pictures too, so those that have no room are refused before.
-  if (session.input.OpenHeader(path) != 0 || !AskForShare()) return -1;
-  if (session.input.FindStreams() != 0 || !AskForShare()) return -1;
+  if (session.input.OpenHeader(path) != 0 || !AskForShare(false)) return -1;
+  if (session.input.FindStreams() != 0 || !AskForShare(true)) return -1;
   if (OpenVideo() != 0) return -1;
   OpenAudio();
   // Sound alone has a length too: a caller that asks for the video of such a file is then told of
@@ -52,12 +53,13 @@ int SessionOpener::Open(const std::string& path) {
   return 0;
 }
 
-bool SessionOpener::AskForShare() {
+bool SessionOpener::AskForShare(bool isProbed) {
   if (!mOptions.shareFor) return true;
   AVFormatContext* const file = mSession->input.Context();
   const int index = av_find_best_stream(file, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
   if (index < 0) return true;
-  const PictureFacts facts = FactsOf(file, file->streams[index]);
+  PictureFacts facts = FactsOf(file, file->streams[index]);
+  facts.isProbed = isProbed;
   if (facts.width <= 0 || facts.height <= 0) return true;
   const std::optional<DecoderShare> share = mOptions.shareFor(facts);
   if (share) mShare = *share;

@@ -29,7 +29,7 @@ class SessionOpener {
 
  private:
   // Whether the video, if it is known by now, is granted a share.
-  bool AskForShare();
+  bool AskForShare(bool isProbed);
   int OpenVideo();
   void DescribeVideo();
   void DescribeProfile();

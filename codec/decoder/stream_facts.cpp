@@ -28,6 +28,65 @@ struct ProfileRow {
 constexpr std::array kProfiles = {ProfileRow{66, 0}, ProfileRow{578, 0}, ProfileRow{77, 1},
                                   ProfileRow{100, 2}};
 
+// What a level allows: the largest number of something, by the stream's number of the level.
+struct LevelRow {
+  int level;
+  int64_t most;
+};
+
+// H.264: macroblocks of all references together.
+constexpr std::array<LevelRow, 10> kAvcLevels = {{{10, 396},
+                                                  {11, 900},
+                                                  {20, 2376},
+                                                  {21, 4752},
+                                                  {30, 8100},
+                                                  {31, 18000},
+                                                  {32, 20480},
+                                                  {41, 32768},
+                                                  {42, 34816},
+                                                  {50, 110400}}};
+constexpr int64_t kAvcMost = 184320;
+
+// HEVC: samples of one picture.
+constexpr std::array<LevelRow, 7> kHevcLevels = {{{30, 36864},
+                                                  {60, 122880},
+                                                  {63, 245760},
+                                                  {90, 552960},
+                                                  {93, 983040},
+                                                  {123, 2228224},
+                                                  {156, 8912896}}};
+constexpr int64_t kHevcMost = 35651584;
+
+constexpr int64_t kMostReferences = 16;
+// Of codecs without levels: VP9 and AV1 refer to eight at most, others to two.
+constexpr int kUsualReferences = 8;
+
+template <size_t N>
+int64_t MostAt(const std::array<LevelRow, N>& levels, int level, int64_t beyond) {
+  for (const LevelRow& row : levels) {
+    if (level <= row.level) return row.most;
+  }
+  return beyond;
+}
+
+int AvcReferences(int level, int64_t pixels) {
+  constexpr int64_t kMacroblock = 256;
+  const int64_t blocks = std::max<int64_t>(1, pixels / kMacroblock);
+  const int64_t most = level > 0 ? MostAt(kAvcLevels, level, kAvcMost) : kAvcMost;
+  return static_cast<int>(std::clamp<int64_t>(most / blocks, 1, kMostReferences));
+}
+
+// The smaller the picture is beside the largest of its level, the more may be kept.
+int HevcReferences(int level, int64_t pixels) {
+  constexpr std::array<LevelRow, 3> kByQuarters = {{{1, 16}, {2, 12}, {3, 8}}};
+  constexpr int kLeast = 6;
+  if (level <= 0) return kLeast;
+  const int64_t most = MostAt(kHevcLevels, level, kHevcMost);
+  const int64_t quarters = (pixels * 4 + most - 1) / most;
+  return static_cast<int>(
+      MostAt(kByQuarters, static_cast<int>(std::min<int64_t>(quarters, 4)), kLeast));
+}
+
 }  // namespace
 
 double RotationDegrees(const std::string& text) {
@@ -88,6 +147,19 @@ std::optional<int32_t> KeyIntervalTicks(int64_t packets, double frameRate, AVRat
       static_cast<double>(packets) / frameRate * timeBase.den / static_cast<double>(timeBase.num);
   if (!(ticks >= 0 && ticks <= std::numeric_limits<int32_t>::max())) return std::nullopt;
   return static_cast<int32_t>(ticks);
+}
+
+int PicturesHeld(const AVCodecParameters* parameters) {
+  const int64_t pixels = static_cast<int64_t>(parameters->width) * parameters->height;
+  const int delay = std::max(0, parameters->video_delay);
+  switch (parameters->codec_id) {
+    case AV_CODEC_ID_H264:
+      return delay + AvcReferences(parameters->level, pixels);
+    case AV_CODEC_ID_HEVC:
+      return delay + HevcReferences(parameters->level, pixels);
+    default:
+      return delay + kUsualReferences;
+  }
 }
 
 }  // namespace codec

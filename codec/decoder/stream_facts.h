@@ -35,4 +35,9 @@ int SampleFormatCode(AVSampleFormat format);
 // told or does not fit.
 std::optional<int32_t> KeyIntervalTicks(int64_t packets, double frameRate, AVRational timeBase);
 
+// Pictures that a decoder may have to hold beside the one that it decodes: those that others refer
+// to, and those that wait for their turn to be shown. From what the stream's level allows for
+// pictures of its size, where the level is known.
+int PicturesHeld(const AVCodecParameters* parameters);
+
 }  // namespace codec
