@@ -1,0 +1,199 @@
+// The reader of the backward walk gives what a literal walk gives, whatever it remembers and
+// however many threads decode.
+#include "tests/reverse/literal_walk.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <sstream>
+#include <tuple>
+
+#include "codec/decoder/ffmpeg_decoder_impl2.h"
+#include "reverse/segment_reader.h"
+#include "tests/reverse/walk_clips.h"
+
+namespace codec {
+namespace {
+
+using Steps = std::vector<WalkedStep>;
+
+// Parts of a clip of this many seconds.
+struct NamedRange {
+  const char* name;
+  WalkedRange (*of)(double seconds);
+};
+
+const NamedRange kRanges[] = {
+    {"Whole",
+     [](double) {
+       return WalkedRange{0, 0};
+     }},
+    {"WholeSeconds",
+     [](double seconds) {
+       return WalkedRange{std::floor(seconds / 3), std::floor(seconds * 5 / 6)};
+     }},
+    {"Fractions",
+     [](double seconds) {
+       return WalkedRange{seconds * 0.21, seconds * 0.83};
+     }},
+    {"PartOfASecond",
+     [](double seconds) {
+       return WalkedRange{seconds / 2 + 0.13, seconds / 2 + 0.83};
+     }},
+    {"LastPart",
+     [](double seconds) {
+       return WalkedRange{seconds * 0.7 + 0.05, 0};
+     }},
+};
+void PrintTo(const NamedRange& range, std::ostream* out) { *out << range.name; }
+
+Steps WalkByReader(const std::string& path, const WalkedRange& asked,
+                   const DecoderOptions& options) {
+  FFmpegDecoderImpl2 decoder(path.c_str(), options);
+  if (decoder.Init() != 0) return {};
+  MediaInfo info;
+  decoder.GetMediaInfo(info);
+  const auto [start, end] = asked.In(info.duration);
+  ReverseRange range;
+  range.start = start;
+  range.end = end;
+  range.hasAudio = info.has_audio != 0;
+  range.bufferSize = std::max(decoder.GetFrameBufferSize(), decoder.GetAudioBufferSize());
+  FrameStock stock(range.bufferSize);
+  SegmentReader reader(&decoder, &stock, range);
+  Steps steps;
+  while (reader.HasMore()) {
+    Segment segment = reader.Next();
+    WalkedStep step;
+    step.cursor = segment.cursor;
+    while (!segment.frames.empty()) {
+      std::unique_ptr<FrameBuffer> frame = std::move(segment.frames.back());
+      segment.frames.pop_back();
+      if (range.Holds(*frame)) {
+        const auto bytes = frame->type == kVideoFrame
+                               ? static_cast<size_t>(decoder.GetFrameBufferSize())
+                               : size_t{frame->size};
+        step.frames.push_back(
+            {frame->type, frame->size, frame->pts, HashBytes(frame->Data(), bytes)});
+      }
+      stock.Put(std::move(frame));
+    }
+    steps.push_back(std::move(step));
+  }
+  return steps;
+}
+
+// The steps with what they have of one kind.
+Steps Only(FrameType type, Steps steps) {
+  for (WalkedStep& step : steps) {
+    step.frames.erase(std::remove_if(step.frames.begin(), step.frames.end(),
+                                     [type](const auto& frame) { return frame.type != type; }),
+                      step.frames.end());
+  }
+  return steps;
+}
+
+// The frames of all steps in one.
+Steps Joined(const Steps& steps) {
+  WalkedStep all;
+  for (const WalkedStep& step : steps) {
+    all.frames.insert(all.frames.end(), step.frames.begin(), step.frames.end());
+    all.cursor = step.cursor;
+  }
+  return {all};
+}
+
+// In words, the first frame that differs; nothing if none does.
+std::string Difference(const std::vector<WalkedFrame>& expected,
+                       const std::vector<WalkedFrame>& seen) {
+  const size_t both = std::min(expected.size(), seen.size());
+  size_t at = 0;
+  while (at < both && expected[at] == seen[at]) ++at;
+  if (at == expected.size() && at == seen.size()) return "";
+  std::ostringstream out;
+  const auto tell = [&out, at](const char* which, const std::vector<WalkedFrame>& frames) {
+    out << "\n    " << which << " " << frames.size() << " frames, ";
+    if (at < frames.size()) {
+      out << "here " << frames[at];
+    } else {
+      out << "none here";
+    }
+  };
+  out << "frame " << at;
+  tell("wanted", expected);
+  tell("given ", seen);
+  return out.str();
+}
+
+// The same for steps. Those that are empty do not count: after some of them the reader takes
+// longer ones.
+std::string Difference(Steps expected, Steps seen) {
+  for (Steps* steps : {&expected, &seen}) {
+    steps->erase(std::remove_if(steps->begin(), steps->end(),
+                                [](const auto& step) { return step.frames.empty(); }),
+                 steps->end());
+  }
+  for (size_t i = 0; i < std::max(expected.size(), seen.size()); ++i) {
+    const WalkedStep wanted = i < expected.size() ? expected[i] : WalkedStep{};
+    const WalkedStep given = i < seen.size() ? seen[i] : WalkedStep{};
+    std::ostringstream out;
+    out << "step " << i << " of " << expected.size() << ", cursor " << wanted.cursor << ", ";
+    const std::string frames = Difference(wanted.frames, given.frames);
+    if (!frames.empty()) return out.str() + frames;
+    if (wanted.cursor != given.cursor) {
+      out << "but given " << given.cursor;
+      return out.str();
+    }
+  }
+  return "";
+}
+
+class LiteralWalk : public testing::TestWithParam<std::tuple<WalkClip, NamedRange>> {};
+
+TEST_P(LiteralWalk, IsWhatTheReaderGives) {
+  const auto& [clip, part] = GetParam();
+  const std::string path = clip.make();
+  LiteralDecoder literal(path, clip.deviation.landing);
+  const WalkedRange range = part.of(literal.Duration());
+  const Steps expected = WalkLiterally(&literal, range);
+
+  FFmpegDecoderImpl2 probe(path.c_str());
+  ASSERT_EQ(probe.Init(), 0);
+  const int64_t picture = probe.GetFrameBufferSize();
+  const std::pair<const char*, int64_t> budgets[] = {
+      {"1 byte", 1},
+      {"3 pictures", 3 * picture},
+      {"a group and a half", clip.group * picture * 3 / 2},
+      {"all", std::numeric_limits<int64_t>::max()}};
+  for (const int threads : {1, 2, 5, 16}) {
+    for (const auto& [words, budget] : budgets) {
+      SCOPED_TRACE(testing::Message() << clip.name << " from " << range.start << " to " << range.end
+                                      << ", " << threads << " threads, budget " << words);
+      DecoderOptions options;
+      options.threads = threads;
+      options.replayBudget = budget;
+      const Steps seen = WalkByReader(path, range, options);
+      // Each thread holds back one more picture, so that sound overtakes the pictures.
+      if (threads == 1) {
+        EXPECT_EQ(Difference(expected, seen), "");
+      } else {
+        EXPECT_EQ(Difference(Only(kVideoFrame, expected), Only(kVideoFrame, seen)), "");
+        EXPECT_EQ(Difference(Only(kAudioFrame, expected), Only(kAudioFrame, seen)), "");
+        EXPECT_EQ(Difference(Joined(Only(kAudioFrame, expected)), Joined(Only(kAudioFrame, seen))), "") << "joined";
+      }
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, LiteralWalk,
+                         testing::Combine(testing::ValuesIn(WalkClips()),
+                                          testing::ValuesIn(kRanges)),
+                         [](const auto& parameter) {
+                           return std::string(std::get<0>(parameter.param).name) + "_" +
+                                  std::get<1>(parameter.param).name;
+                         });
+
+}  // namespace
+}  // namespace codec
