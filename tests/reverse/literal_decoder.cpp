@@ -80,15 +80,23 @@ void LiteralDecoder::ScanKeyInterval() {
   Flush();
 }
 
+size_t LiteralDecoder::UnsettledBlocks() const {
+  if (!HasAudio()) return 0;
+  if (mAudio->codec_id == AV_CODEC_ID_AAC) return 1;
+  return mAudio->codec_id == AV_CODEC_ID_MP3 ? 3 : 0;
+}
+
 int LiteralDecoder::Seek(double exact) {
   // 1. Nothing can be met without pictures.
   if (mVideo == nullptr) return -1;
   // 2. Times count from the first frames.
   if (mNeedsTimeProbe) ProbeTimes();
+  mIsSoundAlone = false;
   // 3. The demuxer goes to the whole second, decoders begin anew.
   const auto seconds =
       static_cast<float>(std::clamp(double{static_cast<float>(exact)}, 0.0, mDuration));
-  Land(seconds);
+  mWholeSeconds = std::trunc(seconds);
+  Land(mWholeSeconds);
   // 4. At the start no picture is in the way.
   if (seconds == 0) return 0;
   // 5. Decode pictures alone, up to the first one at or after the time. 6. It is used up.
@@ -99,6 +107,9 @@ int LiteralDecoder::Seek(double exact) {
       const double time = VideoTime();
       if (time > seconds + FLT_EPSILON || std::fabs(time - seconds) < FLT_EPSILON) return 0;
     } else if (result != AVERROR(EAGAIN)) {
+      // Better: the sound after the last picture is read from this second on.
+      mIsSoundAlone = true;
+      Land(mWholeSeconds);
       return -1;
     }
     bool hasPacket = ReadPacket();
@@ -126,13 +137,16 @@ void LiteralDecoder::ProbeTimes() {
   bool needsAudio = HasAudio();
   double firstVideo = 0;
   double firstAudio = 0;
-  while (needsVideo || needsAudio) {
-    const int video = avcodec_receive_frame(mVideo.get(), mFrame.get());
-    if (video == 0 && needsVideo) firstVideo = VideoTime();
-    if (video == 0 || video == AVERROR_EOF) needsVideo = false;
-    const int audio = HasAudio() ? avcodec_receive_frame(mAudio.get(), mFrame.get()) : AVERROR_EOF;
-    if (audio == 0 && needsAudio) firstAudio = AudioTime();
-    if (audio == 0 || audio == AVERROR_EOF) needsAudio = false;
+  const auto receive = [this](const auto& decoder, bool* needs) {
+    if (!*needs) return false;
+    const int result = avcodec_receive_frame(decoder.get(), mFrame.get());
+    *needs = result != 0 && result != AVERROR_EOF;
+    return result == 0;
+  };
+  for (;;) {
+    if (receive(mVideo, &needsVideo)) firstVideo = VideoTime();
+    if (receive(mAudio, &needsAudio)) firstAudio = AudioTime();
+    if (!needsVideo && !needsAudio) break;
     if (ReadPacket()) {
       SendPacket();
     } else {
@@ -143,24 +157,26 @@ void LiteralDecoder::ProbeTimes() {
   mFirstAudio = firstAudio;
 }
 
-void LiteralDecoder::Land(double seconds) {
-  const int64_t target = mLanding == Landing::kAsked ? static_cast<int64_t>(seconds) * 1000000 : 0;
+void LiteralDecoder::Land(double wholeSeconds) {
+  const auto target =
+      mLanding == Landing::kAsked ? static_cast<int64_t>(wholeSeconds * 1000000) : int64_t{0};
   if (mLanding == Landing::kOpened) {
     Open();
-    mVideo->skip_loop_filter = AVDISCARD_NONREF;
   } else if (target != 0) {
     av_seek_frame(mInput.get(), -1, target, AVSEEK_FLAG_BACKWARD);
-  } else {
-    avformat_seek_file(mInput.get(), -1, INT64_MIN, 0, 0, kSeekAnywhere);
+  } else if (avformat_seek_file(mInput.get(), -1, INT64_MIN, 0, 0, kSeekAnywhere) < 0) {
+    // Better: some demuxers cannot seek to the start.
+    Open();
   }
+  mVideo->skip_loop_filter = AVDISCARD_NONREF;
   Flush();
 }
 
 int LiteralDecoder::Receive(LiteralFrame* frame) {
-  bool isVideoDone = mVideo == nullptr;
+  bool isVideoDone = mVideo == nullptr || mIsSoundAlone;
   bool isAudioDone = mAudio == nullptr;
   for (;;) {
-    if (mVideo != nullptr) {
+    if (!isVideoDone) {
       const int result = avcodec_receive_frame(mVideo.get(), mFrame.get());
       if (result == 0) {
         DeliverVideo(frame);
@@ -171,6 +187,7 @@ int LiteralDecoder::Receive(LiteralFrame* frame) {
     if (mAudio != nullptr) {
       const int result = avcodec_receive_frame(mAudio.get(), mFrame.get());
       if (result == 0) {
+        if (mIsSoundAlone && AudioTime() < mWholeSeconds) continue;
         DeliverAudio(frame);
         return 0;
       }
@@ -216,11 +233,15 @@ void LiteralDecoder::DeliverAudio(LiteralFrame* frame) {
   frame->size = static_cast<uint32_t>(frame->bytes.size());
 }
 
-double LiteralDecoder::VideoTime() const {
-  const AVRational base = mInput->streams[mVideoIndex]->time_base;
-  return static_cast<double>(base.num) * static_cast<double>(mFrame->best_effort_timestamp) /
-             base.den -
-         mFirstVideo;
+double LiteralDecoder::VideoTime() {
+  // Better: a picture without a stamp follows the one before it.
+  const AVStream* stream = mInput->streams[mVideoIndex];
+  const AVRational base = stream->time_base;
+  const auto stamp = static_cast<double>(mFrame->best_effort_timestamp);
+  const bool hasStamp = mFrame->best_effort_timestamp != AV_NOPTS_VALUE;
+  const double time = hasStamp ? base.num * stamp / base.den - mFirstVideo : mNextVideo;
+  mNextVideo = time + 1 / av_q2d(stream->avg_frame_rate);
+  return time;
 }
 
 double LiteralDecoder::AudioTime() const {
@@ -234,8 +255,9 @@ bool LiteralDecoder::ReadPacket() { return av_read_frame(mInput.get(), mPacket.g
 void LiteralDecoder::SendPacket() {
   const ffmpeg::PacketGuard guard(mPacket.get());
   ffmpeg::TagPacket(mPacket.get());
-  if (mPacket->stream_index == mVideoIndex) avcodec_send_packet(mVideo.get(), mPacket.get());
-  if (mPacket->stream_index == mAudioIndex) avcodec_send_packet(mAudio.get(), mPacket.get());
+  const int index = mPacket->stream_index;
+  if (index == mVideoIndex && !mIsSoundAlone) avcodec_send_packet(mVideo.get(), mPacket.get());
+  if (index == mAudioIndex) avcodec_send_packet(mAudio.get(), mPacket.get());
 }
 
 void LiteralDecoder::SendEnd() {

@@ -1,5 +1,8 @@
-// A decoder for one backward walk, as plain as FFmpeg allows: one thread, no memory of what it has
-// decoded, one FFmpeg call after another. It says what the decoder of the tree has to give.
+// A decoder for the backward walk, as plain as FFmpeg allows: one thread, nothing remembered, one
+// FFmpeg call after another. It says what the decoder of the tree has to give.
+//
+// Some things are better than the plainest way, as they are in the decoder of the tree. Each is
+// marked "Better" in the source; Landing is one more.
 #pragma once
 
 #include <cstdint>
@@ -17,11 +20,11 @@ struct LiteralFrame {
   std::vector<uint8_t> bytes;
 };
 
-// Where a seek puts the demuxer.
+// Where a seek puts the demuxer before pictures are decoded up to the time.
 enum class Landing {
-  kAsked,   // on the key picture before the whole second
-  kStart,   // at the start, by a seek: no demuxer and no group of pictures can get in the way
-  kOpened,  // at the start, by opening the file once more: for a demuxer whose seek to 0 fails
+  kAsked,   // at the whole second, as the demuxer understands it
+  kStart,   // at the start, because the demuxer lands on pictures that need an earlier one
+  kOpened,  // in the file opened once more, because a seek to the start lands on such pictures too
 };
 
 // Throws std::runtime_error if the file cannot be opened.
@@ -34,8 +37,11 @@ class LiteralDecoder {
   // The next frame: 0, or -1 at the end.
   int Receive(LiteralFrame* frame);
 
-  double Duration() const { return mDuration; }
+  double Duration() const { return mDuration; }  // seconds
   bool HasAudio() const { return mAudio != nullptr; }
+  // How many blocks after a seek have bytes that depend on the block decoded last before it: these
+  // sound decoders keep some state when they are flushed.
+  size_t UnsettledBlocks() const;
 
  private:
   void Open();
@@ -43,13 +49,13 @@ class LiteralDecoder {
   void OpenConverter();
   void ScanKeyInterval();
   void ProbeTimes();
-  void Land(double seconds);
+  void Land(double wholeSeconds);
   void Flush();
   bool ReadPacket();
   void SendPacket();
   void SendEnd();
 
-  double VideoTime() const;
+  double VideoTime();
   double AudioTime() const;
   void DeliverVideo(LiteralFrame* frame);
   void DeliverAudio(LiteralFrame* frame);
@@ -66,10 +72,13 @@ class LiteralDecoder {
   ffmpeg::UniqueFrame mFrame;
   ffmpeg::UniquePacket mPacket;
 
-  double mDuration = 0;    // seconds
-  double mFirstVideo = 0;  // seconds, of the first picture
-  double mFirstAudio = 0;  // seconds, of the first block
+  double mDuration = 0;      // seconds
+  double mFirstVideo = 0;    // seconds, of the first picture
+  double mFirstAudio = 0;    // seconds, of the first block
+  double mNextVideo = 0;     // seconds, of a picture without a stamp
+  double mWholeSeconds = 0;  // that the last seek landed at
   bool mNeedsTimeProbe = true;
+  bool mIsSoundAlone = false;  // no picture is left
 };
 
 }  // namespace codec

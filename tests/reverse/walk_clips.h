@@ -9,17 +9,11 @@
 
 namespace codec {
 
-// What the reader does otherwise than a literal walk, on purpose.
-struct Deviation {
-  Landing landing = Landing::kAsked;  // where the literal walk's seeks have to land instead
-  bool movesSound = false;            // steps have other parts of the sound, which is the same
-};
-
 struct WalkClip {
   const char* name;
   std::string (*make)();
   int group;  // pictures from one key picture to the next
-  Deviation deviation = {};
+  Landing landing = Landing::kAsked;
 };
 
 // Makes the name in a list of tests, where an address would be another one each time.
