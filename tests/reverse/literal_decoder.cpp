@@ -107,9 +107,9 @@ int LiteralDecoder::Seek(double exact) {
       const double time = VideoTime();
       if (time > seconds + FLT_EPSILON || std::fabs(time - seconds) < FLT_EPSILON) return 0;
     } else if (result != AVERROR(EAGAIN)) {
-      // Better: the sound after the last picture is read from this second on.
+      // Better: the sound after the last picture is read, from this second on.
       mIsSoundAlone = true;
-      Land(mWholeSeconds);
+      Land(0);
       return -1;
     }
     bool hasPacket = ReadPacket();

@@ -12,6 +12,7 @@
 
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 #include "reverse/segment_reader.h"
+#include "tests/codec/decoder/decoder_reading.h"
 #include "tests/reverse/walk_clips.h"
 
 namespace codec {
@@ -95,14 +96,26 @@ Steps Only(FrameType type, Steps steps) {
   return steps;
 }
 
-// The sound of the steps, without the bytes of the first blocks after each seek.
-Steps SettledSound(const Steps& all, size_t unsettled) {
-  Steps steps = Only(kAudioFrame, all);
+// Forgets the bytes of the first blocks after the seek of each step. The oldest frame comes last,
+// unless told otherwise.
+Steps Settled(Steps steps, size_t unsettled, bool isOldestFirst = false) {
   for (WalkedStep& step : steps) {
-    const size_t count = std::min(unsettled, step.frames.size());
-    std::for_each(step.frames.end() - static_cast<long>(count), step.frames.end(),
-                  [](WalkedFrame& frame) { frame.hash = 0; });
+    size_t left = unsettled;
+    for (size_t i = 0; i < step.frames.size() && left > 0; ++i) {
+      WalkedFrame& frame = step.frames[isOldestFirst ? i : step.frames.size() - 1 - i];
+      if (frame.type != kAudioFrame) continue;
+      frame.hash = 0;
+      --left;
+    }
   }
+  return steps;
+}
+
+// The steps that have a frame: after some empty ones the reader takes longer ones.
+Steps Filled(Steps steps) {
+  steps.erase(std::remove_if(steps.begin(), steps.end(),
+                             [](const auto& step) { return step.frames.empty(); }),
+              steps.end());
   return steps;
 }
 
@@ -128,14 +141,8 @@ std::string Difference(const std::vector<WalkedFrame>& expected,
   return out.str();
 }
 
-// The same for steps. Those that are empty do not count: after some of them the reader takes
-// longer ones.
-std::string Difference(Steps expected, Steps seen) {
-  for (Steps* steps : {&expected, &seen}) {
-    steps->erase(std::remove_if(steps->begin(), steps->end(),
-                                [](const auto& step) { return step.frames.empty(); }),
-                 steps->end());
-  }
+// The same for steps.
+std::string Difference(const Steps& expected, const Steps& seen) {
   for (size_t i = 0; i < std::max(expected.size(), seen.size()); ++i) {
     const WalkedStep wanted = i < expected.size() ? expected[i] : WalkedStep{};
     const WalkedStep given = i < seen.size() ? seen[i] : WalkedStep{};
@@ -158,7 +165,7 @@ TEST_P(LiteralWalk, IsWhatTheReaderGives) {
   const std::string path = clip.make();
   LiteralDecoder literal(path, clip.landing);
   const WalkedRange range = part.of(literal.Duration());
-  const Steps expected = WalkLiterally(&literal, range);
+  const Steps expected = Filled(WalkLiterally(&literal, range));
 
   FFmpegDecoderImpl2 probe(path.c_str());
   ASSERT_EQ(probe.Init(), 0);
@@ -175,7 +182,7 @@ TEST_P(LiteralWalk, IsWhatTheReaderGives) {
       DecoderOptions options;
       options.threads = threads;
       options.replayBudget = budget;
-      const Steps seen = WalkByReader(path, range, options);
+      const Steps seen = Filled(WalkByReader(path, range, options));
       if (threads == 1) {
         EXPECT_EQ(Difference(expected, seen), "");
         continue;
@@ -184,9 +191,100 @@ TEST_P(LiteralWalk, IsWhatTheReaderGives) {
       // decodes of it last, after all that it keeps, is another block.
       const size_t unsettled = literal.UnsettledBlocks();
       EXPECT_EQ(Difference(Only(kVideoFrame, expected), Only(kVideoFrame, seen)), "") << "pictures";
-      EXPECT_EQ(Difference(SettledSound(expected, unsettled), SettledSound(seen, unsettled)), "")
+      EXPECT_EQ(Difference(Settled(Only(kAudioFrame, expected), unsettled),
+                           Settled(Only(kAudioFrame, seen), unsettled)),
+                "")
           << "sound";
     }
+  }
+}
+
+// Seeks and reads of any order, failing seeks and reads at the end among them.
+class LiteralSeeks : public testing::TestWithParam<WalkClip> {};
+
+struct SeekAndRead {
+  double part;   // of the clip's length, where the seek goes
+  int pictures;  // read then, and the sound on the way
+};
+constexpr SeekAndRead kSeeks[] = {{0.999, 3}, {0.2, 1},   {0.999, 1}, {0.5, 30}, {0.35, 4},
+                                  {0.36, 50}, {0, 20},    {0.1, 0},   {1.5, 2},  {-1, 2},
+                                  {0.6, 9},   {0.6, 999}, {0.3, 60}};
+
+// Makes these calls on a decoder: `seek` gives its result, `read` the next frame unless it fails.
+template <typename Seek, typename Read>
+Steps Follow(double duration, const Seek& seek, const Read& read) {
+  Steps steps;
+  for (const SeekAndRead& call : kSeeks) {
+    WalkedStep step;
+    step.cursor = seek(call.part * duration);
+    int pictures = 0;
+    WalkedFrame frame;
+    while (pictures < call.pictures && read(&frame)) {
+      step.frames.push_back(frame);
+      pictures += frame.type == kVideoFrame ? 1 : 0;
+    }
+    steps.push_back(step);
+  }
+  return steps;
+}
+
+TEST_P(LiteralSeeks, GiveWhatTheDecoderGives) {
+  const WalkClip& clip = GetParam();
+  const std::string path = clip.make();
+  LiteralDecoder literal(path, clip.landing);
+  const auto seek = [&literal](double seconds) { return literal.Seek(seconds); };
+  const auto read = [&literal](WalkedFrame* frame) {
+    LiteralFrame next;
+    if (literal.Receive(&next) != 0) return false;
+    *frame = {next.type, next.size, next.pts, HashBytes(next.bytes.data(), next.bytes.size())};
+    return true;
+  };
+  const size_t unsettled = literal.UnsettledBlocks();
+  const Steps expected = Follow(literal.Duration(), seek, read);
+  for (const int threads : {1, 2, 5, 16}) {
+    for (const int64_t budget : {int64_t{1}, std::numeric_limits<int64_t>::max()}) {
+      SCOPED_TRACE(testing::Message()
+                   << clip.name << ", " << threads << " threads, budget " << budget);
+      DecoderOptions options;
+      options.threads = threads;
+      options.replayBudget = budget;
+      DecoderReader reader(path, options);
+      const Steps seen = Follow(
+          literal.Duration(),
+          [&reader](double seconds) { return reader.Decoder().Seek(seconds, 3); },
+          [&reader](WalkedFrame* frame) {
+            ReadFrame next;
+            if (!reader.Receive(&next)) return false;
+            *frame = {next.type, next.size, next.pts,
+                      HashBytes(next.bytes.data(), next.bytes.size())};
+            return true;
+          });
+      if (threads == 1) {
+        EXPECT_EQ(Difference(Settled(expected, unsettled, true), Settled(seen, unsettled, true)),
+                  "");
+      } else {
+        EXPECT_EQ(Difference(Only(kVideoFrame, expected), Only(kVideoFrame, seen)), "")
+            << "pictures";
+      }
+    }
+  }
+}
+
+// Else the walk would have to be held against the demuxer's own landing.
+TEST(LiteralLanding, LosesPicturesWhereItHasToLandElsewhere) {
+  for (const WalkClip& clip : WalkClips()) {
+    if (clip.landing == Landing::kAsked) continue;
+    const std::string path = clip.make();
+    const WalkedRange range = {2.4, 3.1};
+    const auto pictures = [&](Landing landing) {
+      LiteralDecoder decoder(path, landing);
+      size_t count = 0;
+      for (const WalkedStep& step : Only(kVideoFrame, WalkLiterally(&decoder, range))) {
+        count += step.frames.size();
+      }
+      return count;
+    };
+    EXPECT_GT(pictures(clip.landing), pictures(Landing::kAsked)) << clip.name;
   }
 }
 
@@ -197,6 +295,9 @@ INSTANTIATE_TEST_SUITE_P(All, LiteralWalk,
                            return std::string(std::get<0>(parameter.param).name) + "_" +
                                   std::get<1>(parameter.param).name;
                          });
+
+INSTANTIATE_TEST_SUITE_P(All, LiteralSeeks, testing::ValuesIn(WalkClips()),
+                         [](const auto& parameter) { return parameter.param.name; });
 
 }  // namespace
 }  // namespace codec

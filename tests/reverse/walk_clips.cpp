@@ -189,7 +189,7 @@ const std::vector<WalkClip>& WalkClips() {
       {"Mpeg2LongTransport", Mpeg2LongTransport, 100, Landing::kStart},
       {"Transport", Transport, 30},
       {"LongTransport", LongTransport, 100, Landing::kStart},
-      {"Hours", Hours, 100, Landing::kStart},
+      {"Hours", Hours, 100},
       {"Mjpeg", Mjpeg, 1},
       {"ProRes", ProRes, 1},
       {"VariableRate", VariableRate, 40},
