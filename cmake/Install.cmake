@@ -55,8 +55,10 @@ foreach(header
         codec/ffmpeg/log_bridge.h
         codec/ffmpeg/versions.h
         codec/format/media_format.h
+        codec/utils/picture_colors.h
         codec/writer/media_writer.h
         codec/writer/media_writer_factory.h
+        reverse/end_signal.h
         reverse/reverse.h)
   get_filename_component(folder "${header}" DIRECTORY)
   install(FILES "${header}" COMPONENT development
