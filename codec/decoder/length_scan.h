@@ -1,6 +1,7 @@
 // Finds how long a clip is whose file does not say.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 

@@ -1,6 +1,7 @@
 // The packets of one sound stream, from an input that reads nothing else.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>

@@ -78,6 +78,7 @@ TEST_P(SoundWalkTest, GivesTheLinearDecodeOfAnyRange) {
   Check(-5, 0.0001);
   Check(end - 0.01, end + 10);
   Check(2.5, 2.5001);
+  Check(3.6, 3.9);
   Check(0.7, 1.9);
 }
 
