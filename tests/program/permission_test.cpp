@@ -71,6 +71,14 @@ TEST_F(Permission, ToWriteIntoTheFileIsAskedFor) {
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "before");
 }
 
+// Whoever may write the folder could replace the file, but the file says that it is to stay.
+TEST_F(Permission, ToWriteIntoTheFileIsAskedForInAFolderThatMayBeWrittenToo) {
+  fs::permissions(mFolder, fs::perms::owner_all);
+  ExpectRefused(mKept, "Permission denied");
+  std::ifstream file(mKept);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "before");
+}
+
 TEST_F(Permission, ToPutAFileInTheFolderIsDoneWithoutWhereAFileMayBeWritten) {
   fs::permissions(mKept, fs::perms::owner_read | fs::perms::owner_write);
   const std::string clip = Clip(ClipKind::kH264Short);
