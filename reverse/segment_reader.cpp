@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/log.h"
+
 namespace codec {
 namespace {
+
+constexpr char kTag[] = "codec::Reverse";
 
 // The seek that decodes forward to the exact place.
 constexpr int kDecodeForward = 3;
@@ -31,32 +35,35 @@ Segment SegmentReader::Next() {
     mIsNarrowing = true;
     from = std::max(mCursor - mSeconds, 0.0);
   }
-  MoveBoundaries();
-  if (mFramesDropped == 0) {
+  const bool wasFirst = IsFirstPart();
+  Segment part = TakePart();
+  MoveBoundaries(part);
+  mPicturesLeft = mPicturesDropped == 0 ? kAll : mPicturesDropped;
+  if (mPicturesDropped == 0) {
     mBoundaries = mEarliest;
     mCursor = std::min(from, mBoundaries.video);
     mHasRead = true;
-    ChooseLength(mFrames.empty() && mFramesLeft == kAll);
+    ChooseLength(wasFirst && part.frames.empty());
   }
-  mFramesLeft = mFramesDropped == 0 ? kAll : mFramesDropped;
-  return {std::exchange(mFrames, {}), mCursor, mBytes, mDecoder->GetFrameBufferSize()};
+  part.cursor = mCursor;
+  return part;
 }
 
 bool SegmentReader::Read(double from) {
   // A seek that fails has found no picture to come, and says so in the decoder's log; sound may
   // still come.
   bool videoDone = mDecoder->Seek(from, kDecodeForward) != 0;
-  bool audioDone = !mRange.hasAudio;
-  mBytes = 0;
-  mFramesDropped = 0;
+  bool audioDone = !mRange.hasAudio || !IsFirstPart();
+  if (!IsFirstPart()) mDecoder->RestSound();
+  mPicturesDropped = 0;
   while (!videoDone || !audioDone) {
     std::unique_ptr<FrameBuffer> frame = mStock->Get();
     const bool isEnd =
         mDecoder->ReceiveFrame(frame->Data(), &frame->size, &frame->type, &frame->pts) != 0;
     const bool isWanted = !isEnd && IsWanted(*frame);
     const bool isTooLong = isWanted && mSeconds > kUsualSeconds;
-    // The later parts of the step have been given out.
-    const bool isGiven = isWanted && mFramesDropped + mFrames.size() == mFramesLeft;
+    // The later pictures of the step have been given out.
+    const bool isGiven = isWanted && frame->type == kVideoFrame && PicturesRead() == mPicturesLeft;
     if (isEnd || isTooLong || isGiven) {
       mStock->Put(std::move(frame));
       return !isTooLong;
@@ -88,21 +95,63 @@ void SegmentReader::NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* aud
 }
 
 void SegmentReader::Keep(std::unique_ptr<FrameBuffer> frame) {
-  if (frame->type == kAudioFrame) frame = mStock->Compact(std::move(frame));
-  mBytes += BytesOf(*frame);
-  mFrames.push_back(std::move(frame));
-  while (mFrames.size() > 1 && (mBytes > mRange.stepBytes || mFrames.size() > kMostFrames)) {
-    mBytes -= BytesOf(*mFrames.front());
-    mStock->Put(std::move(mFrames.front()));
-    mFrames.pop_front();
-    ++mFramesDropped;
+  if (frame->type == kVideoFrame) {
+    KeepPicture(std::move(frame));
+  } else if (IsFirstPart()) {
+    KeepSound(std::move(frame));
+  } else {
+    mStock->Put(std::move(frame));
   }
 }
 
-// A picture's buffer has room for four bytes a pixel, of which most fill less than half.
-int64_t SegmentReader::BytesOf(const FrameBuffer& frame) const {
-  const int64_t pictureBytes = mDecoder->GetFrameBufferSize();
-  return frame.type == kVideoFrame && pictureBytes > 0 ? pictureBytes : frame.Length();
+void SegmentReader::KeepPicture(std::unique_ptr<FrameBuffer> picture) {
+  // A picture's buffer has room for four bytes a pixel, of which most fill less than half.
+  const int64_t filled = mDecoder->GetFrameBufferSize();
+  const int64_t bytes = filled > 0 ? filled : picture->Length();
+  const auto room = static_cast<size_t>(mRange.stepBytes / std::max<int64_t>(bytes, 1));
+  mPictures.push_back(std::move(picture));
+  while (mPictures.size() > std::clamp<size_t>(room, 1, kMostFrames)) {
+    mStock->Put(std::move(mPictures.front()));
+    mPictures.pop_front();
+    ++mPicturesDropped;
+  }
+}
+
+void SegmentReader::KeepSound(std::unique_ptr<FrameBuffer> sound) {
+  mSounds.push_back({mStock->Compact(std::move(sound)), PicturesRead()});
+  if (mSounds.size() <= kMostFrames) return;
+  if (!mIsSoundLost) log_warn(kTag, "too many frames at %.3f, some are left out", mCursor);
+  mIsSoundLost = true;
+  mStock->Put(std::move(mSounds.front().frame));
+  mSounds.pop_front();
+}
+
+Segment SegmentReader::TakePart() {
+  Segment part;
+  part.pictureBytes = mDecoder->GetFrameBufferSize();
+  part.bytes = part.pictureBytes * static_cast<int64_t>(mPictures.size());
+  // The sound before the first picture that was kept goes with a part to come.
+  auto sound = mPicturesDropped == 0
+                   ? mSounds.begin()
+                   : std::find_if(mSounds.begin(), mSounds.end(), [this](const Sound& each) {
+                       return each.picturesBefore > mPicturesDropped;
+                     });
+  const auto first = sound;
+  size_t index = mPicturesDropped;
+  const auto addSounds = [&](size_t picturesBefore) {
+    for (; sound != mSounds.end() && sound->picturesBefore <= picturesBefore; ++sound) {
+      part.bytes += sound->frame->Length();
+      part.frames.push_back(std::move(sound->frame));
+    }
+  };
+  for (std::unique_ptr<FrameBuffer>& picture : mPictures) {
+    addSounds(index++);
+    part.frames.push_back(std::move(picture));
+  }
+  addSounds(kAll);
+  mPictures.clear();
+  mSounds.erase(first, mSounds.end());
+  return part;
 }
 
 // Nothing but whole seconds are left out by a longer step, so that those with frames in them are
@@ -122,9 +171,9 @@ void SegmentReader::ChooseLength(bool wasEmpty) {
 }
 
 // Frames are written from the back, so the first one of each kind in the range is the last written.
-void SegmentReader::MoveBoundaries() {
-  for (size_t i = mFrames.size(); i-- > 0;) {
-    const FrameBuffer& frame = *mFrames[i];
+void SegmentReader::MoveBoundaries(const Segment& part) {
+  for (size_t i = part.frames.size(); i-- > 0;) {
+    const FrameBuffer& frame = *part.frames[i];
     if (!mRange.Holds(frame)) continue;
     (frame.type == kAudioFrame ? mEarliest.audio : mEarliest.video) = frame.pts;
   }

@@ -21,8 +21,8 @@ struct ReverseRange {
   int32_t sampleFormat = -1;  // FFmpeg's number, of decoded audio
   int32_t bufferSize = 0;     // bytes that any frame of the decoder fits into
   bool overlap = true;        // whether steps are read while others are written
-  // Bytes that the frames of one step may take: a second of pictures, unless these are larger than
-  // 4K at 60 frames a second. One frame is kept whatever it takes, and another one is being read.
+  // Bytes that the pictures of one step may take: a second of them, unless they are larger than 4K
+  // at 60 frames a second. One picture is kept whatever it takes, and another one is being read.
   int64_t stepBytes = int64_t{2} << 30;
   // Bytes that steps read ahead may take: three seconds of pictures of 1280x720 at 30 frames a
   // second. Larger ones are read one step ahead, in the buffers that come back from the step that
@@ -44,10 +44,11 @@ struct Segment {
 // Steps are one second long. After some without any frame each is twice as long, until one meets a
 // frame: inputs whose stamps jump have stretches of hours in them.
 //
-// A step whose frames take too much room is given out in parts, the newest frames first. The whole
-// step is read for each part, and of what is still to be given out the newest frames are kept. So
-// the parts together are the same frames in the same order as the step in one piece: what is
-// written does not depend on the room that there is.
+// A step whose pictures take too much room is given out in parts, the newest frames first. For each
+// part the step is read again, and of the pictures that are still to be given out the newest are
+// kept. Sound is small: all of it is kept at the first reading, and the later ones leave it out, as
+// a decoder of sound may give other samples a second time. So the parts together are the same
+// frames in the same order as the step in one piece: what is written does not depend on the room.
 //
 // Knows by the frames alone how far a step goes back, so that the next one can be read before this
 // one is written. Used by one thread at a time; decoder and stock belong to the caller.
@@ -69,15 +70,27 @@ class SegmentReader {
     double audio;
   };
 
+  // A block of sound, and how many wanted pictures of its step came before it.
+  struct Sound {
+    std::unique_ptr<FrameBuffer> frame;
+    size_t picturesBefore;
+  };
+
   // False where a step longer than a second turned out not empty; it was given up then.
   bool Read(double from);
   bool IsWanted(const FrameBuffer& frame) const;
-  // Whether the frame's kind is over for this step; both kinds end the reading.
+  // Wanted ones of the current step, so far.
+  size_t PicturesRead() const { return mPicturesDropped + mPictures.size(); }
+  bool IsFirstPart() const { return mPicturesLeft == kAll; }
+  // A frame that is not wanted ends the reading of its kind.
   void NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* audioDone) const;
   void Keep(std::unique_ptr<FrameBuffer> frame);
-  int64_t BytesOf(const FrameBuffer& frame) const;
+  void KeepPicture(std::unique_ptr<FrameBuffer> picture);
+  void KeepSound(std::unique_ptr<FrameBuffer> sound);
+  // Takes the current part's pictures and the sound between and after them.
+  Segment TakePart();
   void ChooseLength(bool wasEmpty);
-  void MoveBoundaries();
+  void MoveBoundaries(const Segment& part);
 
   static constexpr double kUsualSeconds = 1.0;
   static constexpr size_t kAll = std::numeric_limits<size_t>::max();
@@ -86,16 +99,17 @@ class SegmentReader {
   FrameStock* const mStock;
   const ReverseRange mRange;
 
-  double mCursor;             // the part still to read is [start, mCursor)
-  Boundaries mBoundaries;     // of the current step; `end` before the first
-  Boundaries mEarliest;       // of the frames that the current step has given out
-  size_t mFramesLeft = kAll;  // of the current step; kAll before its first part
+  double mCursor;               // the part still to read is [start, mCursor)
+  Boundaries mBoundaries;       // of the current step; `end` before the first
+  Boundaries mEarliest;         // of the frames that the current step has given out
+  size_t mPicturesLeft = kAll;  // of the current step; kAll before its first part
 
-  std::deque<std::unique_ptr<FrameBuffer>> mFrames;  // of the current part
-  int64_t mBytes = 0;                                // that they fill
-  size_t mFramesDropped = 0;                         // of the current part, for want of room
-  double mSeconds = kUsualSeconds;                   // length of the next step
-  int mEmptySteps = 0;                               // in a row
+  std::deque<std::unique_ptr<FrameBuffer>> mPictures;  // of the current part
+  size_t mPicturesDropped = 0;                         // those before them, for want of room
+  std::deque<Sound> mSounds;                           // of the current step, not yet given out
+  bool mIsSoundLost = false;                           // there was too much; it is said once
+  double mSeconds = kUsualSeconds;                     // length of the next step
+  int mEmptySteps = 0;                                 // in a row
   bool mIsNarrowing = false;  // a step longer than a second turned out not empty
   bool mHasRead = false;      // a step is done
 };

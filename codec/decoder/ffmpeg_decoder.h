@@ -94,6 +94,9 @@ class FFmpegDecoder {
   // No more frames are wanted: closes the input and gives back what pictures were kept in, which
   // may take long. Seeks and reads fail from here on; HostError and the facts of the input stay.
   virtual void Finish() {}
+  // Until the next seek only pictures are delivered, and sound is passed over without being
+  // decoded. 0, or -1 where the decoder cannot do so: sound is delivered as ever then.
+  virtual int RestSound() { return -1; }
 
   // The first failure of the host, not of the input, that has cost a frame: FFmpeg's negative
   // number, 0 while there was none. For any thread.

@@ -143,6 +143,12 @@ void FFmpegDecoderImpl2::Finish() {
   parts = std::move(mParts);
 }
 
+int FFmpegDecoderImpl2::RestSound() {
+  if (mParts == nullptr) return -1;
+  if (mParts->session.audio != nullptr) mParts->session.audio->Rest();
+  return 0;
+}
+
 int FFmpegDecoderImpl2::HostError() {
   const std::lock_guard<std::mutex> lock(mMutex);
   if (mThrown.Error() != 0 || mParts == nullptr) return mThrown.Error();

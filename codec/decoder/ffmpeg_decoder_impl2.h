@@ -49,6 +49,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   int ReceiveFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) override;
   int GetAudioBufferSize() override;
   void Finish() override;
+  int RestSound() override;
   int HostError() override;
 
   // All zero while no input is open.
