@@ -20,23 +20,23 @@ constexpr int kSeekAnywhere = AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY;
 
 LiteralDecoder::LiteralDecoder(const std::string& path, Landing landing)
     : mPath(path), mLanding(landing), mFrame(av_frame_alloc()), mPacket(av_packet_alloc()) {
-  Open();
+  OpenInput();
+  mDuration = static_cast<float>(mInput->duration) / 1000000.0F;
+  mVideo = OpenStream(AVMEDIA_TYPE_VIDEO, &mVideoIndex);
+  mAudio = OpenStream(AVMEDIA_TYPE_AUDIO, &mAudioIndex);
+  if (mVideo == nullptr) throw std::runtime_error("no pictures in " + path);
+  if (mAudio != nullptr) OpenConverter();
   if (mLanding != Landing::kOpened) ScanKeyInterval();
+  mVideo->skip_loop_filter = AVDISCARD_NONREF;
 }
 
-void LiteralDecoder::Open() {
-  mVideo.reset();
-  mAudio.reset();
+void LiteralDecoder::OpenInput() {
   AVFormatContext* input = nullptr;
   const int result = avformat_open_input(&input, mPath.c_str(), nullptr, nullptr);
   mInput.reset(input);
   if (result != 0 || avformat_find_stream_info(input, nullptr) < 0) {
     throw std::runtime_error("cannot open " + mPath);
   }
-  mVideo = OpenStream(AVMEDIA_TYPE_VIDEO, &mVideoIndex);
-  mAudio = OpenStream(AVMEDIA_TYPE_AUDIO, &mAudioIndex);
-  if (mAudio != nullptr) OpenConverter();
-  mDuration = static_cast<float>(input->duration) / 1000000.0F;
 }
 
 ffmpeg::UniqueCodecContext LiteralDecoder::OpenStream(AVMediaType type, int* index) {
@@ -62,9 +62,8 @@ void LiteralDecoder::OpenConverter() {
 }
 
 // The distance of the key pictures serves other seeks. But what is read for it makes the index that
-// some demuxers seek by, and from here on the loop filter leaves out pictures that none refers to.
+// some demuxers seek by.
 void LiteralDecoder::ScanKeyInterval() {
-  if (mVideo == nullptr) return;
   int keys = 0;
   int others = 0;
   while (ReadPacket()) {
@@ -75,7 +74,6 @@ void LiteralDecoder::ScanKeyInterval() {
     keys += isKey ? 1 : 0;
     others += !isKey && keys > 0 ? 1 : 0;
   }
-  mVideo->skip_loop_filter = AVDISCARD_NONREF;
   av_seek_frame(mInput.get(), mVideoIndex, 0, AVSEEK_FLAG_BACKWARD);
   Flush();
 }
@@ -87,19 +85,17 @@ size_t LiteralDecoder::UnsettledBlocks() const {
 }
 
 int LiteralDecoder::Seek(double exact) {
-  // 1. Nothing can be met without pictures.
-  if (mVideo == nullptr) return -1;
-  // 2. Times count from the first frames.
+  // 1. Times count from the first frames.
   if (mNeedsTimeProbe) ProbeTimes();
   mIsSoundAlone = false;
-  // 3. The demuxer goes to the whole second, decoders begin anew.
+  // 2. The demuxer goes to the whole second, decoders begin anew.
   const auto seconds =
       static_cast<float>(std::clamp(double{static_cast<float>(exact)}, 0.0, mDuration));
   mWholeSeconds = std::trunc(seconds);
   Land(mWholeSeconds);
-  // 4. At the start no picture is in the way.
+  // 3. At the start no picture is in the way.
   if (seconds == 0) return 0;
-  // 5. Decode pictures alone, up to the first one at or after the time. 6. It is used up.
+  // 4. Pictures alone are decoded, up to the first one at or after the time, which is used up.
   for (;;) {
     const int result = avcodec_receive_frame(mVideo.get(), mFrame.get());
     if (result == 0) {
@@ -161,19 +157,18 @@ void LiteralDecoder::Land(double wholeSeconds) {
   const auto target =
       mLanding == Landing::kAsked ? static_cast<int64_t>(wholeSeconds * 1000000) : int64_t{0};
   if (mLanding == Landing::kOpened) {
-    Open();
+    OpenInput();
   } else if (target != 0) {
     av_seek_frame(mInput.get(), -1, target, AVSEEK_FLAG_BACKWARD);
   } else if (avformat_seek_file(mInput.get(), -1, INT64_MIN, 0, 0, kSeekAnywhere) < 0) {
     // Better: some demuxers cannot seek to the start.
-    Open();
+    OpenInput();
   }
-  mVideo->skip_loop_filter = AVDISCARD_NONREF;
   Flush();
 }
 
 int LiteralDecoder::Receive(LiteralFrame* frame) {
-  bool isVideoDone = mVideo == nullptr || mIsSoundAlone;
+  bool isVideoDone = mIsSoundAlone;
   bool isAudioDone = mAudio == nullptr;
   for (;;) {
     if (!isVideoDone) {
@@ -261,12 +256,12 @@ void LiteralDecoder::SendPacket() {
 }
 
 void LiteralDecoder::SendEnd() {
-  if (mVideo != nullptr) avcodec_send_packet(mVideo.get(), nullptr);
+  avcodec_send_packet(mVideo.get(), nullptr);
   if (mAudio != nullptr) avcodec_send_packet(mAudio.get(), nullptr);
 }
 
 void LiteralDecoder::Flush() {
-  if (mVideo != nullptr) avcodec_flush_buffers(mVideo.get());
+  avcodec_flush_buffers(mVideo.get());
   if (mAudio != nullptr) avcodec_flush_buffers(mAudio.get());
 }
 

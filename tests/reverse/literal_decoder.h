@@ -27,7 +27,7 @@ enum class Landing {
   kOpened,  // in the file opened once more, because a seek to the start lands on such pictures too
 };
 
-// Throws std::runtime_error if the file cannot be opened.
+// Throws std::runtime_error if the file cannot be opened or has no pictures.
 class LiteralDecoder {
  public:
   LiteralDecoder(const std::string& path, Landing landing);
@@ -44,7 +44,7 @@ class LiteralDecoder {
   size_t UnsettledBlocks() const;
 
  private:
-  void Open();
+  void OpenInput();
   ffmpeg::UniqueCodecContext OpenStream(AVMediaType type, int* index);
   void OpenConverter();
   void ScanKeyInterval();
@@ -66,7 +66,7 @@ class LiteralDecoder {
   ffmpeg::UniqueInput mInput;
   int mVideoIndex = -1;
   int mAudioIndex = -1;
-  ffmpeg::UniqueCodecContext mVideo;   // null without video
+  ffmpeg::UniqueCodecContext mVideo;
   ffmpeg::UniqueCodecContext mAudio;   // null without sound
   ffmpeg::UniqueResampler mConverter;  // null for packed float stereo
   ffmpeg::UniqueFrame mFrame;

@@ -1,5 +1,18 @@
-// The reader of the backward walk gives what a literal walk gives, whatever it remembers and
-// however many threads decode.
+// The reader of the backward walk gives what a literal walk gives, whatever the reader remembers
+// and however many threads decode.
+//
+// What may differ, and why:
+//  1. Steps without a frame do not count. After some of them the reader takes longer steps, as a
+//     clip whose stamps jump would keep it busy for hours.
+//  2. Pictures and sound are compared apart if there are several threads. Each thread holds back
+//     one more picture, so that sound overtakes the pictures.
+//  3. The bytes of the first block of sound after a seek, with several threads, if the codec is
+//     AAC or MP3. Their decoders are flushed but keep some state of the block before, and the
+//     reader has read further then (see 2).
+//  4. Where a demuxer lands in the middle of a group, the literal walk begins at the start of the
+//     clip (`Landing`). The reader goes back further until no picture is lost. A test below makes
+//     sure that the clip needs it.
+//  5. What is marked "Better" in literal_decoder.cpp.
 #include "tests/reverse/literal_walk.h"
 
 #include <gtest/gtest.h>
@@ -111,12 +124,18 @@ Steps Settled(Steps steps, size_t unsettled, bool isOldestFirst = false) {
   return steps;
 }
 
-// The steps that have a frame: after some empty ones the reader takes longer ones.
+// The steps that have a frame.
 Steps Filled(Steps steps) {
   steps.erase(std::remove_if(steps.begin(), steps.end(),
                              [](const auto& step) { return step.frames.empty(); }),
               steps.end());
   return steps;
+}
+
+// What the steps have of one kind.
+Steps Pictures(const Steps& steps) { return Filled(Only(kVideoFrame, steps)); }
+Steps Sound(const Steps& steps, size_t unsettled) {
+  return Settled(Filled(Only(kAudioFrame, steps)), unsettled);
 }
 
 // In words, the first frame that differs; nothing if none does.
@@ -165,11 +184,12 @@ TEST_P(LiteralWalk, IsWhatTheReaderGives) {
   const std::string path = clip.make();
   LiteralDecoder literal(path, clip.landing);
   const WalkedRange range = part.of(literal.Duration());
-  const Steps expected = Filled(WalkLiterally(&literal, range));
+  const Steps expected = WalkLiterally(&literal, range);
 
   FFmpegDecoderImpl2 probe(path.c_str());
   ASSERT_EQ(probe.Init(), 0);
   const int64_t picture = probe.GetFrameBufferSize();
+  const size_t unsettled = literal.UnsettledBlocks();
   const std::pair<const char*, int64_t> budgets[] = {
       {"of a byte", 1},
       {"of 3 pictures", 3 * picture},
@@ -182,19 +202,13 @@ TEST_P(LiteralWalk, IsWhatTheReaderGives) {
       DecoderOptions options;
       options.threads = threads;
       options.replayBudget = budget;
-      const Steps seen = Filled(WalkByReader(path, range, options));
+      const Steps seen = WalkByReader(path, range, options);
       if (threads == 1) {
-        EXPECT_EQ(Difference(expected, seen), "");
-        continue;
+        EXPECT_EQ(Difference(Filled(expected), Filled(seen)), "");
+      } else {
+        EXPECT_EQ(Difference(Pictures(expected), Pictures(seen)), "");
+        EXPECT_EQ(Difference(Sound(expected, unsettled), Sound(seen, unsettled)), "");
       }
-      // Each thread holds back one more picture. So sound overtakes pictures, and what a step
-      // decodes of it last, after all that it keeps, is another block.
-      const size_t unsettled = literal.UnsettledBlocks();
-      EXPECT_EQ(Difference(Only(kVideoFrame, expected), Only(kVideoFrame, seen)), "") << "pictures";
-      EXPECT_EQ(Difference(Settled(Only(kAudioFrame, expected), unsettled),
-                           Settled(Only(kAudioFrame, seen), unsettled)),
-                "")
-          << "sound";
     }
   }
 }
@@ -241,7 +255,7 @@ TEST_P(LiteralSeeks, GiveWhatTheDecoderGives) {
   };
   const size_t unsettled = literal.UnsettledBlocks();
   const Steps expected = Follow(literal.Duration(), seek, read);
-  for (const int threads : {1, 2, 5, 16}) {
+  for (const int threads : {1, 2, 16}) {
     for (const int64_t budget : {int64_t{1}, std::numeric_limits<int64_t>::max()}) {
       SCOPED_TRACE(testing::Message()
                    << clip.name << ", " << threads << " threads, budget " << budget);
@@ -263,14 +277,13 @@ TEST_P(LiteralSeeks, GiveWhatTheDecoderGives) {
         EXPECT_EQ(Difference(Settled(expected, unsettled, true), Settled(seen, unsettled, true)),
                   "");
       } else {
-        EXPECT_EQ(Difference(Only(kVideoFrame, expected), Only(kVideoFrame, seen)), "")
-            << "pictures";
+        EXPECT_EQ(Difference(Only(kVideoFrame, expected), Only(kVideoFrame, seen)), "");
       }
     }
   }
 }
 
-// Else the walk would have to be held against the demuxer's own landing.
+// Otherwise the clip would have to be held against the demuxer's own landing.
 TEST(LiteralLanding, LosesPicturesWhereItHasToLandElsewhere) {
   for (const WalkClip& clip : WalkClips()) {
     if (clip.landing == Landing::kAsked) continue;
