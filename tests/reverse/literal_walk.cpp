@@ -23,13 +23,13 @@ WalkedRange WalkedRange::In(double duration) const {
   return {std::max(start, 0.0), end <= 0 ? duration : std::min(end, duration)};
 }
 
-std::vector<WalkedStep> WalkLiterally(LiteralDecoder* decoder, const WalkedRange& asked) {
+Steps WalkLiterally(LiteralDecoder* decoder, const WalkedRange& asked) {
   constexpr double kStep = 1.0;
   const auto [start, end] = asked.In(decoder->Duration());
   double cursor = end;
   double videoBoundary = end;
   double audioBoundary = end;
-  std::vector<WalkedStep> steps;
+  Steps steps;
   while (start < cursor) {
     const double from = std::max(cursor - kStep, 0.0);
     decoder->Seek(from);

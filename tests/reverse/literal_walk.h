@@ -29,6 +29,8 @@ struct WalkedStep {
   std::vector<WalkedFrame> frames;
 };
 
+using Steps = std::vector<WalkedStep>;
+
 size_t HashBytes(const uint8_t* bytes, size_t count);
 
 // A part of a clip as a user asks for it: 0 as the end stands for the end of the clip.
@@ -39,6 +41,6 @@ struct WalkedRange {
   WalkedRange In(double duration) const;
 };
 
-std::vector<WalkedStep> WalkLiterally(LiteralDecoder* decoder, const WalkedRange& asked);
+Steps WalkLiterally(LiteralDecoder* decoder, const WalkedRange& asked);
 
 }  // namespace codec

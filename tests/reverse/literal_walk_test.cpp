@@ -20,18 +20,16 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <sstream>
 #include <tuple>
 
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 #include "reverse/segment_reader.h"
 #include "tests/codec/decoder/decoder_reading.h"
 #include "tests/reverse/walk_clips.h"
+#include "tests/reverse/walk_difference.h"
 
 namespace codec {
 namespace {
-
-using Steps = std::vector<WalkedStep>;
 
 // Parts of a clip of this many seconds.
 struct NamedRange {
@@ -99,82 +97,10 @@ Steps WalkByReader(const std::string& path, const WalkedRange& asked,
   return steps;
 }
 
-// The steps with what they have of one kind.
-Steps Only(FrameType type, Steps steps) {
-  for (WalkedStep& step : steps) {
-    step.frames.erase(std::remove_if(step.frames.begin(), step.frames.end(),
-                                     [type](const auto& frame) { return frame.type != type; }),
-                      step.frames.end());
-  }
-  return steps;
-}
-
-// Forgets the bytes of the first blocks after the seek of each step. The oldest frame comes last,
-// unless told otherwise.
-Steps Settled(Steps steps, size_t unsettled, bool isOldestFirst = false) {
-  for (WalkedStep& step : steps) {
-    size_t left = unsettled;
-    for (size_t i = 0; i < step.frames.size() && left > 0; ++i) {
-      WalkedFrame& frame = step.frames[isOldestFirst ? i : step.frames.size() - 1 - i];
-      if (frame.type != kAudioFrame) continue;
-      frame.hash = 0;
-      --left;
-    }
-  }
-  return steps;
-}
-
-// The steps that have a frame.
-Steps Filled(Steps steps) {
-  steps.erase(std::remove_if(steps.begin(), steps.end(),
-                             [](const auto& step) { return step.frames.empty(); }),
-              steps.end());
-  return steps;
-}
-
-// What the steps have of one kind.
+// What the steps of a walk have of one kind.
 Steps Pictures(const Steps& steps) { return Filled(Only(kVideoFrame, steps)); }
 Steps Sound(const Steps& steps, size_t unsettled) {
-  return Settled(Filled(Only(kAudioFrame, steps)), unsettled);
-}
-
-// In words, the first frame that differs; nothing if none does.
-std::string Difference(const std::vector<WalkedFrame>& expected,
-                       const std::vector<WalkedFrame>& seen) {
-  const size_t both = std::min(expected.size(), seen.size());
-  size_t at = 0;
-  while (at < both && expected[at] == seen[at]) ++at;
-  if (at == expected.size() && at == seen.size()) return "";
-  std::ostringstream out;
-  const auto tell = [&out, at](const char* which, const std::vector<WalkedFrame>& frames) {
-    out << "\n    " << which << " " << frames.size() << " frames, ";
-    if (at < frames.size()) {
-      out << "here " << frames[at];
-    } else {
-      out << "none here";
-    }
-  };
-  out << "frame " << at;
-  tell("wanted", expected);
-  tell("given ", seen);
-  return out.str();
-}
-
-// The same for steps.
-std::string Difference(const Steps& expected, const Steps& seen) {
-  for (size_t i = 0; i < std::max(expected.size(), seen.size()); ++i) {
-    const WalkedStep wanted = i < expected.size() ? expected[i] : WalkedStep{};
-    const WalkedStep given = i < seen.size() ? seen[i] : WalkedStep{};
-    std::ostringstream out;
-    out << "step " << i << " of " << expected.size() << ", cursor " << wanted.cursor << ", ";
-    const std::string frames = Difference(wanted.frames, given.frames);
-    if (!frames.empty()) return out.str() + frames;
-    if (wanted.cursor != given.cursor) {
-      out << "but given " << given.cursor;
-      return out.str();
-    }
-  }
-  return "";
+  return Settled(Filled(Only(kAudioFrame, steps)), unsettled, Order::kNewestFirst);
 }
 
 class LiteralWalk : public testing::TestWithParam<std::tuple<WalkClip, NamedRange>> {};
@@ -253,7 +179,9 @@ TEST_P(LiteralSeeks, GiveWhatTheDecoderGives) {
     *frame = {next.type, next.size, next.pts, HashBytes(next.bytes.data(), next.bytes.size())};
     return true;
   };
-  const size_t unsettled = literal.UnsettledBlocks();
+  const auto settled = [blocks = literal.UnsettledBlocks()](const Steps& steps) {
+    return Settled(steps, blocks, Order::kOldestFirst);
+  };
   const Steps expected = Follow(literal.Duration(), seek, read);
   for (const int threads : {1, 2, 16}) {
     for (const int64_t budget : {int64_t{1}, std::numeric_limits<int64_t>::max()}) {
@@ -274,8 +202,7 @@ TEST_P(LiteralSeeks, GiveWhatTheDecoderGives) {
             return true;
           });
       if (threads == 1) {
-        EXPECT_EQ(Difference(Settled(expected, unsettled, true), Settled(seen, unsettled, true)),
-                  "");
+        EXPECT_EQ(Difference(settled(expected), settled(seen)), "");
       } else {
         EXPECT_EQ(Difference(Only(kVideoFrame, expected), Only(kVideoFrame, seen)), "");
       }
