@@ -20,19 +20,21 @@ void FrameSource::EndWalk() {
 
 FrameSource::Next FrameSource::NextFrame(AVFrame* frame) {
   for (;;) {
-    const Step video = Receive(AVMEDIA_TYPE_VIDEO, frame);
-    if (video == Step::kFrame) {
-      NoteDelivered(Next::kVideo);
-      return Next::kVideo;
-    }
+    // The sound that was read before the next packet of the video.
     const Step sound = Receive(AVMEDIA_TYPE_AUDIO, frame);
     if (sound == Step::kFrame) {
       NoteDelivered(Next::kAudio);
       return Next::kAudio;
     }
     if (SendSound()) continue;
+    const Step video = Receive(AVMEDIA_TYPE_VIDEO, frame);
+    if (video == Step::kFrame) {
+      NoteDelivered(Next::kVideo);
+      return Next::kVideo;
+    }
+    if (video == Step::kDone && SendSound()) continue;
     if (video == Step::kDone && sound == Step::kDone) return Next::kEnd;
-    if (video == Step::kDone || mFeed->WantsPacket()) mFeed->Read();
+    if (mFeed->WantsPacket()) mFeed->Read();
   }
 }
 

@@ -23,27 +23,23 @@ PacketDecoder::PacketDecoder(DecodeSession* session, PacketFeed* feed)
 int PacketDecoder::Decode(uint8_t* buffer, DecodedFrame* out) {
   const auto look = [this](const AVPacket& packet) { return NoteTime(packet); };
   for (;;) {
-    const int result = mFeed->ReceivePicture(mFrame.get());
-    if (result >= 0) {
-      if (DeliverPicture(buffer, out)) return 0;
-      continue;
-    }
-    const bool isWaiting = result == AVERROR(EAGAIN);
-    if (!isWaiting && result != AVERROR_EOF) {
-      LogPacketError(AVMEDIA_TYPE_VIDEO, result);
-      continue;
-    }
-    if (isWaiting && !mFeed->WantsPacket()) NoteAnswered();
     ffmpeg::UniquePacket sound;
-    if (mFeed->TakeSound(&sound)) {
+    while (mFeed->TakeSound(&sound)) {
       bool delivered = false;
       if (sound != nullptr) DecodeSound(sound.get(), buffer, out, &delivered);
       if (delivered) return 0;
-      continue;
     }
-    if (isWaiting && !mFeed->WantsPacket()) continue;
-    if (mFeed->HasEnded()) break;
-    mFeed->Read(look);
+    const int result = mFeed->ReceivePicture(mFrame.get());
+    if (result >= 0) {
+      if (DeliverPicture(buffer, out)) return 0;
+    } else if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) {
+      const bool isAnswered = !mFeed->WantsPacket();
+      if (isAnswered) NoteAnswered();
+      if (!isAnswered && mFeed->HasEnded()) break;
+      if (!isAnswered) mFeed->Read(look);
+    } else {
+      LogPacketError(AVMEDIA_TYPE_VIDEO, result);
+    }
   }
   if (DrainSound(buffer, out)) return 0;
   log_debug(kDecoderTag, "Demuxing over.");

@@ -64,8 +64,9 @@ bool PacketFeed::WantsPacket() const {
 
 bool PacketFeed::IsSoundDue() const {
   if (mSound.empty()) return false;
-  return mMemo == nullptr || mSession->video->IsResting() ||
-         mSound.front().place <= mMemo->Answered();
+  if (mMemo == nullptr || mSession->video->IsResting()) return true;
+  const Sound& next = mSound.front();
+  return next.packet == nullptr ? mMemo->HasEnded() : next.place <= mMemo->Answered();
 }
 
 bool PacketFeed::TakeSound(ffmpeg::UniquePacket* packet) {

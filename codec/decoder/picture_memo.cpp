@@ -94,7 +94,11 @@ int PictureMemo::Receive(AVFrame* frame) {
       Picture& picture = entry.pictures[mGiven];
       if (picture.frame != nullptr || mWalking) return Answer(&picture, frame);
     } else if (!mustDecode && entry.isComplete) {
-      if (entry.identity.isEnd) return AVERROR_EOF;
+      if (entry.identity.isEnd) {
+        mHasEnded = true;
+        mWantsPacket = true;
+        return AVERROR_EOF;
+      }
       Advance();
       return AVERROR(EAGAIN);
     }
@@ -310,6 +314,7 @@ void PictureMemo::Flush() {
   mPlace = 0;
   mGiven = 0;
   mWantsPacket = false;
+  mHasEnded = false;
   mDecoderBegin = 0;
   mDecoderPlace = 0;
   mDecoderGave = 0;

@@ -61,6 +61,8 @@ class PictureMemo : public PictureDecoder {
   int64_t Sent() const { return mSent; }
   // Whether the present place is the end of the input.
   bool IsAtEnd() const;
+  // Whether all pictures have been given, up to the end of the input.
+  bool HasEnded() const { return mHasEnded; }
   // After AVERROR(EAGAIN): whether there is no answer before the next packet. Otherwise Receive
   // goes on with the next place.
   bool WantsPacket() const { return mWantsPacket; }
@@ -131,6 +133,7 @@ class PictureMemo : public PictureDecoder {
   int64_t mPlace = 0;   // being answered
   size_t mGiven = 0;    // pictures of it
   bool mWantsPacket = false;
+  bool mHasEnded = false;
   bool mWalking = false;
 
   // The decoder's side.
