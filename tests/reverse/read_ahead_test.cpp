@@ -42,6 +42,22 @@ class CountingDecoder : public FFmpegDecoder {
 
   int GetFrameBufferSize() override { return pictureBytes; }
 
+  void Finish() override {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mIsFinished = true;
+    mChanged.notify_all();
+  }
+
+  bool IsFinished() {
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mIsFinished;
+  }
+  // Whether Finish is called, which it is at once or never.
+  bool Finishes() {
+    std::unique_lock<std::mutex> lock(mMutex);
+    return mChanged.wait_for(lock, std::chrono::minutes(1), [&] { return mIsFinished; });
+  }
+
   int Seeks() {
     const std::lock_guard<std::mutex> lock(mMutex);
     return mSeeks;
@@ -60,7 +76,8 @@ class CountingDecoder : public FFmpegDecoder {
  private:
   std::mutex mMutex;
   std::condition_variable mChanged;
-  int mSeeks = 0;  // under mMutex
+  int mSeeks = 0;            // under mMutex
+  bool mIsFinished = false;  // under mMutex
   double mTime = 0;
 };
 
@@ -95,6 +112,29 @@ int MostAhead(CountingDecoder* decoder, int64_t mostBytes, int expected) {
 int MostAhead(int64_t mostBytes, int expected) {
   CountingDecoder decoder;
   return MostAhead(&decoder, mostBytes, expected);
+}
+
+TEST(ReadAhead, FinishesTheDecoderWhileTheLastStepsAreStillToBeTaken) {
+  CountingDecoder decoder;
+  FrameStock stock(4 * kPictureBytes);
+  SegmentReader reader(&decoder, &stock, Range(3));
+  ReadAhead ahead(&reader, &stock, 1000 * kStepBytes);
+  Segment first = ahead.Next();
+  EXPECT_TRUE(decoder.Finishes());
+  EXPECT_EQ(decoder.Seeks(), 3) << "not before the last step is read";
+  PutBack(std::move(first), &stock);
+  for (int step = 1; step < 3; ++step) PutBack(ahead.Next(), &stock);
+}
+
+TEST(ReadAhead, DoesNotFinishADecoderThatIsStillNeeded) {
+  CountingDecoder decoder;
+  FrameStock stock(4 * kPictureBytes);
+  {
+    SegmentReader reader(&decoder, &stock, Range(3));
+    ReadAhead ahead(&reader, &stock, 0);
+    PutBack(ahead.Next(), &stock);
+  }
+  EXPECT_FALSE(decoder.IsFinished());
 }
 
 TEST(ReadAhead, AlwaysReadsOneStepMore) { EXPECT_EQ(MostAhead(int64_t{0}, 1), 1); }

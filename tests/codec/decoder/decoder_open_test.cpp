@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "codec/decoder/stream_facts.h"
+#include "codec/ffmpeg/faults.h"
 #include "tests/codec/decoder/decoder_reading.h"
 #include "tests/support/clips.h"
 #include "tests/support/log_capture.h"
@@ -132,6 +133,28 @@ TEST(DecoderOpen, DoesNothingTheSecondTime) {
   EXPECT_EQ(reader.Decoder().Init(), 0);
   EXPECT_EQ(reader.Decoder().Counters().packetsRead, packets);
   EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST(DecoderOpen, KeepsFactsAndFailureOfAnInputThatIsFinished) {
+  const LogCapture log;
+  DecoderReader reader(Clip(ClipKind::kH264Short));
+  ReadFrame frame;
+  ASSERT_TRUE(reader.Receive(&frame));
+  {
+    const ffmpeg::Fault fault(ffmpeg::FaultCall::av_read_frame, 0, AVERROR(ENOMEM));
+    while (reader.Receive(&frame)) {
+    }
+  }
+  ASSERT_EQ(reader.Decoder().HostError(), AVERROR(ENOMEM));
+  reader.Decoder().Finish();
+  EXPECT_EQ(reader.Decoder().HostError(), AVERROR(ENOMEM));
+  EXPECT_EQ(reader.Decoder().GetWidth(), 640);
+  EXPECT_EQ(reader.Info().has_audio, 1);
+  EXPECT_EQ(reader.Decoder().Seek(0, 3), -1);
+  EXPECT_FALSE(reader.Receive(&frame));
+  EXPECT_FALSE(reader.Decode(&frame));
+  reader.Decoder().Finish();
+  EXPECT_EQ(log.CountContaining(kLogVerbose, kDecoderTestTag, "frames decoded:"), 1);
 }
 
 TEST(DecoderOpen, OpensAgainAfterRelease) {
