@@ -5,8 +5,8 @@ usage: scripts/bench [--runs N] [--clips NAME,...] [--write] [--keep DIR]
 
 Makes its clips once (in DIR, by default a folder in the temporary directory), runs the three programs
 in turn and prints medians: the ratios of the times, peak memory, frames decoded for each frame written,
-and how busy the cores were (processor time / (wall time x cores)). Clips of seconds are run at least
-five times. The four clips with a dash are the program's alone: a minute and ten of the same pictures, for
+and how busy the cores were (processor time / (wall time x cores)). Clips of up to five seconds are run at
+least five times. The four clips with a dash are the program's alone: a minute and ten of the same pictures, for
 flat memory, a clip with one key frame, and a group of pictures far above the budget. With --write the
 rows measured replace theirs in docs/performance.md, and the others stay. Needs python3 and ffmpeg, and
 the release build.
@@ -47,7 +47,9 @@ SHORT = [(f"{height}-{seconds}s{sound}", size, seconds, source, bits)
          for seconds in (2, 5, 12) for sound in ("", "-sound")]
 CLIPS |= {name: (size, 30, seconds, 250, source, X264, bits) for name, size, seconds, source, bits in SHORT}
 SILENT = {name for name, *_ in SHORT if not name.endswith("-sound")}
+# Runs of less than three seconds differ more from one to the next.
 FEWEST_SHORT_RUNS = 5
+LONGEST_SHORT_SECONDS = 5
 # Too long for a program that holds the whole clip.
 ALONE = ("360p-1min", "360p-10min", "720p-one-key-60s", "2160p-10bit-gop250")
 
@@ -115,7 +117,7 @@ def measure(folder, name, runs):
     seconds = {"tool": [], "reverse": [], "forward": []}
     busy = {"tool": [], "reverse": [], "forward": []}
     memory = {}
-    is_short = any(name == row[0] for row in SHORT)
+    is_short = CLIPS[name][2] <= LONGEST_SHORT_SECONDS
     for _ in range(max(runs, FEWEST_SHORT_RUNS) if is_short else runs):
         for program, command in commands(clip, name, output).items():
             if name in ALONE and program != "tool":
