@@ -5,9 +5,9 @@ _clip_reverse() {
   case ${COMP_WORDS[COMP_CWORD - 1]} in
     -i) extensions='3g2|3gp|asf|avi|flv|gif|m2ts|m4v|mkv|mov|mp4|mpeg|mpg|mts|mxf|ogg|ogv|rm|ts|vob|webm|wmv' ;;
     -o) extensions='avi|mkv|mov|mp4|ts' ;;
-    -s | -e) return ;;
+    -s | -e | --memory) return ;;
     *)
-      mapfile -t COMPREPLY < <(compgen -W '-i -o -s -e -v --plain' -- "$current")
+      mapfile -t COMPREPLY < <(compgen -W '-i -o -s -e -v --memory --plain' -- "$current")
       return
       ;;
   esac

@@ -9,4 +9,5 @@ complete -c clip-reverse -s o -x -d 'The file to write' -a '(__clip_reverse_file
 complete -c clip-reverse -s s -x -d 'Where the range to reverse starts, in seconds'
 complete -c clip-reverse -s e -x -d 'Where the range to reverse ends, in seconds'
 complete -c clip-reverse -s v -d 'Log everything'
+complete -c clip-reverse -l memory -x -d 'The size to stay below, as in 300M'
 complete -c clip-reverse -l plain -d 'Leave off all that goes beyond the plain reversal'

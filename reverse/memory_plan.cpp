@@ -21,7 +21,7 @@ constexpr int64_t kBaseBytes = 12 * kMegabyte;
 constexpr int64_t kHeldTenths = 14;      // each picture that the decoder holds
 constexpr int64_t kDecoderPictures = 2;  // beside those: in the making, and just given out
 constexpr int64_t kThreadTenths = 45;    // each further thread of the decoder
-constexpr int64_t kHandTenths = 25;      // a picture being read, another being written
+constexpr int64_t kHandTenths = 20;      // a picture being read, another being written
 constexpr int64_t kWriterTenths = 50;    // the writer's buffers
 constexpr int64_t kEncoderTenths = 120;  // the encoder's references and what it interpolates
 

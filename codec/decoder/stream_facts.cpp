@@ -58,6 +58,7 @@ constexpr std::array<LevelRow, 7> kHevcLevels = {{{30, 36864},
 constexpr int64_t kHevcMost = 35651584;
 
 constexpr int64_t kMostReferences = 16;
+constexpr int kUsualAvcReferences = 4;
 // Of codecs without levels: VP9 and AV1 refer to eight at most, others to two.
 constexpr int kUsualReferences = 8;
 
@@ -72,7 +73,8 @@ int64_t MostAt(const std::array<LevelRow, N>& levels, int level, int64_t beyond)
 int AvcReferences(int level, int64_t pixels) {
   constexpr int64_t kMacroblock = 256;
   const int64_t blocks = std::max<int64_t>(1, pixels / kMacroblock);
-  const int64_t most = level > 0 ? MostAt(kAvcLevels, level, kAvcMost) : kAvcMost;
+  if (level <= 0) return kUsualAvcReferences;
+  const int64_t most = MostAt(kAvcLevels, level, kAvcMost);
   return static_cast<int>(std::clamp<int64_t>(most / blocks, 1, kMostReferences));
 }
 

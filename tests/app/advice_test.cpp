@@ -36,6 +36,20 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        "in.mp4 may not be read; allow it with chmod +r, or ask its owner"},
       {[](Failure* f) { f->readError = ENOTDIR; },
        "in.mp4 cannot be opened (Not a directory); check the name after -i"},
+      {[](Failure* f) {
+         f->memoryNeeded = (int64_t{180} << 20) - 5;
+         f->memoryGranted = int64_t{96} << 20;
+         f->info = {};
+       },
+       "in.mp4 needs 180 MB of memory, more than the 96 MB that it may have; allow more with the "
+       "container's limit, or make its pictures smaller first"},
+      {[](Failure* f) {
+         f->memoryNeeded = int64_t{180} << 20;
+         f->memoryGranted = int64_t{96} << 20;
+         f->line.memory = f->memoryGranted;
+       },
+       "in.mp4 needs 180 MB of memory, more than the 96 MB that it may have; allow more with "
+       "--memory, or make its pictures smaller first"},
       {[](Failure* f) { f->notSeekable = "it is a directory"; },
        "in.mp4 cannot be reversed: it is a directory; use a media file"},
       {[](Failure* f) { f->isOntoItself = true; },

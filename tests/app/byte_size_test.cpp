@@ -23,10 +23,20 @@ TEST(ByteSize, ReadsNumbersAndUnits) {
 }
 
 TEST(ByteSize, RefusesEverythingElse) {
-  for (const char* text : {"", " ", ".", "M", "0", "0G", "0.1", "-1", "+1", "-300M", "1e9", "0x10",
-                           "inf", "nan", "300 M", " 300M", "300M ", "1.2.3", "1..2M", "300Q",
-                           "300MBB", "300iB", "300Mi", "300M1", "9000000T", "99999999999999999999",
-                           "-v", "half"}) {
+  for (const char* text : {"",         " ",
+                           ".",        "M",
+                           "0",        "0G",
+                           "0.1",      "-1",
+                           "+1",       "-300M",
+                           "1e9",      "0x10",
+                           "inf",      "nan",
+                           "300 M",    " 300M",
+                           "300M ",    "1.2.3",
+                           "1..2M",    "300Q",
+                           "300MBB",   "300iB",
+                           "300Mi",    "300M1",
+                           "9000000T", "99999999999999999999",
+                           "-v",       "half"}) {
     EXPECT_EQ(ParseByteSize(text), -1) << text;
   }
 }

@@ -70,11 +70,37 @@ TEST(CommandLine, ReadsPlainAnywhere) {
   EXPECT_TRUE(line.isPlain);
 }
 
+TEST(CommandLine, ReadsTheMemoryThatARunMayTake) {
+  constexpr int64_t kMegabyte = int64_t{1} << 20;
+  EXPECT_EQ(Parsed({"-i", "in.mp4"}).memory, 0);
+  EXPECT_EQ(Parsed({"--memory", "300M"}).memory, 300 * kMegabyte);
+  EXPECT_EQ(Parsed({"--memory=1.5G", "-i", "in.mp4"}).memory, 1536 * kMegabyte);
+  EXPECT_EQ(Parsed({"--memory", "1G", "--memory=5000"}).memory, 5000);
+  EXPECT_EQ(Parsed({"--memoryx", "--mem=5", "-i=x", "-memory"}).memory, 0);
+  EXPECT_EQ(Parsed({"-i=x"}).input, "") << "only long options have their value inside";
+}
+
+TEST(CommandLine, RefusesWhatIsNoSize) {
+  for (const char* size : {"", "0", "-5", "much", "300Q"}) {
+    const std::string inside = std::string("--memory=") + size;
+    for (const std::vector<const char*>& arguments :
+         {std::vector<const char*>{"--memory", size}, std::vector<const char*>{inside.c_str()}}) {
+      const test_support::LogCapture log;
+      CommandLine line;
+      EXPECT_EQ(Parse(arguments, &line), -1);
+      EXPECT_TRUE(log.Has(kLogError, "reverse::Main",
+                          std::string("option --memory needs a size, not ") + size +
+                              "; give bytes, or K, M or G, as in --memory 300M"));
+    }
+  }
+}
+
 TEST(CommandLine, RefusesAFlagWithoutItsValue) {
-  for (const std::string example : {"-i in.mp4", "-o out.mp4", "-s 2.5", "-e 2.5"}) {
+  for (const std::string example :
+       {"-i in.mp4", "-o out.mp4", "-s 2.5", "-e 2.5", "--memory 300M"}) {
     const test_support::LogCapture log;
     CommandLine line;
-    const std::string flag = example.substr(0, 2);
+    const std::string flag = example.substr(0, example.find(' '));
     EXPECT_EQ(Parse({"-i", "in.mp4", flag.c_str()}, &line), -1);
     EXPECT_TRUE(
         log.Has(kLogError, "reverse::Main", "option " + flag + " needs a value, as in " + example));

@@ -106,5 +106,39 @@ TEST(StreamFacts, GivesNoKeyIntervalThatDoesNotFit) {
   EXPECT_FALSE(KeyIntervalTicks(1 << 30, 1, {1, 90000}).has_value());
 }
 
+constexpr int kUnknown = -99;
+
+int Held(AVCodecID codec, int level, int width, int height, int delay = 0) {
+  AVCodecParameters parameters{};
+  parameters.codec_id = codec;
+  parameters.level = level;
+  parameters.width = width;
+  parameters.height = height;
+  parameters.video_delay = delay;
+  return PicturesHeld(&parameters);
+}
+
+// The numbers of the standards for well-known sizes.
+TEST(StreamFacts, CountsThePicturesThatALevelLetsADecoderHold) {
+  EXPECT_EQ(Held(AV_CODEC_ID_H264, 40, 1920, 1088), 4);
+  EXPECT_EQ(Held(AV_CODEC_ID_H264, 41, 1280, 720), 9);
+  EXPECT_EQ(Held(AV_CODEC_ID_H264, 31, 1280, 720), 5);
+  EXPECT_EQ(Held(AV_CODEC_ID_H264, 51, 3840, 2160), 5);
+  EXPECT_EQ(Held(AV_CODEC_ID_H264, 51, 640, 360), 16);
+  EXPECT_EQ(Held(AV_CODEC_ID_H264, 10, 3840, 2160), 1) << "the level is too low for the size";
+  EXPECT_EQ(Held(AV_CODEC_ID_H264, 40, 1920, 1088, 2), 6) << "and those that wait";
+  EXPECT_EQ(Held(AV_CODEC_ID_HEVC, 150, 3840, 2160), 6);
+  EXPECT_EQ(Held(AV_CODEC_ID_HEVC, 123, 1920, 1080), 6);
+  EXPECT_EQ(Held(AV_CODEC_ID_HEVC, 153, 1920, 1080), 16);
+  EXPECT_EQ(Held(AV_CODEC_ID_HEVC, 123, 1280, 720, 1), 13);
+}
+
+TEST(StreamFacts, GuessesThePicturesHeldWhereThereIsNoLevel) {
+  EXPECT_EQ(Held(AV_CODEC_ID_H264, kUnknown, 1920, 1080), 4);
+  EXPECT_EQ(Held(AV_CODEC_ID_HEVC, kUnknown, 1920, 1080), 6);
+  EXPECT_EQ(Held(AV_CODEC_ID_VP9, kUnknown, 1920, 1080), 8);
+  EXPECT_EQ(Held(AV_CODEC_ID_H264, 40, 0, 0), 16);
+}
+
 }  // namespace
 }  // namespace codec
