@@ -112,6 +112,12 @@ const std::array kRows = {
           return f.line.input +
                  " gave no picture; it may be damaged there, try another range with -s and -e";
         }},
+    Row{[](const Failure& f) { return f.writeError == ENODATA; },
+        [](const Failure& f) {
+          return f.line.input +
+                 " has no picture there but the one that the range begins with, which is left out; "
+                 "begin a little earlier with -s";
+        }},
 };
 
 struct ErrorRow {

@@ -247,14 +247,27 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
     mWriter->Stop();
     if (mResult == 0) mResult = mWriter->OutputError();
   }
-  if (mResult == 0 && mLoop != nullptr && mLoop->FoundNoPicture()) {
-    log_error(kTag, "no picture could be read from %.3f to %.3f", mStart, mEnd);
-    mResult = AVERROR_INVALIDDATA;
-  }
+  if (mResult == 0 && mLoop != nullptr && mLoop->FoundNoPicture()) mResult = MissPictures();
   if (mResult == 0) mResult = FinishOutput();
   FreePictures();
   mProgress = 100;
   mEndSignal.End();
+}
+
+// A range without pictures is an error, unless its only picture is the one that the last seek uses
+// up, and there is sound.
+int Reverse::MissPictures() const {
+  if (!mLoop->UsedUpPicture()) {
+    log_error(kTag, "no picture could be read from %.3f to %.3f", mStart, mEnd);
+    return AVERROR_INVALIDDATA;
+  }
+  constexpr char kText[] = "no picture from %.3f to %.3f but the one that the range begins with";
+  if (mLoop->HasSound()) {
+    log_warn(kTag, kText, mStart, mEnd);
+    return 0;
+  }
+  log_error(kTag, kText, mStart, mEnd);
+  return AVERROR(ENODATA);
 }
 
 // Gives hundreds of megabytes back to the system while the caller waits for its next look at the

@@ -113,6 +113,8 @@ class Reverse {
   int CreateWriter();
   // Settles where the output is written and tells `format`.
   int PlaceOutput(MediaFormat& format);
+  // What a range without written pictures is: 0 or an error, logged.
+  int MissPictures() const;
   int FinishOutput();
   int StartThreads();
   void FreePictures();

@@ -27,6 +27,7 @@ int ReverseLoop::Step() {
   }
   Segment segment = mRange.overlap ? mAhead.Next() : mReader.Next();
   mCursor = segment.cursor;
+  mUsedUpPicture = mUsedUpPicture || segment.usedUpPicture;
   Write(std::move(segment));
   const auto done = static_cast<float>(mRange.end - mCursor);
   mProgress = static_cast<float>(done / (mRange.end - mRange.start) * 100);
@@ -44,6 +45,7 @@ void ReverseLoop::Write(Segment segment) {
 
 void ReverseLoop::WriteFrame(FrameBuffer* frame) {
   if (frame->type == kAudioFrame) {
+    mHasSound = true;
     ReverseAudioSamples(frame->Data(), frame->size, mRange.channels, mRange.sampleFormat);
   } else {
     mHasPicture = true;

@@ -45,6 +45,11 @@ class ReverseLoop {
   bool FoundNoPicture() const {
     return mRange.start < mRange.end && mCursor <= mRange.start && !mHasPicture;
   }
+  // Whether there was a picture nonetheless: one that a seek used up and no step has read, because
+  // it is the first one of the range.
+  bool UsedUpPicture() const { return mUsedUpPicture; }
+  // Whether sound was written.
+  bool HasSound() const { return mHasSound; }
 
  private:
   void Write(Segment segment);
@@ -60,6 +65,8 @@ class ReverseLoop {
   double mCursor;
   float mProgress = 0;
   bool mHasPicture = false;  // one has been written
+  bool mHasSound = false;    // a block has been written
+  bool mUsedUpPicture = false;
 };
 
 }  // namespace codec

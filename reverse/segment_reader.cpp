@@ -43,9 +43,11 @@ Segment SegmentReader::Next() {
     mBoundaries = mEarliest;
     mCursor = std::min(from, mBoundaries.video);
     mHasRead = true;
+    if (mSoundEnds) mKnownSoundEnds = mSoundEnds;
     ChooseLength(wasFirst && part.frames.empty());
   }
   part.cursor = mCursor;
+  part.usedUpPicture = mUsedUpPicture;
   return part;
 }
 
@@ -53,8 +55,13 @@ bool SegmentReader::Read(double from) {
   // A seek that fails has found no picture to come, and says so in the decoder's log; sound may
   // still come.
   bool videoDone = mDecoder->Seek(from, kDecodeForward) != 0;
+  mUsedUpPicture = !videoDone && from > 0;
   bool audioDone = !mRange.hasAudio || !IsFirstPart();
-  if (!IsFirstPart()) mDecoder->RestSound();
+  if (IsFirstPart()) {
+    mSoundEnds.reset();
+  } else {
+    mDecoder->RestSound();
+  }
   mPicturesDropped = 0;
   while (!videoDone || !audioDone) {
     std::unique_ptr<FrameBuffer> frame = mStock->Get();
@@ -68,6 +75,7 @@ bool SegmentReader::Read(double from) {
       mStock->Put(std::move(frame));
       return !isTooLong;
     }
+    NoteSound(*frame);
     // The flags only end the reading. A frame of the part still to do that comes after its kind's
     // flag was set, as it may where streams are loosely interleaved, is kept.
     if (isWanted) {
@@ -85,13 +93,28 @@ bool SegmentReader::IsWanted(const FrameBuffer& frame) const {
   return frame.type == kAudioFrame && mRange.hasAudio && frame.pts < mBoundaries.audio;
 }
 
-// Everything behind the place where the last step began to read is known: where the sound has
-// ended, or has a hole, it is not looked for again up to the end of the file.
+// The last step has read all that comes after the place where it began. So the sound is not looked
+// for any further if it has ended, or has a hole. But a sound decoder may need a packet to get
+// going: what the last step could not give of its first sound comes in this step, if this step has
+// sound before that.
 void SegmentReader::NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* audioDone) const {
-  const bool isVideo = frame.type == kVideoFrame;
-  const bool isBehind = isVideo && frame.pts >= mBoundaries.video + kUsualSeconds;
-  if (isVideo) *videoDone = true;
-  if (frame.type == kAudioFrame || (mHasRead && isBehind)) *audioDone = true;
+  if (frame.type == kAudioFrame) {
+    *audioDone = true;
+    return;
+  }
+  if (frame.type != kVideoFrame) return;
+  *videoDone = true;
+  double known = mBoundaries.video + kUsualSeconds;
+  if (mSoundEnds && mKnownSoundEnds) known = std::max(known, *mKnownSoundEnds);
+  if (mHasRead && frame.pts >= known) *audioDone = true;
+}
+
+void SegmentReader::NoteSound(const FrameBuffer& frame) {
+  if (frame.type == kAudioFrame && !mSoundEnds) {
+    mSoundEnds = std::numeric_limits<double>::infinity();
+  } else if (frame.type == kVideoFrame && mSoundEnds) {
+    mSoundEnds = std::min(*mSoundEnds, frame.pts);
+  }
 }
 
 void SegmentReader::Keep(std::unique_ptr<FrameBuffer> frame) {

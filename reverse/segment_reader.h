@@ -5,6 +5,7 @@
 #include <deque>
 #include <limits>
 #include <memory>
+#include <optional>
 
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "reverse/frame_buffer.h"
@@ -39,6 +40,7 @@ struct Segment {
   double cursor = 0;         // seconds; before it lies what is still to do when the step is written
   int64_t bytes = 0;         // that the frames fill
   int64_t pictureBytes = 0;  // that one picture fills
+  bool usedUpPicture = false;  // the seek before it met a picture, which is read by an earlier step
 };
 
 // Steps are one second long. After some without any frame each is twice as long, until one meets a
@@ -84,6 +86,7 @@ class SegmentReader {
   bool IsFirstPart() const { return mPicturesLeft == kAll; }
   // A frame that is not wanted ends the reading of its kind.
   void NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* audioDone) const;
+  void NoteSound(const FrameBuffer& frame);
   void Keep(std::unique_ptr<FrameBuffer> frame);
   void KeepPicture(std::unique_ptr<FrameBuffer> picture);
   void KeepSound(std::unique_ptr<FrameBuffer> sound);
@@ -112,6 +115,12 @@ class SegmentReader {
   int mEmptySteps = 0;                                 // in a row
   bool mIsNarrowing = false;  // a step longer than a second turned out not empty
   bool mHasRead = false;      // a step is done
+  bool mUsedUpPicture = false;  // by the seek of the current step
+
+  // Times of the first picture that came after some sound in a reading: endless if there was sound
+  // but no such picture, nothing if there was no sound.
+  std::optional<double> mSoundEnds;       // of the current reading
+  std::optional<double> mKnownSoundEnds;  // of the last step that had sound
 };
 
 }  // namespace codec

@@ -4,46 +4,70 @@
 
 namespace codec {
 
-void AnswerPlaces::Sent(int64_t stamp) {
+void AnswerPlaces::Sent(int64_t stamp, int parts) {
   ++mSent;
-  mStamps.push_back(stamp);
+  mParts += parts;
+  mPackets.push_back({stamp, mParts - 1});
+}
+
+void AnswerPlaces::SentEnd(int reorder) {
+  mDraining = true;
+  mReorder = reorder;
 }
 
 void AnswerPlaces::AnswerUpTo(int64_t place) {
   if (place <= mAnswered) return;
-  const int64_t packets = std::min(place - mAnswered, static_cast<int64_t>(mStamps.size()));
-  mStamps.erase(mStamps.begin(), mStamps.begin() + packets);
+  const int64_t packets = std::min(place - mAnswered, static_cast<int64_t>(mPackets.size()));
+  mPackets.erase(mPackets.begin(), mPackets.begin() + packets);
   mAnswered = place;
-  mGaveHere = false;
+}
+
+bool AnswerPlaces::KnowsStamps() const {
+  return std::all_of(mPackets.begin(), mPackets.end(),
+                     [](const Packet& packet) { return packet.stamp != kNoStamp; });
+}
+
+// The place whose packet has this part.
+int64_t AnswerPlaces::PlaceOf(int64_t part) const {
+  const auto packet =
+      std::find_if(mPackets.begin(), mPackets.end(),
+                   [part](const Packet& candidate) { return part <= candidate.lastPart; });
+  return mAnswered + (packet - mPackets.begin());
 }
 
 void AnswerPlaces::Gave(int64_t stamp) {
-  if (!mDraining) {
-    AnswerUpTo(mSent - mDelay - 1);
-  } else if (const auto packet = std::find(mStamps.begin(), mStamps.end(), stamp);
-             stamp != kNoStamp && packet != mStamps.end()) {
-    AnswerUpTo(mAnswered + (packet - mStamps.begin()));
-  } else if (std::any_of(mStamps.begin(), mStamps.end(), [](int64_t s) { return s != kNoStamp; })) {
-    AnswerUpTo(mSent);
-  } else if (mGaveHere) {
-    // Without stamps the best guess is one picture a packet.
-    AnswerUpTo(std::min(mAnswered + 1, mSent));
+  // The picture cannot be of a later packet than the threads have come to.
+  const int64_t latest = mDraining ? mSent : PlaceOf(mParts - 1 - mDelay);
+  int64_t place = mAnswered;
+  for (const Packet& packet : mPackets) {
+    if (place > latest || packet.stamp == stamp) break;
+    ++place;
   }
-  mGaveHere = true;
+  const bool isFound = stamp != kNoStamp && place <= latest && place < mSent;
+  if (isFound) {
+    AnswerUpTo(place);
+  } else if (!mDraining || KnowsStamps()) {
+    AnswerUpTo(latest);
+  } else {
+    // The best guess is one picture a packet.
+    AnswerUpTo(std::min(mGiven + mReorder, mSent));
+  }
+  ++mGiven;
 }
 
 void AnswerPlaces::WantsPacket() {
-  if (!mDraining) AnswerUpTo(mSent - mDelay);
+  if (!mDraining) AnswerUpTo(PlaceOf(mParts - mDelay));
 }
 
 void AnswerPlaces::Ended() { AnswerUpTo(mSent + 1); }
 
 void AnswerPlaces::Flush() {
+  mParts = 0;
   mSent = 0;
   mAnswered = 0;
   mDraining = false;
-  mGaveHere = false;
-  mStamps.clear();
+  mGiven = 0;
+  mPackets.clear();
 }
 
 }  // namespace codec

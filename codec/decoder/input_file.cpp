@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 
 #include "base/local_file.h"
 #include "base/log.h"
@@ -70,6 +71,19 @@ int InputFile::SeekBackward(int stream, int64_t position) {
   return av_seek_frame(mContext.get(), stream, position, AVSEEK_FLAG_BACKWARD);
 }
 
+// The flag for a seek that may land on any packet, unless the index has a key packet before that.
+// The packets before a cut begin there: they are decoded, but not shown.
+int InputFile::AnyPacket(int64_t position) const {
+  const int number = av_find_default_stream_index(mContext.get());
+  if (number < 0) return AVSEEK_FLAG_ANY;
+  AVStream* const stream = mContext->streams[number];
+  const int64_t ticks = av_rescale_q(position, {1, AV_TIME_BASE}, stream->time_base);
+  const int any =
+      av_index_search_timestamp(stream, ticks, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+  const int key = av_index_search_timestamp(stream, ticks, AVSEEK_FLAG_BACKWARD);
+  return key >= 0 && key < any ? 0 : AVSEEK_FLAG_ANY;
+}
+
 int InputFile::SeekToStart(int64_t earliest) {
   ++mSeeks;
   mPutBack.clear();
@@ -78,8 +92,10 @@ int InputFile::SeekToStart(int64_t earliest) {
   constexpr int64_t kEarlier = int64_t{60} * AV_TIME_BASE;
   const int64_t first = mContext->start_time;
   const int64_t start = first == AV_NOPTS_VALUE || first >= 0 ? 0 : first - kEarlier;
-  const int result = avformat_seek_file(mContext.get(), -1, std::min(earliest, start), start, start,
-                                        AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+  const int any = AnyPacket(start);
+  const int64_t least = any == 0 ? std::numeric_limits<int64_t>::min() : std::min(earliest, start);
+  const int result = avformat_seek_file(mContext.get(), -1, least, start, start,
+                                        AVSEEK_FLAG_BACKWARD | any);
   if (result >= 0) return result;
   if (!mWarnedOfStart) {
     log_warn(kDecoderTag, "%s: no way to its start by time: %s", mPath.c_str(),

@@ -44,6 +44,7 @@ class InputFile : public PacketSource {
   int64_t Seeks() const { return mSeeks; }
 
  private:
+  int AnyPacket(int64_t position) const;
   // Logs that the file cannot be opened and why. -1.
   int CannotOpen(const std::string& reason) const;
 

@@ -53,7 +53,9 @@ int PictureMemo::Send(AVPacket* packet) {
 
 void PictureMemo::BeginLanding(const AVPacket* packet) {
   if (!mPolicy.IsEnabled()) return;
-  if (!mEntries.empty() && mEntries.front().identity == PacketIdentity::Of(packet)) return;
+  const PacketIdentity identity = PacketIdentity::Of(packet);
+  if (!mEntries.empty() && mEntries.front().identity == identity) return;
+  if (!mLater.empty() && mLater.front().identity == identity) return TakeBack();
   KeepForLater();
   mStartsFresh = mStartsAfresh(*packet);
 }
@@ -142,8 +144,7 @@ void PictureMemo::Advance() {
 
 // Takes the decoder one answer further.
 PictureMemo::Progress PictureMemo::Decode(AVFrame* frame, int* error) {
-  const int64_t end = mTakeover == kNone ? mSent : mTakeover;
-  if (mDecoderIsHungry && mFed < end) {
+  if (mDecoderIsHungry && mFed < DecoderEnd()) {
     const int result = FeedOne();
     return result < 0 ? Fail(result, error) : Progress::kSome;
   }
@@ -252,7 +253,7 @@ void PictureMemo::Remember(int64_t place, Picture* picture) {
 
 // Places before this one, counted as the decoder counts, get no more pictures.
 void PictureMemo::NoteAnswered(int64_t answered) {
-  const int64_t end = std::min(mDecoderBegin + answered, mSent);
+  const int64_t end = std::min(mDecoderBegin + answered, DecoderEnd());
   for (int64_t place = mPlace; place < end; ++place) {
     Entry& entry = At(place);
     entry.isComplete = true;
@@ -345,7 +346,8 @@ void PictureMemo::KeepForLater() {
     for (const Entry& entry : mEntries) {
       for (const Picture& picture : entry.pictures) {
         if (picture.stamp < first) mTrusted = kNone;
-        if (picture.stamp >= first && mTrusted == kNone) mTrusted = place;
+        // The end of the input brings out pictures from before the first packet as well.
+        if (picture.stamp >= first && mTrusted == kNone && !entry.identity.isEnd) mTrusted = place;
       }
       ++place;
     }
@@ -353,6 +355,15 @@ void PictureMemo::KeepForLater() {
   if (mTrusted == kNone) return Truncate(0);
   mLater = std::exchange(mEntries, {});
   mPolicy.SetAside();
+}
+
+// The walk begins where the later group begins.
+void PictureMemo::TakeBack() {
+  Truncate(0);
+  mEntries = std::exchange(mLater, {});
+  mPolicy.Join(0, 0);
+  mStartsFresh = true;
+  mWasRead = true;
 }
 
 void PictureMemo::DropLater() {

@@ -101,12 +101,15 @@ class PictureMemo : public PictureDecoder {
   Progress Decode(AVFrame* frame, int* error);
   Progress Take(AVFrame* frame);
   void NoteAnswered(int64_t answered);
+  // The first place that the decoder is not asked for yet.
+  int64_t DecoderEnd() const { return mTakeover == kNone ? mSent : mTakeover; }
   int FeedOne();
   Progress Fail(int result, int* error);
   void DropPackets();
 
   void BeginLanding(const AVPacket* packet);
   void KeepForLater();
+  void TakeBack();
   void DropLater();
   void Follow(const PacketIdentity& identity);
   void TakeOver(int64_t place);

@@ -6,6 +6,7 @@
 
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
+#include "codec/decoder/packet_parts.h"
 #include "codec/ffmpeg/compat.h"
 
 namespace codec {
@@ -82,12 +83,12 @@ int StreamDecoder::Send(AVPacket* packet) {
   if (mResting) return 0;
   if (packet == nullptr) {
     mDraining = true;
-    mPlaces.SentEnd();
+    mPlaces.SentEnd(mContext->has_b_frames);
   } else {
     mFed = true;
     mFailures = 0;
     ffmpeg::TagPacket(packet);
-    mPlaces.Sent(packet->dts);
+    mPlaces.Sent(packet->dts, PartsOf(mContext->codec_id, *packet));
   }
   return mFailure->Note(avcodec_send_packet(mContext.get(), packet));
 }

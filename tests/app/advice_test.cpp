@@ -79,6 +79,9 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        "out.mp4 cannot hold H.264; use .mp4, .mov, .mkv, .avi or .ts"},
       {[](Failure* f) { f->writeError = -AVERROR_INVALIDDATA; },
        "in.mp4 gave no picture; it may be damaged there, try another range with -s and -e"},
+      {[](Failure* f) { f->writeError = ENODATA; },
+       "in.mp4 has no picture there but the one that the range begins with, which is left out; "
+       "begin a little earlier with -s"},
       {[](Failure* f) {
          f->notTaken = "H.264";
          f->writeError = ENOENT;

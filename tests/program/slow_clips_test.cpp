@@ -80,6 +80,28 @@ TEST(SoundAlone, IsNoReversal) {
   EXPECT_FALSE(std::filesystem::exists(output));
 }
 
+// The only picture of this second is the one that its seek uses up.
+TEST(OnePictureASecond, GivesASecondOfSoundWithoutBlamingTheClip) {
+  const std::string output = ScratchPath("one_a_second_reversed.mp4");
+  const auto reverse = [&output](const std::string& name, std::vector<std::string> sound) {
+    std::vector<std::string> words = {"-f", "lavfi", "-i", SceneFilter(160, 96, "1")};
+    words.insert(words.end(), sound.begin(), sound.end());
+    words.insert(words.end(), {"-t", "20", "-c:v", "libx264", "-preset", "veryfast", "-g", "5",
+                               "-pix_fmt", "yuv420p", "-c:a", "aac"});
+    return RunProgram({"-i", CustomClip(name, words), "-o", output, "-s", "10", "-e", "11"});
+  };
+  const CommandResult heard =
+      reverse("one_a_second.mp4", {"-f", "lavfi", "-i", SweepFilter(48000, "stereo")});
+  EXPECT_EQ(heard.status, 0) << heard.err;
+  EXPECT_NEAR(static_cast<double>(DecodeStereo(output).size()) / 2 / 48000, 1, 0.1);
+  const CommandResult mute = reverse("one_a_second_mute.mp4", {});
+  EXPECT_EQ(mute.status, 255);
+  EXPECT_NE(mute.err.find("begin a little earlier with -s"), std::string::npos) << mute.err;
+  for (const CommandResult& result : {heard, mute}) {
+    EXPECT_EQ(result.err.find("damaged"), std::string::npos) << result.err;
+  }
+}
+
 // Where the container tells that there is less than a picture a second, nothing can be derived from
 // it.
 TEST(SlowClipRate, BelowOneIsRefused) {

@@ -97,12 +97,6 @@ Steps WalkByReader(const std::string& path, const WalkedRange& asked,
   return steps;
 }
 
-// What the steps of a walk have of one kind.
-Steps Pictures(const Steps& steps) { return Filled(Only(kVideoFrame, steps)); }
-Steps Sound(const Steps& steps, size_t unsettled) {
-  return Settled(Filled(Only(kAudioFrame, steps)), unsettled, Order::kNewestFirst);
-}
-
 class LiteralWalk : public testing::TestWithParam<std::tuple<WalkClip, NamedRange>> {};
 
 TEST_P(LiteralWalk, IsWhatTheReaderGives) {
@@ -115,7 +109,11 @@ TEST_P(LiteralWalk, IsWhatTheReaderGives) {
   FFmpegDecoderImpl2 probe(path.c_str());
   ASSERT_EQ(probe.Init(), 0);
   const int64_t picture = probe.GetFrameBufferSize();
-  const size_t unsettled = literal.UnsettledBlocks();
+  // A sound decoder that is opened anew lacks what one that is flushed keeps.
+  const size_t unsettled = clip.landing == Landing::kOpened ? literal.UnsettledBlocks() : 0;
+  const auto settled = [unsettled](const Steps& steps) {
+    return Settled(Filled(steps), unsettled, Order::kNewestFirst);
+  };
   const std::pair<const char*, int64_t> budgets[] = {
       {"of a byte", 1},
       {"of 3 pictures", 3 * picture},
@@ -129,12 +127,7 @@ TEST_P(LiteralWalk, IsWhatTheReaderGives) {
       options.threads = threads;
       options.replayBudget = budget;
       const Steps seen = WalkByReader(path, range, options);
-      if (threads == 1) {
-        EXPECT_EQ(Difference(Filled(expected), Filled(seen)), "");
-      } else {
-        EXPECT_EQ(Difference(Pictures(expected), Pictures(seen)), "");
-        EXPECT_EQ(Difference(Sound(expected, unsettled), Sound(seen, unsettled)), "");
-      }
+      EXPECT_EQ(Difference(settled(expected), settled(seen)), "");
     }
   }
 }
@@ -201,11 +194,7 @@ TEST_P(LiteralSeeks, GiveWhatTheDecoderGives) {
                       HashBytes(next.bytes.data(), next.bytes.size())};
             return true;
           });
-      if (threads == 1) {
-        EXPECT_EQ(Difference(settled(expected), settled(seen)), "");
-      } else {
-        EXPECT_EQ(Difference(Only(kVideoFrame, expected), Only(kVideoFrame, seen)), "");
-      }
+      EXPECT_EQ(Difference(settled(expected), settled(seen)), "");
     }
   }
 }

@@ -290,6 +290,23 @@ TEST(ReverseLoop, TellsARangeWithoutPicturesFromAnEmptyOne) {
   EXPECT_FALSE(full.FoundNoPicture());
 }
 
+TEST(ReverseLoop, TellsARangeWhoseOnlyPictureIsUsedUp) {
+  FakeWriter writer;
+  FakeDecoder slow(VideoAndAudio(20, 1));
+  ReverseLoop lonely(&slow, &writer, Range(10, 11, true));
+  RunAll(&lonely);
+  EXPECT_TRUE(lonely.FoundNoPicture());
+  EXPECT_TRUE(lonely.UsedUpPicture());
+  EXPECT_TRUE(lonely.HasSound());
+  // From the start nothing is used up, and a seek behind all pictures meets none.
+  ReverseLoop first(&slow, &writer, Range(0, 1));
+  RunAll(&first);
+  EXPECT_FALSE(first.UsedUpPicture());
+  ReverseLoop late(&slow, &writer, Range(30, 31));
+  RunAll(&late);
+  EXPECT_FALSE(late.UsedUpPicture());
+}
+
 TEST(ReverseLoop, RunsWithoutAWriter) {
   FakeDecoder decoder(Video(2, 25));
   ReverseLoop loop(&decoder, nullptr, Range(0, 2));

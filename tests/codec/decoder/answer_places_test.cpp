@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
+#include <algorithm>
 
 namespace codec {
 namespace {
@@ -41,7 +41,7 @@ TEST(AnswerPlaces, KnowsTheLastPacketsByTheirStamps) {
   for (int packet = 0; packet < 5; ++packet) places.Sent(packet * 10);
   places.WantsPacket();
   EXPECT_EQ(places.Answered(), 2);
-  places.SentEnd();
+  places.SentEnd(0);
   // The packet of stamp 20 has no picture.
   places.Gave(30);
   EXPECT_EQ(places.Answered(), 3);
@@ -58,23 +58,51 @@ TEST(AnswerPlaces, KnowsTheLastPacketsByTheirStamps) {
 }
 
 TEST(AnswerPlaces, GuessesOnePictureForEachOfTheLastPacketsWithoutStamps) {
-  AnswerPlaces places(2);
-  for (int packet = 0; packet < 4; ++packet) places.Sent(AnswerPlaces::kNoStamp);
-  places.WantsPacket();
-  places.SentEnd();
-  std::vector<int64_t> seen;
-  for (int picture = 0; picture < 4; ++picture) {
-    places.Gave(AnswerPlaces::kNoStamp);
-    seen.push_back(places.Answered());
+  for (const int reorder : {0, 1, 2}) {
+    AnswerPlaces places(2);
+    constexpr int kPackets = 6;
+    int given = 0;
+    for (int packet = 0; packet < kPackets; ++packet) {
+      places.Sent(AnswerPlaces::kNoStamp);
+      if (packet >= 2 + reorder) {
+        places.Gave(AnswerPlaces::kNoStamp);
+        ++given;
+      }
+      places.WantsPacket();
+    }
+    places.SentEnd(reorder);
+    for (; given < kPackets; ++given) {
+      places.Gave(AnswerPlaces::kNoStamp);
+      EXPECT_EQ(places.Answered(), std::min(given + reorder, kPackets)) << "picture " << given;
+    }
   }
-  EXPECT_EQ(seen, (std::vector<int64_t>{2, 3, 4, 4}));
+}
+
+// Packet 1 has a picture that is not shown, so that its answer comes a packet sooner.
+TEST(AnswerPlaces, CountsThePartsOfAPacket) {
+  AnswerPlaces places(2);
+  places.Sent(0);
+  places.WantsPacket();
+  places.Sent(1, 2);
+  places.Gave(0);
+  EXPECT_EQ(places.Answered(), 0);
+  places.WantsPacket();
+  EXPECT_EQ(places.Answered(), 1) << "three parts are sent";
+  places.Sent(2);
+  places.WantsPacket();
+  EXPECT_EQ(places.Answered(), 1) << "half of packet 1 is answered";
+  places.Sent(3);
+  places.Gave(1);
+  EXPECT_EQ(places.Answered(), 1);
+  places.WantsPacket();
+  EXPECT_EQ(places.Answered(), 2);
 }
 
 TEST(AnswerPlaces, BeginsAgainAfterAFlush) {
   AnswerPlaces places(1);
   places.Sent(1);
   places.Sent(2);
-  places.SentEnd();
+  places.SentEnd(0);
   places.Ended();
   places.Flush();
   EXPECT_EQ(places.Answered(), 0);
