@@ -55,10 +55,12 @@ class Reverse {
   // the process may use. What is written does not depend on it. 0, the default, for no limit: each
   // part takes what it takes by itself.
   void SetMemoryLimit(int64_t bytes);
+  // The limit that stands for what the host grants.
   static constexpr int64_t kHostMemory = std::numeric_limits<int64_t>::max();
-  // Why Init failed for want of memory, in bytes: what the job needs at least, and what it may
-  // have. Both 0 where this was not the reason.
+  // Bytes that a job needs at least whose Init has failed for want of memory; 0 where this was not
+  // the reason. Before the input's streams have been probed the number is a guess.
   int64_t MemoryNeeded() const;
+  // Bytes that the process may have, where MemoryNeeded is not 0; 0 otherwise.
   int64_t MemoryGranted() const;
 
   // Opens input and output. 0, or -1 after an error line.

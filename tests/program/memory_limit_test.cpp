@@ -94,7 +94,8 @@ TEST_P(MemoryGroups, GetEveryPictureOnceOrARefusalAndNoKill) {
 INSTANTIATE_TEST_SUITE_P(
     Sizes, MemoryGroups,
     testing::Values(
-        Case{"h264_360_250_in_96", 96, 640, 360, "h264", 250, 240, "5.99", 60, Outcome::kEveryPicture},
+        Case{"h264_360_250_in_96", 96, 640, 360, "h264", 250, 240, "5.99", 60,
+             Outcome::kEveryPicture},
         Case{"hevc_360_30_in_96", 96, 640, 360, "hevc", 30, 45, "0", 45, Outcome::kEveryPicture},
         Case{"h264_720_30_in_96", 96, 1280, 720, "h264", 30, 45, "0", 45, Outcome::kEveryPicture},
         Case{"hevc_720_250_in_128", 128, 1280, 720, "hevc", 250, 45, "0", 45,
