@@ -25,22 +25,22 @@ int64_t Bounded(int64_t position) { return std::clamp(position, -kFarthest, kFar
 
 }  // namespace
 
-SoundRange SoundRange::Of(double start, double end, int rate) {
+SampleRange SampleRange::Of(double start, double end, int rate) {
   const auto firstNotBefore = [rate](double seconds) {
     return Bounded(std::ceil((seconds - kStampError) * rate));
   };
   return {firstNotBefore(start), firstNotBefore(end), rate};
 }
 
-int64_t SoundRange::At(double seconds) const { return Bounded(std::round(seconds * rate)); }
+int64_t SampleRange::At(double seconds) const { return Bounded(std::round(seconds * rate)); }
 
-SoundTimeline::SoundTimeline(const SoundRange& range, int64_t reach)
+SoundTimeline::SoundTimeline(const SampleRange& range, int64_t reach)
     : mRange(range),
       mTolerance(int64_t{range.rate} * kToleranceMs / 1000),
       mReach(reach),
       mEdge(std::max(range.first, range.end)) {}
 
-const std::vector<SoundPiece>& SoundTimeline::Step(const std::vector<SoundBlock>& blocks,
+const std::vector<SoundPiece>& SoundTimeline::Step(const std::vector<SampleBlock>& blocks,
                                                    int64_t cursor) {
   mPieces.clear();
   for (size_t i = blocks.size(); i-- > 0;) Place(blocks[i], i);
@@ -57,7 +57,7 @@ const std::vector<SoundPiece>& SoundTimeline::Finish() {
   return mPieces;
 }
 
-void SoundTimeline::Place(const SoundBlock& block, size_t index) {
+void SoundTimeline::Place(const SampleBlock& block, size_t index) {
   if (block.samples < 1) return;
   const int64_t length = Bounded(block.samples);
   if (mReach > 0) mReach = std::max(mReach, length);

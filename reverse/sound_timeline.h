@@ -11,20 +11,20 @@ namespace codec {
 // All positions and lengths are in samples per channel. Position p is the time p / rate seconds.
 
 // The part of the time line that is written.
-struct SoundRange {
+struct SampleRange {
   int64_t first = 0;  // of its first sample
   int64_t end = 0;    // one past its last sample
   int rate = 0;       // samples a second
 
   // The samples at or after `start` and before `end`, both in seconds and within a microsecond.
-  static SoundRange Of(double start, double end, int rate);
+  static SampleRange Of(double start, double end, int rate);
   // The position that is nearest to a stamp in seconds.
   int64_t At(double seconds) const;
   int64_t Samples() const { return end > first ? end - first : 0; }
 };
 
 // A block as the decoder delivers it.
-struct SoundBlock {
+struct SampleBlock {
   int64_t start = 0;    // position that its stamp gives to its first sample
   int64_t samples = 0;  // length
 };
@@ -72,12 +72,12 @@ class SoundTimeline {
  public:
   // `reach`: how far, in samples, a block that comes with a later step may reach over the cursor of
   // a step. A longer block raises it. 0 promises that each block comes with the step it ends in.
-  SoundTimeline(const SoundRange& range, int64_t reach);
+  SoundTimeline(const SampleRange& range, int64_t reach);
 
   // Places the blocks of one step, given in the order of the stream, each block in one step only.
   // All blocks that begin at or after `cursor` have been given when this returns. The pieces are
   // in the order of writing and stay valid until the next call.
-  const std::vector<SoundPiece>& Step(const std::vector<SoundBlock>& blocks, int64_t cursor);
+  const std::vector<SoundPiece>& Step(const std::vector<SampleBlock>& blocks, int64_t cursor);
   // No more blocks come: gives the silence down to the start of the range.
   const std::vector<SoundPiece>& Finish();
 
@@ -86,10 +86,10 @@ class SoundTimeline {
   bool IsDone() const { return mEdge <= mRange.first; }
 
  private:
-  void Place(const SoundBlock& block, size_t index);
+  void Place(const SampleBlock& block, size_t index);
   void WriteSilence(int64_t downTo);
 
-  const SoundRange mRange;
+  const SampleRange mRange;
   const int64_t mTolerance;
   int64_t mReach;
 

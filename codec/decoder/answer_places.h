@@ -54,7 +54,7 @@ class AnswerPlaces {
   int64_t mSent = 0;
   int64_t mAnswered = 0;
   bool mDraining = false;
-  int64_t mGiven = 0;   // pictures
+  int64_t mGiven = 0;  // pictures
   int64_t mReorder = 0;
   std::deque<Packet> mPackets;  // those that are not answered
 };

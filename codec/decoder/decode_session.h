@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 
 #include "codec/decoder/audio_converter.h"
 #include "codec/decoder/frame_times.h"
@@ -30,7 +31,10 @@ struct DecodeSession {
   ffmpeg::UniqueFrame spare;
   ffmpeg::UniquePacket packet;
 
-  double duration = 0;   // seconds
+  double duration = 0;  // seconds
+  // Seconds of the file's stamps at which the last packet ends, if the length was found by
+  // scanning.
+  std::optional<double> scannedEnd;
   double frameRate = 0;  // frames per second, 0 when unknown
   // In ticks of the video stream: the first stamp that a packet has, and the distance between two
   // key frames, 0 when unknown.

@@ -29,8 +29,22 @@ struct DecoderShare {
   int64_t replayBudget = DefaultReplayBudget();
 };
 
-// What comes out of a decoder does not depend on these.
+// What a decoder does beyond reading and seeking; all of it is off unless it is switched on.
+struct DecoderAdditions {
+  // The picture that a seek of mode 3 meets is not passed by: ReceiveFrame delivers it first.
+  bool keepsMetPicture = false;
+  // Pictures of odd width or height lose their last column or row.
+  bool cutsToEvenSize = false;
+  // A rate below one picture a second is told as it is.
+  bool tellsLowRates = false;
+  // The length of an input that does not tell it is found by reading all of its packets.
+  bool scansLength = false;
+};
+
+// The share changes nothing in what comes out of a decoder.
 struct DecoderOptions : DecoderShare {
+  DecoderAdditions additions;
+
   // Asked as soon as the input's pictures are known, which may be twice: when the file's header has
   // named their size, and when its streams have been probed. The last answer replaces the share
   // above; without one the input is not opened. Not asked where it is empty, or without video.

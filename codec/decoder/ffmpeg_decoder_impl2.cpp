@@ -1,5 +1,6 @@
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/guarded.h"
@@ -12,6 +13,7 @@
 #include "codec/decoder/pending_frame.h"
 #include "codec/decoder/seeker.h"
 #include "codec/decoder/session_opener.h"
+#include "codec/decoder/time_probe.h"
 
 namespace codec {
 
@@ -31,7 +33,7 @@ struct FFmpegDecoderImpl2::Parts {
   // Whether there was memory for all of them.
   bool IsUsable() const {
     return session.IsUsable() && feed.IsUsable() && receiver.IsUsable() && packets.IsUsable() &&
-           seeker.IsUsable();
+           source.IsUsable() && seeker.IsUsable();
   }
 };
 
@@ -88,6 +90,7 @@ int FFmpegDecoderImpl2::InitParts() {
   mAudioBufferSize = session->sound.MaxBlockBytes();
   auto parts = std::make_unique<Parts>(std::move(session));
   parts->feed.Open(opener.Share().replayBudget);
+  if (mOptions.additions.keepsMetPicture) parts->seeker.KeepMetPicture();
   mParts = std::move(parts);
   log_debug(kDecoderTag, "=====Init done=====");
   return 0;
@@ -160,6 +163,42 @@ int FFmpegDecoderImpl2::HostError() {
 int FFmpegDecoderImpl2::GetWidth() { return mInfo.width; }
 
 int FFmpegDecoderImpl2::GetHeight() { return mInfo.height; }
+
+int FFmpegDecoderImpl2::SoundStream() const {
+  const bool hasSound = mParts != nullptr && mParts->session.audio != nullptr;
+  return hasSound ? mParts->session.audio->Index() : -1;
+}
+
+void FFmpegDecoderImpl2::LeaveSoundOut() {
+  if (mParts == nullptr || mParts->session.audio == nullptr) return;
+  mParts->session.input.LeaveOut(mParts->session.audio->Index());
+  mParts->session.audio.reset();
+  mParts->session.times.ForgetAudio();
+}
+
+double FFmpegDecoderImpl2::FirstPictureTime() {
+  if (mParts == nullptr || !mParts->IsUsable() || mParts->session.video == nullptr) return 0;
+  Bordered(&mThrown, [this] {
+    TimeProbe(&mParts->session).Run();
+    return 0;
+  });
+  return mParts->session.times.FirstVideo();
+}
+
+void FFmpegDecoderImpl2::SetZero(double seconds) {
+  if (mParts == nullptr) return;
+  DecodeSession& session = mParts->session;
+  session.times.SetFirstVideo(seconds);
+  session.times.SetFirstAudio(seconds);
+  mParts->seeker.LeaveTimesAsTheyAre();
+  if (!session.scannedEnd.has_value()) return;
+  session.duration = std::max(0.0, *session.scannedEnd - seconds);
+  mInfo.duration = static_cast<float>(session.duration);
+}
+
+double FFmpegDecoderImpl2::Duration() const {
+  return mParts == nullptr ? 0 : mParts->session.duration;
+}
 
 DecoderCounters FFmpegDecoderImpl2::Counters() const {
   DecoderCounters counters;

@@ -52,6 +52,21 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   int RestSound() override;
   int HostError() override;
 
+  // The four below are for a caller that reads the sound by itself, and measures sound and pictures
+  // from one zero. They count after Init, and are called before the first seek or read.
+  //
+  // FFmpeg's number of the stream that sound is read from; -1 if there is none.
+  int SoundStream() const;
+  // From now on there is no sound, and none of its packets are read.
+  void LeaveSoundOut();
+  // Time of the first picture in the file's stamps, in seconds; decodes it.
+  double FirstPictureTime();
+  // The time in the file's stamps, in seconds, that counts as 0 for pictures and sound.
+  void SetZero(double seconds);
+
+  // Length of the input in seconds; more digits than MediaInfo has.
+  double Duration() const;
+
   // All zero while no input is open.
   DecoderCounters Counters() const;
   // Distance between two key frames in ticks of the video stream; 0 when unknown.

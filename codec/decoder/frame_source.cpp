@@ -7,10 +7,11 @@ namespace codec {
 void FrameSource::Flush() {
   mVideoDelivered = false;
   mAudioDelivered = false;
+  av_frame_unref(mHeld.get());
   mFeed->Flush();
 }
 
-void FrameSource::BeginWalk() { mFeed->Pictures()->BeginWalk(); }
+void FrameSource::BeginWalk(int64_t wantedFrom) { mFeed->Pictures()->BeginWalk(wantedFrom); }
 
 // The sound before the picture that the walk has met is left out.
 void FrameSource::EndWalk() {
@@ -19,6 +20,11 @@ void FrameSource::EndWalk() {
 }
 
 FrameSource::Next FrameSource::NextFrame(AVFrame* frame) {
+  if (mHeld->buf[0] != nullptr) {
+    av_frame_move_ref(frame, mHeld.get());
+    NoteDelivered(Next::kVideo);
+    return Next::kVideo;
+  }
   for (;;) {
     // The sound that was read before the next packet of the video.
     const Step sound = Receive(AVMEDIA_TYPE_AUDIO, frame);

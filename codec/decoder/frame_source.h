@@ -10,14 +10,20 @@ class FrameSource {
  public:
   enum class Next { kVideo, kAudio, kEnd };
 
-  FrameSource(DecodeSession* session, PacketFeed* feed) : mSession(session), mFeed(feed) {}
+  FrameSource(DecodeSession* session, PacketFeed* feed)
+      : mSession(session), mFeed(feed), mHeld(av_frame_alloc()) {}
+
+  bool IsUsable() const { return mHeld != nullptr; }
 
   // The input has been moved: the decoders forget what came before.
   void Flush();
-  // After that: what is decoded now is passed by, up to some picture.
-  void BeginWalk();
+  // After that: what is decoded now is passed by, up to a picture with this stamp or a later one.
+  void BeginWalk(int64_t wantedFrom = INT64_MAX);
   // The walk is over: the frames that come now are delivered.
   void EndWalk();
+
+  // This picture comes once more, as the next frame. Leaves it blank.
+  void Hold(AVFrame* picture) { av_frame_move_ref(mHeld.get(), picture); }
 
   // The next frame of either stream, video first when both have one; the caller unreferences it.
   // kEnd when both decoders are drained.
@@ -36,6 +42,7 @@ class FrameSource {
 
   DecodeSession* mSession;
   PacketFeed* mFeed;
+  const ffmpeg::UniqueFrame mHeld;  // blank unless a picture is held
   // What has been delivered since the walk. The next walk of a backward run ends where this one's
   // delivery began: a later step does not need what comes after the first picture and the first
   // block of sound.

@@ -21,6 +21,8 @@ class FrameTimes {
   // Either may be null. `frameRate` 0 stands for unknown.
   void Open(const StreamDecoder* video, const StreamDecoder* audio, double frameRate);
 
+  // There is no sound any more.
+  void ForgetAudio() { mAudio = nullptr; }
   void SetFirstVideo(double seconds) { mFirstVideo = seconds; }
   void SetFirstAudio(double seconds) { mFirstAudio = seconds; }
   double FirstVideo() const { return mFirstVideo; }
@@ -35,6 +37,8 @@ class FrameTimes {
   double OfVideoPacket(int64_t ticks);
   double OfAudioPacket(int64_t ticks, const AVFrame* frame);
 
+  // The next picture is the one of this time, which was asked for before.
+  void RepeatVideo(double seconds) { mVideoTrack.next = seconds; }
   // After a seek to about this time: frames without a stamp count from here.
   void Restart(double seconds);
   // Decoding begins at this packet, which may be far from where the seek went.

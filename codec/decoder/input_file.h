@@ -33,6 +33,9 @@ class InputFile : public PacketSource {
   // units, or to the first byte where there are no stamps. FFmpeg's result.
   int SeekToStart(int64_t earliest);
 
+  // From now on no packet of this stream is read.
+  void LeaveOut(int stream) { mContext->streams[stream]->discard = AVDISCARD_ALL; }
+
   // Owned here; valid while this object lives.
   AVFormatContext* Context() const { return mContext.get(); }
   const std::string& Path() const { return mPath; }

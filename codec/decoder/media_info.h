@@ -30,6 +30,7 @@ struct MediaInfo {
   int32_t sample_aspect_num = 1;  // see above
   double rotation = 0;            // degrees clockwise that a player should turn, about -1 to 359
   PictureColors colors;           // of the source's pictures
+  uint8_t has_constant_rate = 0;  // 1 when all pictures last equally long, as far as can be told
 };
 
 }  // namespace codec

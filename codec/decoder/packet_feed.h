@@ -21,8 +21,7 @@ class PacketFeed {
   // Looks at a packet that was read; false passes it over.
   using Look = std::function<bool(const AVPacket& packet)>;
 
-  explicit PacketFeed(DecodeSession* session)
-      : mSession(session), mPacket(av_packet_alloc()) {}
+  explicit PacketFeed(DecodeSession* session) : mSession(session), mPacket(av_packet_alloc()) {}
 
   // To be called once the session is open. `budget` as for PictureMemo.
   void Open(int64_t budget);

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "codec/decoder/stream_facts.h"
+#include "codec/utils/picture_crop.h"
 
 namespace codec {
 namespace {
@@ -24,21 +25,32 @@ int PictureCopy::Open(AVPixelFormat format, int width, int height) {
   mFormat = format;
   mWidth = width;
   mHeight = height;
+  mSourceWidth = width;
+  mSourceHeight = height;
   mSize = size;
+  return 0;
+}
+
+int PictureCopy::OpenEven(AVPixelFormat format, int width, int height) {
+  if (width < 2 || height < 2 || Open(format, EvenSide(width), EvenSide(height)) != 0) {
+    return Open(format, width, height);
+  }
+  mSourceWidth = width;
+  mSourceHeight = height;
   return 0;
 }
 
 int PictureCopy::Copy(const AVFrame* frame, uint8_t* buffer) {
   // Full range or not, the planes are laid out alike.
   const bool fits =
-      mSize > 0 && frame->width == mWidth && frame->height == mHeight &&
+      mSize > 0 && frame->width == mSourceWidth && frame->height == mSourceHeight &&
       FoldedPixelFormat(static_cast<AVPixelFormat>(frame->format)) == FoldedPixelFormat(mFormat);
   std::array<uint8_t*, 4> planes{};
   std::array<int, 4> strides{};
   if (!fits || av_image_fill_arrays(planes.data(), strides.data(), buffer, mFormat, mWidth, mHeight,
                                     kPacked) != mSize) {
     mDrops.Dropped("picture is " + Described(frame->format, frame->width, frame->height) +
-                   " instead of " + Described(mFormat, mWidth, mHeight));
+                   " instead of " + Described(mFormat, mSourceWidth, mSourceHeight));
     return 0;
   }
   mDrops.Delivered();

@@ -13,6 +13,12 @@ class PictureCopy {
  public:
   // Takes the pictures' form. 0, or -1 when no packed buffer can hold such a picture.
   int Open(AVPixelFormat format, int width, int height);
+  // The same, and pictures of odd width or height lose their last column or row.
+  int OpenEven(AVPixelFormat format, int width, int height);
+
+  // Pixels of a packed picture.
+  int Width() const { return mWidth; }
+  int Height() const { return mHeight; }
 
   // Bytes of a packed picture; 0 when not opened.
   int Size() const { return mSize; }
@@ -25,6 +31,8 @@ class PictureCopy {
   AVPixelFormat mFormat = AV_PIX_FMT_NONE;
   int mWidth = 0;
   int mHeight = 0;
+  int mSourceWidth = 0;
+  int mSourceHeight = 0;
   int mSize = 0;
   DropWarning mDrops;
 };

@@ -94,7 +94,8 @@ int PictureMemo::Receive(AVFrame* frame) {
     const bool mustDecode = mPlace == mTakeover || (!mPolicy.MayOwe() && mFed < mSent);
     if (!mustDecode && mGiven < entry.pictures.size()) {
       Picture& picture = entry.pictures[mGiven];
-      if (picture.frame != nullptr || mWalking) return Answer(&picture, frame);
+      const bool isPassedBy = mWalking && picture.stamp < mWantedFrom;
+      if (picture.frame != nullptr || isPassedBy) return Answer(&picture, frame);
     } else if (!mustDecode && entry.isComplete) {
       if (entry.identity.isEnd) {
         mHasEnded = true;

@@ -67,8 +67,12 @@ class PictureMemo : public PictureDecoder {
   // goes on with the next place.
   bool WantsPacket() const { return mWantsPacket; }
 
-  // Until EndWalk the caller looks at no more of a picture than its stamp.
-  void BeginWalk() { mWalking = true; }
+  // Until EndWalk the caller looks at no more of a picture than its stamp, if the stamp is below
+  // this one.
+  void BeginWalk(int64_t wantedFrom = INT64_MAX) {
+    mWalking = true;
+    mWantedFrom = wantedFrom;
+  }
   void EndWalk() { mWalking = false; }
   // A later step needs nothing that comes after the present place.
   void Close();
@@ -126,18 +130,19 @@ class PictureMemo : public PictureDecoder {
   Entries mEntries;
   Entries mPassing;
   int64_t mFirstPassing = 0;
-  bool mIsOpen = false;           // new places are remembered
-  bool mStartsFresh = false;      // place 0 does
-  bool mWasRead = false;          // pictures were given since the landing, not only passed by
-  int64_t mLastNeeded = kNone;    // place
+  bool mIsOpen = false;         // new places are remembered
+  bool mStartsFresh = false;    // place 0 does
+  bool mWasRead = false;        // pictures were given since the landing, not only passed by
+  int64_t mLastNeeded = kNone;  // place
 
   // The caller's side.
   int64_t mSent = 0;
-  int64_t mPlace = 0;   // being answered
-  size_t mGiven = 0;    // pictures of it
+  int64_t mPlace = 0;  // being answered
+  size_t mGiven = 0;   // pictures of it
   bool mWantsPacket = false;
   bool mHasEnded = false;
   bool mWalking = false;
+  int64_t mWantedFrom = 0;
 
   // The decoder's side.
   std::deque<ffmpeg::UniquePacket> mPackets;  // the ones owed, and before them some to be kept
@@ -151,10 +156,10 @@ class PictureMemo : public PictureDecoder {
 
   // A later group.
   Entries mLater;
-  int64_t mTrusted = 0;          // the first of its places that is the same from further back
-  int64_t mBorder = kNone;       // place of its first packet, once it is met
-  int64_t mBorderStamp = 0;      // of that packet
-  int64_t mTakeover = kNone;     // place from which on it answers; the decoder has to be drained
+  int64_t mTrusted = 0;       // the first of its places that is the same from further back
+  int64_t mBorder = kNone;    // place of its first packet, once it is met
+  int64_t mBorderStamp = 0;   // of that packet
+  int64_t mTakeover = kNone;  // place from which on it answers; the decoder has to be drained
   bool mIsDraining = false;
   bool mIsTorn = false;  // the groups did not fit together after all
 

@@ -184,7 +184,7 @@ int Seeker::_SeekDecodeForward(float seconds) {
   Walk walk = static_cast<double>(seconds) > mLastPicture ? Walk::kEnded : Walk::kOvershot;
   while (walk == Walk::kOvershot) {
     MoveToWhole(way.landing);
-    mSource->BeginWalk();
+    mSource->BeginWalk(FirstWantedStamp(seconds));
     walk = seconds == 0 ? Walk::kReached : WalkTo(seconds, way.landing > 0);
     mSource->EndWalk();
     if (walk != Walk::kOvershot) break;
@@ -207,6 +207,14 @@ int64_t Seeker::PositionOf(int64_t seconds) const {
   const double position = std::clamp(static_cast<double>(seconds) + start, -largest, largest);
   return std::clamp(static_cast<int64_t>(position), -kMaxWholeSeconds, kMaxWholeSeconds) *
          AV_TIME_BASE;
+}
+
+// Pictures with earlier stamps are surely passed by.
+int64_t Seeker::FirstWantedStamp(float seconds) const {
+  if (!mKeepsMetPicture) return std::numeric_limits<int64_t>::max();
+  constexpr double kRounded = 0.001;
+  const double time = static_cast<double>(seconds) + mSession->times.FirstVideo() - kRounded;
+  return Truncated(std::floor(time * mSession->video->TicksPerSecond()));
 }
 
 void Seeker::MoveToWhole(int64_t seconds) {
@@ -260,7 +268,12 @@ Seeker::Walk Seeker::WalkTo(float seconds, bool mayOvershoot) {
     last = std::max(last, time);
     if (!ReachesTime(time, seconds)) continue;
     const bool behind = time - seconds >= FLT_EPSILON;
-    return first && behind && mayOvershoot ? Walk::kOvershot : Walk::kReached;
+    if (first && behind && mayOvershoot) return Walk::kOvershot;
+    if (mKeepsMetPicture) {
+      mSession->times.RepeatVideo(time);
+      mSource->Hold(frame);
+    }
+    return Walk::kReached;
   }
 }
 

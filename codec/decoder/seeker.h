@@ -24,6 +24,11 @@ class Seeker {
 
   bool IsUsable() const { return mFrame != nullptr && mPacket != nullptr; }
 
+  // The picture that a seek of mode 3 meets is held for the next read. Off unless set.
+  void KeepMetPicture() { mKeepsMetPicture = true; }
+  // Somebody else has found the times of the first frames.
+  void LeaveTimesAsTheyAre() { mNeedsTimeProbe = false; }
+
   // 0 or -1. Mode 2 leaves the first picture at or after the time in the pending frame, mode 3
   // reads past it, any other mode lands on the key frame at or before the time.
   int Seek(double seconds, int mode);
@@ -53,6 +58,7 @@ class Seeker {
   int SeekBeforeKey(int64_t timestamp);
   int DecodeToPending(float seconds);
   int64_t PositionOf(int64_t seconds) const;
+  int64_t FirstWantedStamp(float seconds) const;
   void MoveToWhole(int64_t seconds);
   void MoveToSound(int64_t seconds);
   Walk WalkTo(float seconds, bool mayOvershoot);
@@ -64,6 +70,7 @@ class Seeker {
   const ffmpeg::UniqueFrame mFrame;
   const ffmpeg::UniquePacket mPacket;
   bool mNeedsTimeProbe = true;
+  bool mKeepsMetPicture = false;
   Way mWay;  // the last one of that kind
   // Seconds; infinite until a walk has met the end of the pictures.
   double mLastPicture = std::numeric_limits<double>::infinity();

@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/key_frame_scan.h"
+#include "codec/decoder/length_scan.h"
 #include "codec/decoder/stream_facts.h"
 #include "codec/ffmpeg/compat.h"
 
@@ -47,6 +48,7 @@ int SessionOpener::Open(const std::string& path) {
   log_debug(kDecoderTag, "first video pts:%lld, first audio pts:%lld",
             static_cast<long long>(session.first_video_pts_),
             static_cast<long long>(mFirstAudioTicks));
+  if (mOptions.additions.scansLength && !(session.duration > 0)) ScanLength();
   if (session.video != nullptr && session.first_video_pts_ != AV_NOPTS_VALUE) {
     session.times.SetFirstVideo(session.video->Seconds(session.first_video_pts_));
   }
@@ -75,7 +77,8 @@ int SessionOpener::OpenVideo() {
     log_error(kDecoderTag, "Could not find video pixel format");
     return -1;
   }
-  if (session.pictures.Open(context->pix_fmt, context->width, context->height) != 0) {
+  const auto open = mOptions.additions.cutsToEvenSize ? &PictureCopy::OpenEven : &PictureCopy::Open;
+  if ((session.pictures.*open)(context->pix_fmt, context->width, context->height) != 0) {
     // Without a size for its pictures no buffer can be given for them; the sound may still serve.
     log_error(kDecoderTag, "Could not use pictures of %dx%d", context->width, context->height);
     session.video.reset();
@@ -90,8 +93,8 @@ void SessionOpener::DescribeVideo() {
   const AVCodecContext* const context = session.video->Context();
   const AVStream* const stream = session.video->Stream();
   mInfo->has_video = 1;
-  mInfo->width = context->width;
-  mInfo->height = context->height;
+  mInfo->width = session.pictures.Width();
+  mInfo->height = session.pictures.Height();
   mInfo->sample_aspect_num = context->sample_aspect_ratio.num;
   mInfo->sample_aspect_den = context->sample_aspect_ratio.den;
   mInfo->rotation = RotationDegrees(ffmpeg::RotateText(session.input.Context(), stream));
@@ -99,6 +102,11 @@ void SessionOpener::DescribeVideo() {
       FrameRate(stream->avg_frame_rate, ffmpeg::RealBaseRate(stream), ffmpeg::CodecTimeBase(stream),
                 ffmpeg::TicksPerFrame(context->codec_id))
           .value_or(0);
+  const AVRational average = stream->avg_frame_rate;
+  if (mOptions.additions.tellsLowRates && session.frameRate <= 0 && average.den > 0) {
+    session.frameRate = av_q2d(average);
+  }
+  mInfo->has_constant_rate = IsConstantRate(average, ffmpeg::RealBaseRate(stream)) ? 1 : 0;
   mInfo->frame_rate = static_cast<float>(session.frameRate);
   SetDuration(session.video.get());
   mInfo->pixel_format = FoldedPixelFormat(context->pix_fmt);
@@ -189,6 +197,22 @@ void SessionOpener::CheckVariableRate() {
     }
   }
   session.input.SeekBackward(-1, 0);
+  session.FlushDecoders();
+}
+
+void SessionOpener::ScanLength() {
+  DecodeSession& session = *mSession;
+  if (session.video == nullptr || session.packet == nullptr) return;
+  LengthScan scan;
+  scan.Add(session.video->Stream());
+  if (session.audio != nullptr) scan.Add(session.audio->Stream());
+  scan.Run(&session.input, session.packet.get());
+  session.scannedEnd = scan.End();
+  const bool hasFirst = session.first_video_pts_ != AV_NOPTS_VALUE;
+  const double first = hasFirst ? session.video->Seconds(session.first_video_pts_) : 0;
+  session.duration = std::max(0.0, session.scannedEnd.value_or(first) - first);
+  mInfo->duration = static_cast<float>(session.duration);
+  session.input.SeekToStart(std::numeric_limits<int64_t>::min());
   session.FlushDecoders();
 }
 

@@ -15,6 +15,8 @@ namespace codec {
 //   3. open the audio decoder and the converter
 //   4. scan for the key-frame interval, back to the start
 //   5. only when the scan met no video: check for variable frame rate, back to the start
+//   6. only when the file does not tell its length, and this is switched on: scan for the length,
+//      back to the start
 class SessionOpener {
  public:
   SessionOpener(DecodeSession* session, MediaInfo* info, const DecoderOptions& options)
@@ -38,6 +40,7 @@ class SessionOpener {
   void AllocateScratch();
   void ScanKeyFrames();
   void CheckVariableRate();
+  void ScanLength();
 
   DecodeSession* mSession;
   MediaInfo* mInfo;

@@ -11,6 +11,7 @@
 #include "codec/decoder/sound_cut.h"
 #include "codec/decoder/sound_decoder.h"
 #include "codec/decoder/sound_input.h"
+#include "codec/decoder/sound_reader.h"
 #include "codec/decoder/sound_stretch.h"
 #include "codec/ffmpeg/owned.h"
 
@@ -26,7 +27,7 @@ namespace codec {
 //   3. goes further back if those before are too few for the decoder to get going,
 //   4. starts a new decoder, decodes the older packets for nothing, and keeps what comes of the
 //      others until the stretch is over.
-class SoundWalk {
+class SoundWalk : public SoundReader {
  public:
   // Opens the stream of this number in the local file. 0, or -1, with the reason logged, when the
   // file cannot be read, or the stream's sound cannot be decoded or converted.
@@ -38,9 +39,7 @@ class SoundWalk {
   // The time in the file's stamps, in seconds, that counts as 0 from now on; at first it is 0.
   void SetZero(double seconds);
 
-  // Fills `out` with every block that reaches into [from, to), in seconds, in the order of the
-  // stream. Damaged parts are missing. 0, or -1, with the reason logged, when the host fails.
-  int Read(double from, double to, SoundStretch* out);
+  int Read(double from, double to, SoundStretch* out) override;
 
   // Samples a second, of a channel.
   int SampleRate() const { return mSampleRate; }

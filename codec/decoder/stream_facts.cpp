@@ -119,6 +119,12 @@ std::optional<double> FrameRate(AVRational average, AVRational realBase, AVRatio
   return rate;
 }
 
+bool IsConstantRate(AVRational average, AVRational realBase) {
+  constexpr double kRounded = 1e-3;
+  if (average.num <= 0 || average.den <= 0 || realBase.num <= 0 || realBase.den <= 0) return false;
+  return std::abs(av_q2d(average) / av_q2d(realBase) - 1) < kRounded;
+}
+
 double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRational timeBase) {
   // Single precision, because times are compared with it in single precision when seeking.
   if (demuxerDuration != AV_NOPTS_VALUE) return static_cast<float>(demuxerDuration) / 1000000.0F;

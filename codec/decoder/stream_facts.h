@@ -18,6 +18,9 @@ double RotationDegrees(const std::string& text);
 std::optional<double> FrameRate(AVRational average, AVRational realBase, AVRational codecTimeBase,
                                 int ticksPerFrame);
 
+// Whether the average rate is also the rate that all stamps fit, within what containers round.
+bool IsConstantRate(AVRational average, AVRational realBase);
+
 // Seconds of the input: the demuxer's duration (microseconds) or else the stream's (ticks).
 // AV_NOPTS_VALUE stands for unknown; 0 when both are.
 double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRational timeBase);

@@ -33,7 +33,7 @@ void PrintTo(const Sample& sample, std::ostream* out) {
   *out << "(" << sample.block << ", " << sample.index << ")";
 }
 
-using Blocks = std::vector<SoundBlock>;
+using Blocks = std::vector<SampleBlock>;
 using Output = std::vector<Sample>;
 
 // The walk of a job: steps of a length from the end to the start, each with the blocks that begin
@@ -57,7 +57,7 @@ void Append(const std::vector<SoundPiece>& pieces, const std::vector<int>& numbe
   }
 }
 
-Output WalkBackward(const Blocks& blocks, const SoundRange& range, const Walk& walk = {}) {
+Output WalkBackward(const Blocks& blocks, const SampleRange& range, const Walk& walk = {}) {
   SoundTimeline line(range, walk.reach);
   Output out;
   std::vector<bool> given(blocks.size(), false);
@@ -87,13 +87,13 @@ Output WalkBackward(const Blocks& blocks, const SoundRange& range, const Walk& w
 
 // What a player shows: all blocks in the order of the stream on a line that grows forward, then
 // turned around.
-Output WalkForward(const Blocks& blocks, const SoundRange& range) {
+Output WalkForward(const Blocks& blocks, const SampleRange& range) {
   const auto length = static_cast<size_t>(range.Samples());
   Output line(length);
   int64_t edge = range.first;
   bool follows = false;
   for (size_t i = 0; i < blocks.size(); ++i) {
-    const SoundBlock& block = blocks[i];
+    const SampleBlock& block = blocks[i];
     const bool contiguous = follows && std::abs(block.start - edge) <= kTolerance;
     const int64_t place = contiguous ? edge : block.start;
     for (int64_t k = 0; k < block.samples; ++k) {
@@ -126,24 +126,24 @@ std::vector<std::pair<int, int64_t>> Runs(const Output& output) {
 
 using RunList = std::vector<std::pair<int, int64_t>>;
 
-TEST(SoundRange, HoldsTheSamplesFromItsStartToBeforeItsEnd) {
-  const SoundRange whole = SoundRange::Of(0, 4, 48000);
+TEST(SampleRange, HoldsTheSamplesFromItsStartToBeforeItsEnd) {
+  const SampleRange whole = SampleRange::Of(0, 4, 48000);
   EXPECT_EQ(whole.first, 0);
   EXPECT_EQ(whole.end, 192000);
   EXPECT_EQ(whole.Samples(), 192000);
   // 1.3 and 4.7 are no binary fractions: 62400 and 225600 all the same.
-  const SoundRange part = SoundRange::Of(1.3, 4.7, 48000);
+  const SampleRange part = SampleRange::Of(1.3, 4.7, 48000);
   EXPECT_EQ(part.first, 62400);
   EXPECT_EQ(part.end, 225600);
   // Between two samples the range begins with the later one, and ends after the earlier one.
-  const SoundRange between = SoundRange::Of(0.00105, 0.00205, 10000);
+  const SampleRange between = SampleRange::Of(0.00105, 0.00205, 10000);
   EXPECT_EQ(between.first, 11);
   EXPECT_EQ(between.end, 21);
-  EXPECT_EQ(SoundRange::Of(2, 1, 48000).Samples(), 0);
+  EXPECT_EQ(SampleRange::Of(2, 1, 48000).Samples(), 0);
 }
 
-TEST(SoundRange, FindsThePositionNearestToAStamp) {
-  const SoundRange range = SoundRange::Of(0, 1, 44100);
+TEST(SampleRange, FindsThePositionNearestToAStamp) {
+  const SampleRange range = SampleRange::Of(0, 1, 44100);
   EXPECT_EQ(range.At(1024.0 / 44100), 1024);
   EXPECT_EQ(range.At(0.023), 1014);
   EXPECT_EQ(range.At(-0.5), -22050);
@@ -153,7 +153,7 @@ TEST(SoundRange, FindsThePositionNearestToAStamp) {
 
 TEST(SoundTimeline, WritesContiguousBlocksSampleForSample) {
   const Blocks blocks = Contiguous(0, 300, 20);
-  const SoundRange range{0, 6000, kRate};
+  const SampleRange range{0, 6000, kRate};
   const Output output = WalkBackward(blocks, range);
   ASSERT_EQ(output.size(), 6000U);
   EXPECT_EQ(output.front(), (Sample{19, 299}));
@@ -162,7 +162,7 @@ TEST(SoundTimeline, WritesContiguousBlocksSampleForSample) {
 }
 
 TEST(SoundTimeline, CutsToTheSampleAtTheBordersOfTheRange) {
-  const SoundRange range{1037, 2911, kRate};
+  const SampleRange range{1037, 2911, kRate};
   const Output output = WalkBackward(Contiguous(0, 100, 40), range);
   ASSERT_EQ(output.size(), 1874U);
   EXPECT_EQ(output.front(), (Sample{29, 10}));
@@ -171,13 +171,13 @@ TEST(SoundTimeline, CutsToTheSampleAtTheBordersOfTheRange) {
 
 TEST(SoundTimeline, CutsAtTheEndWithinTheToleranceToo) {
   // The block ends 1 sample after the range, then 1 before it: neither is taken as contiguous.
-  const SoundRange range{0, 1000, kRate};
+  const SampleRange range{0, 1000, kRate};
   EXPECT_EQ(WalkBackward({{0, 1001}}, range).front(), (Sample{0, 999}));
   EXPECT_EQ(Runs(WalkBackward({{0, 999}}, range)), (RunList{{kSilence, 1}, {0, 999}}));
 }
 
 TEST(SoundTimeline, IsSilentWithoutSound) {
-  const SoundRange range{500, 4500, kRate};
+  const SampleRange range{500, 4500, kRate};
   EXPECT_EQ(Runs(WalkBackward({}, range)), (RunList{{kSilence, 4000}}));
   EXPECT_EQ(Runs(WalkBackward({{0, 100}, {9000, 100}}, range)), (RunList{{kSilence, 4000}}));
   EXPECT_TRUE(WalkBackward({{0, 100}}, {50, 50, kRate}).empty());
@@ -185,7 +185,7 @@ TEST(SoundTimeline, IsSilentWithoutSound) {
 }
 
 TEST(SoundTimeline, IsSilentBeforeTheSoundBeginsAfterItEndsAndInHoles) {
-  const SoundRange range{0, 9000, kRate};
+  const SampleRange range{0, 9000, kRate};
   const Blocks blocks = {{2003, 500}, {2503, 500}, {4503, 800}, {5303, 700}};
   const RunList expected = {{kSilence, 2997}, {3, 700}, {2, 800},        {kSilence, 1500},
                             {1, 500},         {0, 500}, {kSilence, 2003}};
@@ -194,7 +194,7 @@ TEST(SoundTimeline, IsSilentBeforeTheSoundBeginsAfterItEndsAndInHoles) {
 }
 
 TEST(SoundTimeline, ClosesDistancesUpToTheTolerance) {
-  const SoundRange range{0, 1000, kRate};
+  const SampleRange range{0, 1000, kRate};
   // A hole and an overlap of 40 ms are none, of 41 they are.
   EXPECT_EQ(Runs(WalkBackward({{0, 460}, {500, 500}}, range)),
             (RunList{{1, 500}, {0, 460}, {kSilence, 40}}));
@@ -206,7 +206,7 @@ TEST(SoundTimeline, ClosesDistancesUpToTheTolerance) {
 }
 
 TEST(SoundTimeline, KeepsTheLaterBlockWhereTwoOverlap) {
-  const SoundRange range{0, 1000, kRate};
+  const SampleRange range{0, 1000, kRate};
   // All of the second block lies under the third.
   const Output output = WalkBackward({{0, 600}, {600, 100}, {500, 500}}, range);
   EXPECT_EQ(Runs(output), (RunList{{2, 500}, {0, 500}}));
@@ -258,7 +258,7 @@ TEST(SoundTimeline, ComesToTheCursorIfNoBlockReachesOverIt) {
 TEST(SoundTimeline, TakesBlocksOfASecond) {
   const Blocks blocks = Contiguous(0, 1000, 6);
   for (const int64_t cut : {0, 1, 40, 500, 999}) {
-    const SoundRange range{0, 5000 + cut, kRate};
+    const SampleRange range{0, 5000 + cut, kRate};
     EXPECT_EQ(WalkBackward(blocks, range), WalkForward(blocks, range)) << cut;
   }
 }
@@ -282,7 +282,7 @@ TEST(SoundTimeline, GathersNoErrorInTenHours) {
   constexpr int kHighRate = 44100;
   constexpr int64_t kBlock = 1024;
   constexpr double kSeconds = 36000;
-  const SoundRange range = SoundRange::Of(0, kSeconds, kHighRate);
+  const SampleRange range = SampleRange::Of(0, kSeconds, kHighRate);
   SoundTimeline line(range, kBlock);
   int64_t next = range.Samples() / kBlock;  // the block before this one is the next to be given
   int64_t written = 0;
@@ -322,7 +322,7 @@ TEST(SoundTimeline, BringsBackAClockThatDrifts) {
     for (int i = 0; i < 12000; ++i) {
       blocks.push_back({static_cast<int64_t>(std::round(i * 10 * pace)), 10});
     }
-    const SoundRange range{0, 119000, kRate};
+    const SampleRange range{0, 119000, kRate};
     const Output output = WalkBackward(blocks, range);
     ASSERT_EQ(output.size(), 119000U);
     int64_t farthest = 0;
@@ -379,7 +379,7 @@ class RandomStream {
 
 constexpr unsigned kSeeds = 400;
 
-SoundRange RandomRange(RandomStream* random, const Blocks& blocks) {
+SampleRange RandomRange(RandomStream* random, const Blocks& blocks) {
   const int64_t last = blocks.empty() ? 1000 : blocks.back().start + blocks.back().samples;
   const int64_t first = random->Number(-100, last);
   return {first, first + random->Number(0, last - first + 700), kRate};
@@ -389,7 +389,7 @@ TEST(SoundTimeline, EqualsTheForwardWalkIfStampsAreExact) {
   for (unsigned seed = 0; seed < kSeeds; ++seed) {
     RandomStream random(seed);
     const Blocks blocks = random.Exact();
-    const SoundRange range = RandomRange(&random, blocks);
+    const SampleRange range = RandomRange(&random, blocks);
     ASSERT_EQ(WalkBackward(blocks, range), WalkForward(blocks, range)) << "seed " << seed;
   }
 }
@@ -398,7 +398,7 @@ TEST(SoundTimeline, DoesNotDependOnWhereStepsAreCut) {
   for (unsigned seed = 0; seed < kSeeds; ++seed) {
     RandomStream random(seed);
     const Blocks blocks = random.Loose();
-    const SoundRange range = RandomRange(&random, blocks);
+    const SampleRange range = RandomRange(&random, blocks);
     const Output expected = WalkBackward(blocks, range);
     const int64_t step = random.Number(1, 5000);
     ASSERT_EQ(WalkBackward(blocks, range, {step, kRate, false}), expected) << "seed " << seed;
@@ -421,7 +421,7 @@ bool IsJoined(const Output& output, size_t newer, const Blocks& blocks, int64_t 
   if (after.block == kSilence) return true;
   if (before.block == after.block) return before.index == after.index - 1;
   if (after.index != 0 || after.block == 0) return after.block == 0;
-  const SoundBlock& neighbour = blocks[static_cast<size_t>(after.block) - 1];
+  const SampleBlock& neighbour = blocks[static_cast<size_t>(after.block) - 1];
   if (before == Sample{after.block - 1, neighbour.samples - 1}) return true;
   return std::abs(neighbour.start + neighbour.samples - position) > kTolerance;
 }
@@ -430,7 +430,7 @@ TEST(SoundTimeline, StaysNearTheStampsAndKeepsContiguousBlocksTogether) {
   for (unsigned seed = 0; seed < kSeeds; ++seed) {
     RandomStream random(seed);
     const Blocks blocks = random.Loose();
-    const SoundRange range = RandomRange(&random, blocks);
+    const SampleRange range = RandomRange(&random, blocks);
     const Output output = WalkBackward(blocks, range);
     ASSERT_EQ(static_cast<int64_t>(output.size()), range.Samples());
     for (size_t i = 0; i < output.size(); ++i) {
@@ -447,9 +447,9 @@ TEST(SoundTimeline, NeverPutsSilenceInThePlaceOfSound) {
   for (unsigned seed = 0; seed < kSeeds; ++seed) {
     RandomStream random(seed);
     const Blocks blocks = random.Loose();
-    const SoundRange range = RandomRange(&random, blocks);
+    const SampleRange range = RandomRange(&random, blocks);
     const Output output = WalkBackward(blocks, range);
-    for (const SoundBlock& block : blocks) {
+    for (const SampleBlock& block : blocks) {
       for (int64_t k = kTolerance; k < block.samples - kTolerance; ++k) {
         const int64_t position = block.start + k;
         if (position < range.first || position >= range.end) continue;
@@ -464,7 +464,7 @@ TEST(SoundTimeline, WritesUpToTheCursorButForWhatABlockMayReach) {
   for (unsigned seed = 0; seed < kSeeds; ++seed) {
     RandomStream random(seed);
     const Blocks blocks = random.Loose();
-    const SoundRange range = RandomRange(&random, blocks);
+    const SampleRange range = RandomRange(&random, blocks);
     SoundTimeline line(range, kRate);
     int64_t until = std::numeric_limits<int64_t>::max();
     for (int64_t cursor = range.end - kRate; cursor > range.first; cursor -= kRate) {
