@@ -50,6 +50,7 @@ void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job) {
     log_warn(kTag, "--plain leaves --memory out");
   }
   if (commandLine.isPlain) return;
+  job->SetMirror(true);
   job->SetSafeOutput(true);
   job->SetMemoryLimit(commandLine.memory > 0 ? commandLine.memory : codec::Reverse::kHostMemory);
 }

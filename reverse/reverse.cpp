@@ -17,6 +17,7 @@
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/writer/media_writer_factory.h"
 #include "reverse/job_memory.h"
+#include "reverse/mirror_reversal.h"
 #include "reverse/output_description.h"
 #include "reverse/reverse_loop.h"
 #include "reverse/reverse_work_thread.h"
@@ -32,6 +33,7 @@ Reverse::Reverse(const char* inputPath, double start, double end, const char* ou
     : mInputPath(inputPath),
       mOutputPath(outputPath),
       mMemory(std::make_unique<JobMemory>()),
+      mReversal(std::make_unique<Reversal>()),
       mStart(start),
       mEnd(end) {}
 
@@ -39,6 +41,10 @@ Reverse::~Reverse() { Release(); }
 
 void Reverse::SetOutputParameter(const char* key, const char* value) {
   mOutputParameters.SetString(key, value);
+}
+
+void Reverse::SetMirror(bool isMirror) {
+  mReversal = isMirror ? std::make_unique<MirrorReversal>() : std::make_unique<Reversal>();
 }
 
 void Reverse::SetMemoryLimit(int64_t bytes) { mMemory->SetLimit(bytes); }
@@ -77,13 +83,16 @@ int Reverse::CreateDecoder() {
   mOutputParameters.GetInt32("target-width", width);
   mOutputParameters.GetInt32("target-height", height);
   mMemory->SetOutputSize(int64_t{width} * height);
-  auto decoder = std::make_unique<FFmpegDecoderImpl2>(mInputPath.c_str(), mMemory->Options());
+  DecoderOptions options = mMemory->Options();
+  options.additions = mReversal->Additions();
+  auto decoder = std::make_unique<FFmpegDecoderImpl2>(mInputPath.c_str(), options);
   if (decoder->Init() != 0) {
     log_error(kTag, "decoder init failed");
     return -1;
   }
   decoder->GetMediaInfo(mInputInfo);
-  log_debug(kTag, "mStart:%.3f, mDuration:%.3f", mStart, static_cast<double>(mInputInfo.duration));
+  if (mReversal->Prepare(decoder.get(), mInputPath, mAudioEnabled, &mInputInfo) != 0) return -1;
+  log_debug(kTag, "mStart:%.3f, mDuration:%.3f", mStart, mReversal->Duration(mInputInfo));
   if (CheckRange() != 0) return -1;
   mDecoder = std::move(decoder);
   mFrameBufferSize = FrameBufferSize(mInputInfo);
@@ -91,7 +100,7 @@ int Reverse::CreateDecoder() {
 }
 
 int Reverse::CheckRange() {
-  const double duration = mInputInfo.duration;
+  const double duration = mReversal->Duration(mInputInfo);
   if (!(mStart < duration)) {
     log_error(kTag, "error reverse start position");
     return -1;
@@ -128,6 +137,7 @@ int Reverse::CreateWriter() {
 
   MediaFormat format;
   if (DescribeOutput(info, hasAudio, mOutputPath, format) != 0) return -1;
+  mReversal->Describe(info, &format);
   for (const auto& [key, value] : mOutputParameters.Entries()) {
     format.SetString(key.c_str(), value.c_str());
   }
@@ -146,7 +156,8 @@ int Reverse::CreateWriter() {
   range.sampleFormat = info.sample_format;
   range.bufferSize = mFrameBufferSize;
   mMemory->ApplyTo(&range);
-  mLoop = std::make_unique<ReverseLoop>(mDecoder.get(), mWriter.get(), range);
+  std::unique_ptr<FramePlacement> placement = mReversal->Place(mWriter.get(), &range);
+  mLoop = std::make_unique<ReverseLoop>(mDecoder.get(), std::move(placement), range);
   return 0;
 }
 
@@ -228,10 +239,15 @@ int Reverse::DoReverse() {
   }
   // What cannot be written need not be decoded.
   if (mWriter != nullptr && mWriter->OutputError() != 0) return -1;
-  if (mDecoder != nullptr && mDecoder->HostError() != 0) return -1;
+  if (HostError() != 0) return -1;
   if (mLoop == nullptr || mLoop->Step() != 0) return -1;
   mProgress = mLoop->Progress();
   return 0;
+}
+
+int Reverse::HostError() const {
+  const int error = mDecoder == nullptr ? 0 : mDecoder->HostError();
+  return error != 0 ? error : mReversal->HostError();
 }
 
 void Reverse::RunToEnd(const std::atomic<bool>& running) {
@@ -239,7 +255,7 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
   mResult = but::Guarded(kTag, [&] {
     while (running && DoReverse() == 0) {
     }
-    return mDecoder == nullptr ? 0 : mDecoder->HostError();
+    return HostError();
   });
   const auto took = static_cast<int32_t>(but::ProcessClockMillis() - begin);
   log_debug(kTag, "reverse time : %.3fs", took / 1000.0);

@@ -20,6 +20,7 @@ class NewFile;
 namespace codec {
 
 class JobMemory;
+class Reversal;
 class ReverseLoop;
 class ReverseWorkThread;
 
@@ -93,6 +94,11 @@ class Reverse {
   // set. Without it the path is written from Init on. To be called before Init; but::NewFile tells
   // which outputs are written in place all the same.
   void SetSafeOutput(bool isSafe) { mIsSafeOutput = isSafe; }
+  // Makes the output what a player shows of the source, mirrored in time: pictures and sound from
+  // one zero, each picture for its own time, the sound sample by sample, the colours told. Off
+  // unless set. Without it frames are stamped with their distance from the end of the range, and
+  // each block of sound is reversed by itself. To be called before Init.
+  void SetMirror(bool isMirror);
   // Leaves the sound out. To be called before Init.
   void DisableAudio() { mAudioEnabled = false; }
 
@@ -119,6 +125,8 @@ class Reverse {
   int MissPictures() const;
   int FinishOutput();
   int StartThreads();
+  // The first failure of the host that has cost a frame; 0 while there was none.
+  int HostError() const;
   void FreePictures();
   // Bytes that any frame of the decoder fits into; -1 when there are too many for one buffer.
   int32_t FrameBufferSize(const MediaInfo& info);
@@ -131,7 +139,8 @@ class Reverse {
   // when it is done.
   std::unique_ptr<FFmpegDecoder> mDecoder;
   std::unique_ptr<MediaWriter> mWriter;
-  std::unique_ptr<ReverseLoop> mLoop;
+  std::unique_ptr<Reversal> mReversal;  // never null
+  std::unique_ptr<ReverseLoop> mLoop;   // uses the three above
   double mStart;
   double mEnd;
   MediaInfo mInputInfo;

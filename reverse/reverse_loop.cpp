@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "base/log.h"
-#include "reverse/audio_samples.h"
 
 namespace codec {
 namespace {
@@ -13,7 +12,11 @@ constexpr char kTag[] = "codec::Reverse";
 }  // namespace
 
 ReverseLoop::ReverseLoop(FFmpegDecoder* decoder, MediaWriter* writer, const ReverseRange& range)
-    : mWriter(writer),
+    : ReverseLoop(decoder, std::make_unique<PlainPlacement>(writer, range), range) {}
+
+ReverseLoop::ReverseLoop(FFmpegDecoder* decoder, std::unique_ptr<FramePlacement> placement,
+                         const ReverseRange& range)
+    : mPlacement(std::move(placement)),
       mRange(range),
       mStock(range.bufferSize),
       mReader(decoder, &mStock, range),
@@ -38,22 +41,12 @@ void ReverseLoop::Write(Segment segment) {
   while (!segment.frames.empty()) {
     std::unique_ptr<FrameBuffer> frame = std::move(segment.frames.back());
     segment.frames.pop_back();
-    if (mRange.Holds(*frame)) WriteFrame(frame.get());
+    if (mPlacement->Write(frame.get())) {
+      (frame->type == kVideoFrame ? mHasPicture : mHasSound) = true;
+    }
     mStock.Put(std::move(frame));
   }
-}
-
-void ReverseLoop::WriteFrame(FrameBuffer* frame) {
-  if (frame->type == kAudioFrame) {
-    mHasSound = true;
-    ReverseAudioSamples(frame->Data(), frame->size, mRange.channels, mRange.sampleFormat);
-  } else {
-    mHasPicture = true;
-  }
-  if (mWriter == nullptr) return;
-  constexpr double kMicroseconds = 1000000;
-  const auto stamp = static_cast<int64_t>((mRange.end - frame->pts) * kMicroseconds);
-  mWriter->WriteFrame(static_cast<int>(frame->type), frame->Data(), frame->size, stamp);
+  mPlacement->EndStep(segment.cursor);
 }
 
 }  // namespace codec

@@ -1,9 +1,12 @@
 // The backward walk over the range: one second a step, newest frame first.
 #pragma once
 
+#include <memory>
+
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/writer/media_writer.h"
 #include "reverse/frame_buffer.h"
+#include "reverse/frame_placement.h"
 #include "reverse/frame_stock.h"
 #include "reverse/read_ahead.h"
 #include "reverse/segment_reader.h"
@@ -13,8 +16,7 @@ namespace codec {
 // A step goes like this:
 //   1. Seek one second before the part that is done (or to 0).
 //   2. Decode from there up to that part and keep every frame of it.
-//   3. Write the kept frames, the last decoded first, the samples of each audio frame reversed,
-//      stamped with their distance from the end of the range.
+//   3. Give the kept frames to the placement, the last decoded first. The placement writes them.
 //   4. Move the cursor back by the second, or to the earliest frame written, whichever is earlier.
 // The seek consumes one picture; the next step, which starts a second earlier, reads up to the
 // earliest picture written and so brings it after all.
@@ -29,6 +31,9 @@ namespace codec {
 class ReverseLoop {
  public:
   ReverseLoop(FFmpegDecoder* decoder, MediaWriter* writer, const ReverseRange& range);
+  // The same with another placement than the plain one.
+  ReverseLoop(FFmpegDecoder* decoder, std::unique_ptr<FramePlacement> placement,
+              const ReverseRange& range);
   ReverseLoop(const ReverseLoop&) = delete;
   ReverseLoop& operator=(const ReverseLoop&) = delete;
 
@@ -53,9 +58,8 @@ class ReverseLoop {
 
  private:
   void Write(Segment segment);
-  void WriteFrame(FrameBuffer* frame);
 
-  MediaWriter* const mWriter;
+  const std::unique_ptr<FramePlacement> mPlacement;
   const ReverseRange mRange;
   FrameStock mStock;
 

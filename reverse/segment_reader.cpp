@@ -54,8 +54,8 @@ Segment SegmentReader::Next() {
 bool SegmentReader::Read(double from) {
   // A seek that fails has found no picture to come, and says so in the decoder's log; sound may
   // still come.
-  bool videoDone = mDecoder->Seek(from, kDecodeForward) != 0;
-  mUsedUpPicture = !videoDone && from > 0;
+  bool videoDone = mDecoder->Seek(std::max(from - mRange.seekEarly, 0.0), kDecodeForward) != 0;
+  mUsedUpPicture = !videoDone && from > 0 && !mRange.keepsMetPicture;
   bool audioDone = !mRange.hasAudio || !IsFirstPart();
   if (IsFirstPart()) {
     mSoundEnds.reset();

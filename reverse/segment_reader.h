@@ -22,6 +22,10 @@ struct ReverseRange {
   int32_t sampleFormat = -1;  // FFmpeg's number, of decoded audio
   int32_t bufferSize = 0;     // bytes that any frame of the decoder fits into
   bool overlap = true;        // whether steps are read while others are written
+  // Seconds by which a step begins to read early. Seeks round times to single precision, which may
+  // be after a picture that the step wants.
+  double seekEarly = 0;
+  bool keepsMetPicture = false;  // the decoder delivers the picture that a seek meets
   // Bytes that the pictures of one step may take: a second of them, unless they are larger than 4K
   // at 60 frames a second. One picture is kept whatever it takes, and another one is being read.
   int64_t stepBytes = int64_t{2} << 30;
@@ -113,8 +117,8 @@ class SegmentReader {
   bool mIsSoundLost = false;                           // there was too much; it is said once
   double mSeconds = kUsualSeconds;                     // length of the next step
   int mEmptySteps = 0;                                 // in a row
-  bool mIsNarrowing = false;  // a step longer than a second turned out not empty
-  bool mHasRead = false;      // a step is done
+  bool mIsNarrowing = false;    // a step longer than a second turned out not empty
+  bool mHasRead = false;        // a step is done
   bool mUsedUpPicture = false;  // by the seek of the current step
 
   // Times of the first picture that came after some sound in a reading: endless if there was sound

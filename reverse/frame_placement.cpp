@@ -1,0 +1,56 @@
+#include "reverse/frame_placement.h"
+
+#include <cmath>
+
+#include "reverse/audio_samples.h"
+
+namespace codec {
+namespace {
+
+constexpr double kMicroseconds = 1000000;
+
+}  // namespace
+
+bool PlainPlacement::Write(FrameBuffer* frame) {
+  if (!mRange.Holds(*frame)) return false;
+  if (frame->type == kAudioFrame) {
+    ReverseAudioSamples(frame->Data(), frame->size, mRange.channels, mRange.sampleFormat);
+  }
+  if (mWriter != nullptr) {
+    const auto stamp = static_cast<int64_t>((mRange.end - frame->pts) * kMicroseconds);
+    mWriter->WriteFrame(static_cast<int>(frame->type), frame->Data(), frame->size, stamp);
+  }
+  return true;
+}
+
+MirrorPlacement::MirrorPlacement(MediaWriter* writer, const ReverseRange& range,
+                                 SoundReader* reader, int rate)
+    : mWriter(writer), mRange(range), mSuccessor(range.end) {
+  if (reader == nullptr) return;
+  mSound = std::make_unique<MirroredSound>(reader, writer, range.start, range.end, rate);
+}
+
+// Sound goes first, so that the writer never holds pictures back for want of sound: a second of
+// sound takes as much memory as one small picture.
+bool MirrorPlacement::Write(FrameBuffer* frame) {
+  constexpr double kMicrosecond = 1e-6;
+  const bool isHeld =
+      mRange.start - kMicrosecond <= frame->pts && frame->pts < mRange.end - kMicrosecond;
+  if (frame->type != kVideoFrame || !isHeld) return false;
+  if (mSound != nullptr) mSound->WriteDownTo(frame->pts);
+  const auto stamp = static_cast<int64_t>(std::llround((mRange.end - mSuccessor) * kMicroseconds));
+  mSuccessor = frame->pts;
+  mWriter->WriteFrame(kVideoFrame, frame->Data(), frame->size, stamp);
+  return true;
+}
+
+void MirrorPlacement::EndStep(double cursor) {
+  if (mSound == nullptr) return;
+  if (cursor > mRange.start) {
+    mSound->WriteDownTo(cursor);
+  } else {
+    mSound->Finish();
+  }
+}
+
+}  // namespace codec

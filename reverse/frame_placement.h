@@ -1,0 +1,65 @@
+// When and with which stamps the frames of a backward walk are written.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "codec/writer/media_writer.h"
+#include "reverse/frame_buffer.h"
+#include "reverse/mirrored_sound.h"
+#include "reverse/segment_reader.h"
+
+namespace codec {
+
+// Is given the frames of one step after another, newest first, and gives them to the writer. The
+// loop does not know which kind of placement it has. Used by one thread.
+class FramePlacement {
+ public:
+  FramePlacement() = default;
+  virtual ~FramePlacement() = default;
+  FramePlacement(const FramePlacement&) = delete;
+  FramePlacement& operator=(const FramePlacement&) = delete;
+
+  // Writes the frame if it belongs to the range; may change its bytes. True if it was written.
+  virtual bool Write(FrameBuffer* frame) = 0;
+  // All frames of a step were given. The part of the range before `cursor`, in seconds, is still to
+  // come; there is none if the cursor is not after the start of the range.
+  virtual void EndStep(double cursor) = 0;
+};
+
+// Each frame is stamped with its distance from the end of the range, and each block of sound is
+// reversed by itself. So a picture is shown for its neighbour's time, and a block plays one block
+// late. This is what the backward walk does unless it is told otherwise.
+class PlainPlacement : public FramePlacement {
+ public:
+  // The writer belongs to the caller; without one frames are dropped.
+  PlainPlacement(MediaWriter* writer, const ReverseRange& range) : mWriter(writer), mRange(range) {}
+
+  bool Write(FrameBuffer* frame) override;
+  void EndStep(double /*cursor*/) override {}
+
+ private:
+  MediaWriter* const mWriter;
+  const ReverseRange mRange;
+};
+
+// A player shows at time (end - t) what it showed of the source at t. So a picture is stamped with
+// the place at which its successor stood in the source, and the first one written with 0. Sound
+// comes from a reader of its own, sample by sample; blocks of sound among the frames are ignored.
+class MirrorPlacement : public FramePlacement {
+ public:
+  // Writer and reader belong to the caller. Without a reader, null, there is no sound. `rate` in
+  // samples a second.
+  MirrorPlacement(MediaWriter* writer, const ReverseRange& range, SoundReader* reader, int rate);
+
+  bool Write(FrameBuffer* frame) override;
+  void EndStep(double cursor) override;
+
+ private:
+  MediaWriter* const mWriter;
+  const ReverseRange mRange;
+  double mSuccessor;                      // time of the picture written last; at first the end
+  std::unique_ptr<MirroredSound> mSound;  // null without sound
+};
+
+}  // namespace codec

@@ -1,0 +1,55 @@
+// The sound of a range, written backward beside its pictures.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "codec/decoder/sound_reader.h"
+#include "codec/writer/media_writer.h"
+#include "reverse/sound_timeline.h"
+
+namespace codec {
+
+// Asks for the sound second by second, from the end of the range to its start, and gives the writer
+// every sample of the range, reversed, and silence for the times without sound. The sound of a
+// second is held in memory, the sound of the range never.
+//
+// Used by one thread. Reader and writer belong to the caller.
+class MirroredSound {
+ public:
+  // The range is [start, end) in seconds; `rate` in samples a second.
+  MirroredSound(SoundReader* reader, MediaWriter* writer, double start, double end, int rate);
+
+  // Writes the sound that a player plays at or after this time of the source, in seconds, down to a
+  // second before it. What has been written is not written again.
+  void WriteDownTo(double seconds);
+  // Writes all that is left of the range.
+  void Finish();
+
+  // Samples of a channel that were written so far.
+  int64_t Written() const { return mWritten; }
+
+ private:
+  void WriteNextSecond();
+  size_t CountNew() const;
+  void WritePieces(const std::vector<SoundPiece>& pieces);
+  void WriteSilence(int64_t samples);
+  void Write(float* samples, int64_t count);
+
+  SoundReader* const mReader;
+  MediaWriter* const mWriter;
+  const double mStart;
+  const SampleRange mRange;
+  SoundTimeline mTimeline;
+
+  double mTop;  // sound at or after this time, in seconds, has been read
+  double mEarliest = std::numeric_limits<double>::infinity();  // start of the block taken last
+  int64_t mWritten = 0;                                        // samples of a channel
+
+  SoundStretch mStretch;              // of the second being written
+  std::vector<size_t> mBlockNumbers;  // in mStretch, of the blocks given to the time line
+  std::vector<float> mSilence;        // zeros
+};
+
+}  // namespace codec
