@@ -98,12 +98,24 @@ TEST(Program, FailsForAPictureSizeThatTheEncoderRefuses) {
       CustomClip("odd_size.mkv",
                  {"-f", "lavfi", "-i", "testsrc2=size=322x242:rate=25,format=yuv444p,crop=321:241",
                   "-t", "1", "-c:v", "ffv1"});
-  const CommandResult result = RunProgram({"-i", input, "-o", ScratchPath("odd.mp4")});
+  const CommandResult result = RunProgram({"--plain", "-i", input, "-o", ScratchPath("odd.mp4")});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_NE(result.err.find("Could not open video codec"), std::string::npos);
   EXPECT_NE(result.err.find(input + " has pictures of 321x241, which H.264 cannot hold; crop it to "
                                     "an even width and height first\n"),
             std::string::npos);
+}
+
+TEST(Program, CutsAColumnAndARowThatTheEncoderRefuses) {
+  const std::string input =
+      CustomClip("odd_size.mkv",
+                 {"-f", "lavfi", "-i", "testsrc2=size=322x242:rate=25,format=yuv444p,crop=321:241",
+                  "-t", "1", "-c:v", "ffv1"});
+  const std::string output = ScratchPath("odd.mp4");
+  const CommandResult result = RunProgram({"-i", input, "-o", output});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(StreamFields(output, "v").at("width"), "320");
+  EXPECT_EQ(StreamFields(output, "v").at("height"), "240");
 }
 
 }  // namespace

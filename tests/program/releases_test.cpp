@@ -65,7 +65,7 @@ class OnEveryRelease : public testing::TestWithParam<Container> {
   std::string Reverse(const std::string& clip, const std::vector<std::string>& range,
                       size_t pictures) {
     const std::string output = ScratchPath(std::string("release.") + GetParam().extension);
-    std::vector<std::string> arguments = {"-i", clip, "-o", output};
+    std::vector<std::string> arguments = {"--plain", "-i", clip, "-o", output};
     arguments.insert(arguments.end(), range.begin(), range.end());
     const CommandResult result = RunProgram(arguments);
     EXPECT_EQ(result.status, 0) << result.err;

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "reverse/reverse.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/media_reading.h"
@@ -134,14 +135,23 @@ TEST_F(Replacing, GivesAFileThatIsNewWhatTheUmaskLeaves) {
 // The encoder's slices share a budget of bits as its threads get on, so that the bytes of pictures
 // may differ between any two runs; their times and the container may not.
 TEST_F(Replacing, WritesTheSameFileAsInPlace) {
-  const std::string plain = mFolder + "/plain.mkv";
-  const std::string aside = mFolder + "/aside.mkv";
-  EXPECT_EQ(Reverse(plain, {"--plain"}).status, 0);
-  EXPECT_EQ(Reverse(aside).status, 0);
-  EXPECT_EQ(VideoTimes(plain).size(), kPictures);
-  EXPECT_EQ(VideoTimes(plain), VideoTimes(aside));
+  std::vector<std::string> outputs;
+  for (const bool isSafe : {false, true}) {
+    outputs.push_back(mFolder + (isSafe ? "/aside.mkv" : "/in_place.mkv"));
+    codec::Reverse job(Source().c_str(), 0, 0, outputs.back().c_str());
+    job.SetSafeOutput(isSafe);
+    ASSERT_EQ(job.Init(), 0);
+    ASSERT_EQ(job.Start(), 0);
+    while (!job.WaitForEnd(1000)) {
+    }
+    job.Release();
+    EXPECT_EQ(job.Result(), 0);
+  }
+  EXPECT_EQ(VideoTimes(outputs[0]).size(), kPictures);
+  EXPECT_EQ(VideoTimes(outputs[0]), VideoTimes(outputs[1]));
   for (const char* field : {"format_name", "nb_streams", "duration"}) {
-    EXPECT_EQ(ContainerFields(plain).at(field), ContainerFields(aside).at(field)) << field;
+    EXPECT_EQ(ContainerFields(outputs[0]).at(field), ContainerFields(outputs[1]).at(field))
+        << field;
   }
 }
 

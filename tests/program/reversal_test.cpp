@@ -29,7 +29,7 @@ class Reversal : public testing::TestWithParam<std::tuple<ClipKind, Range>> {
  protected:
   static CommandResult Reverse(const std::string& input, const std::string& output,
                                const Range& range) {
-    std::vector<std::string> arguments = {"-i", input, "-o", output};
+    std::vector<std::string> arguments = {"--plain", "-i", input, "-o", output};
     if (range.start != nullptr) arguments.insert(arguments.end(), {"-s", range.start});
     if (range.end != nullptr) arguments.insert(arguments.end(), {"-e", range.end});
     return RunProgram(arguments);
@@ -123,7 +123,7 @@ TEST(Reversal, KeepsAPortraitClipUpright) {
 
 TEST(Reversal, GivesTheLastPictureOfAnMp4ItsDuration) {
   const std::string output = ScratchPath("durations.mp4");
-  ASSERT_EQ(RunProgram({"-i", Clip(ClipKind::kH264NoAudio), "-o", output}).status, 0);
+  ASSERT_EQ(RunProgram({"--plain", "-i", Clip(ClipKind::kH264NoAudio), "-o", output}).status, 0);
   const auto fields = StreamFields(output, "v");
   EXPECT_EQ(fields.at("nb_frames"), "125");
   EXPECT_NEAR(std::stod(fields.at("duration")), 5, 0.001);
@@ -148,7 +148,8 @@ TEST(Reversal, WritesOtherContainers) {
 
 TEST(Reversal, LosesOnlyTheFrameAtAStartThatTheLastSeekLandsOn) {
   const std::string output = ScratchPath("on_start.mp4");
-  ASSERT_EQ(RunProgram({"-i", Clip(ClipKind::kH264), "-o", output, "-s", "2", "-e", "5"}).status,
+  ASSERT_EQ(RunProgram({"--plain", "-i", Clip(ClipKind::kH264), "-o", output, "-s", "2", "-e", "5"})
+                .status,
             0);
   const std::vector<Picture> pictures = DecodeLuma(output);
   ASSERT_EQ(pictures.size(), 74U);

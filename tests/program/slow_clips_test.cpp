@@ -88,7 +88,8 @@ TEST(OnePictureASecond, GivesASecondOfSoundWithoutBlamingTheClip) {
     words.insert(words.end(), sound.begin(), sound.end());
     words.insert(words.end(), {"-t", "20", "-c:v", "libx264", "-preset", "veryfast", "-g", "5",
                                "-pix_fmt", "yuv420p", "-c:a", "aac"});
-    return RunProgram({"-i", CustomClip(name, words), "-o", output, "-s", "10", "-e", "11"});
+    return RunProgram(
+        {"--plain", "-i", CustomClip(name, words), "-o", output, "-s", "10", "-e", "11"});
   };
   const CommandResult heard =
       reverse("one_a_second.mp4", {"-f", "lavfi", "-i", SweepFilter(48000, "stereo")});
@@ -104,11 +105,22 @@ TEST(OnePictureASecond, GivesASecondOfSoundWithoutBlamingTheClip) {
 
 // Where the container tells that there is less than a picture a second, nothing can be derived from
 // it.
-TEST(SlowClipRate, BelowOneIsRefused) {
+TEST(SlowClipRate, BelowOneIsRefusedByThePlainReversal) {
   const std::string output = ScratchPath("slow_rate.mp4");
-  const CommandResult result = RunProgram({"-i", SlowClip("slow.mp4", kH264), "-o", output});
+  const CommandResult result =
+      RunProgram({"--plain", "-i", SlowClip("slow.mp4", kH264), "-o", output});
   EXPECT_EQ(result.status, 255);
   EXPECT_NE(result.err.find("error fps:0"), std::string::npos) << result.err;
+}
+
+TEST(SlowClipRate, BelowOneIsMirrored) {
+  const std::string output = ScratchPath("slow_rate_mirrored.mp4");
+  const CommandResult result = RunProgram({"-i", SlowClip("slow.mp4", kH264), "-o", output});
+  EXPECT_EQ(result.status, 0) << result.err;
+  const std::vector<double> times = VideoTimes(output);
+  ASSERT_EQ(times.size(), static_cast<size_t>(kPictures));
+  for (size_t i = 0; i < times.size(); ++i)
+    EXPECT_NEAR(times[i], 3.0 * static_cast<double>(i), 0.05);
 }
 
 }  // namespace
