@@ -78,8 +78,7 @@ int InputFile::AnyPacket(int64_t position) const {
   if (number < 0) return AVSEEK_FLAG_ANY;
   AVStream* const stream = mContext->streams[number];
   const int64_t ticks = av_rescale_q(position, {1, AV_TIME_BASE}, stream->time_base);
-  const int any =
-      av_index_search_timestamp(stream, ticks, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
+  const int any = av_index_search_timestamp(stream, ticks, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY);
   const int key = av_index_search_timestamp(stream, ticks, AVSEEK_FLAG_BACKWARD);
   return key >= 0 && key < any ? 0 : AVSEEK_FLAG_ANY;
 }
@@ -94,8 +93,8 @@ int InputFile::SeekToStart(int64_t earliest) {
   const int64_t start = first == AV_NOPTS_VALUE || first >= 0 ? 0 : first - kEarlier;
   const int any = AnyPacket(start);
   const int64_t least = any == 0 ? std::numeric_limits<int64_t>::min() : std::min(earliest, start);
-  const int result = avformat_seek_file(mContext.get(), -1, least, start, start,
-                                        AVSEEK_FLAG_BACKWARD | any);
+  const int result =
+      avformat_seek_file(mContext.get(), -1, least, start, start, AVSEEK_FLAG_BACKWARD | any);
   if (result >= 0) return result;
   if (!mWarnedOfStart) {
     log_warn(kDecoderTag, "%s: no way to its start by time: %s", mPath.c_str(),

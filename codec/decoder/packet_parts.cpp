@@ -10,8 +10,7 @@ int PartsOf(AVCodecID codec, const AVPacket& packet) {
   const int pictures = 1 + static_cast<int>(marker & 7U);
   const int bytesEach = 1 + static_cast<int>((marker >> 3U) & 3U);
   const int indexBytes = 2 + pictures * bytesEach;
-  const bool isWhole =
-      packet.size >= indexBytes && packet.data[packet.size - indexBytes] == marker;
+  const bool isWhole = packet.size >= indexBytes && packet.data[packet.size - indexBytes] == marker;
   return isWhole ? pictures : 1;
 }
 

@@ -89,7 +89,7 @@ class FakeDecoder : public PictureDecoder {
 };
 
 constexpr int kEnd = -1;
-constexpr int kBlank = -2;   // a picture without samples
+constexpr int kBlank = -2;  // a picture without samples
 constexpr int kError = -3;
 
 // A stream of numbered packets in groups, and a walk through it.
