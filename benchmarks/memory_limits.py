@@ -5,8 +5,8 @@ usage: scripts/bench-memory [--sizes 360,720,...] [--keep DIR] [--write]
 
 For each size, codec, length of groups and limit: the most that the group took, in MB of 2^20 bytes, and the
 speed as a multiple of playing; or that the run was refused, with what it says that it needs. A run that the
-kernel kills, or that loses a picture, is printed as such and makes the script fail. Speeds are of the last
-two seconds of the clip's first eight, which lie deep in a group of 250 pictures, start and end of the
+kernel kills, or that loses a picture, is printed as such and makes the script fail. Speeds are of two seconds
+that end eight seconds into a group of 250 pictures (2160p: of one that ends at three), start and end of the
 program included. With --write the table replaces the one in docs/performance.md, of all sizes only. Needs
 root, python3 and ffmpeg, and the release build.
 """
@@ -23,7 +23,9 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 PROGRAM = ROOT / "build/release/clip-reverse"
 LIMITS = (96, 128, 200, 300, 512, 1024)
 SIZES = {"360": "640x360", "720": "1280x720", "1080": "1920x1080", "2160": "3840x2160"}
-START, END, RATE = 6, 8, 30
+RATE = 30
+# The range that is reversed, in seconds, and where its clip ends. Large pictures deep in a group take minutes.
+RANGES = {"360": (6, 8), "720": (6, 8), "1080": (6, 8), "2160": (2, 3)}
 
 
 def make_clip(folder, size, codec, group):
@@ -39,7 +41,7 @@ def make_clip(folder, size, codec, group):
     subprocess.run(["ffmpeg", "-v", "error", "-y",
                     "-f", "lavfi", "-i", f"testsrc2=size={SIZES[size]}:rate={RATE}",
                     "-f", "lavfi", "-i", "sine=frequency=440:sample_rate=48000",
-                    "-t", str(END), "-pix_fmt", "yuv420p", *coding.split(), "-c:a", "aac", "-ac", "2",
+                    "-t", str(RANGES[size][1]), "-pix_fmt", "yuv420p", *coding.split(), "-c:a", "aac", "-ac", "2",
                     str(unfinished)], check=True)
     unfinished.rename(path)
     return path
@@ -85,13 +87,13 @@ def pictures_of(path):
     return int(count)
 
 
-def run(clip, output, megabytes):
+def run(clip, output, start, end, megabytes):
     """What the table says, and whether it is as it should be."""
     group = Group(megabytes)
     try:
         began = time.monotonic()
         # A little earlier than a whole second: the picture there shall count.
-        result = subprocess.run([str(PROGRAM), "-i", str(clip), "-o", str(output), "-s", str(START - 0.01)],
+        result = subprocess.run([str(PROGRAM), "-i", str(clip), "-o", str(output), "-s", str(start - 0.01)],
                                 preexec_fn=group.enter, capture_output=True, text=True)
         took = time.monotonic() - began
         if group.kills() or result.returncode < 0:
@@ -99,9 +101,9 @@ def run(clip, output, megabytes):
         if result.returncode != 0:
             need = re.search(r"need (\d+) MB of memory", result.stderr)
             return (f"needs {need.group(1)}", True) if need else ("**failed**", False)
-        if pictures_of(output) != (END - START) * RATE:
+        if pictures_of(output) != (end - start) * RATE:
             return "**lost pictures**", False
-        return f"{group.peak()}, {(END - START) / took:.2f}x", True
+        return f"{group.peak()}, {(end - start) / took:.2f}x", True
     finally:
         group.remove()
 
@@ -124,7 +126,7 @@ def main():
                 clip = make_clip(folder, size, codec, group)
                 cells = []
                 for limit in LIMITS:
-                    text, is_well = run(clip, folder / "output.mp4", limit)
+                    text, is_well = run(clip, folder / "output.mp4", *RANGES[size], limit)
                     cells.append(text)
                     all_well &= is_well
                 lines.append(f"| {size}p, {codec}, groups of {group} | " + " | ".join(cells) + " |")
