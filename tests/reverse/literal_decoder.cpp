@@ -79,9 +79,7 @@ void LiteralDecoder::ScanKeyInterval() {
 }
 
 size_t LiteralDecoder::UnsettledBlocks() const {
-  if (!HasAudio()) return 0;
-  if (mAudio->codec_id == AV_CODEC_ID_AAC) return 1;
-  return mAudio->codec_id == AV_CODEC_ID_MP3 ? 3 : 0;
+  return HasAudio() && mAudio->codec_id == AV_CODEC_ID_MP3 ? 3 : 0;
 }
 
 int LiteralDecoder::Seek(double exact) {

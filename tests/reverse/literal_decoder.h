@@ -39,8 +39,7 @@ class LiteralDecoder {
 
   double Duration() const { return mDuration; }  // seconds
   bool HasAudio() const { return mAudio != nullptr; }
-  // How many blocks after a seek have bytes that depend on the block decoded last before it: these
-  // sound decoders keep some state when they are flushed.
+  // How many blocks after a seek have bytes that depend on what was decoded before them.
   size_t UnsettledBlocks() const;
 
  private:

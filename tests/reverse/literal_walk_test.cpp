@@ -4,14 +4,13 @@
 // What may differ, and why:
 //  1. Steps without a frame do not count. After some of them the reader takes longer steps, as a
 //     clip whose stamps jump would keep it busy for hours.
-//  2. Pictures and sound are compared apart if there are several threads. Each thread holds back
-//     one more picture, so that sound overtakes the pictures.
-//  3. The bytes of the first block of sound after a seek, with several threads, if the codec is
-//     AAC or MP3. Their decoders are flushed but keep some state of the block before, and the
-//     reader has read further then (see 2).
-//  4. Where a demuxer lands in the middle of a group, the literal walk begins at the start of the
+//  2. Where a demuxer lands in the middle of a group, the literal walk begins at the start of the
 //     clip (`Landing`). The reader goes back further until no picture is lost. A test below makes
 //     sure that the clip needs it.
+//  3. After single seeks, the bytes of the first blocks of MP3 do not count. They lean on packets
+//     before them, and after the last picture the literal walk has read all of these.
+//  4. After a seek past the last picture, the sound of the Ogg clip does not count. FFmpeg lands on
+//     the last page and stamps the sound on it up to a second late.
 //  5. What is marked "Better" in literal_decoder.cpp.
 #include "tests/reverse/literal_walk.h"
 
@@ -109,11 +108,6 @@ TEST_P(LiteralWalk, IsWhatTheReaderGives) {
   FFmpegDecoderImpl2 probe(path.c_str());
   ASSERT_EQ(probe.Init(), 0);
   const int64_t picture = probe.GetFrameBufferSize();
-  // A sound decoder that is opened anew lacks what one that is flushed keeps.
-  const size_t unsettled = clip.landing == Landing::kOpened ? literal.UnsettledBlocks() : 0;
-  const auto settled = [unsettled](const Steps& steps) {
-    return Settled(Filled(steps), unsettled, Order::kNewestFirst);
-  };
   const std::pair<const char*, int64_t> budgets[] = {
       {"of a byte", 1},
       {"of 3 pictures", 3 * picture},
@@ -127,13 +121,15 @@ TEST_P(LiteralWalk, IsWhatTheReaderGives) {
       options.threads = threads;
       options.replayBudget = budget;
       const Steps seen = WalkByReader(path, range, options);
-      EXPECT_EQ(Difference(settled(expected), settled(seen)), "");
+      EXPECT_EQ(Difference(Filled(expected), Filled(seen)), "");
     }
   }
 }
 
 // Seeks and reads of any order, failing seeks and reads at the end among them.
 class LiteralSeeks : public testing::TestWithParam<WalkClip> {};
+
+constexpr int kFailed = -1;
 
 struct SeekAndRead {
   double part;   // of the clip's length, where the seek goes
@@ -172,8 +168,12 @@ TEST_P(LiteralSeeks, GiveWhatTheDecoderGives) {
     *frame = {next.type, next.size, next.pts, HashBytes(next.bytes.data(), next.bytes.size())};
     return true;
   };
-  const auto settled = [blocks = literal.UnsettledBlocks()](const Steps& steps) {
-    return Settled(steps, blocks, Order::kOldestFirst);
+  const auto comparable = [&clip, blocks = literal.UnsettledBlocks()](Steps steps) {
+    for (WalkedStep& step : steps) {
+      const bool isPastPictures = step.cursor == kFailed;
+      if (isPastPictures && clip.lastSound == LastSound::kMisstamped) step.frames.clear();
+    }
+    return Settled(steps, blocks);
   };
   const Steps expected = Follow(literal.Duration(), seek, read);
   for (const int threads : {1, 2, 16}) {
@@ -194,7 +194,7 @@ TEST_P(LiteralSeeks, GiveWhatTheDecoderGives) {
                       HashBytes(next.bytes.data(), next.bytes.size())};
             return true;
           });
-      EXPECT_EQ(Difference(settled(expected), settled(seen)), "");
+      EXPECT_EQ(Difference(comparable(expected), comparable(seen)), "");
     }
   }
 }

@@ -196,7 +196,7 @@ const std::vector<WalkClip>& WalkClips() {
       {"OneFps", OneFps, 5},
       {"ThirdFps", ThirdFps, 4},
       {"LongHole", LongHole, 25},
-      {"Ogg", Ogg, 64},
+      {"Ogg", Ogg, 64, Landing::kAsked, LastSound::kMisstamped},
       {"Flv", Flv, 30},
       {"FlvH264", FlvH264, 30},
       {"SoundLate", SoundLate, 30},

@@ -9,11 +9,15 @@
 
 namespace codec {
 
+// How FFmpeg stamps the sound on the last page of a clip after a seek to that page.
+enum class LastSound { kRight, kMisstamped };
+
 struct WalkClip {
   const char* name;
   std::string (*make)();
   int group;  // pictures from one key picture to the next
   Landing landing = Landing::kAsked;
+  LastSound lastSound = LastSound::kRight;
 };
 
 // Makes the name in a list of tests, where an address would be another one each time.

@@ -38,13 +38,11 @@ Steps Only(FrameType type, Steps steps) {
   return steps;
 }
 
-Steps Settled(Steps steps, size_t unsettled, Order order) {
+Steps Settled(Steps steps, size_t unsettled) {
   for (WalkedStep& step : steps) {
     size_t left = unsettled;
-    for (size_t i = 0; i < step.frames.size() && left > 0; ++i) {
-      WalkedFrame& frame =
-          step.frames[order == Order::kOldestFirst ? i : step.frames.size() - 1 - i];
-      if (frame.type != kAudioFrame) continue;
+    for (WalkedFrame& frame : step.frames) {
+      if (frame.type != kAudioFrame || left == 0) continue;
       frame.hash = 0;
       --left;
     }

@@ -18,10 +18,7 @@ Steps Filled(Steps steps);
 // What the steps have of one kind.
 Steps Only(FrameType type, Steps steps);
 
-// In which order a step has its frames.
-enum class Order { kNewestFirst, kOldestFirst };
-
-// The steps without the bytes of so many blocks of sound, the oldest of each step.
-Steps Settled(Steps steps, size_t unsettled, Order order);
+// The steps without the bytes of so many blocks of sound, the first of each step.
+Steps Settled(Steps steps, size_t unsettled);
 
 }  // namespace codec
