@@ -1,7 +1,10 @@
 #include "reverse/mirror_reversal.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
+#include "base/local_file.h"
 #include "base/log.h"
 #include "codec/utils/picture_colors.h"
 #include "reverse/stamp_rate.h"
@@ -18,6 +21,16 @@ constexpr double kSeekEarly = 0.02;
 // Sound that begins earlier than the first picture by more than this is heard before it; less is
 // how containers interleave.
 constexpr double kEarlySound = 0.1;
+
+// Whether the file holds next to nothing for its length, as files do whose stamps jump. Hours of
+// silence would have to be encoded between the few blocks of its sound.
+bool HasJumpingClock(const std::string& path, double seconds) {
+  constexpr double kLong = 300;
+  constexpr double kFewestBytesASecond = 64;
+  std::error_code error;
+  const auto bytes = std::filesystem::file_size(but::LocalPath(path), error);
+  return !error && seconds > kLong && static_cast<double>(bytes) < seconds * kFewestBytesASecond;
+}
 
 }  // namespace
 
@@ -46,6 +59,11 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
   decoder->SetZero(zero);
   if (mSound != nullptr) mSound->SetZero(zero);
   mDuration = decoder->Duration();
+  if (mSound != nullptr && HasJumpingClock(path, mDuration)) {
+    log_warn(kTag, "the clock of %s jumps by hours; its sound is left out", path.c_str());
+    mSound.reset();
+    info->has_audio = 0;
+  }
   info->duration = static_cast<float>(mDuration);
   return 0;
 }
