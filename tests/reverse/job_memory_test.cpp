@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "base/host_limits.h"
@@ -89,9 +90,10 @@ class DigestJob : public Reverse {
   }
 };
 
-std::vector<Handed> RunWith(int64_t limit, const std::string& clip) {
+std::vector<Handed> RunWith(int64_t limit, const std::string& clip, bool isMirror) {
   DigestJob job(clip.c_str(), 0.7, 2.9, ScratchPath("none.mp4").c_str());
   job.SetMemoryLimit(limit);
+  job.SetMirror(isMirror);
   return job.Run();
 }
 
@@ -131,18 +133,19 @@ class OneProcessor {
   cpu_set_t mBefore{};
 };
 
-class MemoryLimit : public testing::TestWithParam<ClipKind> {};
+class MemoryLimit : public testing::TestWithParam<std::tuple<ClipKind, bool>> {};
 
 TEST_P(MemoryLimit, LeavesWhatTheEncoderGetsAsItIs) {
   const OneProcessor one;
-  const std::string clip = Clip(GetParam());
-  const std::vector<Handed> expected = RunWith(Reverse::kHostMemory, clip);
+  const auto& [kind, isMirror] = GetParam();
+  const std::string clip = Clip(kind);
+  const std::vector<Handed> expected = RunWith(Reverse::kHostMemory, clip, isMirror);
   ASSERT_GT(expected.size(), 40U);
   // The process may have grown between the question and the run. The first holds a picture or a
   // few, the next a part of a second, the last a second.
   const int64_t least = LeastFor(clip) + 2 * kMegabyte;
   for (const int64_t more : {0, 8, 30}) {
-    const std::vector<Handed> frames = RunWith(least + more * kMegabyte, clip);
+    const std::vector<Handed> frames = RunWith(least + more * kMegabyte, clip, isMirror);
     ASSERT_EQ(frames.size(), expected.size()) << more << " MB above the least";
     for (size_t i = 0; i < frames.size(); ++i) {
       ASSERT_TRUE(frames[i] == expected[i])
@@ -153,11 +156,14 @@ TEST_P(MemoryLimit, LeavesWhatTheEncoderGetsAsItIs) {
 }
 
 INSTANTIATE_TEST_SUITE_P(SomeKinds, MemoryLimit,
-                         testing::Values(ClipKind::kH264, ClipKind::kH264LongGop,
-                                         ClipKind::kTransport, ClipKind::kMpeg4Avi, ClipKind::kVp9,
-                                         ClipKind::kSurround, ClipKind::kVariableRate),
-                         [](const testing::TestParamInfo<ClipKind>& kind) {
-                           return test_support::ClipName(kind.param);
+                         testing::Combine(testing::Values(ClipKind::kH264, ClipKind::kH264LongGop,
+                                                          ClipKind::kTransport, ClipKind::kMpeg4Avi,
+                                                          ClipKind::kVp9, ClipKind::kSurround,
+                                                          ClipKind::kVariableRate),
+                                          testing::Bool()),
+                         [](const testing::TestParamInfo<std::tuple<ClipKind, bool>>& test) {
+                           return test_support::ClipName(std::get<0>(test.param)) +
+                                  (std::get<1>(test.param) ? "_mirrored" : "");
                          });
 
 std::vector<Handed> FramesWith(int threads, int64_t stepBytes, const std::string& clip) {
