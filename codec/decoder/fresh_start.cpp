@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace codec {
 namespace {
@@ -19,14 +20,100 @@ struct NalCodec {
   int shift;
   int mask;
   int lastPictureType;  // types up to this one carry a picture's slices
-  int firstIdrType;
-  int lastIdrType;
+  // Types of pictures that decoding can begin at: those shown later refer to none before.
+  int firstStartType;
+  int lastStartType;
   int lengthSizeAt;  // where the configuration record says how long a unit's length is
+  int messageType;   // of units with messages, one of which may be a recovery point; 0 for none
 };
 constexpr std::array<NalCodec, 2> kNalCodecs = {{
-    {AV_CODEC_ID_H264, 0, 0x1f, 5, 5, 5, 4},
-    {AV_CODEC_ID_HEVC, 1, 0x3f, 31, 19, 20, 21},
+    {AV_CODEC_ID_H264, 0, 0x1f, 5, 5, 5, 4, 6},
+    {AV_CODEC_ID_HEVC, 1, 0x3f, 31, 16, 21, 21, 0},
 }};
+
+// The units of a packet, one after another.
+class Units {
+ public:
+  // `lengthSize`: bytes of the length before each unit; 0 where start codes part them.
+  Units(const AVPacket& packet, size_t lengthSize)
+      : mData(packet.data),
+        mSize(static_cast<size_t>(std::max(packet.size, 0))),
+        mLengthSize(lengthSize) {
+    Begin(0);
+  }
+
+  bool HasMore() const { return mAt < mEnd; }
+  const uint8_t* Data() const { return mData + mAt; }
+  size_t Size() const { return mEnd - mAt; }
+  void Next() { Begin(mEnd); }
+
+ private:
+  void Begin(size_t from) {
+    mAt = mEnd = mSize;
+    if (mLengthSize == 0) {
+      mAt = NextStartCode(from);
+      mEnd = std::max(mAt, StartCodeFrom(mAt));
+      return;
+    }
+    if (mSize - from <= mLengthSize) return;
+    size_t length = 0;
+    for (size_t i = from; i < from + mLengthSize; ++i) length = length << 8 | mData[i];
+    mAt = from + mLengthSize;
+    // The last unit may be cut off; what there is of it tells its type.
+    mEnd = mAt + std::min(length, mSize - mAt);
+  }
+  // The offset of the next start code, or the packet's size.
+  size_t StartCodeFrom(size_t from) const {
+    for (size_t i = from; i + 3 < mSize; ++i) {
+      if (mData[i] == 0 && mData[i + 1] == 0 && mData[i + 2] == 1) return i;
+    }
+    return mSize;
+  }
+  size_t NextStartCode(size_t from) const { return std::min(StartCodeFrom(from) + 3, mSize); }
+
+  const uint8_t* mData;
+  size_t mSize;
+  size_t mLengthSize;
+  size_t mAt = 0;
+  size_t mEnd = 0;
+};
+
+// The bytes that a unit stands for: where three bytes could look like a start code, a 3 is put in.
+std::vector<uint8_t> Unescaped(const uint8_t* data, size_t size) {
+  std::vector<uint8_t> bytes;
+  int zeros = 0;
+  for (size_t i = 0; i < size; ++i) {
+    if (zeros >= 2 && data[i] == 3) {
+      zeros = 0;
+      continue;
+    }
+    zeros = data[i] == 0 ? zeros + 1 : 0;
+    bytes.push_back(data[i]);
+  }
+  return bytes;
+}
+
+// Whether a unit of messages says that a decoder which begins here shows the very same pictures
+// from here on: a recovery point after no pictures, exact, and without a broken link.
+bool HasExactRecoveryPoint(const uint8_t* data, size_t size) {
+  constexpr size_t kRecoveryPoint = 6;
+  const std::vector<uint8_t> bytes = Unescaped(data, size);
+  size_t at = 1;
+  const auto number = [&] {
+    size_t value = 0;
+    while (at < bytes.size() && bytes[at] == 0xff) value += bytes[at++];
+    return at < bytes.size() ? value + bytes[at++] : value;
+  };
+  while (at + 2 < bytes.size()) {
+    const size_t type = number();
+    const size_t length = number();
+    if (length > bytes.size() - at) return false;
+    // The count of pictures is a single 1 if it is 0; the next bits are "exact" and "broken".
+    if (type == kRecoveryPoint) return length > 0 && bytes[at] >> 5U == 6;
+    at += length;
+  }
+  return false;
+}
 
 // Bytes of the length before each unit; 0 where start codes part them.
 size_t LengthSize(const AVCodecParameters& stream, const NalCodec& codec) {
@@ -38,33 +125,18 @@ size_t LengthSize(const AVCodecParameters& stream, const NalCodec& codec) {
   return isRecord ? (data[codec.lengthSizeAt] & 3U) + 1 : 0;
 }
 
-// The offset of the unit behind this one's header, or `size`.
-size_t NextStartCode(const uint8_t* data, size_t size, size_t from) {
-  for (size_t i = from; i + 3 < size; ++i) {
-    if (data[i] == 0 && data[i + 1] == 0 && data[i + 2] == 1) return i + 3;
-  }
-  return size;
-}
-
-// Whether the first unit with a picture in it is of a kind that ends all references.
-bool BeginsWithIdr(const AVPacket& packet, const NalCodec& codec, size_t lengthSize) {
-  const uint8_t* const data = packet.data;
-  const auto size = static_cast<size_t>(std::max(packet.size, 0));
-  size_t at = lengthSize == 0 ? NextStartCode(data, size, 0) : lengthSize;
-  while (at < size) {
-    const int type = (data[at] >> codec.shift) & codec.mask;
+// Whether the first picture is one that decoding can begin at.
+bool BeginsAfresh(const AVPacket& packet, const NalCodec& codec, size_t lengthSize) {
+  bool recovers = false;
+  for (Units units(packet, lengthSize); units.HasMore(); units.Next()) {
+    const int type = (units.Data()[0] >> codec.shift) & codec.mask;
     // No picture has type 0 in H.264; in HEVC it is one that refers to others.
     if (type <= codec.lastPictureType) {
-      return codec.firstIdrType <= type && type <= codec.lastIdrType;
+      return recovers || (codec.firstStartType <= type && type <= codec.lastStartType);
     }
-    if (lengthSize == 0) {
-      at = NextStartCode(data, size, at);
-      continue;
+    if (type == codec.messageType && codec.messageType != 0) {
+      recovers = recovers || HasExactRecoveryPoint(units.Data(), units.Size());
     }
-    size_t length = 0;
-    for (size_t i = at - lengthSize; i < at; ++i) length = length << 8 | data[i];
-    if (length >= size - at) break;
-    at += length + lengthSize;
   }
   return false;
 }
@@ -75,7 +147,7 @@ bool StartsAfresh(const AVCodecParameters& stream, const AVPacket& packet) {
   if (packet.data == nullptr || (packet.flags & AV_PKT_FLAG_KEY) == 0) return false;
   for (const NalCodec& codec : kNalCodecs) {
     if (codec.codec != stream.codec_id) continue;
-    return BeginsWithIdr(packet, codec, LengthSize(stream, codec));
+    return BeginsAfresh(packet, codec, LengthSize(stream, codec));
   }
   const AVCodecDescriptor* const descriptor = avcodec_descriptor_get(stream.codec_id);
   if (descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0) return true;

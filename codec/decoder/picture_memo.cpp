@@ -203,6 +203,9 @@ PictureMemo::Progress PictureMemo::Take(AVFrame* frame) {
       return Progress::kPicture;
     }
   }
+  if (mTakeover != kNone && place >= mBorder && frame->best_effort_timestamp >= mBorderStamp) {
+    DropTwin(frame->best_effort_timestamp);
+  }
   if (place != mDecoderPlace) mDecoderGave = 0;
   mDecoderPlace = place;
   const size_t number = mDecoderGave++;
@@ -230,6 +233,20 @@ PictureMemo::Progress PictureMemo::Take(AVFrame* frame) {
   ++mGiven;
   mWasRead = mWasRead || !mWalking;
   return Progress::kPicture;
+}
+
+// The decoder gives a picture sooner than it did when it began at the border, so that it would be
+// given twice.
+void PictureMemo::DropTwin(int64_t stamp) {
+  mIsTorn = true;
+  for (auto entry = mEntries.begin() + static_cast<std::ptrdiff_t>(mTakeover);
+       entry != mEntries.end(); ++entry) {
+    for (auto picture = entry->pictures.begin(); picture != entry->pictures.end(); ++picture) {
+      if (picture->stamp != stamp) continue;
+      entry->pictures.erase(picture);
+      return;
+    }
+  }
 }
 
 // Whether a later step may ask for this place.
@@ -376,21 +393,33 @@ void PictureMemo::DropLater() {
 // A new packet, against the one that came next in the later group.
 void PictureMemo::Follow(const PacketIdentity& identity) {
   if (mLater.empty() || mTakeover != kNone) return;
-  if (mBorder == kNone && mLater.front().identity.IsSamePacket(identity)) mBorder = mSent;
+  if (mBorder == kNone && mLater.front().identity.IsSamePacket(identity)) {
+    mBorder = mSent;
+    mBorderStamp = identity.pts;
+  }
   if (mBorder == kNone) return;
   const int64_t place = mSent - mBorder;
   if (place >= static_cast<int64_t>(mLater.size()) ||
       !mLater[static_cast<size_t>(place)].identity.IsSamePacket(identity)) {
     return DropLater();
   }
-  if (place == mTrusted) TakeOver(place);
+  if (place != mTrusted) return;
+  if (std::any_of(mEntries.begin() + static_cast<std::ptrdiff_t>(mBorder), mEntries.end(),
+                  [this](const Entry& entry) { return HasPictureFrom(entry, mBorderStamp); })) {
+    return DropLater();
+  }
+  TakeOver(place);
+}
+
+bool PictureMemo::HasPictureFrom(const Entry& entry, int64_t stamp) {
+  return std::any_of(entry.pictures.begin(), entry.pictures.end(),
+                     [stamp](const Picture& picture) { return picture.stamp >= stamp; });
 }
 
 void PictureMemo::TakeOver(int64_t place) {
   std::move(mLater.begin() + static_cast<std::ptrdiff_t>(place), mLater.end(),
             std::back_inserter(mEntries));
   mPolicy.Join(place, mSent);
-  mBorderStamp = mLater.front().identity.pts;
   mLater.clear();
   mTakeover = mSent;
 }

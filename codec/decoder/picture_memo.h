@@ -97,6 +97,7 @@ class PictureMemo : public PictureDecoder {
   Entry& At(int64_t place);
   const Entry& At(int64_t place) const { return const_cast<PictureMemo*>(this)->At(place); }
   void AddEntry(const PacketIdentity& identity);
+  void DropTwin(int64_t stamp);
   bool IsNeeded(int64_t place) const;
   void Remember(int64_t place, Picture* picture);
 
@@ -116,6 +117,7 @@ class PictureMemo : public PictureDecoder {
   void TakeBack();
   void DropLater();
   void Follow(const PacketIdentity& identity);
+  static bool HasPictureFrom(const Entry& entry, int64_t stamp);
   void TakeOver(int64_t place);
   void FinishTakeover();
   void Truncate(int64_t place);
