@@ -13,12 +13,12 @@
 
 namespace codec {
 
-// Takes buffers from the frame pool and keeps all of them until the job is done: every step needs
-// as many as the one before it, and the pool, which keeps twelve, would have their pages made anew
-// each second.
+// Takes buffers from the frame pool and keeps all of them until the job is done. Every step needs
+// as many as the step before. The pool keeps only twelve: the pages of the others would have to be
+// made anew each second.
 //
-// What a buffer will hold is known only once it is filled. A frame of sound moves into a small
-// buffer, so that memory is paid for no more large ones than there are pictures.
+// A buffer is taken before it is known whether it will hold a picture or sound. Sound moves into a
+// small buffer afterwards, so no more large buffers are filled than there are pictures.
 //
 // Safe to call from several threads.
 class FrameStock {
@@ -30,8 +30,8 @@ class FrameStock {
   FrameStock(const FrameStock&) = delete;
   FrameStock& operator=(const FrameStock&) = delete;
 
-  // A buffer that any frame fits into; what it holds is not defined. Waits while as many of these
-  // are out as may be. Throws std::bad_alloc.
+  // A buffer that any frame fits into; its contents are not defined. Waits while as many of these
+  // buffers are out as may be. Throws std::bad_alloc.
   std::unique_ptr<FrameBuffer> Get();
   // The same frame in a small buffer, if it is a small frame. Throws std::bad_alloc.
   std::unique_ptr<FrameBuffer> Compact(std::unique_ptr<FrameBuffer> frame);

@@ -76,8 +76,8 @@ bool SegmentReader::Read(double from) {
       return !isTooLong;
     }
     NoteSound(*frame);
-    // The flags only end the reading. A frame of the part still to do that comes after its kind's
-    // flag was set, as it may where streams are loosely interleaved, is kept.
+    // The flags only end the reading. If streams are loosely interleaved, a wanted frame may come
+    // after its kind's flag was set; it is kept.
     if (isWanted) {
       Keep(std::move(frame));
     } else {
@@ -177,8 +177,8 @@ Segment SegmentReader::TakePart() {
   return part;
 }
 
-// Nothing but whole seconds are left out by a longer step, so that those with frames in them are
-// cut where they always are.
+// A longer step skips only whole empty seconds. So steps with frames in them are cut at the same
+// times in any case.
 void SegmentReader::ChooseLength(bool wasEmpty) {
   if (mIsNarrowing && mSeconds > kUsualSeconds) {
     mSeconds /= 2;

@@ -82,7 +82,7 @@ class SegmentReader {
     size_t picturesBefore;
   };
 
-  // False where a step longer than a second turned out not empty; it was given up then.
+  // False if a step longer than a second turned out not to be empty; it was given up then.
   bool Read(double from);
   bool IsWanted(const FrameBuffer& frame) const;
   // Wanted ones of the current step, so far.

@@ -1,4 +1,4 @@
-// What one opened input consists of; the reading and seeking strategies work on it.
+// What one opened input consists of. Reading and seeking work on it.
 #pragma once
 
 #include <cstdint>
@@ -26,11 +26,6 @@ struct DecodeSession {
   AudioConverter sound;
   FrameTimes times;
 
-  // Scratch of whichever operation runs; blank between operations.
-  ffmpeg::UniqueFrame frame;
-  ffmpeg::UniqueFrame spare;
-  ffmpeg::UniquePacket packet;
-
   double duration = 0;  // seconds
   // Seconds of the file's stamps at which the last packet ends, if the length was found by
   // scanning.
@@ -44,7 +39,6 @@ struct DecodeSession {
   double soundFrom = -std::numeric_limits<double>::infinity();
 
   int VideoIndex() const { return video == nullptr ? -1 : video->Index(); }
-  bool IsUsable() const { return frame != nullptr && spare != nullptr && packet != nullptr; }
 
   void FlushDecoders() {
     if (video != nullptr) video->Flush();

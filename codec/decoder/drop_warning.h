@@ -1,5 +1,5 @@
-// Warns of the first of a run of dropped frames, so that a stream that changes in its middle does
-// not fill the log.
+// Warns of the first of several dropped frames in a row. A stream that changes in its middle would
+// fill the log otherwise.
 #pragma once
 
 #include <string>

@@ -32,8 +32,8 @@ struct FFmpegDecoderImpl2::Parts {
 
   // Whether there was memory for all of them.
   bool IsUsable() const {
-    return session.IsUsable() && feed.IsUsable() && receiver.IsUsable() && packets.IsUsable() &&
-           source.IsUsable() && seeker.IsUsable();
+    return feed.IsUsable() && receiver.IsUsable() && packets.IsUsable() && source.IsUsable() &&
+           seeker.IsUsable();
   }
 };
 
@@ -89,6 +89,7 @@ int FFmpegDecoderImpl2::InitParts() {
   mFrameBufferSize = session->pictures.Size();
   mAudioBufferSize = session->sound.MaxBlockBytes();
   auto parts = std::make_unique<Parts>(std::move(session));
+  if (!parts->IsUsable()) log_error(kDecoderTag, "Could not allocate frame");
   parts->feed.Open(opener.Share().replayBudget);
   if (mOptions.additions.keepsMetPicture) parts->seeker.KeepMetPicture();
   mParts = std::move(parts);

@@ -7,7 +7,7 @@
 namespace codec {
 
 int FirstFailure::Note(int result) {
-  if (result == AVERROR(ENOMEM)) mError = result;
+  if (result == AVERROR(ENOMEM)) mError.Keep(result);
   return result;
 }
 

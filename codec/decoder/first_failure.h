@@ -1,23 +1,23 @@
-// What the host, and not the input, has kept a decoder from reading.
+// Failures of the host (no memory), as opposed to a damaged input.
 #pragma once
 
-#include <atomic>
+#include "base/first_error.h"
 
 namespace codec {
 
-// Damage is decoded over, so that a decoder goes on after most errors. Want of memory is no damage:
-// what it has cost is missing in the output, and has to be told in the end.
+// A decoder goes on after most errors: damage is decoded over. What lack of memory has cost is
+// missing in the output, and has to be told in the end. For any thread.
 class FirstFailure {
  public:
-  // Looks at one of FFmpeg's results and gives it back.
+  // Looks at one of FFmpeg's results and gives it back. Keeps it if it tells of lack of memory.
   int Note(int result);
-  // A failure that is known to be the host's.
-  void Keep(int error) { mError = error; }
-  // FFmpeg's negative number; 0 while there was none. For any thread.
-  int Error() const { return mError; }
+  // Keeps a negative number that is known to be a failure of the host.
+  void Keep(int error) { mError.Keep(error); }
+  // The first failure as FFmpeg's negative number; 0 while there was none.
+  int Error() const { return mError.Error(); }
 
  private:
-  std::atomic<int> mError{0};
+  but::FirstError mError;
 };
 
 }  // namespace codec

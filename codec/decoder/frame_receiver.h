@@ -16,7 +16,7 @@ class FrameReceiver {
   bool IsUsable() const { return mFrame != nullptr; }
 
   // 0, or -1 when all streams are finished. `buffer` holds the largest picture and the largest
-  // audio block. `out->size` of a picture is that of the packet it came from.
+  // audio block. `out->size` of a picture is the size of its packet.
   int Receive(uint8_t* buffer, DecodedFrame* out);
 
  private:

@@ -13,9 +13,9 @@ class StreamDecoder;
 // take their times in single precision.
 bool ReachesTime(double time, float seconds);
 
-// Seconds from the first frame of each kind. A frame without a stamp follows the one before it by
-// that one's duration: taken as a number, FFmpeg's mark for "no stamp" would be a time some 10^18
-// seconds before the start, and every comparison with it would go wrong.
+// Seconds from the first frame of each kind. A frame without a stamp follows the frame before it,
+// at a distance of that frame's duration. FFmpeg's mark for "no stamp" must not be taken as a
+// number: it would be a time some 10^18 seconds before the start.
 class FrameTimes {
  public:
   // Either may be null. `frameRate` 0 stands for unknown.
@@ -33,7 +33,8 @@ class FrameTimes {
   double OfAudio(const AVFrame* frame);
   // The same without counting on; only for frames that have a stamp.
   double VideoTime(const AVFrame* frame) const;
-  // Times by the stamps of the packets they came from. Both count from the first video frame here.
+  // Times by the stamps of the packets that the frames came from. Both count from the first video
+  // frame here.
   double OfVideoPacket(int64_t ticks);
   double OfAudioPacket(int64_t ticks, const AVFrame* frame);
 
@@ -41,7 +42,7 @@ class FrameTimes {
   void RepeatVideo(double seconds) { mVideoTrack.next = seconds; }
   // After a seek to about this time: frames without a stamp count from here.
   void Restart(double seconds);
-  // Decoding begins at this packet, which may be far from where the seek went.
+  // Decoding begins at this packet, which may be far from the time of the seek.
   void RestartVideo(const AVPacket* packet);
   void RestartAudio(const AVPacket* packet);
 

@@ -71,8 +71,9 @@ int InputFile::SeekBackward(int stream, int64_t position) {
   return av_seek_frame(mContext.get(), stream, position, AVSEEK_FLAG_BACKWARD);
 }
 
-// The flag for a seek that may land on any packet, unless the index has a key packet before that.
-// The packets before a cut begin there: they are decoded, but not shown.
+// The flag for a seek that may land on any packet. None if the index has a key packet before the
+// packet at this position: a clip that was cut without encoding begins there, with pictures that
+// are decoded but not shown.
 int InputFile::AnyPacket(int64_t position) const {
   const int number = av_find_default_stream_index(mContext.get());
   if (number < 0) return AVSEEK_FLAG_ANY;
@@ -86,8 +87,8 @@ int InputFile::AnyPacket(int64_t position) const {
 int InputFile::SeekToStart(int64_t earliest) {
   ++mSeeks;
   mPutBack.clear();
-  // Stamps may begin below 0, where 0 is somewhere in the middle. The first packet has to be
-  // decoded before its picture is shown, and may be looked for by that time.
+  // Stamps may begin below 0: then 0 is somewhere in the middle. The first packet is decoded before
+  // its picture is shown, and demuxers may look for it by the time of decoding.
   constexpr int64_t kEarlier = int64_t{60} * AV_TIME_BASE;
   const int64_t first = mContext->start_time;
   const int64_t start = first == AV_NOPTS_VALUE || first >= 0 ? 0 : first - kEarlier;
@@ -101,7 +102,7 @@ int InputFile::SeekToStart(int64_t earliest) {
              ffmpeg::ErrorText(result).c_str());
     mWarnedOfStart = true;
   }
-  // A stream without stamps has no times to seek to, and looking for them has read it to its end.
+  // A stream without stamps has no times to seek to, and the search for them has read to the end.
   return av_seek_frame(mContext.get(), -1, 0, AVSEEK_FLAG_BYTE);
 }
 

@@ -30,7 +30,7 @@ class InputFile : public PacketSource {
   // units when `stream` is -1. FFmpeg's result.
   int SeekBackward(int stream, int64_t position);
   // Moves to the first packet that can be reached with stamps from `earliest` to 0, in AV_TIME_BASE
-  // units, or to the first byte where there are no stamps. FFmpeg's result.
+  // units, or to the first byte if there are no stamps. FFmpeg's result.
   int SeekToStart(int64_t earliest);
 
   // From now on no packet of this stream is read.

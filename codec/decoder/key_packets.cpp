@@ -10,7 +10,7 @@ std::unique_ptr<KeyPackets> KeyPackets::Make(const AVStream* stream) {
   std::unique_ptr<KeyPackets> keys(new KeyPackets(stream->codecpar->codec_id));
   if (keys->mParser == nullptr) return keys;
   keys->mParser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
-  // Parsers write into their context, so that the decoder's own would not do.
+  // Parsers write into their context, so it cannot be the decoder's own.
   keys->mContext = ffmpeg::NewDecoder(stream, nullptr);
   return keys->mContext == nullptr ? nullptr : std::move(keys);
 }
@@ -26,9 +26,9 @@ bool KeyPackets::IsKey(const AVPacket* packet) {
                    packet->pts, packet->dts, packet->pos);
   if (mParser->key_frame == 1) return true;
   if (mParser->pict_type == AV_PICTURE_TYPE_NONE) return flagged;
-  // Where the parser does not tell key pictures from others that are coded alone, each of these is
-  // one. H.264 streams often have no other mark, and its decoder holds back by itself what is not
-  // to be trusted.
+  // Some parsers do not tell key pictures from other pictures that are coded alone: then each of
+  // these counts. H.264 streams often have no other mark, and the H.264 decoder holds back by
+  // itself the pictures that are not to be trusted.
   return mParser->pict_type == AV_PICTURE_TYPE_I &&
          (mParser->key_frame < 0 || mCodec == AV_CODEC_ID_H264);
 }

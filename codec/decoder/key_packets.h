@@ -7,13 +7,12 @@
 
 namespace codec {
 
-// An index may be wrong or may be missing, and a demuxer without one lands anywhere. So the
-// packet's own bytes decide where there is a parser for them; the demuxer's flag only where there
-// is none. From any other packet many decoders make pictures up, out of references that they never
-// had.
+// An index may be wrong or missing, and a demuxer without an index lands anywhere. So the packet's
+// own bytes decide if there is a parser for them, and otherwise the demuxer's flag. Beginning at
+// any other packet, many decoders make pictures up from references that they never had.
 class KeyPackets {
  public:
-  // Null where there is no memory. The stream outlives the object.
+  // Null if there is no memory. The stream outlives the object.
   static std::unique_ptr<KeyPackets> Make(const AVStream* stream);
 
   // Takes packets in any order. A true answer is only as good as the packet's headers.
@@ -23,7 +22,7 @@ class KeyPackets {
   explicit KeyPackets(AVCodecID codec) : mCodec(codec), mParser(av_parser_init(codec)) {}
 
   const AVCodecID mCodec;
-  // Both null where there is no parser.
+  // Both null if there is no parser.
   ffmpeg::UniqueParser mParser;
   ffmpeg::UniqueCodecContext mContext;
 };

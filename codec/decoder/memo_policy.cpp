@@ -12,6 +12,15 @@ std::vector<int64_t> MemoPolicy::Keep(int64_t place, int64_t bytes) {
   mSizes[at] += bytes;
   mBytes += bytes;
   mFirst = std::min(mFirst, at);
+  return MakeRoom();
+}
+
+std::vector<int64_t> MemoPolicy::Owe(int64_t bytes) {
+  mBytesOwed += bytes;
+  return MakeRoom();
+}
+
+std::vector<int64_t> MemoPolicy::MakeRoom() {
   std::vector<int64_t> gone;
   while (Bytes() > mBudget && mFirst < mSizes.size()) {
     if (mSizes[mFirst] > 0) gone.push_back(static_cast<int64_t>(mFirst));

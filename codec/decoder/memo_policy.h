@@ -41,8 +41,9 @@ class MemoPolicy {
   // others are gone. Nothing is kept at `to` or behind it.
   void Join(int64_t from, int64_t to);
 
-  // A packet is owed to the decoder, or has been handed over.
-  void Owe(int64_t bytes) { mBytesOwed += bytes; }
+  // A packet is owed to the decoder. Returns as Keep does.
+  std::vector<int64_t> Owe(int64_t bytes);
+  // It has been handed over.
   void Pay(int64_t bytes) { mBytesOwed -= bytes; }
   // Whether more may be owed.
   bool MayOwe() const { return mBytesOwed <= mBudget / 2; }
@@ -51,6 +52,7 @@ class MemoPolicy {
   int64_t Bytes() const { return mBytes + mBytesAside + mBytesOwed; }
 
  private:
+  std::vector<int64_t> MakeRoom();
   bool Fits(int64_t bytes) const { return bytes <= mBudget - Bytes(); }
 
   const int64_t mBudget;

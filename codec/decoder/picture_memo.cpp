@@ -1,19 +1,10 @@
 #include "codec/decoder/picture_memo.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace codec {
 namespace {
-
-int64_t BufferBytes(const AVFrame* frame) {
-  int64_t bytes = 0;
-  for (const AVBufferRef* buffer : frame->buf) {
-    if (buffer != nullptr) bytes += static_cast<int64_t>(buffer->size);
-  }
-  return bytes;
-}
 
 // Whether a picture is the same each time that its packets are decoded. A stamp that was guessed
 // depends on the packets before.
@@ -29,84 +20,43 @@ PictureMemo::PictureMemo(PictureDecoder* decoder, FirstFailure* failure, int64_t
     : mDecoder(decoder),
       mFailure(failure),
       mStartsAfresh(std::move(startsAfresh)),
-      mPolicy(budget),
-      mIsOpen(mPolicy.IsEnabled()) {}
+      mPlaces(budget) {}
 
 int PictureMemo::Send(AVPacket* packet) {
-  ffmpeg::UniquePacket kept;
-  if (packet != nullptr) {
-    if (mSpare.empty()) mSpare.emplace_back(av_packet_alloc());
-    kept = std::move(mSpare.back());
-    mSpare.pop_back();
-    // The packet is lost, as one that the decoder refuses.
-    if (kept == nullptr) return mFailure->Note(AVERROR(ENOMEM));
-  }
-  if (mSent == 0 && packet != nullptr) BeginLanding(packet);
-  AddEntry(PacketIdentity::Of(packet));
-  if (packet != nullptr) av_packet_move_ref(kept.get(), packet);
-  mPolicy.Owe(kept == nullptr ? 0 : kept->size);
-  mPackets.push_back(std::move(kept));
+  const PacketIdentity identity = PacketIdentity::Of(packet);
+  const bool isNewLanding = mSent == 0 && mPlaces.IsEnabled() && mPlaces.IsNewLanding(identity);
+  if (isNewLanding) mPlaces.Begin(packet != nullptr && mStartsAfresh(*packet));
+  // Without memory the packet is lost, as one is that the decoder refuses.
+  if (!mOwed.Add(packet)) return mFailure->Note(AVERROR(ENOMEM));
+  mPlaces.Add(mSent, identity);
+  mPlaces.Owe(identity.size);
   ++mSent;
   mWantsPacket = false;
   return 0;
 }
 
-void PictureMemo::BeginLanding(const AVPacket* packet) {
-  if (!mPolicy.IsEnabled()) return;
-  const PacketIdentity identity = PacketIdentity::Of(packet);
-  if (!mEntries.empty() && mEntries.front().identity == identity) return;
-  if (!mLater.empty() && mLater.front().identity == identity) return TakeBack();
-  KeepForLater();
-  mStartsFresh = mStartsAfresh(*packet);
-}
+bool PictureMemo::IsAtEnd() const { return mPlace < mSent && mPlaces.At(mPlace).identity.isEnd; }
 
-// The packet at place mSent: one that is remembered, or a new one.
-void PictureMemo::AddEntry(const PacketIdentity& identity) {
-  const auto remembered = static_cast<int64_t>(mEntries.size());
-  if (mSent < remembered) {
-    if (At(mSent).identity == identity) return;
-    Truncate(mSent);
-  }
-  Follow(identity);
-  if (mSent < static_cast<int64_t>(mEntries.size())) return;
-  const bool isRemembered = (mIsOpen || !mLater.empty()) && mPassing.empty();
-  if (!isRemembered && mPassing.empty()) mFirstPassing = mSent;
-  Entries& entries = isRemembered ? mEntries : mPassing;
-  entries.emplace_back();
-  entries.back().identity = identity;
+PictureMemo::Counters PictureMemo::Count() const {
+  Counters counters = mCounters;
+  counters.owed = mSent - mFed;
+  return counters;
 }
-
-PictureMemo::Entry& PictureMemo::At(int64_t place) {
-  const auto remembered = static_cast<int64_t>(mEntries.size());
-  return place < remembered ? mEntries[static_cast<size_t>(place)]
-                            : mPassing[static_cast<size_t>(place - mFirstPassing)];
-}
-
-bool PictureMemo::IsAtEnd() const { return mPlace < mSent && At(mPlace).identity.isEnd; }
 
 int PictureMemo::Receive(AVFrame* frame) {
   for (;;) {
-    if (mPlace == mSent) {
-      mWantsPacket = true;
-      return AVERROR(EAGAIN);
-    }
-    Entry& entry = At(mPlace);
-    const bool mustDecode = mPlace == mTakeover || (!mPolicy.MayOwe() && mFed < mSent);
-    if (!mustDecode && mGiven < entry.pictures.size()) {
-      Picture& picture = entry.pictures[mGiven];
-      const bool isPassedBy = mWalking && picture.stamp < mWantedFrom;
-      if (picture.frame != nullptr || isPassedBy) return Answer(&picture, frame);
-    } else if (!mustDecode && entry.isComplete) {
-      if (entry.identity.isEnd) {
-        mHasEnded = true;
-        mWantsPacket = true;
-        return AVERROR_EOF;
+    if (mPlace < mSent && !MustDecode()) {
+      MemoPlace& place = mPlaces.At(mPlace);
+      if (mGiven < place.pictures.size()) {
+        MemoPicture& picture = place.pictures[mGiven];
+        const bool isPassedBy = mWalking && picture.stamp < mWantedFrom;
+        if (picture.frame != nullptr || isPassedBy) return Answer(&picture, frame);
+      } else if (place.isComplete) {
+        return LeavePlace(place);
       }
-      Advance();
-      return AVERROR(EAGAIN);
     }
     int error = 0;
-    switch (Decode(frame, &error)) {
+    switch (mPlace == mSent ? Progress::kHungry : Decode(frame, &error)) {
       case Progress::kPicture:
         return 0;
       case Progress::kSome:
@@ -120,27 +70,36 @@ int PictureMemo::Receive(AVFrame* frame) {
   }
 }
 
-int PictureMemo::Answer(Picture* picture, AVFrame* frame) {
+// Also if the answer is known: for a takeover the decoder gives first what it still has, and if
+// more is owed than there is room for, it is paid.
+bool PictureMemo::MustDecode() const {
+  return mPlace == mPlaces.Takeover() || (!mPlaces.MayOwe() && mFed < mSent);
+}
+
+int PictureMemo::Answer(MemoPicture* picture, AVFrame* frame) {
   ++mGiven;
-  mWasRead = mWasRead || !mWalking;
+  if (!mWalking) mPlaces.NoteUse();
   // The frame may still hold a picture that there was no memory to remember.
   av_frame_unref(frame);
   frame->best_effort_timestamp = picture->stamp;
   if (picture->isKept || picture->frame == nullptr) ++mCounters.answered;
   if (picture->frame == nullptr) return 0;
   const int result = mFailure->Note(av_frame_ref(frame, picture->frame.get()));
-  if (!picture->isKept) Remember(mPlace, picture);
+  if (!picture->isKept) mPlaces.Keep(mPlace, picture);
   return result;
 }
 
-void PictureMemo::Advance() {
+int PictureMemo::LeavePlace(const MemoPlace& place) {
+  if (place.identity.isEnd) {
+    mHasEnded = true;
+    mWantsPacket = true;
+    return AVERROR_EOF;
+  }
   ++mPlace;
   mGiven = 0;
   mWantsPacket = false;
-  while (!mPassing.empty() && mFirstPassing < mPlace) {
-    mPassing.pop_front();
-    ++mFirstPassing;
-  }
+  mPlaces.PassBy(mPlace);
+  return AVERROR(EAGAIN);
 }
 
 // Takes the decoder one answer further.
@@ -149,185 +108,141 @@ PictureMemo::Progress PictureMemo::Decode(AVFrame* frame, int* error) {
     const int result = FeedOne();
     return result < 0 ? Fail(result, error) : Progress::kSome;
   }
-  if (mDecoderIsHungry && mTakeover == kNone) return Progress::kHungry;
-  if (mDecoderIsHungry) {
-    if (mIsDraining) {
-      FinishTakeover();
-      return Progress::kSome;
-    }
-    mIsDraining = true;
-    mDecoderIsHungry = false;
-    mDecoder->Send(nullptr);
-  }
+  if (mDecoderIsHungry && !TakesOver()) return Progress::kHungry;
+  if (mDecoderIsHungry) Drain();
   const int result = mDecoder->Receive(frame);
   if (result >= 0) return Take(frame);
-  NoteAnswered(mDecoder->Answered());
-  if (result == AVERROR(EAGAIN)) {
+  CompleteUpTo(DecoderPlace());
+  if (result == AVERROR(EAGAIN) && !mIsDraining) {
     mDecoderIsHungry = true;
-  } else if (result != AVERROR_EOF) {
+  } else if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) {
     return Fail(result, error);
   } else if (mIsDraining) {
     FinishTakeover();
   } else {
-    NoteAnswered(mSent - mDecoderBegin);
+    // An empty packet has ended the decoder, maybe before the end of the input.
+    CompleteUpTo(mSent);
     mFed = mSent;
-    DropPackets();
+    DropPaid();
   }
   return Progress::kSome;
 }
 
 // The caller is not told of an error at a place that has been answered.
 PictureMemo::Progress PictureMemo::Fail(int result, int* error) {
-  const int64_t place = std::min(mDecoderBegin + mDecoder->Answered(), mSent - 1);
+  const int64_t place = std::min(DecoderPlace(), mSent - 1);
   if (place < mPlace) return Progress::kSome;
-  At(place).isIntact = false;
+  mPlaces.At(place).isIntact = false;
   *error = result;
   return Progress::kError;
 }
 
-// A picture of the decoder: the one that the caller waits for, or one that has been answered.
+// A picture of the decoder: the one that the caller waits for, or another one.
 PictureMemo::Progress PictureMemo::Take(AVFrame* frame) {
-  NoteAnswered(mDecoder->Answered());
-  int64_t place = std::min(mDecoderBegin + mDecoder->Answered(), mSent - 1);
-  if (mTakeover != kNone && place >= mTakeover) {
-    // Pictures shown before the border belong to the group before.
-    const bool isEarlier = frame->best_effort_timestamp < mBorderStamp;
-    if (!isEarlier) {
-      FinishTakeover();
-      av_frame_unref(frame);
-      return Progress::kSome;
-    }
-    place = mTakeover - 1;
-    if (mPlace == mTakeover) {
-      mIsTorn = true;
-      return Progress::kPicture;
-    }
-  }
-  if (mTakeover != kNone && place >= mBorder && frame->best_effort_timestamp >= mBorderStamp) {
-    DropTwin(frame->best_effort_timestamp);
-  }
-  if (place != mDecoderPlace) mDecoderGave = 0;
-  mDecoderPlace = place;
-  const size_t number = mDecoderGave++;
-  if (place < mPlace && place >= static_cast<int64_t>(mEntries.size())) {
+  CompleteUpTo(DecoderPlace());
+  const int64_t place = std::min(DecoderPlace(), mSent - 1);
+  if (!TakesOver()) return TakeAt(place, frame);
+  if (place >= mPlaces.Takeover()) return TakeAfterTakeover(frame);
+  const int64_t stamp = frame->best_effort_timestamp;
+  // A picture of the later group has come sooner than when the decoder began at the border.
+  if (place >= mPlaces.Border() && stamp >= mPlaces.BorderStamp()) mPlaces.Tear(stamp);
+  return TakeAt(place, frame);
+}
+
+// The drained decoder gives a picture that it would have given later. It should be one of the later
+// group.
+PictureMemo::Progress PictureMemo::TakeAfterTakeover(AVFrame* frame) {
+  const int64_t stamp = frame->best_effort_timestamp;
+  if (stamp >= mPlaces.BorderStamp()) {
+    FinishTakeover();
     av_frame_unref(frame);
     return Progress::kSome;
   }
-  Entry& entry = At(place);
-  entry.isIntact = entry.isIntact && IsIntact(frame);
-  while (entry.pictures.size() <= number) {
-    entry.pictures.push_back({nullptr, frame->best_effort_timestamp});
-  }
-  Picture& picture = entry.pictures[number];
+  mPlaces.Tear(stamp);
+  return mPlace == mPlaces.Takeover() ? Progress::kPicture : TakeAt(mPlaces.Takeover() - 1, frame);
+}
+
+PictureMemo::Progress PictureMemo::TakeAt(int64_t place, AVFrame* frame) {
+  const size_t number = place == mLastPlace ? mLastNumber : 0;
+  mLastPlace = place;
+  mLastNumber = number + 1;
   const bool isAwaited = place == mPlace && number == mGiven;
   const bool isAnswered = place < mPlace || (place == mPlace && number < mGiven);
-  if (picture.frame == nullptr && (!isAwaited || IsNeeded(place))) {
-    picture.frame.reset(av_frame_clone(frame));
-    if (picture.frame == nullptr) mFailure->Note(AVERROR(ENOMEM));
-    if (isAwaited || isAnswered) Remember(place, &picture);
+  if (!isAnswered || mPlaces.IsRemembered(place)) {
+    MemoPlace& known = mPlaces.At(place);
+    known.isIntact = known.isIntact && IsIntact(frame);
+    while (known.pictures.size() <= number) {
+      known.pictures.push_back({nullptr, frame->best_effort_timestamp});
+    }
+    MemoPicture& picture = known.pictures[number];
+    if (picture.frame == nullptr && (!isAwaited || mPlaces.IsNeeded(place))) {
+      picture.frame.reset(av_frame_clone(frame));
+      if (picture.frame == nullptr) mFailure->Note(AVERROR(ENOMEM));
+      if (isAwaited || isAnswered) mPlaces.Keep(place, &picture);
+    }
   }
   if (!isAwaited) {
     av_frame_unref(frame);
     return Progress::kSome;
   }
   ++mGiven;
-  mWasRead = mWasRead || !mWalking;
+  if (!mWalking) mPlaces.NoteUse();
   return Progress::kPicture;
 }
 
-// The decoder gives a picture sooner than it did when it began at the border, so that it would be
-// given twice.
-void PictureMemo::DropTwin(int64_t stamp) {
-  mIsTorn = true;
-  for (auto entry = mEntries.begin() + static_cast<std::ptrdiff_t>(mTakeover);
-       entry != mEntries.end(); ++entry) {
-    for (auto picture = entry->pictures.begin(); picture != entry->pictures.end(); ++picture) {
-      if (picture->stamp != stamp) continue;
-      entry->pictures.erase(picture);
-      return;
-    }
-  }
-}
-
-// Whether a later step may ask for this place.
-bool PictureMemo::IsNeeded(int64_t place) const {
-  return place < static_cast<int64_t>(mEntries.size()) &&
-         (mLastNeeded == kNone || place <= mLastNeeded);
-}
-
-// Keeps a picture that the caller has got, if there is room.
-void PictureMemo::Remember(int64_t place, Picture* picture) {
-  if (picture->frame == nullptr) return;
-  if (!IsNeeded(place)) return picture->frame.reset();
-  const int64_t bytes = BufferBytes(picture->frame.get());
-  if (mPolicy.CrowdsOutAside(bytes)) DropLater();
-  picture->isKept = true;
-  for (const int64_t gone : mPolicy.Keep(place, bytes)) {
-    for (Picture& lost : At(gone).pictures) {
-      if (std::exchange(lost.isKept, false)) lost.frame.reset();
-    }
-  }
-}
-
-// Places before this one, counted as the decoder counts, get no more pictures.
-void PictureMemo::NoteAnswered(int64_t answered) {
-  const int64_t end = std::min(mDecoderBegin + answered, DecoderEnd());
-  for (int64_t place = mPlace; place < end; ++place) {
-    Entry& entry = At(place);
-    entry.isComplete = true;
-    // The decoder may have given less than the first time.
-    const size_t gave = place == mPlace ? mGiven : 0;
-    while (entry.pictures.size() > gave && entry.pictures.back().frame == nullptr) {
-      entry.pictures.pop_back();
+// The decoder gives no more pictures of the places before this one.
+void PictureMemo::CompleteUpTo(int64_t place) {
+  for (int64_t done = mPlace; done < std::min(place, DecoderEnd()); ++done) {
+    MemoPlace& known = mPlaces.At(done);
+    known.isComplete = true;
+    // It may have given less than the first time.
+    const size_t given = done == mPlace ? mGiven : 0;
+    while (known.pictures.size() > given && known.pictures.back().frame == nullptr) {
+      known.pictures.pop_back();
     }
   }
 }
 
 int PictureMemo::FeedOne() {
   mDecoderIsHungry = false;
-  AVPacket* const packet = mPackets[static_cast<size_t>(mFed - mFirstPacket)].get();
-  const int result = mDecoder->Send(packet);
-  if (mPlace > mFed) ++mCounters.paid;
+  const int result = mDecoder->Send(mOwed.At(mFed));
+  if (mFed < mPlace) ++mCounters.paid;
   ++mFed;
-  DropPackets();
+  DropPaid();
   return result;
 }
 
-// Those that the decoder has got, unless it may have to begin again at the border.
-void PictureMemo::DropPackets() {
-  const int64_t end = mBorder == kNone ? mFed : std::min(mFed, mBorder);
-  for (; mFirstPacket < end; ++mFirstPacket) {
-    ffmpeg::UniquePacket packet = std::move(mPackets.front());
-    mPackets.pop_front();
-    if (packet == nullptr) continue;
-    mPolicy.Pay(packet->size);
-    av_packet_unref(packet.get());
-    mSpare.push_back(std::move(packet));
-  }
+// While the walk follows a later group, its packets are kept for the decoder to begin there again.
+void PictureMemo::DropPaid() {
+  const int64_t border = mPlaces.Border();
+  mPlaces.Pay(mOwed.DropBefore(border == MemoPlaces::kNone ? mFed : std::min(mFed, border)));
 }
 
-void PictureMemo::Close() {
-  if (mLastNeeded != kNone) return;
-  mLastNeeded = mPlace;
-  mIsOpen = false;
+void PictureMemo::Drain() {
+  mIsDraining = true;
+  mDecoderIsHungry = false;
+  mDecoder->Send(nullptr);
+}
+
+// The decoder has given all that comes before the takeover. From here on it is asked for nothing
+// that is remembered; if it is needed again, it begins at the border.
+void PictureMemo::FinishTakeover() {
+  CompleteUpTo(mPlaces.Takeover());
+  mDecoder->Flush();
+  mDecoderBegin = mPlaces.Border();
+  mFed = mDecoderBegin;
+  mLastPlace = mDecoderBegin;
+  mLastNumber = 0;
+  mDecoderIsHungry = true;
+  mIsDraining = false;
+  mPlaces.EndTakeover();
 }
 
 void PictureMemo::Flush() {
-  if (mLastNeeded != kNone) Truncate(mLastNeeded + 1);
-  if (std::exchange(mIsTorn, false)) Truncate(0);
-  const auto incomplete =
-      std::find_if(mEntries.begin(), mEntries.end(), [](const Entry& e) { return !e.isComplete; });
-  Truncate(incomplete - mEntries.begin());
-  mPassing.clear();
-  mIsOpen = mPolicy.IsEnabled();
-  mLastNeeded = kNone;
-  mBorder = kNone;
-  mTakeover = kNone;
-  mIsDraining = false;
+  mPlaces.Rewind();
   mFed = mSent;
-  DropPackets();
-  mPackets.clear();
-  mFirstPacket = 0;
+  DropPaid();
+  mOwed.Clear();
   mFed = 0;
   mSent = 0;
   mPlace = 0;
@@ -335,108 +250,11 @@ void PictureMemo::Flush() {
   mWantsPacket = false;
   mHasEnded = false;
   mDecoderBegin = 0;
-  mDecoderPlace = 0;
-  mDecoderGave = 0;
+  mLastPlace = 0;
+  mLastNumber = 0;
   mDecoderIsHungry = true;
-  mDecoder->Flush();
-}
-
-void PictureMemo::Truncate(int64_t place) {
-  if (place >= static_cast<int64_t>(mEntries.size())) return;
-  mEntries.erase(mEntries.begin() + static_cast<std::ptrdiff_t>(place), mEntries.end());
-  mPolicy.DropFrom(place);
-}
-
-// What was remembered begins at another landing. It serves again once a walk from further back
-// comes to its first packet.
-void PictureMemo::KeepForLater() {
-  if (mEntries.empty()) return;
-  if (!mWasRead && !mLater.empty()) return Truncate(0);
-  DropLater();
-  mWasRead = false;
-  const int64_t first = mEntries.front().identity.pts;
-  mTrusted = kNone;
-  const bool isIntact = std::all_of(mEntries.begin(), mEntries.end(),
-                                    [](const Entry& entry) { return entry.isIntact; });
-  if (mStartsFresh && first != AV_NOPTS_VALUE && isIntact) {
-    // Pictures shown before the first packet's own may lean on what is before it.
-    int64_t place = 0;
-    for (const Entry& entry : mEntries) {
-      for (const Picture& picture : entry.pictures) {
-        if (picture.stamp < first) mTrusted = kNone;
-        // The end of the input brings out pictures from before the first packet as well.
-        if (picture.stamp >= first && mTrusted == kNone && !entry.identity.isEnd) mTrusted = place;
-      }
-      ++place;
-    }
-  }
-  if (mTrusted == kNone) return Truncate(0);
-  mLater = std::exchange(mEntries, {});
-  mPolicy.SetAside();
-}
-
-// The walk begins where the later group begins.
-void PictureMemo::TakeBack() {
-  Truncate(0);
-  mEntries = std::exchange(mLater, {});
-  mPolicy.Join(0, 0);
-  mStartsFresh = true;
-  mWasRead = true;
-}
-
-void PictureMemo::DropLater() {
-  mLater.clear();
-  mPolicy.DropAside();
-  if (mTakeover == kNone) mBorder = kNone;
-}
-
-// A new packet, against the one that came next in the later group.
-void PictureMemo::Follow(const PacketIdentity& identity) {
-  if (mLater.empty() || mTakeover != kNone) return;
-  if (mBorder == kNone && mLater.front().identity.IsSamePacket(identity)) {
-    mBorder = mSent;
-    mBorderStamp = identity.pts;
-  }
-  if (mBorder == kNone) return;
-  const int64_t place = mSent - mBorder;
-  if (place >= static_cast<int64_t>(mLater.size()) ||
-      !mLater[static_cast<size_t>(place)].identity.IsSamePacket(identity)) {
-    return DropLater();
-  }
-  if (place != mTrusted) return;
-  if (std::any_of(mEntries.begin() + static_cast<std::ptrdiff_t>(mBorder), mEntries.end(),
-                  [this](const Entry& entry) { return HasPictureFrom(entry, mBorderStamp); })) {
-    return DropLater();
-  }
-  TakeOver(place);
-}
-
-bool PictureMemo::HasPictureFrom(const Entry& entry, int64_t stamp) {
-  return std::any_of(entry.pictures.begin(), entry.pictures.end(),
-                     [stamp](const Picture& picture) { return picture.stamp >= stamp; });
-}
-
-void PictureMemo::TakeOver(int64_t place) {
-  std::move(mLater.begin() + static_cast<std::ptrdiff_t>(place), mLater.end(),
-            std::back_inserter(mEntries));
-  mPolicy.Join(place, mSent);
-  mLater.clear();
-  mTakeover = mSent;
-}
-
-// The decoder has given all that comes before the takeover. It begins again at the border, should
-// it have to.
-void PictureMemo::FinishTakeover() {
-  NoteAnswered(mTakeover - mDecoderBegin);
-  mDecoder->Flush();
-  mDecoderBegin = mBorder;
-  mDecoderPlace = mBorder;
-  mDecoderGave = 0;
-  mDecoderIsHungry = true;
-  mFed = mBorder;
-  mBorder = kNone;
-  mTakeover = kNone;
   mIsDraining = false;
+  mDecoder->Flush();
 }
 
 }  // namespace codec

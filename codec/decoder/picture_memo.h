@@ -2,39 +2,48 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <functional>
-#include <vector>
 
 #include "codec/decoder/first_failure.h"
-#include "codec/decoder/memo_policy.h"
+#include "codec/decoder/memo_places.h"
+#include "codec/decoder/owed_packets.h"
 #include "codec/decoder/picture_decoder.h"
-#include "codec/ffmpeg/owned.h"
 
 namespace codec {
 
-// Tells packets of one stream apart.
-struct PacketIdentity {
-  int size = 0;
-  int64_t pts = 0;
-  int64_t dts = 0;
-  int64_t position = 0;
-  bool isEnd = false;  // the end of the input instead of a packet
-
-  static PacketIdentity Of(const AVPacket* packet) {
-    if (packet == nullptr) return {0, 0, 0, 0, true};
-    return {packet->size, packet->pts, packet->dts, packet->pos, false};
-  }
-  // The stamps of decoding may be made up, and begin anew at each landing.
-  bool IsSamePacket(const PacketIdentity& other) const {
-    return size == other.size && pts == other.pts && position == other.position &&
-           isEnd == other.isEnd;
-  }
-  friend bool operator==(const PacketIdentity& a, const PacketIdentity& b) {
-    return a.IsSamePacket(b) && a.dts == b.dts;
-  }
-};
-
+// Stands between the loop that feeds packets and the video decoder, and has the decoder's own
+// operations. A packet that is sent is only owed to the decoder at first. Receive answers from
+// memory if it knows the packet's pictures. Otherwise the decoder gets all packets that are owed to
+// it; pictures that were answered before are dropped when they come out of it once more.
+//
+// Note: a group and two steps
+//   A group of eight pictures, of which K is the key picture, and the next group, which begins with
+//   L. The last step has landed on L. Now a step wants pictures 5 to 7, up to l2, and lands on K:
+//
+//     packet    K   1   2   3   4   5   6   7 | L   l1  l2        <- the border
+//     step 1    d   d   d   d   d   w   w   w | =   =   a
+//
+//     d  decoded and dropped by the walk, but remembered
+//     w  decoded and given
+//     =  the same packet as in the last step: not decoded again, if L leans on nothing before it
+//     a  answered from memory
+//
+//   At the border the decoder is drained, because it may hold back pictures 6 and 7. If it is asked
+//   for more after that, it begins again at L.
+//
+//   The next step wants pictures 2 to 4, up to 5, and lands on K again:
+//
+//     step 2    s   s   a   a   a   a |           nothing is decoded
+//
+//     s  passed by: the walk sees a stamp, and the samples may even have been dropped for room
+//
+//   The packets of step 2 are owed to the decoder until the next seek forgives them. Only if the
+//   step read on after 7, or wanted a picture whose samples are gone, would they be paid: decoded
+//   up to there, and their pictures dropped or remembered once more.
+//
+// Note: places
+//   A decoder with several threads answers late (see PictureDecoder). The memo gives each picture
+//   at its place, be it remembered or decoded. So nobody behind it sees the number of threads.
 class PictureMemo : public PictureDecoder {
  public:
   // Says of a key packet whether the pictures shown from it on are the same, be they decoded from
@@ -42,22 +51,24 @@ class PictureMemo : public PictureDecoder {
   using StartsAfreshTest = std::function<bool(const AVPacket& packet)>;
 
   struct Counters {
-    int64_t answered = 0;  // pictures that came from memory
-    int64_t owed = 0;      // packets that are owed to the decoder now
-    int64_t paid = 0;      // packets that were decoded only after their pictures had been answered
+    int64_t answered = 0;  // pictures that came from memory, or only their stamps
+    int64_t owed = 0;      // packets that the decoder has not got, as of now
+    int64_t paid = 0;      // packets that it got after their pictures had been answered
   };
 
   // `budget` in bytes of what is remembered; 0 for none. Decoder and failure outlive the memo.
   PictureMemo(PictureDecoder* decoder, FirstFailure* failure, int64_t budget,
               StartsAfreshTest startsAfresh);
 
-  // Leaves the packet blank. What the decoder says of it comes from Receive.
+  // Leaves the packet blank. A negative result if there is no memory for it; what the decoder says
+  // of the packet comes from Receive.
   int Send(AVPacket* packet) override;
+  // Returns AVERROR(EAGAIN) at the end of each place, too.
   int Receive(AVFrame* frame) override;
   int64_t Answered() const override { return mPlace; }
   void Flush() override;
 
-  // The packets sent since the last flush.
+  // The packets sent since the last flush, the end of the input included.
   int64_t Sent() const { return mSent; }
   // Whether the present place is the end of the input.
   bool IsAtEnd() const;
@@ -68,104 +79,62 @@ class PictureMemo : public PictureDecoder {
   bool WantsPacket() const { return mWantsPacket; }
 
   // Until EndWalk the caller looks at no more of a picture than its stamp, if the stamp is below
-  // this one.
+  // this one, in ticks of the stream.
   void BeginWalk(int64_t wantedFrom = INT64_MAX) {
     mWalking = true;
     mWantedFrom = wantedFrom;
   }
   void EndWalk() { mWalking = false; }
   // A later step needs nothing that comes after the present place.
-  void Close();
+  void Close() { mPlaces.Close(mPlace); }
 
-  const Counters& Count() const { return mCounters; }
+  Counters Count() const;
 
  private:
-  struct Picture {
-    ffmpeg::UniqueFrame frame;  // null if the samples had to go
-    int64_t stamp;
-    bool isKept = false;  // remembered; otherwise it goes once it is answered
-  };
-  struct Entry {
-    PacketIdentity identity;
-    std::vector<Picture> pictures;
-    bool isComplete = false;  // the decoder has no more pictures for this packet
-    bool isIntact = true;     // nothing in it is damaged or has a stamp that was guessed
-  };
-  using Entries = std::deque<Entry>;
   enum class Progress { kPicture, kSome, kHungry, kError };
 
-  Entry& At(int64_t place);
-  const Entry& At(int64_t place) const { return const_cast<PictureMemo*>(this)->At(place); }
-  void AddEntry(const PacketIdentity& identity);
-  void DropTwin(int64_t stamp);
-  bool IsNeeded(int64_t place) const;
-  void Remember(int64_t place, Picture* picture);
-
-  int Answer(Picture* picture, AVFrame* frame);
-  void Advance();
+  bool MustDecode() const;
+  int Answer(MemoPicture* picture, AVFrame* frame);
+  int LeavePlace(const MemoPlace& place);
   Progress Decode(AVFrame* frame, int* error);
-  Progress Take(AVFrame* frame);
-  void NoteAnswered(int64_t answered);
-  // The first place that the decoder is not asked for yet.
-  int64_t DecoderEnd() const { return mTakeover == kNone ? mSent : mTakeover; }
-  int FeedOne();
   Progress Fail(int result, int* error);
-  void DropPackets();
-
-  void BeginLanding(const AVPacket* packet);
-  void KeepForLater();
-  void TakeBack();
-  void DropLater();
-  void Follow(const PacketIdentity& identity);
-  static bool HasPictureFrom(const Entry& entry, int64_t stamp);
-  void TakeOver(int64_t place);
+  Progress Take(AVFrame* frame);
+  Progress TakeAfterTakeover(AVFrame* frame);
+  Progress TakeAt(int64_t place, AVFrame* frame);
+  void CompleteUpTo(int64_t place);
+  int FeedOne();
+  void DropPaid();
+  void Drain();
   void FinishTakeover();
-  void Truncate(int64_t place);
+
+  int64_t DecoderPlace() const { return mDecoderBegin + mDecoder->Answered(); }
+  bool TakesOver() const { return mPlaces.Takeover() != MemoPlaces::kNone; }
+  // The first place that the decoder is not asked for.
+  int64_t DecoderEnd() const { return TakesOver() ? mPlaces.Takeover() : mSent; }
 
   PictureDecoder* const mDecoder;
   FirstFailure* const mFailure;
   const StartsAfreshTest mStartsAfresh;
-  MemoPolicy mPolicy;
+  MemoPlaces mPlaces;
   Counters mCounters;
-
-  // What is remembered, from place 0 on, and places on their way behind it that are not.
-  Entries mEntries;
-  Entries mPassing;
-  int64_t mFirstPassing = 0;
-  bool mIsOpen = false;         // new places are remembered
-  bool mStartsFresh = false;    // place 0 does
-  bool mWasRead = false;        // pictures were given since the landing, not only passed by
-  int64_t mLastNeeded = kNone;  // place
 
   // The caller's side.
   int64_t mSent = 0;
-  int64_t mPlace = 0;  // being answered
-  size_t mGiven = 0;   // pictures of it
+  int64_t mPlace = 0;  // that is being answered
+  size_t mGiven = 0;   // pictures of this place
   bool mWantsPacket = false;
   bool mHasEnded = false;
   bool mWalking = false;
-  int64_t mWantedFrom = 0;
+  int64_t mWantedFrom = INT64_MAX;
 
   // The decoder's side.
-  std::deque<ffmpeg::UniquePacket> mPackets;  // the ones owed, and before them some to be kept
-  int64_t mFirstPacket = 0;                   // place of the first of them
-  int64_t mFed = 0;                           // first place that the decoder has not got
-  int64_t mDecoderBegin = 0;                  // place that the decoder has begun at
-  int64_t mDecoderPlace = 0;                  // of the last picture
-  size_t mDecoderGave = 0;                    // pictures of it
-  bool mDecoderIsHungry = true;               // it has given all that it can
-  std::vector<ffmpeg::UniquePacket> mSpare;
-
-  // A later group.
-  Entries mLater;
-  int64_t mTrusted = 0;       // the first of its places that is the same from further back
-  int64_t mBorder = kNone;    // place of its first packet, once it is met
-  int64_t mBorderStamp = 0;   // of that packet
-  int64_t mTakeover = kNone;  // place from which on it answers; the decoder has to be drained
-  bool mIsDraining = false;
-  bool mIsTorn = false;  // the groups did not fit together after all
-
-  static constexpr int64_t kNone = -1;
+  OwedPackets mOwed;             // before them may be some that it would need to begin again
+  int64_t mFed = 0;              // first place that the decoder has not got
+  int64_t mDecoderBegin = 0;     // place that the decoder has begun at
+  int64_t mLastPlace = 0;        // of the last picture that it gave
+  size_t mLastNumber = 0;        // pictures that it gave of this place
+  bool mDecoderIsHungry = true;  // it has given all that it can
+  bool mIsDraining = false;      // for a takeover
 };
 
 }  // namespace codec

@@ -103,8 +103,8 @@ int Seeker::_SeekPreKeyFrame(float seconds) {
   return result;
 }
 
-// From where the demuxer landed to one key frame before: pictures that need the group of pictures
-// before theirs decode from there.
+// From the demuxer's landing to one key frame before. Pictures that need the group before theirs
+// decode from there.
 int Seeker::StepBackFrom(int64_t target) {
   InputFile& input = mSession->input;
   AVPacket* const packet = mPacket.get();
@@ -164,11 +164,12 @@ int Seeker::DecodeToPending(float seconds) {
   return 0;
 }
 
-// 1. Find the first times, once. 2. Move to a key frame at or before the whole second. 3. Decode
-// pictures until the first one at or after the time; it is consumed. 4. Where the first picture
-// that can be decoded is behind the time, go back further: the demuxer landed on a later key frame,
-// or in a group whose start the decoder needs. 5. Where the pictures end before the time, move to
-// the sound of that second alone.
+// 1. Find the first times, once.
+// 2. Move to a key frame at or before the whole second.
+// 3. Decode pictures until the first one at or after the time; it is consumed.
+// 4. If the first picture that can be decoded is after the time, go back further. The demuxer
+//    landed on a later key frame, or in a group whose start the decoder needs.
+// 5. If the pictures end before the time, move to the sound of that second alone.
 int Seeker::_SeekDecodeForward(float seconds) {
   if (mSession->video == nullptr) return -1;
   if (mNeedsTimeProbe) {
@@ -180,7 +181,7 @@ int Seeker::_SeekDecodeForward(float seconds) {
   const int64_t target = std::min(Truncated(static_cast<double>(seconds)), kMaxWholeSeconds);
   Way way = mWay.Serves(target) ? mWay : Way{target, target, target};
   int64_t back = 1;
-  // Once it is known where the pictures end, nobody has to look for those behind it.
+  // Once the end of the pictures is known, nobody has to look for pictures after it.
   Walk walk = static_cast<double>(seconds) > mLastPicture ? Walk::kEnded : Walk::kOvershot;
   while (walk == Walk::kOvershot) {
     MoveToWhole(way.landing);
@@ -225,7 +226,7 @@ void Seeker::MoveToWhole(int64_t seconds) {
     mSession->video->AwaitKey();
     return;
   }
-  // Also where the demuxer cannot move to the second: from the start every time is reached.
+  // Also if the demuxer cannot move to the second: from the start every time is reached.
   if (input.SeekToStart(std::numeric_limits<int64_t>::min()) >= 0) {
     mSession->times.Restart(0);
   } else {
@@ -234,8 +235,8 @@ void Seeker::MoveToWhole(int64_t seconds) {
   Flush();
 }
 
-// Sound that is longer than the pictures is read second by second like the rest; moving by the
-// pictures would land at their end and give all of the sound behind it at once.
+// Sound that lasts longer than the pictures is read second by second, too. Moving by the pictures
+// would land at their end and give all of the later sound at once.
 void Seeker::MoveToSound(int64_t seconds) {
   StreamDecoder* const audio = mSession->audio.get();
   if (audio == nullptr) {
@@ -249,7 +250,7 @@ void Seeker::MoveToSound(int64_t seconds) {
   mSession->times.Restart(static_cast<double>(seconds));
   Flush();
   mSession->video->Rest();
-  // Not every container has a place to land for each second of its sound.
+  // Many containers have no place to land at for each second of sound.
   mSession->soundFrom = static_cast<double>(seconds);
 }
 

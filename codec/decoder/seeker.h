@@ -1,5 +1,5 @@
-// The seek strategies. Times are single precision, as they are everywhere below the caller: the
-// comparisons with frame times depend on it.
+// The seek strategies. Times are in single precision: the comparisons with frame times depend on
+// it.
 #pragma once
 
 #include <cstdint>
@@ -36,8 +36,8 @@ class Seeker {
  private:
   enum class Walk { kReached, kOvershot, kEnded };
 
-  // From where a walk that had to begin further back reached its time. Decoding cannot begin
-  // between the last second that failed and that time, so that there the same landing serves again.
+  // A walk had to begin further back to reach its time. Decoding cannot begin between the last
+  // second that failed and that time, so the same landing serves all times in between.
   struct Way {
     int64_t landing = 0;  // all in whole seconds
     int64_t failed = 0;

@@ -42,7 +42,10 @@ int SessionOpener::Open(const std::string& path) {
   // the missing video rather than of a range that does not fit.
   if (session.video == nullptr) SetDuration(session.audio.get());
   session.times.Open(session.video.get(), session.audio.get(), session.frameRate);
-  AllocateScratch();
+  if (session.video != nullptr) {
+    const AVRational timeBase = session.video->Stream()->time_base;
+    log_debug(kDecoderTag, "video time_base(%d/%d)", timeBase.num, timeBase.den);
+  }
   ScanKeyFrames();
   if (session.first_video_pts_ == AV_NOPTS_VALUE) CheckVariableRate();
   log_debug(kDecoderTag, "first video pts:%lld, first audio pts:%lld",
@@ -150,24 +153,12 @@ void SessionOpener::SetDuration(const StreamDecoder* decoder) {
   mInfo->duration = static_cast<float>(session.duration);
 }
 
-void SessionOpener::AllocateScratch() {
-  DecodeSession& session = *mSession;
-  session.frame.reset(av_frame_alloc());
-  session.spare.reset(av_frame_alloc());
-  session.packet.reset(av_packet_alloc());
-  if (!session.IsUsable()) log_error(kDecoderTag, "Could not allocate frame");
-  if (session.video != nullptr) {
-    const AVRational timeBase = session.video->Stream()->time_base;
-    log_debug(kDecoderTag, "video time_base(%d/%d)", timeBase.num, timeBase.den);
-  }
-}
-
 void SessionOpener::ScanKeyFrames() {
   DecodeSession& session = *mSession;
   KeyFrameScan scan(session.VideoIndex());
   // Without video there is nothing to find, and the whole file would be read for it.
-  if (session.video != nullptr && session.packet != nullptr) {
-    scan.Run(&session.input, session.packet.get(), &session.first_video_pts_);
+  if (session.video != nullptr && mPacket != nullptr) {
+    scan.Run(&session.input, mPacket.get(), &session.first_video_pts_);
   }
   if (session.video != nullptr) session.video->SkipLoopFilter();
   // A cover picture has no index to seek in; the sound beside it is still to be read from the
@@ -188,9 +179,9 @@ void SessionOpener::ScanKeyFrames() {
 
 void SessionOpener::CheckVariableRate() {
   DecodeSession& session = *mSession;
-  if (session.video != nullptr && session.packet != nullptr) {
+  if (session.video != nullptr && mPacket != nullptr) {
     VariableRateCheck check(session.VideoIndex());
-    check.Run(&session.input, session.packet.get(), &session.first_video_pts_);
+    check.Run(&session.input, mPacket.get(), &session.first_video_pts_);
     if (session.first_video_pts_ != AV_NOPTS_VALUE && session.audio != nullptr) {
       mFirstAudioTicks = static_cast<int64_t>(session.video->Seconds(session.first_video_pts_) *
                                               session.audio->TicksPerSecond());
@@ -202,11 +193,11 @@ void SessionOpener::CheckVariableRate() {
 
 void SessionOpener::ScanLength() {
   DecodeSession& session = *mSession;
-  if (session.video == nullptr || session.packet == nullptr) return;
+  if (session.video == nullptr || mPacket == nullptr) return;
   LengthScan scan;
   scan.Add(session.video->Stream());
   if (session.audio != nullptr) scan.Add(session.audio->Stream());
-  scan.Run(&session.input, session.packet.get());
+  scan.Run(&session.input, mPacket.get());
   session.scannedEnd = scan.End();
   const bool hasFirst = session.first_video_pts_ != AV_NOPTS_VALUE;
   const double first = hasFirst ? session.video->Seconds(session.first_video_pts_) : 0;

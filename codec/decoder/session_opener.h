@@ -20,7 +20,11 @@ namespace codec {
 class SessionOpener {
  public:
   SessionOpener(DecodeSession* session, MediaInfo* info, const DecoderOptions& options)
-      : mSession(session), mInfo(info), mOptions(options), mShare(options) {}
+      : mSession(session),
+        mInfo(info),
+        mOptions(options),
+        mShare(options),
+        mPacket(av_packet_alloc()) {}
 
   // 0, or -1, logged, when the file does not open, its video has no pixel format, or its pictures
   // get no share of memory. The session is of no use then.
@@ -37,7 +41,6 @@ class SessionOpener {
   void DescribeProfile();
   void OpenAudio();
   void SetDuration(const StreamDecoder* decoder);
-  void AllocateScratch();
   void ScanKeyFrames();
   void CheckVariableRate();
   void ScanLength();
@@ -46,6 +49,7 @@ class SessionOpener {
   MediaInfo* mInfo;
   const DecoderOptions& mOptions;
   DecoderShare mShare;
+  const ffmpeg::UniquePacket mPacket;
   int64_t mFirstAudioTicks = AV_NOPTS_VALUE;
 };
 

@@ -3,6 +3,7 @@
 namespace codec {
 
 void TimeProbe::Run() {
+  if (mFrame == nullptr || mPacket == nullptr) return;
   mSession->input.SeekToStart(0);
   mSession->FlushDecoders();
   // Both are tried on each pass, the picture first.
@@ -33,7 +34,7 @@ bool TimeProbe::TryAudio() {
 }
 
 std::optional<int64_t> TimeProbe::Try(StreamDecoder* decoder, bool* settled) {
-  AVFrame* const frame = mSession->frame.get();
+  AVFrame* const frame = mFrame.get();
   const int result = decoder->Receive(frame);
   if (result < 0) {
     *settled = mEnded || result == AVERROR_EOF;
@@ -47,7 +48,7 @@ std::optional<int64_t> TimeProbe::Try(StreamDecoder* decoder, bool* settled) {
 
 // Packets of a stream that has given its frame are not decoded: the other one may be far away.
 void TimeProbe::Feed() {
-  AVPacket* const packet = mSession->packet.get();
+  AVPacket* const packet = mPacket.get();
   StreamDecoder* const video = mVideoSettled ? nullptr : mSession->video.get();
   StreamDecoder* const audio = mAudioSettled ? nullptr : mSession->audio.get();
   mEnded = !mSession->input.Read(packet);

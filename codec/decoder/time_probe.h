@@ -10,11 +10,12 @@ namespace codec {
 
 class TimeProbe {
  public:
-  explicit TimeProbe(DecodeSession* session) : mSession(session) {}
+  explicit TimeProbe(DecodeSession* session)
+      : mSession(session), mFrame(av_frame_alloc()), mPacket(av_packet_alloc()) {}
 
   // Moves to the start, decodes until each stream has given a frame or the input ends, and sets the
   // session's first times. A time that cannot be found stays as it was. Leaves the input somewhere
-  // behind the start.
+  // after the start. Does nothing if there is no memory.
   void Run();
 
  private:
@@ -25,6 +26,8 @@ class TimeProbe {
   void Feed();
 
   DecodeSession* mSession;
+  const ffmpeg::UniqueFrame mFrame;
+  const ffmpeg::UniquePacket mPacket;
   bool mVideoSettled = false;
   bool mAudioSettled = false;
   bool mEnded = false;

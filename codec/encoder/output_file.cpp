@@ -51,7 +51,7 @@ int OutputFile::Create(const std::string& path, const EncoderOptions& options,
   if (mContext != nullptr) return 0;
   mPath = path;
   mHeader = Header::kNone;
-  mError = 0;
+  mError.Forget();
   const AVOutputFormat* format = ChooseContainer(path.c_str());
   if (format == nullptr) {
     log_error(kTag, "not find format for %s", path.c_str());
@@ -108,7 +108,7 @@ int OutputFile::OpenFileAndWriteHeader() {
   if ((Format()->flags & AVFMT_NOFILE) == 0 &&
       Remember(avio_open(&mContext->pb, mWriteUrl.c_str(), AVIO_FLAG_WRITE)) < 0) {
     log_error(kTag, "Could not open '%s'\n", mPath.c_str());
-    log_error(kTag, "'%s': %s", mPath.c_str(), ffmpeg::ErrorText(mError).c_str());
+    log_error(kTag, "'%s': %s", mPath.c_str(), ffmpeg::ErrorText(OutputError()).c_str());
     return -1;
   }
   // A muxer whose header failed crashes when it is called again, so the refusal is kept and packets
@@ -178,9 +178,6 @@ void OutputFile::Close() {
   mContext.reset();
 }
 
-int OutputFile::Remember(int result) {
-  if (result < 0 && mError == 0) mError = result;
-  return result;
-}
+int OutputFile::Remember(int result) { return mError.Keep(result); }
 
 }  // namespace codec

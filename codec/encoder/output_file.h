@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "base/first_error.h"
 #include "codec/encoder/encoder_options.h"
 #include "codec/ffmpeg/owned.h"
 
@@ -63,7 +64,7 @@ class OutputFile {
   // back.
   int Remember(int result);
   // The first error of the above, as FFmpeg's negative number; 0 while there was none.
-  int OutputError() const { return mError; }
+  int OutputError() const { return mError.Error(); }
 
  private:
   enum class Header { kNone, kWritten, kRefused };
@@ -81,7 +82,7 @@ class OutputFile {
   decltype(AVFormatContext::io_open) mUsualOpen = nullptr;
   ffmpeg::UniqueOutput mContext;
   Header mHeader = Header::kNone;
-  int mError = 0;
+  but::FirstError mError;
   PendingPackets* mPending = nullptr;
 };
 

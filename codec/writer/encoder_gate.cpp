@@ -27,8 +27,7 @@ void EncoderGate::Close() {
   const bool wasClosed = mState == State::kClosed;
   mState = State::kClosed;
   if (!mEncoder || wasClosed) return;
-  const int result = but::Guarded(kTag, [this] { mEncoder->Close(); });
-  if (mError == 0) mError = result;
+  mError.Keep(but::Guarded(kTag, [this] { mEncoder->Close(); }));
 }
 
 int EncoderGate::GetParameter(const char* key) {
@@ -41,13 +40,13 @@ int EncoderGate::OutputError() {
   mLock.Lock();
   const but::LockGuard guard(&mLock);
   if (!mEncoder) return -1;
-  return mError != 0 ? mError : mEncoder->OutputError();
+  return mError.Error() != 0 ? mError.Error() : mEncoder->OutputError();
 }
 
 void EncoderGate::Fail(int error) {
   mLock.Lock();
   const but::LockGuard guard(&mLock);
-  if (mError == 0) mError = error;
+  mError.Keep(error);
 }
 
 void EncoderGate::Write(PooledBuffer buffer) {

@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "base/first_error.h"
 #include "base/lock.h"
 #include "codec/encoder/media_encoder.h"
 #include "codec/writer/media_buffer_pool.h"
@@ -40,7 +41,7 @@ class EncoderGate {
   but::Mutex mLock;
   // Under mLock.
   State mState = State::kNew;
-  int mError = 0;
+  but::FirstError mError;
 };
 
 }  // namespace codec

@@ -76,8 +76,8 @@ TEST(ThreadCount, DoesNotChangeTheOrderOfFrames) {
 }
 
 TEST(ThreadCount, DoesNotChangeThePictureThatAnExactSeekNames) {
-  const std::string path = Made("threads_exact.mp4", "25",
-                                "-t 5 -c:v libx264 -preset ultrafast -g 5 -bf 0 -c:a aac");
+  const std::string path =
+      Made("threads_exact.mp4", "25", "-t 5 -c:v libx264 -preset ultrafast -g 5 -bf 0 -c:a aac");
   for (const int threads : kThreads) {
     DecoderReader reader(path, With(threads));
     ASSERT_EQ(reader.Decoder().Seek(2.9, 2), 0);
@@ -120,9 +120,9 @@ TEST(ThreadCount, DoesNotEndAtDamageWhileDraining) {
 }
 
 TEST(FailedSeek, LeavesNothingToReadWithoutSound) {
-  const std::string path = CustomClip(
-      "failed_seek.mp4", {"-f", "lavfi", "-i", SceneFilter(640, 360, "25"), "-t", "8", "-c:v",
-                          "libx264", "-preset", "veryfast", "-g", "25"});
+  const std::string path =
+      CustomClip("failed_seek.mp4", {"-f", "lavfi", "-i", SceneFilter(640, 360, "25"), "-t", "8",
+                                     "-c:v", "libx264", "-preset", "veryfast", "-g", "25"});
   DecoderReader reader(path);
   ReadFrame frame;
   for (int i = 0; i < 2; ++i) {
@@ -137,13 +137,31 @@ TEST(FailedSeek, LeavesNothingToReadWithoutSound) {
 
 // Cut without encoding, such a clip begins with pictures that are only decoded.
 TEST(CutClip, GivesEveryPictureThatIsShown) {
-  const std::string base = CustomClip(
-      "cut_base.mp4", {"-f", "lavfi", "-i", SceneFilter(640, 360, "25"), "-f", "lavfi", "-i",
-                       SweepFilter(48000, "stereo"), "-t", "5", "-c:v", "libx264", "-preset",
-                       "veryfast", "-g", "50", "-sc_threshold", "0", "-bf", "2", "-c:a", "aac"});
+  const std::string base = CustomClip("cut_base.mp4", {"-f",
+                                                       "lavfi",
+                                                       "-i",
+                                                       SceneFilter(640, 360, "25"),
+                                                       "-f",
+                                                       "lavfi",
+                                                       "-i",
+                                                       SweepFilter(48000, "stereo"),
+                                                       "-t",
+                                                       "5",
+                                                       "-c:v",
+                                                       "libx264",
+                                                       "-preset",
+                                                       "veryfast",
+                                                       "-g",
+                                                       "50",
+                                                       "-sc_threshold",
+                                                       "0",
+                                                       "-bf",
+                                                       "2",
+                                                       "-c:a",
+                                                       "aac"});
   for (const char* from : {"1.3", "3.1"}) {
-    const std::string path = CustomClip("cut_" + std::string(from) + ".mp4",
-                                        {"-ss", from, "-i", base, "-c", "copy"});
+    const std::string path =
+        CustomClip("cut_" + std::string(from) + ".mp4", {"-ss", from, "-i", base, "-c", "copy"});
     const size_t shown = PictureTimes(path).size();
     for (const int threads : kThreads) {
       DecoderReader reader(path, With(threads));

@@ -1,0 +1,27 @@
+// The first of several errors.
+#pragma once
+
+#include <atomic>
+
+namespace but {
+
+// Keeps the first error that it is told of: what comes later is often its consequence. For any
+// thread.
+class FirstError {
+ public:
+  // Looks at a result, of which those below 0 are errors, and gives it back.
+  int Keep(int result) {
+    int none = 0;
+    if (result < 0) mError.compare_exchange_strong(none, result);
+    return result;
+  }
+  // As if there had been none.
+  void Forget() { mError = 0; }
+  // 0 while there was none.
+  int Error() const { return mError; }
+
+ private:
+  std::atomic<int> mError{0};
+};
+
+}  // namespace but
