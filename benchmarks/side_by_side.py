@@ -24,6 +24,7 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PROGRAM = ROOT / "build/release/clip-reverse"
 X264 = "-c:v libx264 -preset veryfast -sc_threshold 0"
+OPEN = " -bf 3 -x264-params open-gop=1"
 X265 = "-c:v libx265 -preset ultrafast -x265-params log-level=error"
 
 # name: size, frames per second, seconds, GOP, bit rate of the source, its coding, bit rate of the output
@@ -33,6 +34,10 @@ CLIPS = {
     "1080p-gop250": ("1920x1080", 25, 60, 250, "10M", X264, "8M"),
     "2160p-gop120": ("3840x2160", 30, 6, 120, "35M", X264, "35M"),
     "720p-hevc": ("1280x720", 30, 20, None, "5M", X265, "5M"),
+    "720p-open12": ("1280x720", 30, 20, 12, "6M", X264 + OPEN, "5M"),
+    "720p-open30": ("1280x720", 30, 20, 30, "6M", X264 + OPEN, "5M"),
+    "720p-open250": ("1280x720", 30, 20, 250, "6M", X264 + OPEN, "5M"),
+    "720p-mpeg2": ("1280x720", 30, 20, 12, "12M", "-c:v mpeg2video -bf 2 -sc_threshold 1000000000", "5M"),
     "360p-1min": ("640x360", 30, 60, 250, "1500k", X264, "1M"),
     "360p-10min": ("640x360", 30, 600, 250, "1500k", X264, "1M"),
     "720p-one-key-60s": ("1280x720", 30, 60, 100000, "5M", X264, "5M"),

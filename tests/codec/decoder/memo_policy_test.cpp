@@ -58,12 +58,15 @@ TEST(MemoPolicy, CountsWhatIsOwed) {
   MemoPolicy policy(30);
   policy.Keep(0, 10);
   policy.Keep(1, 10);
-  policy.Owe(15);
+  EXPECT_EQ(policy.Owe(10), Places{});
+  EXPECT_EQ(policy.Owe(5), Places{0}) << "pictures make room for packets";
+  EXPECT_EQ(policy.Bytes(), 25);
   EXPECT_TRUE(policy.MayOwe());
-  policy.Owe(1);
+  EXPECT_EQ(policy.Owe(1), Places{});
   EXPECT_FALSE(policy.MayOwe()) << "more than half of the budget";
   policy.Pay(1);
-  EXPECT_EQ(policy.Keep(2, 5), (Places{0}));
+  EXPECT_TRUE(policy.MayOwe());
+  EXPECT_EQ(policy.Keep(2, 5), Places{});
   EXPECT_EQ(policy.Bytes(), 30);
 }
 
