@@ -49,7 +49,7 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
   if (info->has_video == 0) return 0;
   const int stream = decoder->SoundStream();
   decoder->LeaveSoundOut();
-  if (withSound && stream >= 0) OpenSound(path, stream);
+  if (withSound && stream >= 0 && OpenSound(path, stream) != 0) return -1;
   info->has_audio = mSound != nullptr ? 1 : 0;
   double zero = decoder->FirstPictureTime();
   if (mSound != nullptr && mSound->FirstTime().has_value() &&
@@ -68,11 +68,14 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
   return 0;
 }
 
-void MirrorReversal::OpenSound(const std::string& path, int stream) {
+// Sound that cannot be decoded is left out. What the host refuses fails the job.
+int MirrorReversal::OpenSound(const std::string& path, int stream) {
   mSound = std::make_unique<SoundWalk>();
-  if (mSound->Open(path, stream) == 0) return;
+  if (mSound->Open(path, stream) == 0) return 0;
+  if (mSound->Failure() != 0) return -1;
   log_warn(kTag, "the sound of %s cannot be read, and is left out", path.c_str());
   mSound.reset();
+  return 0;
 }
 
 double MirrorReversal::Duration(const MediaInfo& info) const {

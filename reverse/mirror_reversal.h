@@ -23,7 +23,7 @@ class MirrorReversal : public Reversal {
   int HostError() const override;
 
  private:
-  void OpenSound(const std::string& path, int stream);
+  int OpenSound(const std::string& path, int stream);
 
   std::unique_ptr<SoundWalk> mSound;  // null without sound
   double mDuration = 0;               // seconds

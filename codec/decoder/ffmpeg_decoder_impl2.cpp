@@ -30,10 +30,13 @@ struct FFmpegDecoderImpl2::Parts {
   PacketDecoder packets{&session, &feed};
   Seeker seeker{&session, &source, &packets, &pending};
 
-  // Whether there was memory for all of them.
+  // An exception may leave them in the middle of a change.
+  bool isWhole = true;
+
+  // Whether there was memory for all of them, and for all that they did.
   bool IsUsable() const {
-    return feed.IsUsable() && receiver.IsUsable() && packets.IsUsable() && source.IsUsable() &&
-           seeker.IsUsable();
+    return isWhole && feed.IsUsable() && receiver.IsUsable() && packets.IsUsable() &&
+           source.IsUsable() && seeker.IsUsable();
   }
 };
 
@@ -45,16 +48,25 @@ void Give(const DecodedFrame& frame, uint32_t* size, uint32_t* type, double* pts
   *pts = frame.pts;
 }
 
+}  // namespace
+
 // What is thrown ends here, and is kept whatever it was: to the caller a failure looks like the end
 // of the input. `body` gives 0 or -1.
 template <typename Body>
-int Bordered(FirstFailure* thrown, const Body& body) {
+int FFmpegDecoderImpl2::Bordered(const Body& body) {
   const int result = but::Guarded(kDecoderTag, body);
-  if (result < -1) thrown->Keep(result);
+  if (result < -1) {
+    mThrown.Keep(result);
+    if (mParts != nullptr) mParts->isWhole = false;
+  }
   return result == 0 ? 0 : -1;
 }
 
-}  // namespace
+// The same for what needs all parts.
+template <typename Body>
+int FFmpegDecoderImpl2::WithParts(const Body& body) {
+  return mParts == nullptr || !mParts->IsUsable() ? -1 : Bordered(body);
+}
 
 FFmpegDecoderImpl2::FFmpegDecoderImpl2(const char* path, const DecoderOptions& options)
     : mPath(path), mOptions(options) {
@@ -74,7 +86,7 @@ void FFmpegDecoderImpl2::LogCounters() const {
 }
 
 int FFmpegDecoderImpl2::Init() {
-  return Bordered(&mThrown, [this] { return InitParts(); });
+  return Bordered([this] { return InitParts(); });
 }
 
 int FFmpegDecoderImpl2::InitParts() {
@@ -105,14 +117,12 @@ int FFmpegDecoderImpl2::Release() {
 }
 
 int FFmpegDecoderImpl2::Seek(double seconds, int mode) {
-  if (mParts == nullptr || !mParts->IsUsable()) return -1;
-  return Bordered(&mThrown, [&] { return mParts->seeker.Seek(seconds, mode); });
+  return WithParts([&] { return mParts->seeker.Seek(seconds, mode); });
 }
 
 int FFmpegDecoderImpl2::DecodeFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) {
-  if (mParts == nullptr || !mParts->IsUsable()) return -1;
   DecodedFrame frame;
-  const int result = Bordered(&mThrown, [&] {
+  const int result = WithParts([&] {
     return mParts->pending.Take(buffer, &frame) ? 0 : mParts->packets.Decode(buffer, &frame);
   });
   if (result != 0) return -1;
@@ -121,9 +131,8 @@ int FFmpegDecoderImpl2::DecodeFrame(uint8_t* buffer, uint32_t* size, uint32_t* t
 }
 
 int FFmpegDecoderImpl2::ReceiveFrame(uint8_t* buffer, uint32_t* size, uint32_t* type, double* pts) {
-  if (mParts == nullptr || !mParts->IsUsable()) return -1;
   DecodedFrame frame;
-  if (Bordered(&mThrown, [&] { return mParts->receiver.Receive(buffer, &frame); }) != 0) return -1;
+  if (WithParts([&] { return mParts->receiver.Receive(buffer, &frame); }) != 0) return -1;
   Give(frame, size, type, pts);
   return 0;
 }
@@ -178,8 +187,8 @@ void FFmpegDecoderImpl2::LeaveSoundOut() {
 }
 
 double FFmpegDecoderImpl2::FirstPictureTime() {
-  if (mParts == nullptr || !mParts->IsUsable() || mParts->session.video == nullptr) return 0;
-  Bordered(&mThrown, [this] {
+  if (mParts == nullptr || mParts->session.video == nullptr) return 0;
+  WithParts([this] {
     TimeProbe(&mParts->session).Run();
     return 0;
   });

@@ -75,6 +75,10 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
  private:
   struct Parts;
 
+  template <typename Body>
+  int Bordered(const Body& body);
+  template <typename Body>
+  int WithParts(const Body& body);
   int InitParts();
   void LogCounters() const;
 

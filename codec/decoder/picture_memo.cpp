@@ -195,11 +195,13 @@ void PictureMemo::CompleteUpTo(int64_t place) {
   for (int64_t done = mPlace; done < std::min(place, DecoderEnd()); ++done) {
     MemoPlace& known = mPlaces.At(done);
     known.isComplete = true;
-    // It may have given less than the first time.
+    // It may have given less than the first time, or there was no memory for a picture.
     const size_t given = done == mPlace ? mGiven : 0;
-    while (known.pictures.size() > given && known.pictures.back().frame == nullptr) {
-      known.pictures.pop_back();
-    }
+    std::vector<MemoPicture>& pictures = known.pictures;
+    if (pictures.size() <= given) continue;
+    const auto isMissing = [](const MemoPicture& picture) { return picture.frame == nullptr; };
+    const auto first = pictures.begin() + static_cast<std::ptrdiff_t>(given);
+    pictures.erase(std::remove_if(first, pictures.end(), isMissing), pictures.end());
   }
 }
 

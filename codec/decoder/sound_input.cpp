@@ -40,11 +40,15 @@ int SoundInput::Open(const std::string& path, int streamIndex) {
   return OpenInput() == 0 && KeepFirst() == 0 ? 0 : -1;
 }
 
+// The same file has been opened by others just before, so that it is not to blame.
 int SoundInput::OpenInput() {
   if (mInput != nullptr && mFailure.Error() == 0) mFailure.Note(mInput->Failure().Error());
   mInput = std::make_unique<InputFile>();
   ++mOpens;
-  if (mInput->Open(mPath) != 0) return -1;
+  if (mInput->Open(mPath) != 0) {
+    mFailure.Keep(AVERROR(EIO));
+    return -1;
+  }
   AVFormatContext* const file = mInput->Context();
   if (mIndex < 0 || static_cast<unsigned>(mIndex) >= file->nb_streams) {
     log_error(kDecoderTag, "Could not find audio stream in input file '%s'", mPath.c_str());

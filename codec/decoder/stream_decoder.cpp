@@ -98,7 +98,13 @@ int StreamDecoder::Receive(AVFrame* frame) {
   constexpr int kMostFailures = 256;
   if (mResting) return AVERROR_EOF;
   if (mFailures > kMostFailures) return mDraining ? AVERROR_EOF : AVERROR(EAGAIN);
-  const int result = mFailure->Note(avcodec_receive_frame(mContext.get(), frame));
+  int result = mFailure->Note(avcodec_receive_frame(mContext.get(), frame));
+  // A decoder that has missed the end of the input is told again.
+  while (result == AVERROR(EAGAIN) && mDraining) {
+    const bool isTold = avcodec_send_packet(mContext.get(), nullptr) >= 0;
+    result = isTold ? mFailure->Note(avcodec_receive_frame(mContext.get(), frame)) : AVERROR_EOF;
+    if (++mFailures > kMostFailures) result = AVERROR_EOF;
+  }
   if (result >= 0) {
     ++mFramesDecoded;
     mPlaces.Gave(frame->pkt_dts);
@@ -107,10 +113,6 @@ int StreamDecoder::Receive(AVFrame* frame) {
     mPlaces.Ended();
   } else if (result != AVERROR(EAGAIN)) {
     ++mFailures;
-  } else if (mDraining) {
-    // The decoder has missed the end of the input.
-    ++mFailures;
-    avcodec_send_packet(mContext.get(), nullptr);
   } else {
     mPlaces.WantsPacket();
   }

@@ -3,7 +3,10 @@
 namespace codec {
 
 void TimeProbe::Run() {
-  if (mFrame == nullptr || mPacket == nullptr) return;
+  if (mFrame == nullptr || mPacket == nullptr) {
+    mSession->input.Failure().Keep(AVERROR(ENOMEM));
+    return;
+  }
   mSession->input.SeekToStart(0);
   mSession->FlushDecoders();
   // Both are tried on each pass, the picture first.

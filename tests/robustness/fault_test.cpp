@@ -38,6 +38,7 @@ struct Scene {
   std::string input;
   std::map<std::string, std::string> parameters;  // of the output
   bool replaces = false;                          // a file that stands at the output
+  bool mirrors = false;
 };
 
 std::vector<std::string> Drawn(const std::string& size, const std::string& seconds,
@@ -83,6 +84,16 @@ Scene Replacing() {
   Scene scene = {
       "replacing", CustomClip("fault_short.mp4", Drawn("64x48", "0.4", {"-c:v", "libx264"})), {}};
   scene.replaces = true;
+  return scene;
+}
+
+// Pictures and sound as a player shows them. The sound is read through an input of its own.
+Scene Mirrored() {
+  Scene scene = {"mirrored",
+                 CustomClip("fault_mirrored.mkv",
+                            Drawn("64x48", "2.2", {"-c:v", "libx264", "-g", "20", "-c:a", "aac"})),
+                 {}};
+  scene.mirrors = true;
   return scene;
 }
 
@@ -163,6 +174,7 @@ int RunScene(const Scene& scene, const std::string& output) {
   return but::Guarded("main", [&] {
     auto job = std::make_unique<codec::Reverse>(scene.input.c_str(), 0, 0, output.c_str());
     job->SetSafeOutput(scene.replaces);
+    job->SetMirror(scene.mirrors);
     for (const auto& [key, value] : scene.parameters) {
       job->SetOutputParameter(key.c_str(), value.c_str());
     }
@@ -327,7 +339,7 @@ bool IsAllowed(const SandboxResult& result, const Place& place, const Report& re
   const Outcome most = MostFor(place.call);
   if (most == Outcome::kWhole) return whole;
   if (most == Outcome::kWholeAndTold) return whole && told;
-  return most == Outcome::kLessAndTold && report.packets > 0 && told;
+  return most == Outcome::kLessAndTold && (whole || (report.packets > 0 && told));
 }
 
 void ExpectHonestEnds(const Counted& counted, const std::vector<Place>& places) {
@@ -378,7 +390,7 @@ bool HaveFilesAccessLists() {
 
 TEST(Faults, OfEveryCallEndHonestly) {
   std::array<bool, kFaultCalls> met{};
-  for (const Scene& scene : {Plain(), Scaled(), Stamped(), Replacing()}) {
+  for (const Scene& scene : {Plain(), Scaled(), Stamped(), Replacing(), Mirrored()}) {
     const Counted counted = Count(scene);
     for (size_t i = 0; i < met.size(); ++i) met[i] = met[i] || counted.report.calls[i] > 0;
     ExpectHonestEnds(counted, PlacesIn(counted.report));
@@ -392,7 +404,7 @@ TEST(Faults, OfEveryCallEndHonestly) {
 
 TEST(Faults, OfEveryAllocationEndHonestly) {
   constexpr int kPoints = 200;
-  for (const Scene& scene : {Plain(), Stamped(), Replacing()}) {
+  for (const Scene& scene : {Plain(), Stamped(), Replacing(), Mirrored()}) {
     const Counted counted = Count(scene);
     const int64_t total = counted.report.calls[static_cast<int>(FaultCall::operator_new)];
     std::cout << total << " allocations\n";
