@@ -42,6 +42,7 @@ install(TARGETS clipreverse EXPORT clipreverse COMPONENT development
 
 # All that an embedding program needs to reverse, read or write clips, and what these headers include.
 foreach(header
+        base/first_error.h
         base/log.h
         codec/decoder/decoder_options.h
         codec/decoder/ffmpeg_decoder.h
