@@ -37,9 +37,11 @@ int CropPicture(AVPixelFormat format, const uint8_t* source, int width, int heig
   const Layout to(format, target, toWidth, toHeight);
   if (from.bytes < 0 || to.bytes < 0) return AVERROR(EINVAL);
   const bool hasPalette = (description->flags & AV_PIX_FMT_FLAG_PAL) != 0;
+  // Some releases make room for a palette that belongs to grey pictures, too.
+  const int planes = av_pix_fmt_count_planes(format) + (hasPalette ? 1 : 0);
   // No row of the part lies after its place in the picture, so that upward moves do no harm where
   // the two share their memory.
-  for (int plane = 0; plane < 4 && to.planes[static_cast<size_t>(plane)] != nullptr; ++plane) {
+  for (int plane = 0; plane < planes; ++plane) {
     const auto index = static_cast<size_t>(plane);
     if (hasPalette && plane == 1) {
       std::memmove(to.planes[index], from.planes[index], AVPALETTE_SIZE);
@@ -51,7 +53,7 @@ int CropPicture(AVPixelFormat format, const uint8_t* source, int width, int heig
                    from.planes[index] + std::ptrdiff_t{row} * from.strides[index], bytes);
     }
   }
-  return to.bytes;
+  return av_image_get_buffer_size(format, toWidth, toHeight, 1);
 }
 
 }  // namespace codec
