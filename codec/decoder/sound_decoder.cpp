@@ -43,7 +43,9 @@ void SoundDecoder::Send(AVPacket* packet) {
 }
 
 bool SoundDecoder::Receive(AVFrame* frame) {
-  return mFailure->Note(avcodec_receive_frame(mContext.get(), frame)) >= 0;
+  if (mFailure->Note(avcodec_receive_frame(mContext.get(), frame)) < 0) return false;
+  ffmpeg::StampFirstSample(frame);
+  return true;
 }
 
 }  // namespace codec

@@ -152,6 +152,14 @@ AVRational RealBaseRate(const AVStream* stream) {
   return stream->r_frame_rate;
 }
 
+void StampFirstSample(AVFrame* frame) {
+#if LIBAVCODEC_VERSION_MAJOR < 59
+  if (frame->pts != AV_NOPTS_VALUE) frame->best_effort_timestamp = frame->pts;
+#else
+  static_cast<void>(frame);
+#endif
+}
+
 int64_t IndexedAtOrBefore(AVStream* stream, int64_t ticks) {
 #if HAS_INDEX_CALLS
   const AVIndexEntry* const entry =

@@ -31,6 +31,11 @@ int PacketsLate(const AVCodecContext* context);
 int DecodeOne(AVCodecContext* context, AVFrame* frame, AVFrame* spare, int* gotFrame,
               AVPacket* packet);
 
+// To be called for each frame of sound of a decoder that has `pkt_timebase`: sees to it that
+// `best_effort_timestamp` is the stamp of the first sample. Older releases leave it at the packet's
+// stamp if samples at the start were trimmed.
+void StampFirstSample(AVFrame* frame);
+
 // Fields of a frame count as two ticks of the codec's time base for the field-coded codecs.
 int TicksPerFrame(AVCodecID id);
 // Time base of the stream's opened decoder: 1 / (frame rate x ticks per frame).

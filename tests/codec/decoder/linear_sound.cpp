@@ -53,6 +53,7 @@ class LinearReading {
     avcodec_send_packet(mDecoder.get(), packet);
     while (avcodec_receive_frame(mDecoder.get(), mFrame.get()) >= 0) {
       const ffmpeg::FrameGuard guard(mFrame.get());
+      ffmpeg::StampFirstSample(mFrame.get());
       Take(mFrame.get());
     }
   }
