@@ -20,32 +20,13 @@ bool HasPictureFrom(const MemoPlace& place, int64_t stamp) {
                      [stamp](const MemoPicture& picture) { return picture.stamp >= stamp; });
 }
 
-// The first place from which on all pictures are shown at or after the first packet. Pictures shown
-// before it may refer to what comes before it. The end of the input is no such place: it brings out
-// pictures of the group before, too.
-int64_t FirstTrusted(const std::deque<MemoPlace>& places) {
-  const int64_t first = places.front().identity.pts;
-  int64_t trusted = MemoPlaces::kNone;
-  for (size_t place = 0; place < places.size() && !places[place].identity.isEnd; ++place) {
-    for (const MemoPicture& picture : places[place].pictures) {
-      if (picture.stamp < first) {
-        trusted = MemoPlaces::kNone;
-      } else if (trusted == MemoPlaces::kNone) {
-        trusted = static_cast<int64_t>(place);
-      }
-    }
-  }
-  return trusted;
-}
-
 }  // namespace
 
 bool MemoPlaces::IsNewLanding(const PacketIdentity& first) {
   if (!mRemembered.empty() && mRemembered.front().identity == first) return false;
-  if (mLater.empty() || !(mLater.front().identity == first)) return true;
-  // The landing is that of the later group.
+  if (!mLater.IsSameLanding(first)) return true;
   Truncate(0);
-  mRemembered = std::exchange(mLater, {});
+  mRemembered = mLater.TakeBack();
   mPolicy.Join(0, 0);
   mStartsAfresh = true;
   mWasUsed = true;
@@ -53,19 +34,10 @@ bool MemoPlaces::IsNewLanding(const PacketIdentity& first) {
 }
 
 void MemoPlaces::Begin(bool startsAfresh) {
-  const bool isIntact = std::all_of(mRemembered.begin(), mRemembered.end(),
-                                    [](const MemoPlace& place) { return place.isIntact; });
-  const bool isUseful = mWasUsed || mLater.empty();
+  const bool isUseful = mWasUsed || mLater.IsEmpty();
   if (!mRemembered.empty() && isUseful) {
     DropLater();
-    mTrusted = kNone;
-    if (mStartsAfresh && isIntact && mRemembered.front().identity.pts != AV_NOPTS_VALUE) {
-      mTrusted = FirstTrusted(mRemembered);
-    }
-    if (mTrusted != kNone) {
-      mLater = std::exchange(mRemembered, {});
-      mPolicy.SetAside();
-    }
+    if (mStartsAfresh && mLater.SetAside(&mRemembered)) mPolicy.SetAside();
   }
   Truncate(0);
   mWasUsed = false;
@@ -79,9 +51,11 @@ void MemoPlaces::Add(int64_t place, const PacketIdentity& identity) {
   }
   Follow(place, identity);
   if (IsRemembered(place)) return;
-  const bool isRemembered = (mIsOpen || !mLater.empty()) && mPassing.empty();
+  // While there is a later group, the places before it are remembered: it takes over at their end.
+  const bool isOpen = IsEnabled() && mLastNeeded == kNone;
+  const bool isRemembered = (isOpen || !mLater.IsEmpty()) && mPassing.empty();
   if (mPassing.empty()) mFirstPassing = place;
-  Places& places = isRemembered ? mRemembered : mPassing;
+  MemoRow& places = isRemembered ? mRemembered : mPassing;
   places.emplace_back();
   places.back().identity = identity;
 }
@@ -125,9 +99,7 @@ void MemoPlaces::PassBy(int64_t place) {
 }
 
 void MemoPlaces::Close(int64_t place) {
-  if (mLastNeeded != kNone) return;
-  mLastNeeded = place;
-  mIsOpen = false;
+  if (mLastNeeded == kNone) mLastNeeded = place;
 }
 
 void MemoPlaces::Rewind() {
@@ -137,7 +109,6 @@ void MemoPlaces::Rewind() {
                                        [](const MemoPlace& place) { return !place.isComplete; });
   Truncate(incomplete - mRemembered.begin());
   mPassing.clear();
-  mIsOpen = mIsEnabled;
   mLastNeeded = kNone;
   mIsTorn = false;
   EndTakeover();
@@ -150,49 +121,30 @@ void MemoPlaces::Truncate(int64_t place) {
 }
 
 void MemoPlaces::DropLater() {
-  mLater.clear();
+  mLater.Clear();
   mPolicy.DropAside();
-  if (mTakeover == kNone) mBorder = kNone;
 }
 
-// Compares a new packet with the next one of the later group.
+// The later group takes over if the walk has come to its first picture. But none of its pictures
+// may have come already: then the decoder gives them in another order than it did for the group.
 void MemoPlaces::Follow(int64_t place, const PacketIdentity& identity) {
-  if (mLater.empty() || mTakeover != kNone) return;
-  if (mBorder == kNone && mLater.front().identity.IsSamePacket(identity)) {
-    mBorder = place;
-    mBorderStamp = identity.pts;
-  }
-  if (mBorder == kNone) return;
-  const auto later = static_cast<size_t>(place - mBorder);
-  if (later >= mLater.size() || !mLater[later].identity.IsSamePacket(identity)) {
-    return DropLater();
-  }
-  if (place - mBorder != mTrusted) return;
-  // None of the later group's pictures may have come already.
-  const auto border = mRemembered.begin() + static_cast<std::ptrdiff_t>(mBorder);
+  if (mLater.IsEmpty()) return;
+  if (!mLater.Follow(place, identity)) return DropLater();
+  if (!mLater.IsReached(place)) return;
+  const auto border = mRemembered.begin() + static_cast<std::ptrdiff_t>(mLater.Border());
+  const int64_t stamp = mLater.BorderStamp();
   if (std::any_of(border, mRemembered.end(),
-                  [this](const MemoPlace& one) { return HasPictureFrom(one, mBorderStamp); })) {
+                  [stamp](const MemoPlace& one) { return HasPictureFrom(one, stamp); })) {
     return DropLater();
   }
-  TakeOver(place);
-}
-
-void MemoPlaces::TakeOver(int64_t place) {
-  mPolicy.Join(mTrusted, place);
-  std::move(mLater.begin() + static_cast<std::ptrdiff_t>(mTrusted), mLater.end(),
-            std::back_inserter(mRemembered));
-  mLater.clear();
-  mTakeover = place;
-}
-
-void MemoPlaces::EndTakeover() {
-  mBorder = kNone;
-  mTakeover = kNone;
+  mPolicy.Join(mLater.Trusted(), place);
+  MemoRow places = mLater.TakeOver(place);
+  std::move(places.begin(), places.end(), std::back_inserter(mRemembered));
 }
 
 void MemoPlaces::Tear(int64_t stamp) {
   mIsTorn = true;
-  for (int64_t place = mTakeover; IsRemembered(place); ++place) {
+  for (int64_t place = mLater.Takeover(); IsRemembered(place); ++place) {
     std::vector<MemoPicture>& pictures = At(place).pictures;
     const auto twin =
         std::find_if(pictures.begin(), pictures.end(),

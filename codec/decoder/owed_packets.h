@@ -9,12 +9,14 @@
 
 namespace codec {
 
-// Packets by the place at which they were sent, one after another from the first that is kept.
+// Packets by the place at which they were added, one after another from the first that is kept.
 class OwedPackets {
  public:
   // Adds a packet at the next place and leaves it blank; null stands for the end of the input.
   // False if there is no memory: then nothing is added.
   bool Add(AVPacket* packet);
+  // The place of the next packet to be added.
+  int64_t End() const { return mFirst + static_cast<int64_t>(mPackets.size()); }
   // The packet of a place that is kept; null for the end of the input. Owned here.
   AVPacket* At(int64_t place) const { return mPackets[static_cast<size_t>(place - mFirst)].get(); }
   // Drops the packets before this place. Returns their bytes.

@@ -23,40 +23,36 @@ PictureMemo::PictureMemo(PictureDecoder* decoder, FirstFailure* failure, int64_t
       mPlaces(budget) {}
 
 int PictureMemo::Send(AVPacket* packet) {
+  const int64_t place = Sent();
   const PacketIdentity identity = PacketIdentity::Of(packet);
-  const bool isNewLanding = mSent == 0 && mPlaces.IsEnabled() && mPlaces.IsNewLanding(identity);
+  const bool isNewLanding = place == 0 && mPlaces.IsEnabled() && mPlaces.IsNewLanding(identity);
   if (isNewLanding) mPlaces.Begin(packet != nullptr && mStartsAfresh(*packet));
-  // Without memory the packet is lost, as one is that the decoder refuses.
-  if (!mOwed.Add(packet)) return mFailure->Note(AVERROR(ENOMEM));
-  mPlaces.Add(mSent, identity);
+  // If there is no memory the packet is lost, like one that the decoder refuses.
+  if (!mDecoder.Add(packet)) return mFailure->Note(AVERROR(ENOMEM));
+  mPlaces.Add(place, identity);
   mPlaces.Owe(identity.size);
-  ++mSent;
   mWantsPacket = false;
   return 0;
 }
 
-bool PictureMemo::IsAtEnd() const { return mPlace < mSent && mPlaces.At(mPlace).identity.isEnd; }
-
 PictureMemo::Counters PictureMemo::Count() const {
-  Counters counters = mCounters;
-  counters.owed = mSent - mFed;
-  return counters;
+  return {mAnswered, Sent() - mDecoder.Fed(), mPaid};
 }
 
 int PictureMemo::Receive(AVFrame* frame) {
   for (;;) {
-    if (mPlace < mSent && !MustDecode()) {
+    if (mPlace < Sent() && !MustDecode()) {
       MemoPlace& place = mPlaces.At(mPlace);
       if (mGiven < place.pictures.size()) {
         MemoPicture& picture = place.pictures[mGiven];
-        const bool isPassedBy = mWalking && picture.stamp < mWantedFrom;
+        const bool isPassedBy = picture.stamp < mWantedFrom;
         if (picture.frame != nullptr || isPassedBy) return Answer(&picture, frame);
       } else if (place.isComplete) {
-        return LeavePlace(place);
+        return LeavePlace();
       }
     }
     int error = 0;
-    switch (mPlace == mSent ? Progress::kHungry : Decode(frame, &error)) {
+    switch (mPlace == Sent() ? Progress::kHungry : Decode(frame, &error)) {
       case Progress::kPicture:
         return 0;
       case Progress::kSome:
@@ -70,67 +66,61 @@ int PictureMemo::Receive(AVFrame* frame) {
   }
 }
 
-// Also if the answer is known: for a takeover the decoder gives first what it still has, and if
-// more is owed than there is room for, it is paid.
+// Whether the decoder is needed even if the answer is remembered. At a takeover it first gives what
+// it still has. And if more is owed than there is room for, the packets are paid.
 bool PictureMemo::MustDecode() const {
-  return mPlace == mPlaces.Takeover() || (!mPlaces.MayOwe() && mFed < mSent);
+  return mPlace == mPlaces.Later().Takeover() || (!mPlaces.MayOwe() && mDecoder.Fed() < Sent());
 }
 
 int PictureMemo::Answer(MemoPicture* picture, AVFrame* frame) {
-  ++mGiven;
-  if (!mWalking) mPlaces.NoteUse();
+  Give();
   // The frame may still hold a picture that there was no memory to remember.
   av_frame_unref(frame);
   frame->best_effort_timestamp = picture->stamp;
-  if (picture->isKept || picture->frame == nullptr) ++mCounters.answered;
+  if (picture->isKept || picture->frame == nullptr) ++mAnswered;
   if (picture->frame == nullptr) return 0;
   const int result = mFailure->Note(av_frame_ref(frame, picture->frame.get()));
   if (!picture->isKept) mPlaces.Keep(mPlace, picture);
   return result;
 }
 
-int PictureMemo::LeavePlace(const MemoPlace& place) {
-  if (place.identity.isEnd) {
-    mHasEnded = true;
-    mWantsPacket = true;
-    return AVERROR_EOF;
-  }
+int PictureMemo::LeavePlace() {
+  mWantsPacket = IsAtEnd();
+  if (mWantsPacket) return AVERROR_EOF;
   ++mPlace;
   mGiven = 0;
-  mWantsPacket = false;
   mPlaces.PassBy(mPlace);
   return AVERROR(EAGAIN);
 }
 
-// Takes the decoder one answer further.
+// Feeds one packet, or takes one answer of the decoder.
 PictureMemo::Progress PictureMemo::Decode(AVFrame* frame, int* error) {
-  if (mDecoderIsHungry && mFed < DecoderEnd()) {
-    const int result = FeedOne();
-    return result < 0 ? Fail(result, error) : Progress::kSome;
+  if (mDecoder.IsHungry()) {
+    if (mDecoder.Fed() < DecoderEnd()) return Feed(error);
+    if (!TakesOver()) return Progress::kHungry;
+    mDecoder.Drain();
   }
-  if (mDecoderIsHungry && !TakesOver()) return Progress::kHungry;
-  if (mDecoderIsHungry) Drain();
-  const int result = mDecoder->Receive(frame);
+  const int result = mDecoder.Receive(frame);
   if (result >= 0) return Take(frame);
-  CompleteUpTo(DecoderPlace());
-  if (result == AVERROR(EAGAIN) && !mIsDraining) {
-    mDecoderIsHungry = true;
-  } else if (result != AVERROR(EAGAIN) && result != AVERROR_EOF) {
+  CompleteUpTo(mDecoder.Answered());
+  if (result == AVERROR_EOF) {
+    FinishDecoding();
+  } else if (result != AVERROR(EAGAIN)) {
     return Fail(result, error);
-  } else if (mIsDraining) {
-    FinishTakeover();
-  } else {
-    // An empty packet has ended the decoder, maybe before the end of the input.
-    CompleteUpTo(mSent);
-    mFed = mSent;
-    DropPaid();
   }
   return Progress::kSome;
 }
 
+PictureMemo::Progress PictureMemo::Feed(int* error) {
+  if (mDecoder.Fed() < mPlace) ++mPaid;
+  const int result = mDecoder.Feed();
+  DropPaid();
+  return result < 0 ? Fail(result, error) : Progress::kSome;
+}
+
 // The caller is not told of an error at a place that has been answered.
 PictureMemo::Progress PictureMemo::Fail(int result, int* error) {
-  const int64_t place = std::min(DecoderPlace(), mSent - 1);
+  const int64_t place = mDecoder.Place();
   if (place < mPlace) return Progress::kSome;
   mPlaces.At(place).isIntact = false;
   *error = result;
@@ -139,55 +129,61 @@ PictureMemo::Progress PictureMemo::Fail(int result, int* error) {
 
 // A picture of the decoder: the one that the caller waits for, or another one.
 PictureMemo::Progress PictureMemo::Take(AVFrame* frame) {
-  CompleteUpTo(DecoderPlace());
-  const int64_t place = std::min(DecoderPlace(), mSent - 1);
+  CompleteUpTo(mDecoder.Answered());
+  const int64_t place = mDecoder.Place();
   if (!TakesOver()) return TakeAt(place, frame);
-  if (place >= mPlaces.Takeover()) return TakeAfterTakeover(frame);
+  const LaterGroup& later = mPlaces.Later();
+  if (place >= later.Takeover()) return TakeAfterTakeover(frame);
   const int64_t stamp = frame->best_effort_timestamp;
   // A picture of the later group has come sooner than when the decoder began at the border.
-  if (place >= mPlaces.Border() && stamp >= mPlaces.BorderStamp()) mPlaces.Tear(stamp);
+  if (place >= later.Border() && stamp >= later.BorderStamp()) mPlaces.Tear(stamp);
   return TakeAt(place, frame);
 }
 
 // The drained decoder gives a picture that it would have given later. It should be one of the later
 // group.
 PictureMemo::Progress PictureMemo::TakeAfterTakeover(AVFrame* frame) {
+  const int64_t takeover = mPlaces.Later().Takeover();
   const int64_t stamp = frame->best_effort_timestamp;
-  if (stamp >= mPlaces.BorderStamp()) {
-    FinishTakeover();
+  if (stamp >= mPlaces.Later().BorderStamp()) {
+    FinishDecoding();
     av_frame_unref(frame);
     return Progress::kSome;
   }
   mPlaces.Tear(stamp);
-  return mPlace == mPlaces.Takeover() ? Progress::kPicture : TakeAt(mPlaces.Takeover() - 1, frame);
+  return mPlace == takeover ? Progress::kPicture : TakeAt(takeover - 1, frame);
 }
 
 PictureMemo::Progress PictureMemo::TakeAt(int64_t place, AVFrame* frame) {
-  const size_t number = place == mLastPlace ? mLastNumber : 0;
-  mLastPlace = place;
-  mLastNumber = number + 1;
+  const size_t number = mDecoder.NumberAt(place);
   const bool isAwaited = place == mPlace && number == mGiven;
   const bool isAnswered = place < mPlace || (place == mPlace && number < mGiven);
-  if (!isAnswered || mPlaces.IsRemembered(place)) {
-    MemoPlace& known = mPlaces.At(place);
-    known.isIntact = known.isIntact && IsIntact(frame);
-    while (known.pictures.size() <= number) {
-      known.pictures.push_back({nullptr, frame->best_effort_timestamp});
-    }
-    MemoPicture& picture = known.pictures[number];
-    if (picture.frame == nullptr && (!isAwaited || mPlaces.IsNeeded(place))) {
-      picture.frame.reset(av_frame_clone(frame));
-      if (picture.frame == nullptr) mFailure->Note(AVERROR(ENOMEM));
-      if (isAwaited || isAnswered) mPlaces.Keep(place, &picture);
-    }
-  }
-  if (!isAwaited) {
-    av_frame_unref(frame);
-    return Progress::kSome;
-  }
+  if (!isAnswered || mPlaces.IsRemembered(place)) Remember(place, number, frame);
+  if (isAwaited) return Give();
+  av_frame_unref(frame);
+  return Progress::kSome;
+}
+
+// The caller gets the next picture of its place.
+PictureMemo::Progress PictureMemo::Give() {
   ++mGiven;
-  if (!mWalking) mPlaces.NoteUse();
+  if (!IsWalking()) mPlaces.NoteUse();
   return Progress::kPicture;
+}
+
+// A picture that the caller has not come to yet stays until then, even without a budget.
+void PictureMemo::Remember(int64_t place, size_t number, const AVFrame* frame) {
+  MemoPlace& known = mPlaces.At(place);
+  known.isIntact = known.isIntact && IsIntact(frame);
+  while (known.pictures.size() <= number) {
+    known.pictures.push_back({nullptr, frame->best_effort_timestamp});
+  }
+  MemoPicture& picture = known.pictures[number];
+  const bool isAhead = place > mPlace || (place == mPlace && number > mGiven);
+  if (picture.frame != nullptr || !(isAhead || mPlaces.IsNeeded(place))) return;
+  picture.frame.reset(av_frame_clone(frame));
+  if (picture.frame == nullptr) mFailure->Note(AVERROR(ENOMEM));
+  if (!isAhead) mPlaces.Keep(place, &picture);
 }
 
 // The decoder gives no more pictures of the places before this one.
@@ -205,58 +201,35 @@ void PictureMemo::CompleteUpTo(int64_t place) {
   }
 }
 
-int PictureMemo::FeedOne() {
-  mDecoderIsHungry = false;
-  const int result = mDecoder->Send(mOwed.At(mFed));
-  if (mFed < mPlace) ++mCounters.paid;
-  ++mFed;
-  DropPaid();
-  return result;
-}
-
-// While the walk follows a later group, its packets are kept for the decoder to begin there again.
+// While the walk follows a later group, the packets of that group stay: the decoder may have to
+// begin again at the border.
 void PictureMemo::DropPaid() {
-  const int64_t border = mPlaces.Border();
-  mPlaces.Pay(mOwed.DropBefore(border == MemoPlaces::kNone ? mFed : std::min(mFed, border)));
+  const int64_t border = mPlaces.Later().Border();
+  mPlaces.Pay(mDecoder.DropFed(border == MemoPlaces::kNone ? Sent() : border));
 }
 
-void PictureMemo::Drain() {
-  mIsDraining = true;
-  mDecoderIsHungry = false;
-  mDecoder->Send(nullptr);
-}
-
-// The decoder has given all that comes before the takeover. From here on it is asked for nothing
-// that is remembered; if it is needed again, it begins at the border.
-void PictureMemo::FinishTakeover() {
-  CompleteUpTo(mPlaces.Takeover());
-  mDecoder->Flush();
-  mDecoderBegin = mPlaces.Border();
-  mFed = mDecoderBegin;
-  mLastPlace = mDecoderBegin;
-  mLastNumber = 0;
-  mDecoderIsHungry = true;
-  mIsDraining = false;
-  mPlaces.EndTakeover();
+// The decoder has given all that it was asked for. At a takeover it is not asked for the places
+// from there on, which are remembered; if it is needed again, it begins at the border. Otherwise it
+// has come to the end of the input, or an empty packet has ended it before.
+void PictureMemo::FinishDecoding() {
+  CompleteUpTo(DecoderEnd());
+  if (TakesOver()) {
+    mDecoder.Begin(mPlaces.Later().Border());
+    mPlaces.EndTakeover();
+  } else {
+    mDecoder.SkipAll();
+    DropPaid();
+  }
 }
 
 void PictureMemo::Flush() {
   mPlaces.Rewind();
-  mFed = mSent;
+  mDecoder.SkipAll();
   DropPaid();
-  mOwed.Clear();
-  mFed = 0;
-  mSent = 0;
+  mDecoder.Clear();
   mPlace = 0;
   mGiven = 0;
   mWantsPacket = false;
-  mHasEnded = false;
-  mDecoderBegin = 0;
-  mLastPlace = 0;
-  mLastNumber = 0;
-  mDecoderIsHungry = true;
-  mIsDraining = false;
-  mDecoder->Flush();
 }
 
 }  // namespace codec

@@ -5,8 +5,8 @@
 #include <functional>
 
 #include "codec/decoder/first_failure.h"
+#include "codec/decoder/lazy_decoder.h"
 #include "codec/decoder/memo_places.h"
-#include "codec/decoder/owed_packets.h"
 #include "codec/decoder/picture_decoder.h"
 
 namespace codec {
@@ -69,22 +69,19 @@ class PictureMemo : public PictureDecoder {
   void Flush() override;
 
   // The packets sent since the last flush, the end of the input included.
-  int64_t Sent() const { return mSent; }
+  int64_t Sent() const { return mDecoder.Added(); }
   // Whether the present place is the end of the input.
-  bool IsAtEnd() const;
+  bool IsAtEnd() const { return mPlace < Sent() && mPlaces.At(mPlace).identity.isEnd; }
   // Whether all pictures have been given, up to the end of the input.
-  bool HasEnded() const { return mHasEnded; }
+  bool HasEnded() const { return mWantsPacket && IsAtEnd(); }
   // After AVERROR(EAGAIN): whether there is no answer before the next packet. Otherwise Receive
   // goes on with the next place.
   bool WantsPacket() const { return mWantsPacket; }
 
   // Until EndWalk the caller looks at no more of a picture than its stamp, if the stamp is below
   // this one, in ticks of the stream.
-  void BeginWalk(int64_t wantedFrom = INT64_MAX) {
-    mWalking = true;
-    mWantedFrom = wantedFrom;
-  }
-  void EndWalk() { mWalking = false; }
+  void BeginWalk(int64_t wantedFrom = INT64_MAX) { mWantedFrom = wantedFrom; }
+  void EndWalk() { mWantedFrom = kNotWalking; }
   // A later step needs nothing that comes after the present place.
   void Close() { mPlaces.Close(mPlace); }
 
@@ -95,46 +92,37 @@ class PictureMemo : public PictureDecoder {
 
   bool MustDecode() const;
   int Answer(MemoPicture* picture, AVFrame* frame);
-  int LeavePlace(const MemoPlace& place);
+  int LeavePlace();
   Progress Decode(AVFrame* frame, int* error);
+  Progress Feed(int* error);
   Progress Fail(int result, int* error);
   Progress Take(AVFrame* frame);
   Progress TakeAfterTakeover(AVFrame* frame);
   Progress TakeAt(int64_t place, AVFrame* frame);
+  Progress Give();
+  void Remember(int64_t place, size_t number, const AVFrame* frame);
   void CompleteUpTo(int64_t place);
-  int FeedOne();
   void DropPaid();
-  void Drain();
-  void FinishTakeover();
+  void FinishDecoding();
 
-  int64_t DecoderPlace() const { return mDecoderBegin + mDecoder->Answered(); }
-  bool TakesOver() const { return mPlaces.Takeover() != MemoPlaces::kNone; }
+  bool IsWalking() const { return mWantedFrom != kNotWalking; }
+  bool TakesOver() const { return mPlaces.Later().Takeover() != MemoPlaces::kNone; }
   // The first place that the decoder is not asked for.
-  int64_t DecoderEnd() const { return TakesOver() ? mPlaces.Takeover() : mSent; }
+  int64_t DecoderEnd() const { return TakesOver() ? mPlaces.Later().Takeover() : Sent(); }
 
-  PictureDecoder* const mDecoder;
+  static constexpr int64_t kNotWalking = INT64_MIN;
+
+  LazyDecoder mDecoder;
   FirstFailure* const mFailure;
   const StartsAfreshTest mStartsAfresh;
   MemoPlaces mPlaces;
-  Counters mCounters;
+  int64_t mAnswered = 0;  // as in Counters
+  int64_t mPaid = 0;      // as in Counters
 
-  // The caller's side.
-  int64_t mSent = 0;
   int64_t mPlace = 0;  // that is being answered
   size_t mGiven = 0;   // pictures of this place
   bool mWantsPacket = false;
-  bool mHasEnded = false;
-  bool mWalking = false;
-  int64_t mWantedFrom = INT64_MAX;
-
-  // The decoder's side.
-  OwedPackets mOwed;             // before them may be some that it would need to begin again
-  int64_t mFed = 0;              // first place that the decoder has not got
-  int64_t mDecoderBegin = 0;     // place that the decoder has begun at
-  int64_t mLastPlace = 0;        // of the last picture that it gave
-  size_t mLastNumber = 0;        // pictures that it gave of this place
-  bool mDecoderIsHungry = true;  // it has given all that it can
-  bool mIsDraining = false;      // for a takeover
+  int64_t mWantedFrom = kNotWalking;  // ticks
 };
 
 }  // namespace codec
