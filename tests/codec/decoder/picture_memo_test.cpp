@@ -2,180 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstring>
-#include <deque>
-#include <limits>
-#include <vector>
+#include "tests/codec/decoder/memo_walker.h"
 
 namespace codec {
 namespace {
-
-constexpr int kPictureBytes = 100;
-constexpr int kPacketBytes = 1;
-constexpr int64_t kUnlimited = std::numeric_limits<int64_t>::max();
-
-// Packet n becomes picture n, which comes `reorder` packets later, and another `late` packets later
-// because of threads. Pictures tell how many packets the decoder had got since its last flush.
-class FakeDecoder : public PictureDecoder {
- public:
-  explicit FakeDecoder(int late = 0, int reorder = 0) : mLate(late), mReorder(reorder) {}
-
-  int Send(AVPacket* packet) override {
-    if (packet == nullptr) {
-      mIsDraining = true;
-      return 0;
-    }
-    mPackets.push_back(static_cast<int>(packet->pts));
-    sent.push_back(mPackets.back());
-    return 0;
-  }
-
-  int Receive(AVFrame* frame) override {
-    const auto packets = static_cast<int>(mPackets.size());
-    const int answerable = mIsDraining ? packets : packets - mLate;
-    for (; mPlace < answerable; Next()) {
-      if (mGave || mPlace < mReorder) continue;
-      return Give(mPackets[static_cast<size_t>(mPlace - mReorder)], frame);
-    }
-    if (!mIsDraining) return AVERROR(EAGAIN);
-    const int left = packets - mReorder + mDrained;
-    if (left < 0 || left >= packets) return AVERROR_EOF;
-    ++mDrained;
-    return Give(mPackets[static_cast<size_t>(left)], frame);
-  }
-
-  int64_t Answered() const override { return mPlace; }
-
-  void Flush() override {
-    mPackets.clear();
-    mIsDraining = false;
-    mPlace = 0;
-    mDrained = 0;
-    mGave = false;
-    ++flushes;
-  }
-
-  std::vector<int> sent;  // all packets
-  int given = 0;          // pictures
-  int flushes = 0;
-  int damaged = -1;  // packet that gives an error instead of a picture
-
- private:
-  void Next() {
-    ++mPlace;
-    mGave = false;
-  }
-
-  int Give(int number, AVFrame* frame) {
-    mGave = true;
-    if (number == damaged) return AVERROR_INVALIDDATA;
-    ++given;
-    frame->buf[0] = av_buffer_alloc(kPictureBytes);
-    frame->data[0] = frame->buf[0]->data;
-    std::memcpy(frame->data[0], &number, sizeof(number));
-    frame->pts = number;
-    frame->best_effort_timestamp = number;
-    return 0;
-  }
-
-  const int mLate;
-  const int mReorder;
-  std::vector<int> mPackets;
-  bool mIsDraining = false;
-  int mPlace = 0;
-  int mDrained = 0;
-  bool mGave = false;
-};
-
-constexpr int kEnd = -1;
-constexpr int kBlank = -2;  // a picture without samples
-constexpr int kError = -3;
-
-// A stream of numbered packets in groups, and a walk through it.
-class Walker {
- public:
-  Walker(FakeDecoder* decoder, int64_t budget)
-      : memo(decoder, &mFailure, budget,
-             [this](const AVPacket& packet) { return packet.pts % group == 0; }) {}
-
-  void Send(int number) {
-    const ffmpeg::UniquePacket packet(av_packet_alloc());
-    packet->pts = packet->dts = packet->pos = number;
-    packet->size = kPacketBytes;
-    memo.Send(packet.get());
-  }
-
-  // Reads from packet `from` on, until picture `to` has come. What came is in `seen`, from picture
-  // `target` on; up to it the walk looks at stamps only.
-  void Read(int from, int target, int to) {
-    memo.Flush();
-    seen.clear();
-    memo.BeginWalk();
-    mNext = from;
-    bool isOver = false;
-    while (!isOver) {
-      const int number = One();
-      if (number == kEnd) break;
-      if (number >= target && mIsWalking) {
-        mIsWalking = false;
-        memo.EndWalk();
-        seen.push_back(mStamp);
-        isOver = mStamp >= to;
-        continue;
-      }
-      if (mIsWalking) continue;
-      seen.push_back(number);
-      if (closes && seen.size() == 2) memo.Close();
-      isOver = number >= to;
-    }
-    mIsWalking = true;
-  }
-
-  // The next picture.
-  int One() {
-    const ffmpeg::UniqueFrame frame(av_frame_alloc());
-    for (;;) {
-      const int result = memo.Receive(frame.get());
-      if (result == AVERROR_EOF) return kEnd;
-      if (result == AVERROR(EAGAIN)) {
-        places.push_back(static_cast<int>(memo.Answered()));
-        if (!memo.WantsPacket()) continue;
-        if (mNext < packets) {
-          Send(mNext++);
-        } else {
-          memo.Send(nullptr);
-        }
-        continue;
-      }
-      if (result < 0) return kError;
-      mStamp = static_cast<int>(frame->best_effort_timestamp);
-      if (frame->buf[0] == nullptr) return mIsWalking ? mStamp : kBlank;
-      int number = 0;
-      std::memcpy(&number, frame->data[0], sizeof(number));
-      return number;
-    }
-  }
-
-  PictureMemo memo;
-  std::vector<int> seen;
-  std::vector<int> places;
-  int packets = 1000;
-  int group = 10;
-  bool closes = true;
-
- private:
-  FirstFailure mFailure;
-  int mNext = 0;
-  int mStamp = 0;
-  bool mIsWalking = true;
-};
-
-std::vector<int> Numbers(int from, int to) {
-  std::vector<int> numbers;
-  for (int number = from; number <= to; ++number) numbers.push_back(number);
-  return numbers;
-}
 
 TEST(PictureMemo, PassesOnWhatItDoesNotKnow) {
   FakeDecoder decoder;
@@ -364,15 +194,6 @@ TEST(PictureMemo, TellsOfErrorsOnce) {
   EXPECT_EQ(walker.seen, (std::vector<int>{0, 1, 2, 4, 5}));
 }
 
-// A backward run: each walk begins at the start of the group that holds its target.
-void RunBackwards(Walker* walker, int from, int step) {
-  for (int target = from; target >= 0; target -= step) {
-    walker->Read(target / walker->group * walker->group, target, target + step + 1);
-    ASSERT_EQ(walker->seen, Numbers(target, std::min(target + step + 1, walker->packets - 1)))
-        << "from " << target;
-  }
-}
-
 // Three passes over the group, each of them up to where the one before it had to let go.
 TEST(PictureMemo, DecodesALostBeginningAgain) {
   FakeDecoder decoder;
@@ -384,50 +205,64 @@ TEST(PictureMemo, DecodesALostBeginningAgain) {
   EXPECT_LT(decoder.given, 60 + 36 + 24);
 }
 
-TEST(PictureMemo, TakesOverWhereALaterGroupIsRemembered) {
-  for (const int late : {0, 1, 4}) {
-    for (const int reorder : {0, 1, 2}) {
-      FakeDecoder decoder(late, reorder);
-      Walker walker(&decoder, kUnlimited);
-      walker.packets = 60;
-      walker.group = 10;
-      RunBackwards(&walker, 54, 6);
-      // Every packet is decoded once, and one at each border may come out again.
-      EXPECT_LE(decoder.given, 60 + 8) << late << " late, reordered by " << reorder;
-    }
-  }
-}
-
-TEST(PictureMemo, DoesNotTakeOverWhatMayLeanOnEarlierPictures) {
+TEST(PictureMemo, TellsOfNoErrorOfAPictureThatWasGiven) {
   FakeDecoder decoder;
-  FirstFailure failure;
   Walker walker(&decoder, kUnlimited);
-  walker.packets = 60;
-  walker.group = 7;  // walks begin at other packets than those that end all references
-  for (int target = 54; target >= 0; target -= 6) {
-    walker.Read(target / 10 * 10, target, target + 7);
-    ASSERT_EQ(walker.seen, Numbers(target, std::min(target + 7, 59)));
-  }
-  EXPECT_GT(decoder.given, 70);
+  walker.closes = false;
+  walker.Read(0, 5, 9);
+  decoder.damaged = 3;
+  walker.Read(0, 1, 12);
+  EXPECT_EQ(walker.seen, Numbers(1, 12)) << "all packets are paid";
+  EXPECT_EQ(walker.errors, 0);
 }
 
-TEST(PictureMemo, DecodesOnAfterATakeover) {
-  for (const int late : {0, 2}) {
-    FakeDecoder decoder(late, 1);
-    Walker walker(&decoder, kUnlimited);
-    walker.Read(20, 25, 27);
-    walker.Read(10, 13, 40);  // far behind what is remembered
-    EXPECT_EQ(walker.seen, Numbers(13, 40)) << late << " late";
-    walker.Read(10, 11, 22);
-    EXPECT_EQ(walker.seen, Numbers(11, 22));
-  }
-}
-
-TEST(PictureMemo, DropsALaterGroupForRoom) {
+// A picture that had to go for room is not waited for if the decoder gives it no more.
+TEST(PictureMemo, GoesOnWithoutAPictureThatDoesNotComeAgain) {
   FakeDecoder decoder;
-  Walker walker(&decoder, 5 * kPictureBytes);
+  Walker walker(&decoder, 10 * kPictureBytes);
+  walker.group = 1000;
   walker.packets = 40;
-  RunBackwards(&walker, 36, 4);
+  walker.Read(0, 30, 35);
+  decoder.damaged = 8;
+  walker.Read(0, 5, 12);
+  EXPECT_EQ(walker.seen, (std::vector<int>{5, 6, 7, kError, 9, 10, 11, 12}));
+  EXPECT_EQ(decoder.sent.back(), 12);
+}
+
+TEST(PictureMemo, HasTheSamplesThatAWalkLooksAt) {
+  FakeDecoder decoder;
+  Walker walker(&decoder, 10 * kPictureBytes);
+  walker.group = 1000;
+  walker.Read(0, 30, 35);
+  walker.lookedAt = 8;
+  walker.Read(0, 8, 10);
+  EXPECT_EQ(walker.seen, Numbers(8, 10));
+  EXPECT_GT(decoder.given, 36) << "the samples were gone";
+}
+
+TEST(PictureMemo, AnswersWhatComesAfterAnEmptyPacketAsTheDecoderDoes) {
+  FakeDecoder decoder;
+  Walker walker(&decoder, kUnlimited);
+  walker.packets = 10;
+  walker.empty = 6;
+  walker.Read(0, 2, 99);
+  EXPECT_EQ(walker.seen, Numbers(2, 5));
+  walker.Read(0, 1, 99);
+  EXPECT_EQ(walker.seen, Numbers(1, 5));
+}
+
+TEST(PictureMemo, CountsWhatItOwes) {
+  FakeDecoder decoder;
+  Walker walker(&decoder, kUnlimited);
+  walker.closes = false;
+  walker.Read(0, 5, 9);
+  EXPECT_EQ(walker.memo.Count().owed, 0);
+  walker.Read(0, 2, 6);
+  EXPECT_EQ(walker.memo.Count().owed, 7);
+  EXPECT_EQ(walker.memo.Count().answered, 7);
+  walker.memo.Flush();
+  EXPECT_EQ(walker.memo.Count().owed, 0) << "a seek forgives";
+  EXPECT_EQ(walker.memo.Count().paid, 0);
 }
 
 }  // namespace
