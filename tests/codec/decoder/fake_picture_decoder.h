@@ -40,7 +40,10 @@ class FakeDecoder : public PictureDecoder {
     }
     if (!mIsDraining) return AVERROR(EAGAIN);
     const int left = packets - reorder + mDrained;
-    if (left < 0 || left >= packets) return AVERROR_EOF;
+    if (left < 0 || left >= packets) {
+      mPlace = packets + 1;
+      return AVERROR_EOF;
+    }
     ++mDrained;
     return Give(mPackets[static_cast<size_t>(left)], frame);
   }

@@ -118,6 +118,17 @@ TEST(PictureMemo, PaysOnceItOwesTooMuch) {
   EXPECT_EQ(decoder.given - given, 86);
 }
 
+TEST(PictureMemo, OwesNoMoreThanHalfOfItsBudget) {
+  FakeDecoder decoder;
+  Walker walker(&decoder, 80);
+  walker.group = 1000;
+  walker.Read(0, 90, 95);
+  walker.Read(0, 60, 60);
+  EXPECT_EQ(walker.memo.Count().answered, 61) << "stamps are enough";
+  EXPECT_LE(walker.memo.Count().owed, 41);
+  EXPECT_GT(walker.memo.Count().paid, 0);
+}
+
 TEST(PictureMemo, ForgetsNothingInAFlushInTheMiddle) {
   for (const int late : {0, 3}) {
     FakeDecoder decoder(late, 2);
