@@ -12,38 +12,22 @@
 namespace codec {
 
 // Stands between the loop that feeds packets and the video decoder, and has the decoder's own
-// operations. A packet that is sent is only owed to the decoder at first. Receive answers from
-// memory if it knows the packet's pictures. Otherwise the decoder gets all packets that are owed to
-// it; pictures that were answered before are dropped when they come out of it once more.
+// operations. A packet that is sent is only owed to the decoder at first. If the memo knows the
+// packet's pictures, Receive answers from memory. Otherwise the decoder gets all packets that are
+// owed; pictures that were answered before are dropped when they come out once more. A seek
+// forgives what is owed.
 //
-// Note: a group and two steps
-//   A group of eight pictures, of which K is the key picture, and the next group, which begins with
-//   L. The last step has landed on L. Now a step wants pictures 5 to 7, up to l2, and lands on K:
+//     packet    K   1   2   3   4   5   6   7 | L   l1  l2  l3
+//     step 1                                  | d   D   D   D      d  decoded, passed by
+//     step 2    d   d   d   d   d   d   D   D | m   m              D  decoded, given
+//     step 3    s   s   s   m   m   m   m     |                    m  given from memory
+//                                                                  s  passed by, stamp only
 //
-//     packet    K   1   2   3   4   5   6   7 | L   l1  l2        <- the border
-//     step 1    d   d   d   d   d   w   w   w | =   =   a
-//
-//     d  decoded and dropped by the walk, but remembered
-//     w  decoded and given
-//     =  the same packet as in the last step: not decoded again, if L leans on nothing before it
-//     a  answered from memory
-//
-//   At the border the decoder is drained, because it may hold back pictures 6 and 7. If it is asked
-//   for more after that, it begins again at L.
-//
-//   The next step wants pictures 2 to 4, up to 5, and lands on K again:
-//
-//     step 2    s   s   a   a   a   a |           nothing is decoded
-//
-//     s  passed by: the walk sees a stamp, and the samples may even have been dropped for room
-//
-//   The packets of step 2 are owed to the decoder until the next seek forgives them. Only if the
-//   step read on after 7, or wanted a picture whose samples are gone, would they be paid: decoded
-//   up to there, and their pictures dropped or remembered once more.
+// docs/architecture.md explains the drawing, and what happens at the border between two groups.
 //
 // Note: places
 //   A decoder with several threads answers late (see PictureDecoder). The memo gives each picture
-//   at its place, be it remembered or decoded. So nobody behind it sees the number of threads.
+//   at its place, be it remembered or decoded. So its caller does not see the number of threads.
 class PictureMemo : public PictureDecoder {
  public:
   // Says of a key packet whether the pictures shown from it on are the same, be they decoded from
