@@ -1,10 +1,9 @@
-// What one opened input consists of. Reading and seeking work on it.
+// An opened input with its decoders, and what is known of both. SessionOpener fills it; reading and
+// seeking share it.
 #pragma once
 
 #include <cstdint>
-#include <limits>
 #include <memory>
-#include <optional>
 
 #include "codec/decoder/audio_converter.h"
 #include "codec/decoder/frame_times.h"
@@ -17,8 +16,8 @@ namespace codec {
 
 struct DecodeSession {
   InputFile input;
-  // Null when the input has no such stream, or none that can be decoded. Declared after the input,
-  // so that decoders are gone before the streams that they belong to.
+  // Null if the input has no such stream, or none that can be decoded. Declared after the input, so
+  // that decoders are freed before the streams that they belong to.
   std::unique_ptr<StreamDecoder> video;
   std::unique_ptr<StreamDecoder> audio;
 
@@ -26,17 +25,9 @@ struct DecodeSession {
   AudioConverter sound;
   FrameTimes times;
 
-  double duration = 0;  // seconds
-  // Seconds of the file's stamps at which the last packet ends, if the length was found by
-  // scanning.
-  std::optional<double> scannedEnd;
-  double frameRate = 0;  // frames per second, 0 when unknown
-  // In ticks of the video stream: the first stamp that a packet has, and the distance between two
-  // key frames, 0 when unknown.
-  int64_t first_video_pts_ = AV_NOPTS_VALUE;
-  int32_t keyint_ = 0;
-  // Sound before this time, in seconds, is not delivered. Finite after a seek for sound alone.
-  double soundFrom = -std::numeric_limits<double>::infinity();
+  double duration = 0;                        // seconds
+  int64_t first_video_pts_ = AV_NOPTS_VALUE;  // ticks of the video: of its first packet
+  int32_t keyint_ = 0;                        // ticks between two key frames; 0 if unknown
 
   int VideoIndex() const { return video == nullptr ? -1 : video->Index(); }
 

@@ -1,6 +1,7 @@
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "base/guarded.h"
@@ -30,7 +31,9 @@ struct FFmpegDecoderImpl2::Parts {
   PacketDecoder packets{&session, &feed};
   Seeker seeker{&session, &source, &packets, &pending};
 
-  // An exception may leave them in the middle of a change.
+  // Seconds of the file's stamps at which the last packet ends, if the length was scanned for.
+  std::optional<double> scannedEnd;
+  // An exception may leave the parts in the middle of a change.
   bool isWhole = true;
 
   // Whether there was memory for all of them, and for all that they did.
@@ -103,6 +106,7 @@ int FFmpegDecoderImpl2::InitParts() {
   auto parts = std::make_unique<Parts>(std::move(session));
   if (!parts->IsUsable()) log_error(kDecoderTag, "Could not allocate frame");
   parts->feed.Open(opener.Share().replayBudget);
+  parts->scannedEnd = opener.ScannedEnd();
   if (mOptions.additions.keepsMetPicture) parts->seeker.KeepMetPicture();
   mParts = std::move(parts);
   log_debug(kDecoderTag, "=====Init done=====");
@@ -201,8 +205,8 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
   session.times.SetFirstVideo(seconds);
   session.times.SetFirstAudio(seconds);
   mParts->seeker.LeaveTimesAsTheyAre();
-  if (!session.scannedEnd.has_value()) return;
-  session.duration = std::max(0.0, *session.scannedEnd - seconds);
+  if (!mParts->scannedEnd.has_value()) return;
+  session.duration = std::max(0.0, *mParts->scannedEnd - seconds);
   mInfo.duration = static_cast<float>(session.duration);
 }
 

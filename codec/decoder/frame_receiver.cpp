@@ -32,7 +32,7 @@ bool FrameReceiver::DeliverSound(uint8_t* buffer, DecodedFrame* out) {
   const AVFrame* const frame = mFrame.get();
   out->pts = mSession->times.OfAudio(frame);
   out->type = kAudioFrame;
-  if (out->pts < mSession->soundFrom) return false;
+  if (!mSource->DeliversSoundAt(out->pts)) return false;
   const int bytes = mSession->sound.Deliver(frame, buffer);
   out->size = static_cast<uint32_t>(std::max(0, bytes));
   return bytes >= 0;

@@ -1,7 +1,5 @@
 #include "codec/decoder/frame_source.h"
 
-#include <cmath>
-
 namespace codec {
 
 void FrameSource::Flush() {
@@ -59,7 +57,7 @@ bool FrameSource::SendSound() {
   ffmpeg::UniquePacket packet;
   if (!mFeed->TakeSound(&packet)) return false;
   StreamDecoder* const audio = mSession->audio.get();
-  if (packet != nullptr && std::isfinite(mSession->soundFrom) && !audio->IsFed()) {
+  if (packet != nullptr && mSoundFrom && !audio->IsFed()) {
     mSession->times.RestartAudio(packet.get());
   }
   audio->Send(packet.get());

@@ -2,6 +2,8 @@
 // calls.
 #pragma once
 
+#include <optional>
+
 #include "codec/decoder/packet_feed.h"
 
 namespace codec {
@@ -21,6 +23,11 @@ class FrameSource {
   void BeginWalk(int64_t wantedFrom = INT64_MAX);
   // The walk is over: the frames that come now are delivered.
   void EndWalk();
+  // Sound alone is read from here on, and none before this time in seconds is delivered. Nothing
+  // for sound of any time.
+  void DeliverSoundFrom(std::optional<double> seconds) { mSoundFrom = seconds; }
+  // Whether sound of this time is delivered.
+  bool DeliversSoundAt(double seconds) const { return !mSoundFrom || seconds >= *mSoundFrom; }
 
   // This picture comes once more, as the next frame. Leaves it blank.
   void Hold(AVFrame* picture) { av_frame_move_ref(mHeld.get(), picture); }
@@ -42,10 +49,10 @@ class FrameSource {
 
   DecodeSession* mSession;
   PacketFeed* mFeed;
-  const ffmpeg::UniqueFrame mHeld;  // blank unless a picture is held
-  // What has been delivered since the walk. The next walk of a backward run ends where this one's
-  // delivery began: a later step does not need what comes after the first picture and the first
-  // block of sound.
+  const ffmpeg::UniqueFrame mHeld;   // blank unless a picture is held
+  std::optional<double> mSoundFrom;  // seconds
+  // What has been delivered since the walk. A backward run reads the next step up to the first
+  // picture and the first block of sound of this one. So no later step needs what comes after them.
   bool mVideoDelivered = false;
   bool mAudioDelivered = false;
 };

@@ -30,7 +30,7 @@ int64_t Truncated(double value) {
 int Seeker::Seek(double seconds, int mode) {
   const auto single = static_cast<float>(seconds);
   mPending->Clear();
-  mSession->soundFrom = -std::numeric_limits<double>::infinity();
+  mSource->DeliverSoundFrom(std::nullopt);
   switch (mode) {
     case 2:
       return _SeekNoKeyFrame(single);
@@ -251,7 +251,7 @@ void Seeker::MoveToSound(int64_t seconds) {
   Flush();
   mSession->video->Rest();
   // Many containers have no place to land at for each second of sound.
-  mSession->soundFrom = static_cast<double>(seconds);
+  mSource->DeliverSoundFrom(static_cast<double>(seconds));
 }
 
 Seeker::Walk Seeker::WalkTo(float seconds, bool mayOvershoot) {

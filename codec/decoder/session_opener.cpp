@@ -41,7 +41,7 @@ int SessionOpener::Open(const std::string& path) {
   // Sound alone has a length too: a caller that asks for the video of such a file is then told of
   // the missing video rather than of a range that does not fit.
   if (session.video == nullptr) SetDuration(session.audio.get());
-  session.times.Open(session.video.get(), session.audio.get(), session.frameRate);
+  session.times.Open(session.video.get(), session.audio.get(), mFrameRate);
   if (session.video != nullptr) {
     const AVRational timeBase = session.video->Stream()->time_base;
     log_debug(kDecoderTag, "video time_base(%d/%d)", timeBase.num, timeBase.den);
@@ -101,23 +101,22 @@ void SessionOpener::DescribeVideo() {
   mInfo->sample_aspect_num = context->sample_aspect_ratio.num;
   mInfo->sample_aspect_den = context->sample_aspect_ratio.den;
   mInfo->rotation = RotationDegrees(ffmpeg::RotateText(session.input.Context(), stream));
-  session.frameRate =
-      FrameRate(stream->avg_frame_rate, ffmpeg::RealBaseRate(stream), ffmpeg::CodecTimeBase(stream),
-                ffmpeg::TicksPerFrame(context->codec_id))
-          .value_or(0);
+  mFrameRate = FrameRate(stream->avg_frame_rate, ffmpeg::RealBaseRate(stream),
+                         ffmpeg::CodecTimeBase(stream), ffmpeg::TicksPerFrame(context->codec_id))
+                   .value_or(0);
   const AVRational average = stream->avg_frame_rate;
-  if (mOptions.additions.tellsLowRates && session.frameRate <= 0 && average.den > 0) {
-    session.frameRate = av_q2d(average);
+  if (mOptions.additions.tellsLowRates && mFrameRate <= 0 && average.den > 0) {
+    mFrameRate = av_q2d(average);
   }
   mInfo->has_constant_rate = IsConstantRate(average, ffmpeg::RealBaseRate(stream)) ? 1 : 0;
-  mInfo->frame_rate = static_cast<float>(session.frameRate);
+  mInfo->frame_rate = static_cast<float>(mFrameRate);
   SetDuration(session.video.get());
   mInfo->pixel_format = FoldedPixelFormat(context->pix_fmt);
   const char* const name = av_get_pix_fmt_name(context->pix_fmt);
   mInfo->pixel_format_name = name == nullptr ? "" : name;
   mInfo->colors = ColorsOf(*context);
   DescribeProfile();
-  log_debug(kDecoderTag, "fps:%f duration:%f", session.frameRate, session.duration);
+  log_debug(kDecoderTag, "fps:%f duration:%f", mFrameRate, session.duration);
 }
 
 void SessionOpener::DescribeProfile() {
@@ -170,9 +169,9 @@ void SessionOpener::ScanKeyFrames() {
   if (scan.PacketsBetween() == 0) {
     log_warn(kDecoderTag, "not find keyint, not support seek to no key frame");
   } else {
-    session.keyint_ = KeyIntervalTicks(scan.PacketsBetween() + 1, session.frameRate,
-                                       session.video->Stream()->time_base)
-                          .value_or(0);
+    session.keyint_ =
+        KeyIntervalTicks(scan.PacketsBetween() + 1, mFrameRate, session.video->Stream()->time_base)
+            .value_or(0);
   }
   log_debug(kDecoderTag, "keyint_:%d", session.keyint_);
 }
@@ -198,10 +197,10 @@ void SessionOpener::ScanLength() {
   scan.Add(session.video->Stream());
   if (session.audio != nullptr) scan.Add(session.audio->Stream());
   scan.Run(&session.input, mPacket.get());
-  session.scannedEnd = scan.End();
+  mScannedEnd = scan.End();
   const bool hasFirst = session.first_video_pts_ != AV_NOPTS_VALUE;
   const double first = hasFirst ? session.video->Seconds(session.first_video_pts_) : 0;
-  session.duration = std::max(0.0, session.scannedEnd.value_or(first) - first);
+  session.duration = std::max(0.0, mScannedEnd.value_or(first) - first);
   mInfo->duration = static_cast<float>(session.duration);
   session.input.SeekToStart(std::numeric_limits<int64_t>::min());
   session.FlushDecoders();

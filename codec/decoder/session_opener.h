@@ -1,6 +1,7 @@
 // Opens an input and probes what a plan for reading it backwards needs to know.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "codec/decoder/decode_session.h"
@@ -32,6 +33,8 @@ class SessionOpener {
 
   // What the options grant this input.
   const DecoderShare& Share() const { return mShare; }
+  // Seconds of the file's stamps at which the last packet ends, if the length was scanned for.
+  std::optional<double> ScannedEnd() const { return mScannedEnd; }
 
  private:
   // Whether the video, if it is known by now, is granted a share.
@@ -50,7 +53,9 @@ class SessionOpener {
   const DecoderOptions& mOptions;
   DecoderShare mShare;
   const ffmpeg::UniquePacket mPacket;
+  double mFrameRate = 0;  // frames per second; 0 if unknown
   int64_t mFirstAudioTicks = AV_NOPTS_VALUE;
+  std::optional<double> mScannedEnd;
 };
 
 }  // namespace codec
