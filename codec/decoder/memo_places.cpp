@@ -98,10 +98,6 @@ void MemoPlaces::PassBy(int64_t place) {
   }
 }
 
-void MemoPlaces::Close(int64_t place) {
-  if (mLastNeeded == kNone) mLastNeeded = place;
-}
-
 void MemoPlaces::Rewind() {
   if (mLastNeeded != kNone) Truncate(mLastNeeded + 1);
   if (mIsTorn) Truncate(0);

@@ -44,8 +44,8 @@ class MemoPlaces {
   void Keep(int64_t place, MemoPicture* picture);
   // The places before this one have been given.
   void PassBy(int64_t place);
-  // Later walks need nothing after this place. The first call of a walk counts.
-  void Close(int64_t place);
+  // Later walks need nothing after this place.
+  void Close(int64_t place) { mLastNeeded = place; }
   // A picture was given to be used. A walk without any is not worth to be set aside.
   void NoteUse() { mWasUsed = true; }
   // The walk is over; the next one begins at place 0.

@@ -66,7 +66,7 @@ class PictureMemo : public PictureDecoder {
   // this one, in ticks of the stream.
   void BeginWalk(int64_t wantedFrom = INT64_MAX) { mWantedFrom = wantedFrom; }
   void EndWalk() { mWantedFrom = kNotWalking; }
-  // A later step needs nothing that comes after the present place.
+  // Later walks need nothing that comes after the present place.
   void Close() { mPlaces.Close(mPlace); }
 
   Counters Count() const;

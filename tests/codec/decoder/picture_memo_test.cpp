@@ -60,6 +60,21 @@ TEST(PictureMemo, NeedsNothingBehindWhatALaterStepNeeds) {
   EXPECT_EQ(decoder.given, 10 + 9);
 }
 
+// What no later walk needs takes no room from what a later walk needs.
+TEST(PictureMemo, KeepsNothingThatComesAfterTheLastNeed) {
+  FakeDecoder decoder;
+  Walker walker(&decoder, 10 * kPictureBytes);
+  walker.group = 1000;
+  walker.Read(0, 20, 22);
+  walker.Read(0, 13, 14);  // closed at picture 14: some before it are kept
+  walker.Read(0, 2, 10);   // closed at picture 3
+  const int given = decoder.given;
+  walker.lookedAt = 0;
+  walker.Read(0, 0, 3);
+  EXPECT_EQ(walker.seen, Numbers(0, 3));
+  EXPECT_EQ(decoder.given, given);
+}
+
 TEST(PictureMemo, RemembersOnFromAnotherPacket) {
   FakeDecoder decoder;
   Walker walker(&decoder, kUnlimited);
