@@ -7,12 +7,12 @@
 namespace codec {
 
 // A decoder with N frame threads answers N - 1 packets late: the picture that comes out after
-// packet k is the one that a single thread would have given after packet k - (N - 1). At the end of
-// the input the missing answers come in one row. A picture carries the decoding stamp of its
-// packet, and one that only the end of the input brings out carries none. Where stamps do not tell,
-// packets are counted.
+// packet k is the picture that a single thread would have given after packet k - (N - 1). At the
+// end of the input the missing answers come in one row. A picture carries the decoding stamp of its
+// packet. A picture that only the end of the input brings out carries no stamp. If stamps do not
+// tell, packets are counted.
 //
-// A packet may have several parts, each of which counts as a packet to the threads.
+// A packet may have several parts. Each part counts as a packet to the threads.
 //
 // Knows numbers only. Places are defined in PictureDecoder.
 class AnswerPlaces {
@@ -25,8 +25,8 @@ class AnswerPlaces {
 
   // A packet of so many parts with this decoding stamp was sent.
   void Sent(int64_t stamp, int parts = 1);
-  // The end of the input was sent. `reorder`: how many packets later a picture comes because
-  // another one may have to be shown before.
+  // The end of the input was sent. `reorder`: how many packets later a picture comes, because
+  // another picture may have to be shown first.
   void SentEnd(int reorder);
   // The decoder gave a picture that carries this decoding stamp.
   void Gave(int64_t stamp);
@@ -56,7 +56,7 @@ class AnswerPlaces {
   bool mDraining = false;
   int64_t mGiven = 0;  // pictures
   int64_t mReorder = 0;
-  std::deque<Packet> mPackets;  // those that are not answered
+  std::deque<Packet> mPackets;  // not yet answered
 };
 
 }  // namespace codec

@@ -26,8 +26,8 @@ class AudioConverter {
   static constexpr int kTargetChannels = 2;
   static constexpr AVSampleFormat kTargetFormat = AV_SAMPLE_FMT_FLT;
 
-  // Prepares for the sound that an opened decoder announces. 0, or -1, logged, when it cannot be
-  // converted.
+  // Prepares for the sound that an opened decoder announces. 0, or -1, logged, if this sound cannot
+  // be converted.
   int Open(const AVCodecContext* context);
 
   // Sound that is packed stereo float already is delivered whole. Off unless called.
@@ -41,13 +41,13 @@ class AudioConverter {
   // DeliverWholeBlocks.
   int Deliver(const AVFrame* frame, uint8_t* buffer);
 
-  // Bytes of the largest block that is delivered; 0 when not opened.
+  // Bytes of the largest block that is delivered; 0 if not opened.
   int MaxBlockBytes() const { return mMaxBlockBytes; }
   // The sample format of the blocks that the announced sound gives.
   AVSampleFormat DeliveredFormat() const { return mDeliveredFormat; }
   // Whether there is a converter at the moment.
   bool IsConverting() const { return mResampler != nullptr; }
-  // What sound was dropped for that was not its own fault.
+  // The first failure of the host that has cost sound; 0 if there was none.
   int Failure() const { return mFailure.Error(); }
   // Seconds of sound converted so far.
   double ConvertedSeconds() const { return mConvertedSeconds; }
@@ -62,7 +62,7 @@ class AudioConverter {
   int mMaxBlockBytes = 0;
   bool mWholeBlocks = false;
   AVSampleFormat mDeliveredFormat = AV_SAMPLE_FMT_NONE;
-  // Without a value when the converter could not be made.
+  // Nothing if the converter could not be made.
   std::optional<SoundForm> mForm;
   ffmpeg::UniqueResampler mResampler;
   double mConvertedSeconds = 0;

@@ -9,13 +9,14 @@
 
 namespace codec {
 
-// What is known of an input's pictures. 0 where it is not.
+// What is known of an input's pictures. 0 stands for unknown.
 struct PictureFacts {
   int width = 0;  // pixels, as the next one
   int height = 0;
   int64_t bytes = 0;  // of one packed picture
-  int held = 0;       // pictures that the decoder may hold beside the one that it decodes
-  // Whether the streams have been probed, which decodes pictures. Before, the rest is a guess.
+  int held = 0;       // pictures that the decoder may hold beside the present one
+  // Whether the streams have been probed, which decodes pictures. Before that, all other members
+  // are guesses.
   bool isProbed = false;
   double frameRate = 0;  // frames per second
   double seconds = 0;    // length of the input
@@ -29,15 +30,15 @@ struct DecoderShare {
   int64_t replayBudget = DefaultReplayBudget();
 };
 
-// What a decoder does beyond reading and seeking; all of it is off unless it is switched on.
+// What a decoder does beyond reading and seeking. Each member is off unless switched on.
 struct DecoderAdditions {
-  // The picture that a seek of mode 3 meets is not passed by: ReceiveFrame delivers it first.
+  // ReceiveFrame first delivers the picture that a seek of mode 3 has met.
   bool keepsMetPicture = false;
   // Pictures of odd width or height lose their last column or row.
   bool cutsToEvenSize = false;
-  // A rate below one picture a second is told as it is.
+  // A rate below one picture a second is told, too.
   bool tellsLowRates = false;
-  // The length of an input that does not tell it is found by reading all of its packets.
+  // If an input does not tell its length, all of its packets are read to find it.
   bool scansLength = false;
 };
 
@@ -45,9 +46,10 @@ struct DecoderAdditions {
 struct DecoderOptions : DecoderShare {
   DecoderAdditions additions;
 
-  // Asked as soon as the input's pictures are known, which may be twice: when the file's header has
-  // named their size, and when its streams have been probed. The last answer replaces the share
-  // above; without one the input is not opened. Not asked where it is empty, or without video.
+  // Asked as soon as the size of the input's pictures is known. That may be twice: after the file's
+  // header was read, and after its streams were probed. The last answer replaces the share above.
+  // If the answer is nothing, the input is not opened. May be empty. Not asked if there is no
+  // video.
   std::function<std::optional<DecoderShare>(const PictureFacts&)> shareFor;
 };
 

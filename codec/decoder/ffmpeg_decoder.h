@@ -24,13 +24,13 @@ class FFmpegDecoder {
   FFmpegDecoder(const FFmpegDecoder&) = delete;
   FFmpegDecoder& operator=(const FFmpegDecoder&) = delete;
 
-  // Opens and probes the input. 0, also when it is open already, or -1 after an error line.
+  // Opens and probes the input. 0, also if the input is open already, or -1 after an error line.
   virtual int Init() { return -1; }
   // Closes the input; a later Init opens it again. 0.
   virtual int Release() { return -1; }
-  // Moves to a time in seconds. Mode 2 holds the first picture at or after it for the next
-  // DecodeFrame, mode 3 reads on after that picture, any other mode lands on the key frame at or
-  // before it. 0, or -1 when the input is not open, or has no such time or picture.
+  // Moves to a time in seconds. Mode 2 holds the first picture at or after this time for the next
+  // DecodeFrame. Mode 3 reads on after that picture. Any other mode lands on the key frame at or
+  // before this time. 0, or -1 if the input is not open, or has no such time or picture.
   virtual int Seek(double /*seconds*/, int /*mode*/) { return -1; }
 
   virtual int Reserved4() { return -1; }
@@ -77,11 +77,11 @@ class FFmpegDecoder {
   virtual int Reserved31() { return -1; }
   virtual int Reserved32() { return 0; }
 
-  // Delivers the next frame: 0, or -1 when all streams are finished. The buffer must hold the
-  // larger of GetFrameBufferSize() and GetAudioBufferSize() bytes; nothing is ever written past
-  // them. `type` is a FrameType. `pts` is in seconds from the first frame of its kind. `size`: for
-  // audio the bytes of the block; for video the bytes of the compressed packet that the picture
-  // came from, while the picture itself always fills GetFrameBufferSize() bytes.
+  // Delivers the next frame: 0, or -1 if all streams are finished. The buffer must hold the larger
+  // of GetFrameBufferSize() and GetAudioBufferSize() bytes; nothing is written past these bytes.
+  // `type` is a FrameType. `pts` is in seconds from the first frame of its kind. `size`: for audio
+  // the bytes of the block; for video the bytes of the compressed packet that the picture came
+  // from, while the picture itself always fills GetFrameBufferSize() bytes.
   virtual int ReceiveFrame(uint8_t* /*buffer*/, uint32_t* /*size*/, uint32_t* /*type*/,
                            double* /*pts*/) {
     return -1;
@@ -91,15 +91,15 @@ class FFmpegDecoder {
   // with a warning.
   virtual int GetAudioBufferSize() { return 0; }
 
-  // No more frames are wanted: closes the input and gives back what pictures were kept in, which
-  // may take long. Seeks and reads fail from here on; HostError and the facts of the input stay.
+  // No more frames are wanted. Closes the input and frees the pictures that were kept, which may
+  // take long. Seeks and reads fail from then on. HostError and the facts of the input stay.
   virtual void Finish() {}
   // Until the next seek only pictures are delivered, and sound is passed over without being
-  // decoded. 0, or -1 where the decoder cannot do so: sound is delivered as ever then.
+  // decoded. 0, or -1 if the decoder cannot do so: then sound is still delivered.
   virtual int RestSound() { return -1; }
 
   // The first failure of the host, not of the input, that has cost a frame: FFmpeg's negative
-  // number, 0 while there was none. For any thread.
+  // number; 0 if there was none. For any thread.
   virtual int HostError() { return 0; }
 };
 

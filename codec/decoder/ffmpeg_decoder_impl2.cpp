@@ -53,8 +53,8 @@ void Give(const DecodedFrame& frame, uint32_t* size, uint32_t* type, double* pts
 
 }  // namespace
 
-// What is thrown ends here, and is kept whatever it was: to the caller a failure looks like the end
-// of the input. `body` gives 0 or -1.
+// No exception leaves the decoder. Its error is kept, because to the caller a failure looks like
+// the end of the input. `body` gives 0 or -1.
 template <typename Body>
 int FFmpegDecoderImpl2::Bordered(const Body& body) {
   const int result = but::Guarded(kDecoderTag, body);
@@ -65,7 +65,7 @@ int FFmpegDecoderImpl2::Bordered(const Body& body) {
   return result == 0 ? 0 : -1;
 }
 
-// The same for what needs all parts.
+// The same for a body that needs all parts.
 template <typename Body>
 int FFmpegDecoderImpl2::WithParts(const Body& body) {
   return mParts == nullptr || !mParts->IsUsable() ? -1 : Bordered(body);
@@ -78,7 +78,7 @@ FFmpegDecoderImpl2::FFmpegDecoderImpl2(const char* path, const DecoderOptions& o
 
 FFmpegDecoderImpl2::~FFmpegDecoderImpl2() { LogCounters(); }
 
-// How much work a whole run was; what measures speed looks for this line.
+// How much work a whole run was. The benchmarks look for this line.
 void FFmpegDecoderImpl2::LogCounters() const {
   if (mParts == nullptr) return;
   const DecoderCounters counters = Counters();

@@ -15,7 +15,7 @@ namespace codec {
 // How much work was done since the input was opened.
 struct DecoderCounters {
   int64_t packetsRead = 0;          // of all streams
-  int64_t videoFramesDecoded = 0;   // those passed over on the way to a time included
+  int64_t videoFramesDecoded = 0;   // with those passed by on the way to a time
   int64_t audioFramesDecoded = 0;   // the same for sound
   int64_t seeks = 0;                // of the demuxer
   int64_t videoFramesReplayed = 0;  // answered from memory instead of decoded again
@@ -23,14 +23,15 @@ struct DecoderCounters {
   double audioClock = 0;            // seconds of sound converted
 };
 
-//                        +-> FrameSource -> FrameReceiver -> ReceiveFrame
-//   file -> InputFile ---+        ^
-//                        |        |  pictures on the way to a time
-//                        |     Seeker  ----> PendingFrame --> DecodeFrame
-//                        |        v                             ^
-//                        +-> PacketDecoder ---------------------+
+//   file -> InputFile -> PacketFeed -+-> FrameSource -> FrameReceiver -> ReceiveFrame
+//                                    |        ^
+//                                    |        |  pictures on the way to a time
+//                                    |     Seeker ---> PendingFrame ---> DecodeFrame
+//                                    |        v                             ^
+//                                    +-> PacketDecoder ---------------------+
 //
-// All of them work on one DecodeSession, which exists from Init to Release.
+// All of them share one DecodeSession, which exists from Init to Release. PacketFeed has the video
+// decoder's memory, see PictureMemo.
 class FFmpegDecoderImpl2 : public FFmpegDecoder {
  public:
   // Remembers the path; nothing is opened before Init.
@@ -52,12 +53,12 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   int RestSound() override;
   int HostError() override;
 
-  // The four below are for a caller that reads the sound by itself, and measures sound and pictures
-  // from one zero. They count after Init, and are called before the first seek or read.
+  // The next four are for a caller that reads the sound itself, and counts the times of sound and
+  // pictures from one zero. To be called after Init, before the first seek or read.
   //
-  // FFmpeg's number of the stream that sound is read from; -1 if there is none.
+  // FFmpeg's number of the stream of the sound; -1 if there is no sound.
   int SoundStream() const;
-  // From now on there is no sound, and none of its packets are read.
+  // From now on there is no sound, and its packets are not read.
   void LeaveSoundOut();
   // Time of the first picture in the file's stamps, in seconds; decodes it.
   double FirstPictureTime();
@@ -69,7 +70,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
 
   // All zero while no input is open.
   DecoderCounters Counters() const;
-  // Distance between two key frames in ticks of the video stream; 0 when unknown.
+  // Distance between two key frames in ticks of the video stream; 0 if unknown.
   int32_t KeyInterval() const;
 
  private:
@@ -84,7 +85,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
 
   std::string mPath;
   DecoderOptions mOptions;
-  // Changed under mMutex where another thread may ask for HostError.
+  // Changed under mMutex if another thread may ask for HostError meanwhile.
   std::unique_ptr<Parts> mParts;  // null unless initialised
   std::mutex mMutex;
   FirstFailure mThrown;

@@ -15,8 +15,8 @@ class FrameReceiver {
 
   bool IsUsable() const { return mFrame != nullptr; }
 
-  // 0, or -1 when all streams are finished. `buffer` holds the largest picture and the largest
-  // audio block. `out->size` of a picture is the size of its packet.
+  // 0, or -1 if all streams are finished. `buffer` holds the largest picture and the largest audio
+  // block. `out->size` of a picture is the size of its packet.
   int Receive(uint8_t* buffer, DecodedFrame* out);
 
  private:

@@ -19,25 +19,25 @@ class FrameSource {
 
   // The input has been moved: the decoders forget what came before.
   void Flush();
-  // After that: what is decoded now is passed by, up to a picture with this stamp or a later one.
+  // To be called after Flush. Pictures are passed by, up to one with this stamp or a later one.
   void BeginWalk(int64_t wantedFrom = INT64_MAX);
   // The walk is over: the frames that come now are delivered.
   void EndWalk();
-  // Sound alone is read from here on, and none before this time in seconds is delivered. Nothing
-  // for sound of any time.
+  // From now on sound alone is read, and only sound from this time on, in seconds, is delivered.
+  // Nothing stands for sound of any time, and for pictures.
   void DeliverSoundFrom(std::optional<double> seconds) { mSoundFrom = seconds; }
   // Whether sound of this time is delivered.
   bool DeliversSoundAt(double seconds) const { return !mSoundFrom || seconds >= *mSoundFrom; }
 
-  // This picture comes once more, as the next frame. Leaves it blank.
+  // This picture comes once more, as the next frame. Leaves `picture` blank.
   void Hold(AVFrame* picture) { av_frame_move_ref(mHeld.get(), picture); }
 
-  // The next frame of either stream, video first when both have one; the caller unreferences it.
-  // kEnd when both decoders are drained.
+  // The next frame of either stream, video first if both have one. The caller unreferences it. kEnd
+  // if both decoders are drained.
   Next NextFrame(AVFrame* frame);
 
-  // The next picture, the packets of all other streams and damaged pictures left out on the way. 0
-  // or AVERROR_EOF. In a walk only the stamp of a picture is certain to be there.
+  // The next picture. Packets of other streams and damaged pictures are left out. 0 or AVERROR_EOF.
+  // In a walk the picture may have no more than its stamp.
   int NextPicture(AVFrame* frame);
 
  private:

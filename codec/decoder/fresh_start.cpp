@@ -20,11 +20,12 @@ struct NalCodec {
   int shift;
   int mask;
   int lastPictureType;  // types up to this one carry a picture's slices
-  // Types of pictures that decoding can begin at: those shown later refer to none before.
+  // Types of pictures that decoding can begin at. Pictures shown later do not refer to earlier
+  // ones.
   int firstStartType;
   int lastStartType;
-  int lengthSizeAt;  // where the configuration record says how long a unit's length is
-  int messageType;   // of units with messages, one of which may be a recovery point; 0 for none
+  int lengthSizeAt;  // offset in the configuration record
+  int messageType;   // of units with messages (recovery points); 0 for none
 };
 constexpr std::array<NalCodec, 2> kNalCodecs = {{
     {AV_CODEC_ID_H264, 0, 0x1f, 5, 5, 5, 4, 6},
@@ -34,7 +35,7 @@ constexpr std::array<NalCodec, 2> kNalCodecs = {{
 // The units of a packet, one after another.
 class Units {
  public:
-  // `lengthSize`: bytes of the length before each unit; 0 where start codes part them.
+  // `lengthSize`: bytes of the length before each unit; 0 if start codes part the units.
   Units(const AVPacket& packet, size_t lengthSize)
       : mData(packet.data),
         mSize(static_cast<size_t>(std::max(packet.size, 0))),
@@ -59,7 +60,7 @@ class Units {
     size_t length = 0;
     for (size_t i = from; i < from + mLengthSize; ++i) length = length << 8 | mData[i];
     mAt = from + mLengthSize;
-    // The last unit may be cut off; what there is of it tells its type.
+    // The last unit may be cut off. Its first byte tells its type.
     mEnd = mAt + std::min(length, mSize - mAt);
   }
   // The offset of the next start code, or the packet's size.
@@ -78,7 +79,8 @@ class Units {
   size_t mEnd = 0;
 };
 
-// The bytes that a unit stands for: where three bytes could look like a start code, a 3 is put in.
+// The bytes that a unit stands for. A 3 was put in after two zeros, so that no bytes look like a
+// start code.
 std::vector<uint8_t> Unescaped(const uint8_t* data, size_t size) {
   std::vector<uint8_t> bytes;
   int zeros = 0;
@@ -115,7 +117,7 @@ bool HasExactRecoveryPoint(const uint8_t* data, size_t size) {
   return false;
 }
 
-// Bytes of the length before each unit; 0 where start codes part them.
+// Bytes of the length before each unit; 0 if start codes part the units.
 size_t LengthSize(const AVCodecParameters& stream, const NalCodec& codec) {
   if (stream.extradata_size <= codec.lengthSizeAt) return 0;
   const uint8_t* const data = stream.extradata;

@@ -1,4 +1,4 @@
-// Packets that wait until it is known which of them is the first to be heard.
+// Packets that wait until the first one to be heard is known.
 #pragma once
 
 #include <cstddef>
@@ -15,22 +15,22 @@ struct PrerollNeed {
   size_t packets = 0;
 };
 
-// Keeps the packets that will be heard: those that reach over the target or lie beyond it, and the
-// last few in any case. Before them it keeps as many as the decoder needs to get going, and lets go
-// of older ones.
+// Keeps the packets that will be heard: those that reach over the target or lie after it, and
+// always the last few. Keeps as many packets before these as the decoder needs to get going. Drops
+// older ones.
 class HeldPackets {
  public:
-  // The newest packets that will be heard: one beyond the target, the one that reaches over it, and
-  // one more, because stamps are rounded.
+  // The newest packets that will be heard: one after the target, one that reaches over it, and one
+  // more, because stamps are rounded.
   static constexpr size_t kHeard = 3;
 
   explicit HeldPackets(PrerollNeed need) : mNeed(need) {}
 
-  // Lets go of all. The next packets are for what sounds at and after this time, in seconds.
+  // Drops all. The next packets are for the sound from this time on, in seconds.
   void StartOver(double target);
 
-  // A blank packet to be read into; owned here. Null when there is no memory. The next call gives
-  // the same one unless Add was called in between.
+  // A blank packet to be read into; owned here. Null if there is no memory. The next call gives the
+  // same packet unless Add was called in between.
   AVPacket* Blank();
   // Holds the packet that Blank gave, which is heard from `begin` on and lasts this long, both in
   // seconds.
@@ -57,7 +57,7 @@ class HeldPackets {
   PrerollNeed mNeed;
   double mTarget = 0;
   std::deque<Held> mPackets;
-  std::vector<ffmpeg::UniquePacket> mBlank;  // used again, the last one first
+  std::vector<ffmpeg::UniquePacket> mBlank;  // to be used again
   size_t mFirstHeard = 0;
   double mPrerollSeconds = 0;  // of the packets before the first one heard
 };

@@ -15,7 +15,7 @@ namespace codec {
 int InputFile::OpenHeader(const std::string& path) {
   mPath = path;
   const std::string local = but::LocalPath(path);
-  // Looked at before it is opened: opening a pipe waits for a writer.
+  // Checked before the file is opened: opening a pipe waits for a writer.
   if (const char* const reason = but::WhyNotSeekable(local)) return CannotOpen(reason);
   AVFormatContext* context = nullptr;
   // A failed open frees the context itself.
@@ -102,7 +102,7 @@ int InputFile::SeekToStart(int64_t earliest) {
              ffmpeg::ErrorText(result).c_str());
     mWarnedOfStart = true;
   }
-  // A stream without stamps has no times to seek to, and the search for them has read to the end.
+  // A stream without stamps has no times to seek to, and the search for a time has read to the end.
   return av_seek_frame(mContext.get(), -1, 0, AVSEEK_FLAG_BYTE);
 }
 

@@ -17,7 +17,7 @@ class InputFile : public PacketSource {
   // Opens the local file, which must be one that can be read backwards, and reads its header. 0, or
   // -1 with the reason logged.
   int OpenHeader(const std::string& path);
-  // Then finds its streams, for which it decodes some of their frames. The same.
+  // Then finds its streams, and decodes some frames for that. Results as above.
   int FindStreams();
   // Both.
   int Open(const std::string& path) { return OpenHeader(path) == 0 ? FindStreams() : -1; }
@@ -27,7 +27,7 @@ class InputFile : public PacketSource {
   void PutBack(std::vector<ffmpeg::UniquePacket> packets);
 
   // Moves to the key frame at or before `position`, in ticks of the stream, or in AV_TIME_BASE
-  // units when `stream` is -1. FFmpeg's result.
+  // units if `stream` is -1. FFmpeg's result.
   int SeekBackward(int stream, int64_t position);
   // Moves to the first packet that can be reached with stamps from `earliest` to 0, in AV_TIME_BASE
   // units, or to the first byte if there are no stamps. FFmpeg's result.
@@ -40,7 +40,7 @@ class InputFile : public PacketSource {
   AVFormatContext* Context() const { return mContext.get(); }
   const std::string& Path() const { return mPath; }
 
-  // Of everything that is read from this input.
+  // Failures of the host in anything that is read from this input.
   FirstFailure& Failure() const { return mFailure; }
 
   int64_t PacketsRead() const { return mPacketsRead; }

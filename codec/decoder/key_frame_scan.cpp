@@ -43,7 +43,7 @@ void VariableRateCheck::Look(const AVPacket* packet, int64_t* firstPts) {
     if (mLastDuration > 0) ++mChanges;
     mLastDuration = packet->duration;
   }
-  // Every video packet is paid for: with changes alone the third one would always end it first.
+  // Every video packet counts; otherwise the third change would always end the check first.
   --mBudget;
   if (!IsKey(packet) || *firstPts != AV_NOPTS_VALUE) return;
   // Wraps on purpose: only the low half is printed.

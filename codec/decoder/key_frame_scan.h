@@ -1,4 +1,4 @@
-// What is learned of the video by looking at its packets, nothing decoded.
+// What the packets of the video tell, without decoding any.
 #pragma once
 
 #include <cstdint>
@@ -13,10 +13,10 @@ class KeyFrameScan {
  public:
   explicit KeyFrameScan(int videoIndex) : mVideoIndex(videoIndex) {}
 
-  // `firstPts` is set from the first video packet when it is AV_NOPTS_VALUE. `packet` is scratch.
+  // `firstPts` is set from the first video packet if it is AV_NOPTS_VALUE. `packet` is scratch.
   void Run(PacketSource* source, AVPacket* packet, int64_t* firstPts);
 
-  // Non-key packets between two key packets; 0 when no second key packet came after some of them.
+  // Non-key packets between two key packets; 0 if no second key packet came after some of them.
   int64_t PacketsBetween() const { return mSecondKeyFound ? mCount : 0; }
 
  private:
@@ -26,7 +26,7 @@ class KeyFrameScan {
   int64_t mCount = 0;
 };
 
-// Looks for changing packet durations, and for the first stamp when the scan above met no video.
+// Looks for changing packet durations, and for the first stamp if the scan above met no video.
 class VariableRateCheck {
  public:
   explicit VariableRateCheck(int videoIndex) : mVideoIndex(videoIndex) {}

@@ -26,8 +26,8 @@ bool KeyPackets::IsKey(const AVPacket* packet) {
                    packet->pts, packet->dts, packet->pos);
   if (mParser->key_frame == 1) return true;
   if (mParser->pict_type == AV_PICTURE_TYPE_NONE) return flagged;
-  // Some parsers do not tell key pictures from other pictures that are coded alone: then each of
-  // these counts. H.264 streams often have no other mark, and the H.264 decoder holds back by
+  // Some parsers do not distinguish key pictures from other pictures that are coded alone. Then all
+  // of them count. H.264 streams often have no other mark, and the H.264 decoder holds back by
   // itself the pictures that are not to be trusted.
   return mParser->pict_type == AV_PICTURE_TYPE_I &&
          (mParser->key_frame < 0 || mCodec == AV_CODEC_ID_H264);

@@ -8,8 +8,8 @@
 namespace codec {
 
 // An index may be wrong or missing, and a demuxer without an index lands anywhere. So the packet's
-// own bytes decide if there is a parser for them, and otherwise the demuxer's flag. Beginning at
-// any other packet, many decoders make pictures up from references that they never had.
+// own bytes decide, if there is a parser for them, and otherwise the demuxer's flag. If decoding
+// begins at another packet, many decoders make up the references that they never had.
 class KeyPackets {
  public:
   // Null if there is no memory. The stream outlives the object.

@@ -18,11 +18,11 @@ class LaterGroup {
   static constexpr int64_t kNone = -1;
 
   // Sets the places of a walk aside, and leaves `places` empty. The walk must have begun at a
-  // packet from which on all pictures shown are the same, be they decoded from there or from
-  // further back. False if no such picture was found: then nothing is set aside and `places` stay.
+  // packet that leans on nothing before it (StartsAfresh). False if the places have no picture that
+  // is certain to come from further back, too: then nothing is set aside and `places` stay.
   bool SetAside(MemoRow* places);
   bool IsEmpty() const { return mPlaces.empty(); }
-  // Whether a walk that begins with this packet is the one that was set aside.
+  // Whether the walk that was set aside began with this packet, too.
   bool IsSameLanding(const PacketIdentity& first) const {
     return !IsEmpty() && mPlaces.front().identity == first;
   }

@@ -24,14 +24,14 @@ class LazyDecoder {
   // The place of the next packet to be fed.
   int64_t Fed() const { return mFed; }
 
-  // Whether the decoder has given all that it can of what it was fed.
+  // Whether the decoder wants a packet before it gives another picture.
   bool IsHungry() const { return mIsHungry; }
   // Hands over the next packet. 0 or a negative error.
   int Feed();
-  // The decoder gives all that it still has. It takes no packet before the next Begin.
+  // The decoder gives all pictures that it still has. It takes no packet before the next Begin.
   void Drain();
-  // Takes the next picture, as PictureDecoder does. After Drain it returns AVERROR_EOF where
-  // nothing is left.
+  // Takes the next picture, as PictureDecoder does. After Drain it returns AVERROR_EOF if nothing
+  // is left.
   int Receive(AVFrame* frame);
 
   // The decoder has no more pictures for the places before this one.
@@ -42,7 +42,7 @@ class LazyDecoder {
   // came before.
   size_t NumberAt(int64_t place);
 
-  // All packets count as fed: the decoder has ended and takes none of them.
+  // All packets count as fed: the decoder has ended and takes no more.
   void SkipAll() { mFed = Added(); }
   // Drops the packets before this place that were fed. Returns their bytes.
   int64_t DropFed(int64_t place) { return mOwed.DropBefore(place < mFed ? place : mFed); }
@@ -53,7 +53,7 @@ class LazyDecoder {
 
  private:
   PictureDecoder* const mDecoder;
-  OwedPackets mOwed;       // and those that the decoder may need to begin again
+  OwedPackets mOwed;       // and packets that the decoder may need to begin again
   int64_t mFed = 0;        // place
   int64_t mBegin = 0;      // place of the first packet that the decoder got
   int64_t mLastPlace = 0;  // of the last picture

@@ -14,7 +14,7 @@ int64_t TicksOf(const AVPacket* packet, const AVStream* stream) {
   return av_rescale_q(1, av_inv_q(rate), stream->time_base);
 }
 
-// Where there is no knowing, a sum beyond all numbers is as good as the largest one.
+// If a sum is beyond all numbers, the larger number is as good a guess as any.
 int64_t Sum(int64_t a, int64_t b) {
   int64_t sum = 0;
   return __builtin_add_overflow(a, b, &sum) ? std::max(a, b) : sum;

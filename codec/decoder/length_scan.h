@@ -9,7 +9,8 @@
 
 namespace codec {
 
-// Looks at the packets of some streams, nothing decoded, and remembers where the last one ends.
+// Looks at the packets of some streams, without decoding any, and remembers the time at which the
+// last one ends.
 class LengthScan {
  public:
   // Packets of this stream count; it is used while this object lives.
@@ -19,8 +20,8 @@ class LengthScan {
   void Run(PacketSource* source, AVPacket* packet);
 
   // The largest end of any packet, in seconds of the file's stamps. A packet without a stamp
-  // follows the one before it, the first one begins at 0; one that does not say how long it lasts
-  // counts with the average of its stream's rate, or with nothing. Nothing when there was no
+  // follows the packet before it, or begins at 0 if it is the first. A packet that does not say how
+  // long it lasts counts with the average of its stream's rate, or with 0. Nothing if there was no
   // packet.
   std::optional<double> End() const;
 

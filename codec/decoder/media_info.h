@@ -11,7 +11,7 @@ namespace codec {
 // The initial values stand for streams that the input does not have.
 struct MediaInfo {
   float duration = 0;     // seconds
-  uint8_t has_video = 0;  // 1 when there is a stream that can be decoded
+  uint8_t has_video = 0;  // 1 if there is a stream that can be decoded
   uint8_t has_audio = 0;  // the same for sound
   int32_t width = 0;      // pixels, before any rotation
   int32_t height = 0;     // the same
@@ -23,14 +23,14 @@ struct MediaInfo {
   int32_t level = 0;              // as the video decoder reports it
   int32_t video_bit_rate = 0;     // bit/s
   int32_t sample_rate = 0;        // Hz
-  int32_t channels = 0;           // that blocks are delivered in
-  int32_t sample_format = -1;     // FFmpeg's number, of the blocks delivered; -1 when above 9
+  int32_t channels = 0;           // of the blocks delivered
+  int32_t sample_format = -1;     // FFmpeg's number, of the blocks delivered; -1 if above 9
   int32_t audio_bit_rate = 0;     // bit/s
   int32_t sample_aspect_den = 1;  // a pixel is num / den times as wide as high
   int32_t sample_aspect_num = 1;  // see above
   double rotation = 0;            // degrees clockwise that a player should turn, about -1 to 359
   PictureColors colors;           // of the source's pictures
-  uint8_t has_constant_rate = 0;  // 1 when all pictures last equally long, as far as can be told
+  uint8_t has_constant_rate = 0;  // 1 if all pictures seem to last equally long
 };
 
 }  // namespace codec

@@ -121,8 +121,8 @@ void MemoPlaces::DropLater() {
   mPolicy.DropAside();
 }
 
-// The later group takes over if the walk has come to its first picture. But none of its pictures
-// may have come already: then the decoder gives them in another order than it did for the group.
+// The later group takes over if the walk has come to its first picture. If one of its pictures has
+// come already, it does not: from further back the decoder gives the pictures sooner.
 void MemoPlaces::Follow(int64_t place, const PacketIdentity& identity) {
   if (mLater.IsEmpty()) return;
   if (!mLater.Follow(place, identity)) return DropLater();

@@ -24,10 +24,10 @@ class MemoPlaces {
 
   bool IsEnabled() const { return mPolicy.IsEnabled(); }
 
-  // Whether the walk that begins with this packet needs Begin. If not, its landing is known.
+  // Whether the walk that begins with this packet needs Begin. If not, the landing is known.
   bool IsNewLanding(const PacketIdentity& first);
-  // A walk begins at a new landing. `startsAfresh`: pictures shown from its first packet on are the
-  // same, be they decoded from there or from further back.
+  // A walk begins at a new landing. `startsAfresh`: its first packet leans on nothing before it
+  // (StartsAfresh).
   void Begin(bool startsAfresh);
   // The walk comes to the next place. It may be remembered, or new, or the one at which the later
   // group takes over.

@@ -8,15 +8,14 @@
 
 namespace codec {
 
-// Pictures are known by their place. If not all fit, those at the earliest places go: the next
-// steps of a backward run ask for what is nearest the end of a walk. If a whole group of pictures
-// does not fit, m passes over it then cost (m + 1) / 2 decodes a picture instead of m.
+// Pictures are known by their place. If not all fit, the pictures at the earliest places go: the
+// next steps of a backward run ask for the pictures nearest the end of a walk. A group that does
+// not fit is walked over m times; then this costs (m + 1) / 2 decodes a picture instead of m.
 //
-// Pictures of a later group can be set aside. They are the first to go: what is remembered now
-// serves more steps.
+// Pictures of a later group can be set aside. They go first: the pictures of the present group
+// serve more steps.
 //
-// Packets that are only owed to the decoder are kept too, and take up to half of the budget. All
-// else has the rest.
+// Packets that are owed to the decoder count, too. They take up to half of the budget.
 class MemoPolicy {
  public:
   // `budget` in bytes; 0 or less remembers nothing.
@@ -26,29 +25,29 @@ class MemoPolicy {
   bool IsEnabled() const { return mBudget > 0; }
 
   // A picture of this size wants to be remembered at a place. Returns the places that have to lose
-  // their pictures, which may be that place too. Asks first whether those set aside have to go.
+  // their pictures; this place may be one of them. To be called after CrowdsOutAside.
   std::vector<int64_t> Keep(int64_t place, int64_t bytes);
-  // Whether those set aside have to go before such a picture can be kept.
+  // Whether the pictures set aside have to go before so many bytes can be kept.
   bool CrowdsOutAside(int64_t bytes) const { return mBytesAside > 0 && !Fits(bytes); }
   // The pictures from this place on are gone.
   void DropFrom(int64_t place);
 
-  // All pictures are set aside. Not while others are.
+  // All pictures are set aside. Not to be called while others are.
   void SetAside();
-  // Those set aside are gone.
+  // The pictures set aside are gone.
   void DropAside();
-  // Of those set aside, the ones from place `from` on become pictures of place `to` and on; the
-  // others are gone. Nothing is kept at `to` or behind it.
+  // The pictures set aside from place `from` on become pictures of places from `to` on. The others
+  // set aside are gone. Nothing may be kept from `to` on.
   void Join(int64_t from, int64_t to);
 
   // A packet is owed to the decoder. Returns as Keep does.
   std::vector<int64_t> Owe(int64_t bytes);
-  // It has been handed over.
+  // An owed packet of this size has been handed over.
   void Pay(int64_t bytes) { mBytesOwed -= bytes; }
   // Whether more may be owed.
   bool MayOwe() const { return mBytesOwed <= mBudget / 2; }
 
-  // Of all that is kept.
+  // Bytes of all pictures and packets that are kept.
   int64_t Bytes() const { return mBytes + mBytesAside + mBytesOwed; }
 
  private:

@@ -14,10 +14,10 @@ int64_t PacketTimestamp(const AVPacket* packet);
 // missing less often is trusted.
 class PacketClock {
  public:
-  // To be called twice for each packet of the stream, when it is read and when it is decoded: both
-  // counters grow alike, so that their comparison holds.
+  // To be called twice for each packet of the stream: after it is read, and after it is decoded.
+  // Both counters grow alike, so that their comparison holds.
   void Count(const AVPacket* packet);
-  // The packet's time in ticks; AV_NOPTS_VALUE when it has neither stamp.
+  // The packet's time in ticks; AV_NOPTS_VALUE if it has neither stamp.
   int64_t Choose(const AVPacket* packet) const;
 
   int32_t InvalidPts() const { return mInvalidPts; }

@@ -71,9 +71,9 @@ void PacketDecoder::NoteAnswered() {
   if (place != mLastPlace) ++mDelayedFrames;
 }
 
-// At the end of the input only the first stream of the file is drained: of a file that starts with
-// its sound the delayed pictures stay in the decoder. Deliberate; ReceiveFrame is there for whoever
-// wants every picture.
+// At the end of the input only the first stream of the file is drained. If the file starts with its
+// sound, the delayed pictures stay in the decoder. This is deliberate; ReceiveFrame gives every
+// picture.
 bool PacketDecoder::DeliverPicture(uint8_t* buffer, DecodedFrame* out) {
   const ffmpeg::FrameGuard guard(mFrame.get());
   const PictureMemo& memo = *mFeed->Pictures();

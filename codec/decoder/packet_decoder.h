@@ -1,4 +1,4 @@
-// Delivers frames into the caller's buffer, one packet after the other, each decoded in one call.
+// Delivers frames into the caller's buffer, packet by packet.
 #pragma once
 
 #include <cstdint>
@@ -11,13 +11,13 @@
 
 namespace codec {
 
-// Frames have the time of the packet whose decoding brought them out.
+// A frame has the time of the packet that brought the frame out.
 class PacketDecoder {
  public:
   PacketDecoder(DecodeSession* session, PacketFeed* feed);
 
   // 0, or -1 at the end of input. `buffer` as for FrameReceiver; null decodes without copying, and
-  // the size is 0 then. `out->size` of a picture is that of the packed picture.
+  // then the size is 0. `out->size` of a picture is that of the packed picture.
   int Decode(uint8_t* buffer, DecodedFrame* out);
   // The input has been moved.
   void Flush();

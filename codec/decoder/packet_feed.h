@@ -1,4 +1,4 @@
-// Reads packets, and hands each to its decoder when its turn has come.
+// Reads packets, and hands each to its decoder in its turn.
 #pragma once
 
 #include <cstdint>
@@ -13,9 +13,9 @@
 namespace codec {
 
 // A video decoder with several threads answers some packets late. If sound were decoded as soon as
-// it is read, the order of frames would depend on the number of threads, and so would the sound
-// that a walk to a picture leaves out. So sound waits here until all pictures of the packets before
-// it have been given.
+// it is read, the number of threads would change the order of frames. It would also change which
+// sound a walk to a picture leaves out. So sound waits here until all pictures of the packets
+// before it have been given.
 class PacketFeed {
  public:
   // Looks at a packet that was read; false passes it over.
@@ -26,8 +26,9 @@ class PacketFeed {
   // To be called once the session is open. `budget` as for PictureMemo.
   void Open(int64_t budget);
 
-  // Reads a packet. One of the video goes to the memo, unless a key is awaited; sound is put into
-  // the queue. After the last packet both decoders are told of the end. Does nothing later.
+  // Reads a packet. A packet of the video goes to the memo, unless a key packet is awaited. Sound
+  // is put into the queue. After the last packet both decoders are told of the end. Later calls do
+  // nothing.
   void Read(const Look& look = nullptr);
   // Whether the last packet has been read.
   bool HasEnded() const { return mEnded; }
@@ -36,13 +37,13 @@ class PacketFeed {
   // Null if there is no video.
   PictureMemo* Pictures() { return mMemo.get(); }
   // Takes the next picture: 0 or a negative error as for PictureDecoder. AVERROR_EOF also if there
-  // is no video, or it rests.
+  // is no video, or the video rests.
   int ReceivePicture(AVFrame* frame);
   // Whether no picture comes before the next packet is read.
   bool WantsPacket() const;
 
   // Takes the next sound if its turn has come: a packet, or null for the end of the sound. False if
-  // there is none, or its turn has not come.
+  // there is no sound, or its turn has not come.
   bool TakeSound(ffmpeg::UniquePacket* packet);
   // Drops the sound whose turn has come.
   void DropSound();

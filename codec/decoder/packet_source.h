@@ -1,4 +1,4 @@
-// Where packets come from, so that what scans packets can be tested without a file.
+// A source of packets. Scans of packets can be tested with one that is no file.
 #pragma once
 
 #include "codec/ffmpeg/ffmpeg_headers.h"
@@ -12,8 +12,8 @@ class PacketSource {
   PacketSource(const PacketSource&) = delete;
   PacketSource& operator=(const PacketSource&) = delete;
 
-  // Fills the blank `packet`; the caller unreferences it. False at the end of input, after an
-  // error too: the packet is blank then.
+  // Fills the blank `packet`; the caller unreferences it. False at the end of input, and after an
+  // error: then the packet is blank.
   virtual bool Read(AVPacket* packet) = 0;
 };
 

@@ -12,7 +12,7 @@ namespace codec {
 
 class PendingFrame {
  public:
-  // Makes room for the largest frame; only exact seeks need it. False when memory runs out.
+  // Makes room for the largest frame; only exact seeks need it. False if memory runs out.
   bool Reserve(size_t bytes) {
     if (mBuffer == nullptr) mBuffer.reset(new (std::nothrow) uint8_t[bytes]);
     return mBuffer != nullptr;
@@ -25,7 +25,7 @@ class PendingFrame {
   }
   void Clear() { mHeld = false; }
 
-  // Copies the held frame into `buffer`. False when there is none.
+  // Copies the held frame into `buffer`. False if there is none.
   bool Take(uint8_t* buffer, DecodedFrame* out) {
     if (!mHeld) return false;
     mHeld = false;

@@ -11,7 +11,7 @@ namespace codec {
 // Packed: planes one after another, rows as long as the picture is wide.
 class PictureCopy {
  public:
-  // Takes the pictures' form. 0, or -1 when no packed buffer can hold such a picture.
+  // Takes the pictures' form. 0, or -1 if no packed buffer can hold such a picture.
   int Open(AVPixelFormat format, int width, int height);
   // The same, and pictures of odd width or height lose their last column or row.
   int OpenEven(AVPixelFormat format, int width, int height);
@@ -20,7 +20,7 @@ class PictureCopy {
   int Width() const { return mWidth; }
   int Height() const { return mHeight; }
 
-  // Bytes of a packed picture; 0 when not opened.
+  // Bytes of a packed picture; 0 if not opened.
   int Size() const { return mSize; }
 
   // Copies into a buffer of Size() bytes and returns Size(). A picture of another size or format

@@ -1,4 +1,4 @@
-// A video decoder as what stands before it sees it.
+// A video decoder, as the loop that feeds it sees it.
 #pragma once
 
 #include <cstdint>
@@ -7,9 +7,9 @@
 
 namespace codec {
 
-// Takes packets and gives pictures. Each picture belongs to a packet: to the one that brings it out
-// of a decoder with a single thread. The number of that packet, counted from the last flush, is the
-// picture's place. The place after the last packet belongs to the end of the input.
+// Takes packets and gives pictures. Each picture belongs to a packet: the packet that brings the
+// picture out of a decoder with a single thread. The number of that packet, counted from the last
+// flush, is the picture's place. The place after the last packet belongs to the end of the input.
 class PictureDecoder {
  public:
   PictureDecoder() = default;

@@ -66,8 +66,8 @@ int PictureMemo::Receive(AVFrame* frame) {
   }
 }
 
-// Whether the decoder is needed even if the answer is remembered. At a takeover it first gives what
-// it still has. And if more is owed than there is room for, the packets are paid.
+// Whether the decoder is needed even if the answer is remembered. At a takeover the decoder first
+// gives the pictures that it still has. If more is owed than there is room for, packets are paid.
 bool PictureMemo::MustDecode() const {
   return mPlace == mPlaces.Later().Takeover() || (!mPlaces.MayOwe() && mDecoder.Fed() < Sent());
 }
@@ -127,7 +127,7 @@ PictureMemo::Progress PictureMemo::Fail(int result, int* error) {
   return Progress::kError;
 }
 
-// A picture of the decoder: the one that the caller waits for, or another one.
+// A picture of the decoder. It may be the one that the caller waits for.
 PictureMemo::Progress PictureMemo::Take(AVFrame* frame) {
   CompleteUpTo(mDecoder.Answered());
   const int64_t place = mDecoder.Place();
@@ -135,13 +135,13 @@ PictureMemo::Progress PictureMemo::Take(AVFrame* frame) {
   const LaterGroup& later = mPlaces.Later();
   if (place >= later.Takeover()) return TakeAfterTakeover(frame);
   const int64_t stamp = frame->best_effort_timestamp;
-  // A picture of the later group has come sooner than when the decoder began at the border.
+  // A picture of the later group has come sooner than after a begin at the border.
   if (place >= later.Border() && stamp >= later.BorderStamp()) mPlaces.Tear(stamp);
   return TakeAt(place, frame);
 }
 
-// The drained decoder gives a picture that it would have given later. It should be one of the later
-// group.
+// The drained decoder gives a picture that it would have given after the takeover. This should be a
+// picture of the later group. If it is not, the picture must not be lost.
 PictureMemo::Progress PictureMemo::TakeAfterTakeover(AVFrame* frame) {
   const int64_t takeover = mPlaces.Later().Takeover();
   const int64_t stamp = frame->best_effort_timestamp;
@@ -191,7 +191,7 @@ void PictureMemo::CompleteUpTo(int64_t place) {
   for (int64_t done = mPlace; done < std::min(place, DecoderEnd()); ++done) {
     MemoPlace& known = mPlaces.At(done);
     known.isComplete = true;
-    // It may have given less than the first time, or there was no memory for a picture.
+    // The decoder may have given less than the first time, or there was no memory for a picture.
     const size_t given = done == mPlace ? mGiven : 0;
     std::vector<MemoPicture>& pictures = known.pictures;
     if (pictures.size() <= given) continue;

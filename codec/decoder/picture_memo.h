@@ -27,11 +27,10 @@ namespace codec {
 //
 // Note: places
 //   A decoder with several threads answers late (see PictureDecoder). The memo gives each picture
-//   at its place, be it remembered or decoded. So its caller does not see the number of threads.
+//   at its place, remembered or decoded. So its caller does not see the number of threads.
 class PictureMemo : public PictureDecoder {
  public:
-  // Says of a key packet whether the pictures shown from it on are the same, be they decoded from
-  // there or from further back.
+  // Whether a key packet leans on nothing before it, see StartsAfresh.
   using StartsAfreshTest = std::function<bool(const AVPacket& packet)>;
 
   struct Counters {
@@ -44,8 +43,8 @@ class PictureMemo : public PictureDecoder {
   PictureMemo(PictureDecoder* decoder, FirstFailure* failure, int64_t budget,
               StartsAfreshTest startsAfresh);
 
-  // Leaves the packet blank. A negative result if there is no memory for it; what the decoder says
-  // of the packet comes from Receive.
+  // Leaves the packet blank. A negative result if there is no memory for it. Errors of the decoder
+  // come from Receive.
   int Send(AVPacket* packet) override;
   // Returns AVERROR(EAGAIN) at the end of each place, too.
   int Receive(AVFrame* frame) override;
@@ -58,7 +57,7 @@ class PictureMemo : public PictureDecoder {
   bool IsAtEnd() const { return mPlace < Sent() && mPlaces.At(mPlace).identity.isEnd; }
   // Whether all pictures have been given, up to the end of the input.
   bool HasEnded() const { return mWantsPacket && IsAtEnd(); }
-  // After AVERROR(EAGAIN): whether there is no answer before the next packet. Otherwise Receive
+  // After AVERROR(EAGAIN): whether a packet is needed before the next answer. Otherwise Receive
   // goes on with the next place.
   bool WantsPacket() const { return mWantsPacket; }
 
@@ -103,7 +102,7 @@ class PictureMemo : public PictureDecoder {
   int64_t mAnswered = 0;  // as in Counters
   int64_t mPaid = 0;      // as in Counters
 
-  int64_t mPlace = 0;  // that is being answered
+  int64_t mPlace = 0;  // the place that is being answered
   size_t mGiven = 0;   // pictures of this place
   bool mWantsPacket = false;
   int64_t mWantedFrom = kNotWalking;  // ticks

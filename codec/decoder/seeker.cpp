@@ -20,7 +20,7 @@ constexpr int kMaxPreKeyFrameLandings = 2;
 int64_t Truncated(double value) {
   // The next float below 2^63.
   constexpr double kLargest = 9223371487098961920.0;
-  // What is not a number is compared as neither.
+  // What is not a number counts as the smallest one.
   if (!(value > -kLargest)) return -static_cast<int64_t>(kLargest);
   return static_cast<int64_t>(std::min(value, kLargest));
 }
@@ -47,7 +47,7 @@ void Seeker::Flush() {
 }
 
 bool Seeker::InRange(float seconds) const {
-  // Written so that what is not a number is out of range.
+  // Both comparisons are false for what is not a number.
   if (seconds >= 0 && seconds <= mSession->duration) return true;
   log_error(kDecoderTag, "error time:%0.3f not in [0,%0.3f]", static_cast<double>(seconds),
             mSession->duration);
@@ -199,8 +199,9 @@ int Seeker::_SeekDecodeForward(float seconds) {
   return -1;
 }
 
-// Stamps of recordings may begin at hours: a position that left this out would be before the first
-// packet, and every walk would begin there. The fraction does not matter to a whole second.
+// Stamps of recordings may begin at hours. Without the first time a position would be before the
+// first packet, and every walk would begin there. The position is a whole second, so the fraction
+// does not matter.
 int64_t Seeker::PositionOf(int64_t seconds) const {
   const double first = mSession->times.FirstVideo();
   const double start = std::abs(first) < 1 ? 0 : std::floor(first);
@@ -226,7 +227,7 @@ void Seeker::MoveToWhole(int64_t seconds) {
     mSession->video->AwaitKey();
     return;
   }
-  // Also if the demuxer cannot move to the second: from the start every time is reached.
+  // To the start, also if the demuxer cannot move to the second: every time is reached from there.
   if (input.SeekToStart(std::numeric_limits<int64_t>::min()) >= 0) {
     mSession->times.Restart(0);
   } else {
@@ -250,7 +251,7 @@ void Seeker::MoveToSound(int64_t seconds) {
   mSession->times.Restart(static_cast<double>(seconds));
   Flush();
   mSession->video->Rest();
-  // Many containers have no place to land at for each second of sound.
+  // In many containers a seek lands before the second that was asked for.
   mSource->DeliverSoundFrom(static_cast<double>(seconds));
 }
 

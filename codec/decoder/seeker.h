@@ -26,11 +26,11 @@ class Seeker {
 
   // The picture that a seek of mode 3 meets is held for the next read. Off unless set.
   void KeepMetPicture() { mKeepsMetPicture = true; }
-  // Somebody else has found the times of the first frames.
+  // The times of the first frames are known, and not to be probed.
   void LeaveTimesAsTheyAre() { mNeedsTimeProbe = false; }
 
-  // 0 or -1. Mode 2 leaves the first picture at or after the time in the pending frame, mode 3
-  // reads past it, any other mode lands on the key frame at or before the time.
+  // 0 or -1. Mode 2 leaves the first picture at or after the time in the pending frame. Mode 3
+  // reads past that picture. Any other mode lands on the key frame at or before the time.
   int Seek(double seconds, int mode);
 
  private:
@@ -71,7 +71,7 @@ class Seeker {
   const ffmpeg::UniquePacket mPacket;
   bool mNeedsTimeProbe = true;
   bool mKeepsMetPicture = false;
-  Way mWay;  // the last one of that kind
+  Way mWay;  // the last one
   // Seconds; infinite until a walk has met the end of the pictures.
   double mLastPicture = std::numeric_limits<double>::infinity();
 };

@@ -16,7 +16,7 @@ namespace {
 
 PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream) {
   const AVCodecParameters* const parameters = stream->codecpar;
-  // Most pictures are of this format; a header does not name it.
+  // A header does not name the format; most pictures have this one.
   const AVPixelFormat format =
       parameters->format < 0 ? AV_PIX_FMT_YUV420P : static_cast<AVPixelFormat>(parameters->format);
   PictureFacts facts;
@@ -33,7 +33,7 @@ PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream) {
 
 int SessionOpener::Open(const std::string& path) {
   DecodeSession& session = *mSession;
-  // Probing decodes pictures too, so those that have no room are refused before.
+  // Probing decodes pictures, too. So pictures without room are refused before that.
   if (session.input.OpenHeader(path) != 0 || !AskForShare(false)) return -1;
   if (session.input.FindStreams() != 0 || !AskForShare(true)) return -1;
   if (OpenVideo() != 0) return -1;
@@ -82,7 +82,7 @@ int SessionOpener::OpenVideo() {
   }
   const auto open = mOptions.additions.cutsToEvenSize ? &PictureCopy::OpenEven : &PictureCopy::Open;
   if ((session.pictures.*open)(context->pix_fmt, context->width, context->height) != 0) {
-    // Without a size for its pictures no buffer can be given for them; the sound may still serve.
+    // No buffer can be made for pictures without a size. The sound may still serve.
     log_error(kDecoderTag, "Could not use pictures of %dx%d", context->width, context->height);
     session.video.reset();
     return 0;
@@ -155,7 +155,7 @@ void SessionOpener::SetDuration(const StreamDecoder* decoder) {
 void SessionOpener::ScanKeyFrames() {
   DecodeSession& session = *mSession;
   KeyFrameScan scan(session.VideoIndex());
-  // Without video there is nothing to find, and the whole file would be read for it.
+  // Without video there is nothing to find, and the scan would read the whole file.
   if (session.video != nullptr && mPacket != nullptr) {
     scan.Run(&session.input, mPacket.get(), &session.first_video_pts_);
   }

@@ -27,8 +27,8 @@ class SessionOpener {
         mShare(options),
         mPacket(av_packet_alloc()) {}
 
-  // 0, or -1, logged, when the file does not open, its video has no pixel format, or its pictures
-  // get no share of memory. The session is of no use then.
+  // 0, or -1, logged, if the file does not open, its video has no pixel format, or its pictures get
+  // no share of memory. Then the session is of no use.
   int Open(const std::string& path);
 
   // What the options grant this input.

@@ -52,7 +52,7 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
     return nullptr;
   }
   ffmpeg::UniqueCodecContext context = ffmpeg::NewDecoder(stream, codec);
-  // Only before opening: many decoders size their tables by the count then, and read it again
+  // To be set before opening: many decoders size their tables by this count, and read it again
   // later.
   if (context != nullptr) context->thread_count = threads > 0 ? threads : ThreadsFor(context.get());
   AVDictionary* options = nullptr;
@@ -94,7 +94,7 @@ int StreamDecoder::Send(AVPacket* packet) {
 }
 
 int StreamDecoder::Receive(AVFrame* frame) {
-  // More in a row than any decoder has threads: it has nothing left to give.
+  // More failures in a row than any decoder has threads: it has nothing left to give.
   constexpr int kMostFailures = 256;
   if (mResting) return AVERROR_EOF;
   if (mFailures > kMostFailures) return mDraining ? AVERROR_EOF : AVERROR(EAGAIN);

@@ -16,10 +16,9 @@ namespace codec {
 // Lives no longer than its input.
 class StreamDecoder : public PictureDecoder {
  public:
-  // Picks the best stream of this type and opens its decoder, with reference-counted frames where
-  // that is still a choice, and with this many threads (0: by the machine and the picture size).
-  // Null, with the reason logged, when there is no such stream or no
-  // decoder for it.
+  // Picks the best stream of this type and opens its decoder with this many threads (0: by the
+  // machine and the picture size). Frames are reference-counted. Null, with the reason logged, if
+  // there is no such stream or no decoder for it.
   static std::unique_ptr<StreamDecoder> Open(const InputFile& input, AVMediaType type, int threads);
 
   bool Owns(const AVPacket* packet) const { return packet->stream_index == mStream->index; }
@@ -35,11 +34,12 @@ class StreamDecoder : public PictureDecoder {
   int DecodeOne(AVPacket* packet, AVFrame* frame, AVFrame* spare, int* gotFrame);
   // Whether it has got a packet since the last flush.
   bool IsFed() const { return mFed; }
-  // From now on packets are passed over, until the next flush or a packet that decoding can begin
-  // at. For video.
+  // Packets are passed over until the next flush, or until a packet that decoding can begin at. For
+  // video.
   void AwaitKey() { mAwaitingKey = true; }
   bool IsAwaitingKey() const { return mAwaitingKey; }
-  // Whether this packet of the video is passed over for that. Otherwise the waiting is over.
+  // Whether this packet of the video is passed over, because a key is awaited. If not, the waiting
+  // is over.
   bool PassesOver(const AVPacket* packet);
   // Until the next flush packets are passed over and Receive answers as a drained decoder does.
   void Rest() { mResting = true; }

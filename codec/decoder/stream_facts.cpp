@@ -126,7 +126,7 @@ bool IsConstantRate(AVRational average, AVRational realBase) {
 }
 
 double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRational timeBase) {
-  // Single precision, because times are compared with it in single precision when seeking.
+  // Single precision, because seeks compare their times with the duration in single precision.
   if (demuxerDuration != AV_NOPTS_VALUE) return static_cast<float>(demuxerDuration) / 1000000.0F;
   if (streamDuration == AV_NOPTS_VALUE) return 0;
   return static_cast<double>(timeBase.num) * static_cast<double>(streamDuration) / timeBase.den;

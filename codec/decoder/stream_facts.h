@@ -9,12 +9,12 @@
 
 namespace codec {
 
-// The clockwise turn in degrees, about -1 to 359, that a "rotate" text asks for; 0 when the text is
-// not a number as a whole.
+// The clockwise turn in degrees, about -1 to 359, that a "rotate" text asks for; 0 if the text as a
+// whole is not a number.
 double RotationDegrees(const std::string& text);
 
 // Frames per second from the stream's average rate, its real base rate, and the time base of its
-// decoder with its ticks a frame. Nothing when none of them gives a rate of at least 1.
+// decoder with its ticks a frame. Nothing if none of them gives a rate of at least 1.
 std::optional<double> FrameRate(AVRational average, AVRational realBase, AVRational codecTimeBase,
                                 int ticksPerFrame);
 
@@ -22,7 +22,7 @@ std::optional<double> FrameRate(AVRational average, AVRational realBase, AVRatio
 bool IsConstantRate(AVRational average, AVRational realBase);
 
 // Seconds of the input: the demuxer's duration (microseconds) or else the stream's (ticks).
-// AV_NOPTS_VALUE stands for unknown; 0 when both are.
+// AV_NOPTS_VALUE stands for unknown; 0 if both are.
 double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRational timeBase);
 
 // The ordinary format of a full-range planar one; other formats are their own.
@@ -34,13 +34,13 @@ int ProfileCode(int profile);
 // FFmpeg's own number for its first ten sample formats, else -1.
 int SampleFormatCode(AVSampleFormat format);
 
-// A key-frame interval in stream ticks: `packets` frames at this rate. Nothing when it cannot be
-// told or does not fit.
+// A key-frame interval in stream ticks: `packets` frames at this rate. Nothing if the interval is
+// unknown or does not fit.
 std::optional<int32_t> KeyIntervalTicks(int64_t packets, double frameRate, AVRational timeBase);
 
-// Pictures that a decoder may have to hold beside the one that it decodes: those that others refer
-// to, and those that wait for their turn to be shown. From what the stream's level allows for
-// pictures of its size, where the level is known.
+// Pictures that a decoder may have to hold beside the present one: pictures that others refer to,
+// and pictures that wait for their turn to be shown. If the stream's level is known, this is what
+// the level allows for pictures of this size.
 int PicturesHeld(const AVCodecParameters* parameters);
 
 }  // namespace codec

@@ -49,7 +49,8 @@ std::optional<int64_t> TimeProbe::Try(StreamDecoder* decoder, bool* settled) {
   return frame->best_effort_timestamp;
 }
 
-// Packets of a stream that has given its frame are not decoded: the other one may be far away.
+// Packets of a stream that has given its frame are not decoded: the frame of the other stream may
+// be far away.
 void TimeProbe::Feed() {
   AVPacket* const packet = mPacket.get();
   StreamDecoder* const video = mVideoSettled ? nullptr : mSession->video.get();

@@ -14,12 +14,12 @@ class TimeProbe {
       : mSession(session), mFrame(av_frame_alloc()), mPacket(av_packet_alloc()) {}
 
   // Moves to the start, decodes until each stream has given a frame or the input ends, and sets the
-  // session's first times. A time that cannot be found stays as it was. Leaves the input somewhere
-  // after the start. Does nothing if there is no memory.
+  // session's first times. A time that cannot be found is not changed. The reading position is
+  // somewhere after the start then. Does nothing if there is no memory.
   void Run();
 
  private:
-  // A stream is settled when it has given its frame, can give none any more, or is not there.
+  // A stream is settled if it has given its frame, can give none, or does not exist.
   bool TryVideo();
   bool TryAudio();
   std::optional<int64_t> Try(StreamDecoder* decoder, bool* settled);

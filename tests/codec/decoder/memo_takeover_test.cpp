@@ -57,7 +57,7 @@ TEST(Takeover, DecodesOnFromTheBorder) {
 // What is remembered now serves more steps than what comes later.
 TEST(Takeover, DropsALaterGroupForRoom) {
   FakeDecoder decoder;
-  Walker walker(&decoder, 12 * kPictureBytes);
+  Walker walker(&decoder, 12 * kPictureBytes + kPictureBytes / 2);
   walker.Read(20, 25, 28);  // closed at picture 26
   walker.Read(10, 15, 18);  // closed at picture 16
   const int given = decoder.given;
