@@ -35,8 +35,7 @@ void ReverseElements(uint8_t* data, size_t count, size_t width) {
   }
 }
 
-// The widths that occur in practice are compiled for themselves; the compiler then moves whole
-// words.
+// Each width that occurs in practice has code of its own, in which the compiler moves whole words.
 void ReverseFrames(uint8_t* data, size_t count, size_t width) {
   switch (width) {
     case 4:

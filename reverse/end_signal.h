@@ -7,15 +7,15 @@
 
 namespace codec {
 
-// Work goes on between Begin and End; before the first Begin there is none. Safe to call from
-// several threads.
+// Work goes on between Begin and End, and not before the first Begin. Safe to call from several
+// threads.
 class EndSignal {
  public:
   void Begin();
-  // Wakes every waiting thread. What was written before is seen by those that see the end.
+  // Wakes every waiting thread. A thread that sees the end sees all that was written before it.
   void End();
 
-  // Waits until no work goes on, for `time` at the most. True when none does.
+  // Waits until no work goes on, but no longer than `time`. True if no work goes on.
   bool Wait(std::chrono::milliseconds time);
 
  private:

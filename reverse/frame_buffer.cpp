@@ -18,8 +18,8 @@ constexpr size_t kReadSlack = 4096;
 
 void UnmapPages::operator()(uint8_t* pages) const { munmap(pages, bytes); }
 
-// Fresh pages are zero and cost memory only once they are touched, so a buffer costs what its frame
-// really fills. The heap would give the same pages at first, but hand used ones out again later and
+// Fresh pages are zero and cost memory only after they are touched. So a buffer costs no more than
+// its frame fills. The heap would give the same pages at first, but later hand out used ones and
 // clear them by hand.
 FrameBuffer::Pages FrameBuffer::MapPages(size_t bytes) {
   void* const pages =

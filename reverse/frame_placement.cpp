@@ -30,8 +30,8 @@ MirrorPlacement::MirrorPlacement(MediaWriter* writer, const ReverseRange& range,
   mSound = std::make_unique<MirroredSound>(reader, writer, range.start, range.end, rate);
 }
 
-// Sound goes first, so that the writer never holds pictures back for want of sound: a second of
-// sound takes as much memory as one small picture.
+// Sound goes first, so that the writer does not hold pictures back because it waits for sound. A
+// second of sound takes as much memory as one small picture.
 bool MirrorPlacement::Write(FrameBuffer* frame) {
   constexpr double kMicrosecond = 1e-6;
   const bool isHeld =

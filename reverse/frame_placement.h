@@ -23,13 +23,13 @@ class FramePlacement {
   // Writes the frame if it belongs to the range; may change its bytes. True if it was written.
   virtual bool Write(FrameBuffer* frame) = 0;
   // All frames of a step were given. The part of the range before `cursor`, in seconds, is still to
-  // come; there is none if the cursor is not after the start of the range.
+  // come. Nothing is to come if the cursor is not after the start of the range.
   virtual void EndStep(double cursor) = 0;
 };
 
 // Each frame is stamped with its distance from the end of the range, and each block of sound is
 // reversed by itself. So a picture is shown for its neighbour's time, and a block plays one block
-// late. This is what the backward walk does unless it is told otherwise.
+// late. The backward walk uses this placement by default.
 class PlainPlacement : public FramePlacement {
  public:
   // The writer belongs to the caller; without one frames are dropped.
@@ -43,9 +43,10 @@ class PlainPlacement : public FramePlacement {
   const ReverseRange mRange;
 };
 
-// A player shows at time (end - t) what it showed of the source at t. So a picture is stamped with
-// the place at which its successor stood in the source, and the first one written with 0. Sound
-// comes from a reader of its own, sample by sample; blocks of sound among the frames are ignored.
+// At time (end - t) a player shows the picture that it showed of the source at t. So a picture is
+// stamped with the place at which its successor stood in the source, and the first one written with
+// 0. Sound comes from a reader of its own, sample by sample; blocks of sound among the frames are
+// ignored.
 class MirrorPlacement : public FramePlacement {
  public:
   // Writer and reader belong to the caller. Without a reader, null, there is no sound. `rate` in

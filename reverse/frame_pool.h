@@ -10,20 +10,20 @@
 
 namespace codec {
 
-// Keeps at most 12 idle buffers; a step that needs more allocates fresh ones and the surplus is
-// freed when it comes back. Safe to call from several threads.
+// Keeps at most 12 idle buffers. A step that needs more allocates fresh ones. Buffers beyond 12 are
+// freed when they are put back. Safe to call from several threads.
 class FramePool {
  public:
   FramePool() { mIdle.reserve(kIdleLimit); }
 
-  // The pool of the program; made before `main` runs and never destroyed.
+  // The pool of the program. It is made before `main` runs and never destroyed.
   static FramePool& Instance();
 
-  // A buffer with room for at least `length` bytes. A fresh one is zero; a recycled one keeps what
-  // it held. Throws std::bad_alloc.
+  // A buffer with room for at least `length` bytes. A fresh one is zero. A recycled one keeps its
+  // old bytes. Throws std::bad_alloc.
   std::unique_ptr<FrameBuffer> Get(int32_t length);
 
-  // Takes a buffer back. Always 0. Needs no memory, as it is called where things are freed.
+  // Takes a buffer back. Always 0. Needs no memory, because destructors call it.
   int Put(std::unique_ptr<FrameBuffer> buffer);
 
  private:

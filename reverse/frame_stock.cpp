@@ -8,7 +8,7 @@
 namespace codec {
 namespace {
 
-// Frames of sound differ in size; most fit into what this is rounded up to.
+// Frames of sound differ in size. Sizes are rounded up to this, so that most buffers fit again.
 constexpr uint32_t kSmallBytes = 16384;
 
 }  // namespace

@@ -14,30 +14,30 @@
 namespace codec {
 
 // Takes buffers from the frame pool and keeps all of them until the job is done. Every step needs
-// as many as the step before. The pool keeps only twelve: the pages of the others would have to be
-// made anew each second.
+// about as many as the step before. But the pool keeps only twelve, and the system would have to
+// make the pages of all others again each second.
 //
-// A buffer is taken before it is known whether it will hold a picture or sound. Sound moves into a
-// small buffer afterwards, so no more large buffers are filled than there are pictures.
+// Nobody knows in advance whether the next frame is a picture or sound, so each is read into a
+// large buffer. Then sound moves into a small one.
 //
 // Safe to call from several threads.
 class FrameStock {
  public:
-  // `frameBytes`: room that any frame needs.
+  // `frameBytes`: bytes that any frame fits into.
   explicit FrameStock(int32_t frameBytes) : mFrameBytes(frameBytes) {}
   // Gives its buffers back to the pool.
   ~FrameStock();
   FrameStock(const FrameStock&) = delete;
   FrameStock& operator=(const FrameStock&) = delete;
 
-  // A buffer that any frame fits into; its contents are not defined. Waits while as many of these
-  // buffers are out as may be. Throws std::bad_alloc.
+  // A buffer that any frame fits into. Its bytes are not defined. Waits while the limit of such
+  // buffers is out. Throws std::bad_alloc.
   std::unique_ptr<FrameBuffer> Get();
   // The same frame in a small buffer, if it is a small frame. Throws std::bad_alloc.
   std::unique_ptr<FrameBuffer> Compact(std::unique_ptr<FrameBuffer> frame);
   void Put(std::unique_ptr<FrameBuffer> buffer);
 
-  // How many buffers that any frame fits into may be out at once.
+  // At most this many buffers of the kind that Get gives may be out at once.
   void Limit(size_t buffers);
   void LiftLimit() { Limit(kNoLimit); }
 
@@ -46,8 +46,8 @@ class FrameStock {
 
   bool IsLarge(const FrameBuffer& buffer) const { return buffer.Length() >= mFrameBytes; }
   std::unique_ptr<FrameBuffer> TakeSmall();
-  // The buffer used last, whose pages are the likeliest to be cached; null when there is none.
-  // Under mMutex.
+  // The buffer used last, whose pages are the likeliest to be cached; null if there is none. Under
+  // mMutex.
   static std::unique_ptr<FrameBuffer> TakeLast(Buffers* buffers);
 
   static constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();

@@ -11,7 +11,7 @@ namespace {
 constexpr char kTag[] = "codec::Reverse";
 constexpr int64_t kMegabyte = int64_t{1} << 20;
 
-// Rounded up: a limit of what is said to be needed is enough.
+// Rounded up, so that a limit of the number in a message is enough.
 long long Megabytes(int64_t bytes) { return (bytes + kMegabyte - 1) / kMegabyte; }
 
 }  // namespace

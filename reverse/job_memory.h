@@ -1,4 +1,4 @@
-// The memory of one job: its limit, and what follows from the limit.
+// The memory of one job: its limit, and the plan that follows from the limit.
 #pragma once
 
 #include <cstdint>
@@ -10,22 +10,22 @@
 
 namespace codec {
 
-// Makes the plan when the decoder has found out what pictures there are, and hands it on to the
+// Makes the plan after the decoder has found the size of the pictures, and hands the plan to the
 // parts of the job. Without a limit there is no plan, and each part keeps its own default.
 class JobMemory {
  public:
   // Bytes that the process may take; the host may grant less. 0 for no limit.
   void SetLimit(int64_t bytes) { mLimit = bytes; }
-  // Pixels of the output's pictures where they differ from the input's.
+  // Pixels of the output's pictures, if they differ from the input's.
   void SetOutputSize(int64_t pixels) { mOutputPixels = pixels; }
 
-  // How the decoder is to be opened. Refers to this object.
+  // How the decoder is to be opened. The options refer to this object.
   DecoderOptions Options();
-  // What steps may take, once the decoder is open.
+  // Sets what steps may take. To be called after the decoder was opened.
   void ApplyTo(ReverseRange* range) const;
 
-  // Bytes that a job needs whose input was refused for want of memory, and that it may have; both
-  // 0 where this is not so.
+  // If the input was refused for lack of memory: the bytes that the job needs, and the bytes that
+  // it may have. Otherwise both are 0.
   int64_t Needed() const { return mNeeded; }
   int64_t Granted() const { return mGranted; }
 

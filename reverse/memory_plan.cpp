@@ -13,8 +13,8 @@ constexpr int64_t kMegabyte = int64_t{1} << 20;
 constexpr int64_t kMarginShare = 16;
 constexpr int64_t kMarginBytes = 8 * kMegabyte;
 
-// Of the whole process beside what grows with the pictures: coders of sound, buffers of files,
-// stacks, what the heap keeps.
+// Bytes of the process that do not grow with the pictures: coders of sound, buffers of files,
+// stacks, idle pages of the heap.
 constexpr int64_t kBaseBytes = 12 * kMegabyte;
 
 // In tenths of a packed picture. A decoder's picture has its motion vectors and modes beside it.
@@ -23,9 +23,9 @@ constexpr int64_t kDecoderPictures = 2;  // beside those: in the making, and jus
 constexpr int64_t kThreadTenths = 45;    // each further thread of the decoder
 constexpr int64_t kHandTenths = 20;      // a picture being read, another being written
 constexpr int64_t kWriterTenths = 50;    // the writer's buffers
-constexpr int64_t kEncoderTenths = 120;  // the encoder's references and what it interpolates
+constexpr int64_t kEncoderTenths = 120;  // the encoder's references and interpolated pictures
 
-// Of the tables in which muxer and demuxer note each frame, and the frames of sound a second.
+// Bytes a frame in the tables of muxer and demuxer, and frames of sound a second.
 constexpr int64_t kIndexBytes = 256;
 constexpr double kSoundFrames = 50;
 
@@ -34,7 +34,7 @@ constexpr int64_t kMostBytesInFlight = 256 * kMegabyte;
 constexpr int64_t kMostStepBytes = 2048 * kMegabyte;
 constexpr int64_t kMostAheadBytes = 128 * kMegabyte;
 
-// Where neither header nor streams tell.
+// If neither header nor streams tell.
 constexpr double kUsualFrameRate = 30;
 
 int64_t Tenths(int64_t bytes, int64_t tenths) { return bytes / 10 * tenths; }
@@ -42,7 +42,7 @@ int64_t Tenths(int64_t bytes, int64_t tenths) { return bytes / 10 * tenths; }
 }  // namespace
 
 MemoryPlan::MemoryPlan(const MemoryNeeds& needs) : mNeeds(needs) {
-  // Threads are worth less than room for pictures: they get at most a quarter of it.
+  // Room for pictures is worth more than threads: threads get at most a quarter of the room.
   const int64_t perThread = std::max<int64_t>(1, Tenths(needs.pictureBytes, kThreadTenths));
   const int64_t room = std::max<int64_t>(0, Left());
   mThreads = static_cast<int>(std::clamp<int64_t>(1 + room / 4 / perThread, 1, MostThreads()));
@@ -81,9 +81,9 @@ int MemoryPlan::MostThreads() const {
       std::clamp<int64_t>(std::min<int64_t>(mNeeds.cores, inFlight), 1, kMostThreads));
 }
 
-// A step in one piece comes first: each further part of it decodes its group of pictures again.
-// Then what is kept for replay, which saves the same work between steps, with a little of reading
-// ahead beside it.
+// A step in one piece comes first, because each further part of a step decodes its group of
+// pictures again. Replay comes next: it saves the same work between steps. Reading ahead gets a
+// little.
 void MemoryPlan::Divide() {
   const int64_t left = std::max<int64_t>(0, Left());
   const double rate = mNeeds.frameRate > 0 ? mNeeds.frameRate : kUsualFrameRate;

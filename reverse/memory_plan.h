@@ -5,22 +5,21 @@
 
 namespace codec {
 
-// What a plan is worked out from. Sizes in bytes; what is not known stays 0.
+// The input of a plan. Sizes in bytes; 0 stands for unknown.
 struct MemoryNeeds {
   int64_t limit = 0;         // that the process may take in all
-  int64_t held = 0;          // that it has taken so far, with the input opened
+  int64_t held = 0;          // that it has taken so far, after the input was opened
   int64_t pictureBytes = 0;  // of one packed picture of the input
-  int picturesHeld = 0;      // by the decoder, beside the one that it decodes
+  int picturesHeld = 0;      // by the decoder, beside the present one
   int64_t outputBytes = 0;   // of one packed picture of the output
   double frameRate = 0;      // frames per second
-  double seconds = 0;        // length of what is written
+  double seconds = 0;        // length of the output
   int cores = 1;             // that may be used at once
-  int64_t usualReplay = 0;   // the budget for replay that is fine whatever the limit
+  int64_t usualReplay = 0;   // budget for replay that is enough under any limit
 };
 
-// Works out, once, what the parts of a run get. Counts bytes; knows nothing of media or of the
-// host. The numbers of the model are measured; docs/performance.md has them in a table, and what
-// a run was seen to take beside them.
+// Works out what the parts of a run get. Counts bytes; knows nothing of media or of the host. The
+// numbers of the model are measured: a table in docs/performance.md compares them with runs.
 class MemoryPlan {
  public:
   explicit MemoryPlan(const MemoryNeeds& needs);
@@ -31,8 +30,8 @@ class MemoryPlan {
   // The smallest limit that the smallest plan fits into.
   int64_t Least() const;
 
-  // The smallest limit in which the input's streams can be probed: pictures are decoded for it, and
-  // nothing else is there yet.
+  // The smallest limit in which the input's streams can be probed. Probing decodes pictures, but no
+  // other part of the run exists yet.
   int64_t LeastForProbing() const;
 
   // Threads of the video decoder, at least 1.
@@ -48,11 +47,11 @@ class MemoryPlan {
   int64_t Total() const;
 
  private:
-  // What is left of a limit for the process's own memory, and the limit that leaves so much.
+  // The bytes of a limit that the process may use itself, and the limit for so many bytes.
   static int64_t Usable(int64_t limit);
   static int64_t LimitFor(int64_t bytes);
   int64_t DecoderBytes(int threads) const;
-  // What is taken before any picture is kept.
+  // Bytes that the process takes before any picture is kept.
   int64_t Fixed(int threads) const;
   int64_t Left() const { return Usable(mNeeds.limit) - Fixed(mThreads); }
   int MostThreads() const;

@@ -39,14 +39,14 @@ int RotationCode(double degrees) {
 }
 
 int32_t AudioBitRate(int32_t sourceBitRate) {
-  // The sound is encoded a second time; a source of low rate gets a generous one instead of a
-  // second loss as large as the first.
+  // The sound is encoded a second time. If the source has a low rate, a generous rate keeps the
+  // second loss small.
   constexpr int32_t kLowest = 128000;
   constexpr int32_t kGenerous = 384000;
   return sourceBitRate < kLowest ? kGenerous : sourceBitRate;
 }
 
-// One key frame a second. A header may claim any rate, also one that is no int.
+// One key frame a second. A header may claim any rate, even one that does not fit an int.
 int KeyFrameDistance(float frameRate) {
   constexpr float kMost = 1e9F;
   return static_cast<int>(std::min(frameRate, kMost));
@@ -58,8 +58,8 @@ int Refuse(const char* what, int value) {
 }
 
 int Check(const MediaInfo& info, bool hasAudio) {
-  // First, because the picture's values mean nothing without one: a sound file is told what it
-  // lacks.
+  // First, because the other values mean nothing without video. So the error of a sound file names
+  // what is missing.
   if (info.has_video == 0) return Refuse("has_video", 0);
   if (!(info.frame_rate > 0)) return Refuse("fps", static_cast<int>(info.frame_rate));
   if (info.width < 1) return Refuse("width", info.width);

@@ -12,9 +12,9 @@ namespace codec {
 // Video bit rate in bit/s by picture size and frame rate.
 int32_t VideoBitRate(int64_t pixels, float frameRate);
 
-// Fills `format` with the description of an H.264 and AAC file at `outputPath` that holds what
-// `info` tells of the input. `hasAudio` tells whether the output carries sound. 0, or -1 after an
-// error line when the input has no video or a value that cannot be encoded.
+// Fills `format` with the description of an H.264 and AAC file at `outputPath` from the input that
+// `info` describes. `hasAudio` tells whether the output carries sound. 0, or -1 after an error line
+// if the input has no video or a value that cannot be encoded.
 int DescribeOutput(const MediaInfo& info, bool hasAudio, const std::string& outputPath,
                    MediaFormat& format);
 

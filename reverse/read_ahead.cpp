@@ -11,9 +11,9 @@ namespace {
 
 constexpr char kTag[] = "codec::Reverse";
 
-// Small pictures take no more than this, so that the memory of a run does not hang on its length.
+// A limit for small pictures, so that the memory of a run does not depend on its length.
 constexpr size_t kMostSteps = 4;
-// However little a frame fills, it takes a page, and a mapping of the few that a process has.
+// Even the smallest frame takes a page and a mapping, and a process has few mappings.
 constexpr size_t kMostFrames = 4096;
 
 }  // namespace
@@ -35,7 +35,7 @@ Segment ReadAhead::Next() {
     return mReader->Next();
   }
   std::unique_lock<std::mutex> lock(mMutex);
-  // The step that is being read may need more buffers than fitted beside the one before it.
+  // The step that is being read may need more buffers than fit beside the step before.
   if (mReady.empty()) mStock->LiftLimit();
   mChanged.wait(lock, [this] { return !mReady.empty() || mThrown != nullptr; });
   if (mReady.empty()) std::rethrow_exception(mThrown);
@@ -77,11 +77,11 @@ void ReadAhead::ReadSteps() {
     mChanged.wait(lock, [this] { return mIsStopping || HasRoom(); });
     if (mIsStopping) return;
   }
-  // While the last steps are written, which keep less than two cores busy.
+  // Now, while the last steps are written: this keeps less than two cores busy.
   mReader->Finish();
 }
 
-// Whether one more step like the last one fits. Asked by the thread that has the reader.
+// Whether one more step like the last one fits. Called by the thread that has the reader.
 bool ReadAhead::HasRoom() const {
   if (mReady.empty()) return true;
   int64_t taken = mReady.back().bytes;

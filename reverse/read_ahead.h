@@ -12,14 +12,14 @@
 
 namespace codec {
 
-// Steps take unlike time to read: where a group of pictures begins all of it is decoded at once,
-// and the steps behind are answered from what was kept of it. Several steps in stock let writing go
-// on meanwhile. One is always read ahead, more only while their frames fit into `mostBytes`. A step
-// of large pictures waits for buffers to come back from the step that the caller has: both together
-// take no more than the caller's step and `mostBytes`.
+// Some steps take long to read: the first step in a group of pictures decodes the whole group, and
+// later ones are answered from memory. Writing goes on meanwhile if several steps have been read
+// ahead. One step is always read ahead, and more while their frames fit into `mostBytes`. A step of
+// large pictures waits for buffers to come back from the caller's step: both together take no more
+// than the caller's step and `mostBytes`.
 //
-// The reader, and with it the decoder, belongs to a thread of its own from the first call of Next
-// to the end of the last step; where the host gives none, to the caller. Used by one thread.
+// From the first call of Next to the end of the last step, the reader and its decoder belong to a
+// thread of their own. If the host gives no thread, they belong to the caller. Used by one thread.
 class ReadAhead {
  public:
   ReadAhead(SegmentReader* reader, FrameStock* stock, int64_t mostBytes)
@@ -29,8 +29,8 @@ class ReadAhead {
   ReadAhead(const ReadAhead&) = delete;
   ReadAhead& operator=(const ReadAhead&) = delete;
 
-  // The next step, when the caller has no frame of another one. Only while the caller has not got
-  // the last one. Throws what reading it threw.
+  // The next step. The caller must have given back the frames of the step before. Not to be called
+  // after the last step. Throws what the reader threw.
   Segment Next();
 
  private:
@@ -49,7 +49,7 @@ class ReadAhead {
   std::condition_variable mChanged;
   // Under mMutex.
   std::deque<Segment> mReady;
-  std::exception_ptr mThrown;  // by the step behind those that are ready
+  std::exception_ptr mThrown;  // by the step after the ready ones
   bool mIsStopping = false;
 };
 

@@ -14,9 +14,9 @@
 
 namespace codec {
 
-// A job asks this object at each place where the kinds differ, in the order of the declarations,
-// and so does not know its kind. This class is the plain reversal: frames as the decoder gives
-// them, each stamped with its distance from the end.
+// A job does not know its kind of reversal: it asks this object whenever the kinds differ, in the
+// order of the declarations. This class is the plain reversal: frames as the decoder gives them,
+// each stamped with its distance from the end.
 //
 // Calls return 0, or -1 after an error line, unless they say otherwise. One thread at a time.
 class Reversal {
@@ -28,8 +28,8 @@ class Reversal {
 
   // How the decoder is to be opened.
   virtual DecoderAdditions Additions() const { return {}; }
-  // The decoder has been opened for this local file; `info` is what it told of it, and may be
-  // corrected. `withSound`: whether sound is wanted, if there is any.
+  // The decoder has been opened for this local file; `info` is what the decoder told of the file,
+  // and may be corrected here. `withSound`: whether sound is wanted, if there is any.
   virtual int Prepare(FFmpegDecoderImpl2* /*decoder*/, const std::string& /*path*/,
                       bool /*withSound*/, MediaInfo* /*info*/) {
     return 0;
@@ -38,11 +38,12 @@ class Reversal {
   virtual double Duration(const MediaInfo& info) const { return info.duration; }
   // Adds to the description of the output.
   virtual void Describe(const MediaInfo& /*info*/, MediaFormat* /*format*/) const {}
-  // May change how the range is read, and gives what writes the frames. The writer is the caller's.
+  // May change how the range is read. Returns the object that writes the frames. The writer belongs
+  // to the caller.
   virtual std::unique_ptr<FramePlacement> Place(MediaWriter* writer, ReverseRange* range);
 
-  // The first failure of the host that has cost a frame, as FFmpeg's negative number, beside those
-  // that the decoder knows of; 0 while there was none.
+  // The first failure of the host that has cost a frame, as FFmpeg's negative number, besides the
+  // failures that the decoder knows of; 0 if there was none.
   virtual int HostError() const { return 0; }
 };
 

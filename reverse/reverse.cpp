@@ -121,8 +121,8 @@ int Reverse::CheckRange() {
 }
 
 int32_t Reverse::FrameBufferSize(const MediaInfo& info) {
-  // Four bytes a pixel hold any packed 8-bit picture. Deeper ones can be larger, and where pictures
-  // are tiny an audio block is.
+  // Four bytes a pixel hold any packed 8-bit picture. Deeper pictures can be larger, and an audio
+  // block is larger than a tiny picture.
   const int64_t fourBytesEach = static_cast<int64_t>(info.width) * info.height * 4;
   const int64_t bytes = std::max<int64_t>(
       {fourBytesEach, mDecoder->GetFrameBufferSize(), mDecoder->GetAudioBufferSize()});
@@ -184,7 +184,7 @@ int Reverse::Start() {
 }
 
 int Reverse::StartThreads() {
-  // Once there is a worker the decoder is its own, until it is joined.
+  // After a worker was made, the decoder belongs to the worker until it is joined.
   if (mWorkThread == nullptr && mDecoder == nullptr) {
     log_error(kTag, "mDecoder not created");
     return -1;
@@ -194,7 +194,7 @@ int Reverse::StartThreads() {
     log_error(kTag, "MediaWriter start failed");
     return -1;
   }
-  // A worker that has been started before does not begin again.
+  // A worker that was started before does not begin again.
   if (!mWorkThread->running) mEndSignal.Begin();
   mWorkThread->Start();
   if (!mWorkThread->HasThread()) {
@@ -237,7 +237,7 @@ int Reverse::DoReverse() {
     log_debug(kTag, "mIsCancel == 1, DoReverse return");
     return -1;
   }
-  // What cannot be written need not be decoded.
+  // A frame that cannot be written need not be decoded.
   if (mWriter != nullptr && mWriter->OutputError() != 0) return -1;
   if (HostError() != 0) return -1;
   if (mLoop == nullptr || mLoop->Step() != 0) return -1;
@@ -270,8 +270,8 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
   mEndSignal.End();
 }
 
-// A range without pictures is an error, unless its only picture is the one that the last seek uses
-// up, and there is sound.
+// A range without pictures is an error. It is not if the last seek has used up its only picture,
+// and there is sound.
 int Reverse::MissPictures() const {
   if (!mLoop->UsedUpPicture()) {
     log_error(kTag, "no picture could be read from %.3f to %.3f", mStart, mEnd);
@@ -286,8 +286,8 @@ int Reverse::MissPictures() const {
   return AVERROR(ENODATA);
 }
 
-// Gives hundreds of megabytes back to the system while the caller waits for its next look at the
-// progress, instead of after it. The loop goes first: it may still be reading.
+// Gives hundreds of megabytes back to the system before the caller looks at the progress again. The
+// loop goes first: it may still be reading.
 void Reverse::FreePictures() {
   mLoop.reset();
   mDecoder.reset();

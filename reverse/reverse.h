@@ -37,7 +37,7 @@ class Reverse {
   Reverse& operator=(const Reverse&) = delete;
 
   // Adds a key to the description of the output, or replaces one; the last value counts. To be
-  // called before Init. Keys that make sense here, beside those that the job sets itself:
+  // called before Init. Keys that make sense here, besides those that the job sets itself:
   //   "target-width", "target-height"  size of the output's pictures in pixels, both even
   //   "rotation"                       0, 90, 180 or 270: turns the pictures themselves, clockwise,
   //                                    only together with another size
@@ -49,94 +49,93 @@ class Reverse {
   //                                    for inputs in "bgra" or "rgba"
   void SetOutputParameter(const char* key, const char* value);
 
-  // Bytes that the process may take while the job runs; to be called before Init. The limit counts
-  // where the host grants more than it; kHostMemory stands for what the host grants: the smallest
-  // of the machine's memory and of the limits of the process's control groups. Decoder threads,
-  // steps, reading ahead and replay are chosen to stay below the limit, and by the processors that
-  // the process may use. What is written does not depend on it. 0, the default, for no limit: each
-  // part takes what it takes by itself.
+  // Bytes that the process may take while the job runs. To be called before Init. If the host
+  // grants less, that counts instead: the smallest of the machine's memory and of the limits of the
+  // process's control groups. kHostMemory stands for this grant. The limit decides the number of
+  // decoder threads, the size of steps, reading ahead and replay. The output does not depend on the
+  // limit. 0, the default, for no limit: then each part has a limit of its own.
   void SetMemoryLimit(int64_t bytes);
-  // The limit that stands for what the host grants.
+  // The limit that stands for the host's grant.
   static constexpr int64_t kHostMemory = std::numeric_limits<int64_t>::max();
-  // Bytes that a job needs at least whose Init has failed for want of memory; 0 where this was not
-  // the reason. Before the input's streams have been probed the number is a guess.
+  // If Init has failed for lack of memory: the least bytes that the job needs. Otherwise 0. The
+  // number is a guess if the input's streams could not be probed.
   int64_t MemoryNeeded() const;
-  // Bytes that the process may have, where MemoryNeeded is not 0; 0 otherwise.
+  // The bytes that the process may have, if MemoryNeeded is not 0. Otherwise 0.
   int64_t MemoryGranted() const;
 
   // Opens input and output. 0, or -1 after an error line.
   int Init();
-  // The length of the range after Init, which brings it inside the clip. Below 0 where the end
-  // lies before the start.
+  // The length of the range after Init, which brings it inside the clip. Below 0 if the end lies
+  // before the start.
   double RangeSeconds() const { return mEnd - mStart; }
-  // What the input holds; blank until Init has opened it, kept when Init fails later.
+  // What the input holds. Blank until Init has opened the input. Stays if Init fails after that.
   const MediaInfo& InputInfo() const { return mInputInfo; }
-  // Starts the work. 0, or -1 after an error line: the job is over then, its result an error and,
-  // where it was the host that gave no thread, its progress 100.
+  // Starts the work. 0, or -1 after an error line: then the job is over, and its result is an
+  // error. If the reason was that the host gave no thread, its progress is 100.
   int Start();
   // Percent done, 0 to 100; 0 before Start.
   float GetProgress();
   // Waits until the work is over, for this many milliseconds at the most (0 or less: only looks).
-  // True when it is over: the output is closed, the progress 100. True at once where no work was
+  // True if the work is over: the output is closed, the progress 100. True at once if no work was
   // begun, or Start has failed. Result counts only after Release.
   bool WaitForEnd(int milliseconds);
   // Ends the work after its current step, closes the output and frees everything. A file that this
   // job has made and could not finish is removed. May be called again.
   void Release();
-  // Once the job is released: 0, or the first error that left the output incomplete, as FFmpeg's
-  // negative number. Before, the output may still be open, also at a progress of 100.
+  // After Release: 0, or the first error that left the output incomplete, as FFmpeg's negative
+  // number. Before Release the output may still be open, even at a progress of 100.
   int Result() const { return mResult; }
 
-  // Asks the work to end at its next step; what is written by then becomes a whole file.
+  // Asks the work to end at its next step. The frames written by then become a whole file.
   void Cancel() { mIsCancel = 1; }
-  // Leaves what stands at the output's path as it is until the new file is whole, and then replaces
-  // it in one step, with its permissions: a run that fails or is killed changes nothing. Off unless
-  // set. Without it the path is written from Init on. To be called before Init; but::NewFile tells
-  // which outputs are written in place all the same.
+  // A file that exists at the output's path stays until the new file is whole. Then the new file
+  // replaces the old one in one step, with its permissions. So a run that fails or is killed
+  // changes nothing. Off unless set: then the path is written from Init on. To be called before
+  // Init. but::NewFile tells which outputs are written in place in any case.
   void SetSafeOutput(bool isSafe) { mIsSafeOutput = isSafe; }
-  // Makes the output what a player shows of the source, mirrored in time: pictures and sound from
-  // one zero, each picture for its own time, the sound sample by sample, the colours told. Off
-  // unless set. Without it frames are stamped with their distance from the end of the range, and
-  // each block of sound is reversed by itself. To be called before Init.
+  // Mirrors in time what a player shows of the source. Pictures and sound have one zero, each
+  // picture is shown for its own time, the sound is reversed sample by sample, and the output names
+  // its colours. Off unless set: then frames are stamped with their distance from the end of the
+  // range, and each block of sound is reversed by itself. To be called before Init.
   void SetMirror(bool isMirror);
   // Leaves the sound out. To be called before Init.
   void DisableAudio() { mAudioEnabled = false; }
 
-  // One backward step: 0 when more work may remain, -1 when it is over or cancelled. Called by the
+  // One backward step: 0 if more work may remain, -1 if it is over or cancelled. Called by the
   // worker.
   int DoReverse();
-  // The body of the worker: steps until the work is over or `running` is cleared, then stops the
-  // writer.
+  // The body of the worker. Makes steps until the work is over or `running` is cleared. Then stops
+  // the writer.
   void RunToEnd(const std::atomic<bool>& running);
 
  protected:
-  // Makes the writer that `format` describes; the caller owns it. Null when it cannot be made.
+  // Makes the writer that `format` describes. The caller owns it. Null if it cannot be made.
   virtual MediaWriter* MakeWriter(MediaFormat& format);
 
  private:
   int CreateParts();
   int CreateDecoder();
-  // Brings the range inside the clip. -1 when it lies behind the end.
+  // Brings the range inside the clip. -1 if the range begins at or after the end of the clip.
   int CheckRange();
   int CreateWriter();
-  // Settles where the output is written and tells `format`.
+  // Decides at which path the output is written, and tells `format`.
   int PlaceOutput(MediaFormat& format);
-  // What a range without written pictures is: 0 or an error, logged.
+  // The result of a range without written pictures: 0 or an error, logged.
   int MissPictures() const;
   int FinishOutput();
   int StartThreads();
-  // The first failure of the host that has cost a frame; 0 while there was none.
+  // The first failure of the host that has cost a frame; 0 if there was none.
   int HostError() const;
   void FreePictures();
-  // Bytes that any frame of the decoder fits into; -1 when there are too many for one buffer.
+  // Bytes that any frame of the decoder fits into; -1 if there are too many for one buffer.
   int32_t FrameBufferSize(const MediaInfo& info);
 
   const std::string mInputPath;
   const std::string mOutputPath;
   const std::unique_ptr<JobMemory> mMemory;
 
-  // Set by Init; while the worker runs it is the only one to use them. Decoder and loop are gone
-  // when it is done.
+  // Set by Init. While the worker runs, nobody else uses them. The worker frees decoder and loop at
+  // its end.
   std::unique_ptr<FFmpegDecoder> mDecoder;
   std::unique_ptr<MediaWriter> mWriter;
   std::unique_ptr<Reversal> mReversal;  // never null
@@ -148,7 +147,7 @@ class Reverse {
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;
   bool mIsSafeOutput = false;
-  MediaFormat mOutputParameters;  // of the caller, on top of the job's own
+  MediaFormat mOutputParameters;  // of the caller; they replace the job's own
 
   // Shared by the caller's thread and the worker.
   std::atomic<float> mProgress{0};

@@ -18,8 +18,8 @@ namespace codec {
 //   2. Decode from there up to that part and keep every frame of it.
 //   3. Give the kept frames to the placement, the last decoded first. The placement writes them.
 //   4. Move the cursor back by the second, or to the earliest frame written, whichever is earlier.
-// The seek consumes one picture; the next step, which starts a second earlier, reads up to the
-// earliest picture written and so brings it after all.
+// The seek uses up one picture. The next step starts a second earlier and reads up to the earliest
+// picture written. So it gives the picture that was used up.
 //
 // Note: overlap
 //   All that a step needs to know of the one before it is how far that one goes back, and this is
@@ -37,7 +37,7 @@ class ReverseLoop {
   ReverseLoop(const ReverseLoop&) = delete;
   ReverseLoop& operator=(const ReverseLoop&) = delete;
 
-  // One step: 0 when more work may remain, -1 when the range is done.
+  // One step: 0 if more work may remain, -1 if the range is done.
   int Step();
 
   // Percent of the range that is done.
@@ -50,8 +50,8 @@ class ReverseLoop {
   bool FoundNoPicture() const {
     return mRange.start < mRange.end && mCursor <= mRange.start && !mHasPicture;
   }
-  // Whether there was a picture nonetheless: one that a seek used up and no step has read, because
-  // it is the first one of the range.
+  // Whether a seek has used up a picture. If no step has read that picture, it was the first of the
+  // range.
   bool UsedUpPicture() const { return mUsedUpPicture; }
   // Whether sound was written.
   bool HasSound() const { return mHasSound; }
@@ -64,7 +64,7 @@ class ReverseLoop {
   FrameStock mStock;
 
   SegmentReader mReader;
-  ReadAhead mAhead;  // has the reader where steps overlap
+  ReadAhead mAhead;  // has the reader if steps overlap
 
   double mCursor;
   float mProgress = 0;

@@ -9,14 +9,14 @@ namespace codec {
 
 class Reverse;
 
-// Walks its job's range to the end, or until `running` is cleared, which takes effect after the
-// current step; then stops the job's writer. `running` stays true when the walk is over, until the
-// job clears it.
+// Walks its job's range to the end, or until `running` is cleared. The present step is always
+// finished. Then it stops the job's writer. After the walk `running` stays true until the job
+// clears it.
 class ReverseWorkThread : public but::Thread {
  public:
   explicit ReverseWorkThread(Reverse* owner) : job(owner) {}
 
-  // Does nothing when the thread has been started before.
+  // Does nothing if the thread was started before.
   void Start() override;
   void Run() override;
 

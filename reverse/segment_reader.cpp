@@ -13,7 +13,7 @@ constexpr char kTag[] = "codec::Reverse";
 // The seek that decodes forward to the exact place.
 constexpr int kDecodeForward = 3;
 
-// Each frame is a mapping of its own, of which a process has some 65,000.
+// Each frame is a mapping of its own, and a process has some 65,000 mappings.
 constexpr size_t kMostFrames = 16384;
 constexpr int kPatience = 8;  // empty steps before they grow
 constexpr double kLongestSeconds = 1099511627776;
@@ -52,8 +52,7 @@ Segment SegmentReader::Next() {
 }
 
 bool SegmentReader::Read(double from) {
-  // A seek that fails has found no picture to come, and says so in the decoder's log; sound may
-  // still come.
+  // A seek that fails has found no picture, and the decoder's log says so. Sound may still come.
   bool videoDone = mDecoder->Seek(std::max(from - mRange.seekEarly, 0.0), kDecodeForward) != 0;
   mUsedUpPicture = !videoDone && from > 0 && !mRange.keepsMetPicture;
   bool audioDone = !mRange.hasAudio || !IsFirstPart();
@@ -93,10 +92,9 @@ bool SegmentReader::IsWanted(const FrameBuffer& frame) const {
   return frame.type == kAudioFrame && mRange.hasAudio && frame.pts < mBoundaries.audio;
 }
 
-// The last step has read all that comes after the place where it began. So the sound is not looked
-// for any further if it has ended, or has a hole. But a sound decoder may need a packet to get
-// going: what the last step could not give of its first sound comes in this step, if this step has
-// sound before that.
+// The last step has read all sound after its begin. So if the sound has ended, or has a hole, no
+// more sound is looked for. But a sound decoder may need a packet to get going. Then the last step
+// has lost its first sound, and this step gives that sound if it has sound before it.
 void SegmentReader::NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* audioDone) const {
   if (frame.type == kAudioFrame) {
     *audioDone = true;
@@ -128,7 +126,8 @@ void SegmentReader::Keep(std::unique_ptr<FrameBuffer> frame) {
 }
 
 void SegmentReader::KeepPicture(std::unique_ptr<FrameBuffer> picture) {
-  // A picture's buffer has room for four bytes a pixel, of which most fill less than half.
+  // A picture's buffer has room for four bytes a pixel. Most pictures fill less than half of the
+  // room.
   const int64_t filled = mDecoder->GetFrameBufferSize();
   const int64_t bytes = filled > 0 ? filled : picture->Length();
   const auto room = static_cast<size_t>(mRange.stepBytes / std::max<int64_t>(bytes, 1));

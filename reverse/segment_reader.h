@@ -22,8 +22,8 @@ struct ReverseRange {
   int32_t sampleFormat = -1;  // FFmpeg's number, of decoded audio
   int32_t bufferSize = 0;     // bytes that any frame of the decoder fits into
   bool overlap = true;        // whether steps are read while others are written
-  // Seconds by which a step begins to read early. Seeks round times to single precision, which may
-  // be after a picture that the step wants.
+  // Seconds by which each seek is earlier than its step. Seeks round times to single precision. The
+  // rounded time may be after a picture that the step wants.
   double seekEarly = 0;
   bool keepsMetPicture = false;  // the decoder delivers the picture that a seek meets
   // Bytes that the pictures of one step may take: a second of them, unless they are larger than 4K
@@ -41,32 +41,32 @@ struct ReverseRange {
 // The frames of one step, or of a part of one, in decoded order.
 struct Segment {
   std::deque<std::unique_ptr<FrameBuffer>> frames;
-  double cursor = 0;         // seconds; before it lies what is still to do when the step is written
-  int64_t bytes = 0;         // that the frames fill
-  int64_t pictureBytes = 0;  // that one picture fills
-  bool usedUpPicture = false;  // the seek before it met a picture, which is read by an earlier step
+  double cursor = 0;           // seconds; the part of the range before it is still to do
+  int64_t bytes = 0;           // filled by the frames
+  int64_t pictureBytes = 0;    // filled by one picture
+  bool usedUpPicture = false;  // the seek met a picture, which is left to the next step
 };
 
 // Steps are one second long. After some without any frame each is twice as long, until one meets a
 // frame: inputs whose stamps jump have stretches of hours in them.
 //
-// A step whose pictures take too much room is given out in parts, the newest frames first. For each
-// part the step is read again, and of the pictures that are still to be given out the newest are
-// kept. Sound is small: all of it is kept at the first reading, and the later ones leave it out, as
-// a decoder of sound may give other samples a second time. So the parts together are the same
-// frames in the same order as the step in one piece: what is written does not depend on the room.
+// A step whose pictures take too much room is given out in parts, the newest frames first. The step
+// is read again for each part, and the newest pictures that were not given out yet are kept. Sound
+// is small, so all of it is kept at the first reading. Later readings leave sound out, because a
+// sound decoder may give other samples a second time. So the parts together are the same frames in
+// the same order as the step in one piece, and the output does not depend on the room.
 //
-// Knows by the frames alone how far a step goes back, so that the next one can be read before this
+// The frames of a step alone tell how far it goes back. So the next step can be read before this
 // one is written. Used by one thread at a time; decoder and stock belong to the caller.
 class SegmentReader {
  public:
   SegmentReader(FFmpegDecoder* decoder, FrameStock* stock, const ReverseRange& range);
 
-  // Whether the range has a part left to read.
+  // Whether a part of the range is still to be read.
   bool HasMore() const { return mRange.start < mCursor; }
-  // Reads the next step, or the next part of one. Only while there is one.
+  // Reads the next step, or the next part of a step. Not to be called if HasMore is false.
   Segment Next();
-  // Frees what steps were read with, when the last one has been.
+  // Frees the decoder's memory. To be called after the last step was read.
   void Finish() { mDecoder->Finish(); }
 
  private:
@@ -82,10 +82,10 @@ class SegmentReader {
     size_t picturesBefore;
   };
 
-  // False if a step longer than a second turned out not to be empty; it was given up then.
+  // False if a step longer than a second turned out not to be empty. Then it was given up.
   bool Read(double from);
   bool IsWanted(const FrameBuffer& frame) const;
-  // Wanted ones of the current step, so far.
+  // Wanted pictures of the current step, so far.
   size_t PicturesRead() const { return mPicturesDropped + mPictures.size(); }
   bool IsFirstPart() const { return mPicturesLeft == kAll; }
   // A frame that is not wanted ends the reading of its kind.
@@ -112,7 +112,7 @@ class SegmentReader {
   size_t mPicturesLeft = kAll;  // of the current step; kAll before its first part
 
   std::deque<std::unique_ptr<FrameBuffer>> mPictures;  // of the current part
-  size_t mPicturesDropped = 0;                         // those before them, for want of room
+  size_t mPicturesDropped = 0;                         // earlier ones, for lack of room
   std::deque<Sound> mSounds;                           // of the current step, not yet given out
   bool mIsSoundLost = false;                           // there was too much; it is said once
   double mSeconds = kUsualSeconds;                     // length of the next step
@@ -121,8 +121,8 @@ class SegmentReader {
   bool mHasRead = false;        // a step is done
   bool mUsedUpPicture = false;  // by the seek of the current step
 
-  // Times of the first picture that came after some sound in a reading: endless if there was sound
-  // but no such picture, nothing if there was no sound.
+  // Time of the first picture that came after some sound in a reading, in seconds. Infinite if
+  // there was sound, but no picture after it. Nothing if there was no sound.
   std::optional<double> mSoundEnds;       // of the current reading
   std::optional<double> mKnownSoundEnds;  // of the last step that had sound
 };

@@ -5,7 +5,7 @@
 namespace codec {
 namespace {
 
-// The clock of broadcasts, which all usual rates but 23.976 and 59.94 divide.
+// The clock of broadcasts. All usual rates but 23.976 and 59.94 divide it.
 constexpr int kFineRate = 90000;
 
 // Rates travel as text of six digits.

@@ -9,8 +9,8 @@ namespace {
 
 using Blocks = std::vector<SampleBlock>;
 
-// Of the blocks from `first` on, the end of those that belong together. `meanError`: how far on
-// average their stamps are from where the first one's would put them.
+// The end of the blocks from `first` on that belong together. `meanError`: the mean distance of
+// their stamps from the places that the first stamp would give them.
 size_t EndOfRun(const Blocks& blocks, size_t first, int64_t rounding, double* meanError) {
   int64_t place = blocks[first].start;
   int64_t errors = 0;
