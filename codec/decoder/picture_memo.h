@@ -14,7 +14,7 @@ namespace codec {
 // Stands between the loop that feeds packets and the video decoder, and has the decoder's own
 // operations. A packet that is sent is only owed to the decoder at first. If the memo knows the
 // packet's pictures, Receive answers from memory. Otherwise the decoder gets all packets that are
-// owed; pictures that were answered before are dropped when they come out once more. A seek
+// owed; pictures that were answered before are dropped if they come out again. A seek
 // forgives what is owed.
 //
 //     packet    K   1   2   3   4   5   6   7 | L   l1  l2  l3

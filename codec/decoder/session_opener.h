@@ -15,8 +15,8 @@ namespace codec {
 //   2. open the video decoder, derive the picture facts
 //   3. open the audio decoder and the converter
 //   4. scan for the key-frame interval, back to the start
-//   5. only when the scan met no video: check for variable frame rate, back to the start
-//   6. only when the file does not tell its length, and this is switched on: scan for the length,
+//   5. only if the scan met no video: check for variable frame rate, back to the start
+//   6. only if the file does not tell its length, and this is switched on: scan for the length,
 //      back to the start
 class SessionOpener {
  public:
