@@ -9,8 +9,8 @@ namespace codec {
 
 // A backward run lands on one group, and later on the group before. The places of the first walk
 // are set aside here. When the second walk comes to the packet that they begin with, the walk
-// follows them, packet by packet. At the first place that has a picture they take over: from there
-// on they are the places of the second walk, and nothing of them is decoded again.
+// follows them, packet by packet. At the first place that has a picture of this group, they take
+// over: from there on they are the places of the second walk, and are not decoded again.
 //
 // Knows packets and stamps only. docs/architecture.md draws the border between two groups.
 class LaterGroup {
@@ -47,7 +47,7 @@ class LaterGroup {
   int64_t BorderStamp() const { return mBorderStamp; }
   // The place at which the group takes over, until EndTakeover. Otherwise kNone.
   int64_t Takeover() const { return mTakeover; }
-  // The first place of the group that has a picture, counted from the group's first packet.
+  // The first place that has a picture of the group, counted from the group's first packet.
   int64_t Trusted() const { return mTrusted; }
 
  private:
