@@ -105,12 +105,15 @@ int64_t NeedWith(int64_t limit, const std::string& clip) {
 }
 
 // What a job on this clip needs at least: a guess before the streams have been probed, for which a
-// little memory is enough, exact afterwards.
+// little memory is enough, exact afterwards. Each question leaves the process a little larger, so
+// it is asked more than once.
 int64_t LeastFor(const std::string& clip) {
-  const int64_t guess = NeedWith(1, clip);
-  EXPECT_GT(guess, kMegabyte);
-  const int64_t exact = NeedWith(guess - 2 * kMegabyte, clip);
-  return exact == 0 ? guess : exact;
+  int64_t least = NeedWith(1, clip);
+  EXPECT_GT(least, kMegabyte);
+  for (int i = 0; i < 4; ++i) {
+    least = std::max(least, NeedWith(least - 2 * kMegabyte, clip));
+  }
+  return least;
 }
 
 // The process may run on one processor only, so that every plan has one decoder thread.
