@@ -18,8 +18,9 @@ class LaterGroup {
   static constexpr int64_t kNone = -1;
 
   // Sets the places of a walk aside, and leaves `places` empty. The walk must have begun at a
-  // packet that leans on nothing before it (StartsAfresh). False if the places have no picture that
-  // is certain to come from further back, too: then nothing is set aside and `places` stay.
+  // packet that leans on nothing before it (StartsAfresh). Needs three things: this packet has a
+  // stamp, no picture is damaged, and from some place on all pictures are stamped like the packet
+  // or later. Otherwise false: nothing is set aside and `places` stay.
   bool SetAside(MemoRow* places);
   bool IsEmpty() const { return mPlaces.empty(); }
   // Whether the walk that was set aside began with this packet, too.
@@ -47,7 +48,8 @@ class LaterGroup {
   int64_t BorderStamp() const { return mBorderStamp; }
   // The place at which the group takes over, until EndTakeover. Otherwise kNone.
   int64_t Takeover() const { return mTakeover; }
-  // The first place that has a picture of the group, counted from the group's first packet.
+  // The first place from which on all pictures are stamped like the first packet or later. Counted
+  // from the group's first packet.
   int64_t Trusted() const { return mTrusted; }
 
  private:

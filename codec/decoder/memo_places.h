@@ -27,7 +27,7 @@ class MemoPlaces {
   // Whether the walk that begins with this packet needs Begin. If not, the landing is known.
   bool IsNewLanding(const PacketIdentity& first);
   // A walk begins at a new landing. `startsAfresh`: its first packet leans on nothing before it
-  // (StartsAfresh).
+  // (StartsAfresh). A walk that gave no picture does not take the place of a later group.
   void Begin(bool startsAfresh);
   // The walk comes to the next place. It may be remembered, or new, or the one at which the later
   // group takes over.
@@ -61,8 +61,9 @@ class MemoPlaces {
   const LaterGroup& Later() const { return mLater; }
   // The decoder has given all pictures before the takeover.
   void EndTakeover() { mLater.EndTakeover(); }
-  // The groups do not fit together. The later one does not give its picture of this stamp, and all
-  // is forgotten at the end of the walk.
+  // After the takeover the decoder gives a picture that does not fit: one of the later group too
+  // soon, or one of the earlier group too late. The caller gets the decoder's picture. If the later
+  // group has a picture of this stamp, it is not given. All is forgotten at the end of the walk.
   void Tear(int64_t stamp);
 
  private:

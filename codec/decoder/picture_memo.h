@@ -13,9 +13,9 @@ namespace codec {
 
 // Stands between the loop that feeds packets and the video decoder, and has the decoder's own
 // operations. A packet that is sent is only owed to the decoder at first. If the memo knows the
-// packet's pictures, Receive answers from memory. Otherwise the decoder gets all packets that are
-// owed; pictures that were answered before are dropped if they come out again. A seek
-// forgives what is owed.
+// packet's pictures, Receive answers from memory. Otherwise the decoder gets owed packets, one
+// after another, until it gives the picture. Pictures that were answered before are dropped if they
+// come out again, or fill the memory if samples had to go. A seek forgives what is owed.
 //
 //     packet    K   1   2   3   4   5   6   7 | L   l1  l2  l3
 //     step 1                                  | d   D   D   D      d  decoded, passed by
@@ -23,7 +23,12 @@ namespace codec {
 //     step 3    s   s   s   m   m   m   m     |                    m  given from memory
 //                                                                  s  passed by, stamp only
 //
-// docs/architecture.md explains the drawing, and what happens at the border between two groups.
+// The border is the first packet of the later group, here L. The takeover is the packet that brings
+// out the first picture of this group: L too, unless pictures are reordered. From the takeover on,
+// step 2 answers from memory, if L leans on nothing before it. First the decoder is drained: its
+// pictures before the takeover are given, others are dropped.
+//
+// docs/architecture.md has more of this, with all that may go wrong at the border.
 //
 // Note: places
 //   A decoder with several threads answers late (see PictureDecoder). The memo gives each picture
