@@ -1,11 +1,9 @@
 #include "reverse/mirror_reversal.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 
-#include "base/local_file.h"
 #include "base/log.h"
+#include "codec/decoder/quiet_scan.h"
 #include "codec/utils/picture_colors.h"
 #include "reverse/stamp_rate.h"
 
@@ -22,15 +20,10 @@ constexpr double kSeekEarly = 0.02;
 // how containers interleave.
 constexpr double kEarlySound = 0.1;
 
-// Whether the file holds next to nothing for its length, as files do whose stamps jump. Hours of
-// silence would have to be encoded between the few blocks of its sound.
-bool HasJumpingClock(const std::string& path, double seconds) {
-  constexpr double kLong = 300;
-  constexpr double kFewestBytesASecond = 64;
-  std::error_code error;
-  const auto bytes = std::filesystem::file_size(but::LocalPath(path), error);
-  return !error && seconds > kLong && static_cast<double>(bytes) < seconds * kFewestBytesASecond;
-}
+// Of stretches without picture or sound, in seconds: one that counts, and how much of the range
+// they may take together.
+constexpr double kQuietStretch = 600;
+constexpr double kMostQuiet = 1800;
 
 }  // namespace
 
@@ -47,23 +40,20 @@ DecoderAdditions MirrorReversal::Additions() const {
 int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path, bool withSound,
                             MediaInfo* info) {
   if (info->has_video == 0) return 0;
-  const int stream = decoder->SoundStream();
+  mPath = path;
+  mSoundStream = decoder->SoundStream();
   decoder->LeaveSoundOut();
-  if (withSound && stream >= 0 && OpenSound(path, stream) != 0) return -1;
+  if (withSound && mSoundStream >= 0 && OpenSound(path, mSoundStream) != 0) return -1;
   info->has_audio = mSound != nullptr ? 1 : 0;
   double zero = decoder->FirstPictureTime();
   if (mSound != nullptr && mSound->FirstTime().has_value() &&
       *mSound->FirstTime() < zero - kEarlySound) {
     zero = *mSound->FirstTime();
   }
+  mZero = zero;
   decoder->SetZero(zero);
   if (mSound != nullptr) mSound->SetZero(zero);
   mDuration = decoder->Duration();
-  if (mSound != nullptr && HasJumpingClock(path, mDuration)) {
-    log_warn(kTag, "the clock of %s jumps by hours; its sound is left out", path.c_str());
-    mSound.reset();
-    info->has_audio = 0;
-  }
   info->duration = static_cast<float>(mDuration);
   return 0;
 }
@@ -76,6 +66,37 @@ int MirrorReversal::OpenSound(const std::string& path, int stream) {
   log_warn(kTag, "the sound of %s cannot be read, and is left out", path.c_str());
   mSound.reset();
   return 0;
+}
+
+// Looks at every packet of the file only if the sound has holes that are long enough.
+void MirrorReversal::Limit(double start, double end, MediaInfo* info) {
+  if (mSound == nullptr || !MayBeQuiet(start, end)) return;
+  QuietScan scan;
+  if (scan.Read(mPath, mSoundStream) != 0) return;
+  const double quiet = scan.Seconds(mZero + start, mZero + end, kQuietStretch);
+  if (quiet <= kMostQuiet) return;
+  constexpr double kMinute = 60;
+  log_warn(kTag, "%s has neither pictures nor sound for %.0f minutes; its sound is left out",
+           mPath.c_str(), quiet / kMinute);
+  mSound.reset();
+  info->has_audio = 0;
+}
+
+// Listens twice in each stretch that would count.
+bool MirrorReversal::MayBeQuiet(double start, double end) {
+  constexpr double kEvery = kQuietStretch / 2;
+  constexpr double kListened = 0.01;
+  // A hole that is not longer than the shortest one holds one such place, maybe two.
+  constexpr double kFewest = kMostQuiet / kQuietStretch;
+  if (end - start <= kMostQuiet) return false;
+  SoundStretch heard;
+  double silent = 0;
+  for (double at = start; at < end && silent < kFewest; at += kEvery) {
+    // A failure of the host ends the job.
+    if (mSound->Read(at, at + kListened, &heard) != 0) return false;
+    if (heard.blocks.empty()) ++silent;
+  }
+  return silent >= kFewest;
 }
 
 double MirrorReversal::Duration(const MediaInfo& info) const {

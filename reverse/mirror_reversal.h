@@ -12,19 +12,33 @@ namespace codec {
 // A player shows at time (end - t) of the output what it shows at t of the source. For that
 // pictures and sound are measured from one zero, each picture is shown for its own time, and the
 // sound is read by itself, as one decode of the whole file gives it.
+//
+// Note: files whose clock jumps
+//   What has no sound is silent, and silence is encoded like any other sound: an hour of it takes
+//   about 11 seconds. Nobody notices that beside the pictures of such an hour. But the clock of a
+//   damaged recording may jump by days, with neither picture nor sound in between. So the sound is
+//   left out, with a warning, if more than half an hour of the range is quiet. A stretch of time is
+//   quiet if no packet of pictures or sound begins in ten minutes or more. Shorter pauses are none:
+//   slides and recordings of a screen have them. How large the file is does not matter.
 class MirrorReversal : public Reversal {
  public:
   DecoderAdditions Additions() const override;
   int Prepare(FFmpegDecoderImpl2* decoder, const std::string& path, bool withSound,
               MediaInfo* info) override;
   double Duration(const MediaInfo& info) const override;
+  // Leaves the sound out if the clock of the clip jumps too far within the range.
+  void Limit(double start, double end, MediaInfo* info) override;
   void Describe(const MediaInfo& info, MediaFormat* format) const override;
   std::unique_ptr<FramePlacement> Place(MediaWriter* writer, ReverseRange* range) override;
   int HostError() const override;
 
  private:
   int OpenSound(const std::string& path, int stream);
+  bool MayBeQuiet(double start, double end);
 
+  std::string mPath;
+  int mSoundStream = -1;              // FFmpeg's number; -1 without sound
+  double mZero = 0;                   // of the mirror, in the file's stamps, in seconds
   std::unique_ptr<SoundWalk> mSound;  // null without sound
   double mDuration = 0;               // seconds
 };

@@ -36,6 +36,8 @@ class Reversal {
   }
   // Length of the input in seconds.
   virtual double Duration(const MediaInfo& info) const { return info.duration; }
+  // The range that is reversed is known, in seconds. `info` may be corrected.
+  virtual void Limit(double /*start*/, double /*end*/, MediaInfo* /*info*/) {}
   // Adds to the description of the output.
   virtual void Describe(const MediaInfo& /*info*/, MediaFormat* /*format*/) const {}
   // May change how the range is read. Returns the object that writes the frames. The writer belongs

@@ -94,6 +94,7 @@ int Reverse::CreateDecoder() {
   if (mReversal->Prepare(decoder.get(), mInputPath, mAudioEnabled, &mInputInfo) != 0) return -1;
   log_debug(kTag, "mStart:%.3f, mDuration:%.3f", mStart, mReversal->Duration(mInputInfo));
   if (CheckRange() != 0) return -1;
+  mReversal->Limit(mStart, mEnd, &mInputInfo);
   mDecoder = std::move(decoder);
   mFrameBufferSize = FrameBufferSize(mInputInfo);
   return mFrameBufferSize < 0 ? -1 : 0;

@@ -2,17 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <cstring>
+#include <filesystem>
 #include <limits>
 #include <string>
 #include <vector>
 
-#include "codec/decoder/ffmpeg_decoder.h"
-#include "reverse/reverse.h"
 #include "tests/codec/decoder/linear_sound.h"
 #include "tests/codec/decoder/sound_clips.h"
+#include "tests/reverse/mirror_job.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/media_reading.h"
@@ -23,78 +21,6 @@ namespace {
 using test_support::Clip;
 using test_support::ClipKind;
 using test_support::CustomClip;
-using test_support::ScratchPath;
-
-struct MirrorRecord {
-  std::vector<int64_t> stamps;                // of pictures, microseconds
-  std::vector<std::vector<uint8_t>> corners;  // the first bytes of each picture
-  std::vector<float> samples;                 // stereo
-  bool soundIsContiguous = true;
-  int rate = 0;
-};
-
-class MirrorWriter : public MediaWriter {
- public:
-  static constexpr size_t kCornerBytes = 256;
-
-  explicit MirrorWriter(MirrorRecord* record) : mRecord(record) {}
-
-  int Configure(MediaFormat& /*format*/) override { return 0; }
-  int Start() override { return 0; }
-  void Stop() override {}
-  void WriteFrame(int type, uint8_t* data, uint32_t size, int64_t pts) override {
-    if (type == static_cast<int>(kVideoFrame)) {
-      mRecord->stamps.push_back(pts);
-      mRecord->corners.emplace_back(data, data + kCornerBytes);
-      return;
-    }
-    const auto before = static_cast<double>(mRecord->samples.size() / 2);
-    if (std::abs(before / mRecord->rate - static_cast<double>(pts) / 1e6) > 2e-6) {
-      mRecord->soundIsContiguous = false;
-    }
-    const size_t floats = size / sizeof(float);
-    const size_t end = mRecord->samples.size();
-    mRecord->samples.resize(end + floats);
-    std::memcpy(mRecord->samples.data() + end, data, size);
-  }
-  int64_t GetParameter(const char* /*key*/) override { return 0; }
-  void SetParameter(const char* /*key*/, int /*value*/) override {}
-  void SetParameter(const char* /*key*/, double /*value*/) override {}
-
- private:
-  MirrorRecord* mRecord;
-};
-
-class MirrorJob : public Reverse {
- public:
-  MirrorJob(const std::string& path, double start, double end, MirrorRecord* record)
-      : Reverse(path.c_str(), start, end, ScratchPath("mirror.mp4").c_str()), mRecord(record) {
-    SetMirror(true);
-  }
-  ~MirrorJob() override { Release(); }
-
- protected:
-  MediaWriter* MakeWriter(MediaFormat& format) override {
-    format.GetInt32("sample-rate", mRecord->rate);
-    return new MirrorWriter(mRecord);
-  }
-
- private:
-  MirrorRecord* mRecord;
-};
-
-MirrorRecord Mirror(const std::string& path, double start, double end) {
-  MirrorRecord record;
-  MirrorJob job(path, start, end, &record);
-  EXPECT_EQ(job.Init(), 0);
-  EXPECT_EQ(job.Start(), 0);
-  while (!job.WaitForEnd(1000)) {
-  }
-  job.Release();
-  EXPECT_EQ(job.Result(), 0);
-  EXPECT_TRUE(record.soundIsContiguous);
-  return record;
-}
 
 double Length(const std::string& path) {
   return std::stod(test_support::ContainerFields(path)["duration"]);
@@ -207,6 +133,19 @@ std::vector<SoundClip> IntactClips() {
 INSTANTIATE_TEST_SUITE_P(Clips, MirrorSound, testing::ValuesIn(IntactClips()),
                          [](const auto& tested) { return TestNameOf(tested.param.name); });
 
+// After two seconds the clock jumps by this many minutes.
+std::string ClockJump(int minutes) {
+  const std::string later = "PTS+if(gte(T\\,2)\\," + std::to_string(minutes * 60) + "\\,0)/TB";
+  std::vector<std::string> words = {
+      "-t", "4", "-f", "lavfi", "-i", test_support::SceneFilter(64, 48, "25"),
+      "-t", "4", "-f", "lavfi", "-i", test_support::SweepFilter(8000, "stereo")};
+  test_support::AppendWords(test_support::FrameTimingOption() + " passthrough -vf setpts=" + later +
+                                " -af asetpts=" + later +
+                                " -c:v libx264 -g 25 -bf 0 -c:a pcm_f32le",
+                            &words);
+  return CustomClip("mirror_jump_" + std::to_string(minutes) + ".mkv", words);
+}
+
 // The samples of clips whose stamps are exact are equal, each in its place.
 TEST(MirrorLossless, GivesEachSampleInItsPlace) {
   for (const char* const sound : {"pcm_s16le", "pcm_s24le", "pcm_f32le", "alac", "adpcm_ms"}) {
@@ -222,6 +161,33 @@ TEST(MirrorLossless, GivesEachSampleInItsPlace) {
       EXPECT_TRUE(record.samples == Backward(LaidOut(linear, 0, range.start, end)))
           << sound << " " << range.start << " to " << range.end;
     }
+  }
+}
+
+// A pause of minutes, in a file that has next to no bytes for its length.
+TEST(MirrorLossless, IsSilentForMinutes) {
+  const std::string path = CustomClip(
+      "mirror_ten_minutes.mkv",
+      {"-f", "lavfi", "-i", test_support::SceneFilter(64, 48, "1/20"), "-f", "lavfi", "-i",
+       test_support::SweepFilter(8000, "mono") + ",aselect='not(between(t,0.8,599.2))'", "-t",
+       "600", "-c:v", "libx264", "-c:a", "flac"});
+  EXPECT_LT(std::filesystem::file_size(path), 64 * 600U);
+  const MirrorRecord record = Mirror(path, 0, 600);
+  ASSERT_TRUE(record.hasSound);
+  EXPECT_TRUE(record.samples == Backward(LaidOut(DecodeLinearly(path), 0, 0, 600)));
+}
+
+// Hours in which the clock jumps are not filled with silence, however many bytes the file has. A
+// range that the jump is not in keeps its sound.
+TEST(MirrorQuiet, LeavesTheSoundOutIfTheClockJumps) {
+  for (const int minutes : {20, 45}) {
+    const std::string path = ClockJump(minutes);
+    EXPECT_GT(std::filesystem::file_size(path), 64 * 60U * static_cast<unsigned>(minutes));
+    const MirrorRecord record = Mirror(path, 0, 0);
+    EXPECT_EQ(record.hasSound, minutes == 20) << minutes;
+    EXPECT_EQ(record.stamps.size(), 100U);
+    const MirrorRecord before = Mirror(path, 0.5, 1.5);
+    EXPECT_TRUE(before.samples == Backward(LaidOut(DecodeLinearly(path), 0, 0.5, 1.5)));
   }
 }
 

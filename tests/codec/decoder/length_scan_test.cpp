@@ -7,36 +7,12 @@
 #include <utility>
 
 #include "codec/ffmpeg/owned.h"
+#include "tests/codec/decoder/scanned_packets.h"
 
 namespace codec {
 namespace {
 
 constexpr int64_t kNone = AV_NOPTS_VALUE;
-
-struct ScannedPacket {
-  int stream;
-  int64_t pts;
-  int64_t dts;
-  int64_t duration;
-};
-
-class ScannedPackets : public PacketSource {
- public:
-  explicit ScannedPackets(std::vector<ScannedPacket> packets) : mPackets(std::move(packets)) {}
-  bool Read(AVPacket* packet) override {
-    if (mNext == mPackets.size()) return false;
-    packet->stream_index = mPackets[mNext].stream;
-    packet->pts = mPackets[mNext].pts;
-    packet->dts = mPackets[mNext].dts;
-    packet->duration = mPackets[mNext].duration;
-    ++mNext;
-    return true;
-  }
-
- private:
-  std::vector<ScannedPacket> mPackets;
-  size_t mNext = 0;
-};
 
 class LengthScanTest : public testing::Test {
  protected:
