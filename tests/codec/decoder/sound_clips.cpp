@@ -15,6 +15,7 @@ const std::vector<SoundClip>& SoundClips() {
       {"sound_aac_late.mp4", "stereo", 48000, "-af adelay=2000:all=1,atrim=2 -c:a aac -aac_pns 0",
        "", false},
       {"sound_aac_short.mp4", "stereo", 48000, "-af atrim=0:4.2 -c:a aac -aac_pns 0", "", false},
+      {"sound_aac_long.mp4", "stereo", 48000, "-c:a aac -aac_pns 0", "-vf trim=0:5", false},
       {"sound_aac_mono.mkv", "mono", 44100, "-c:a aac -aac_pns 0", "", false},
       {"sound_aac_hole.mkv", "stereo", 48000,
        "-af aselect='not(between(t,2,3.5))' -c:a aac -aac_pns 0", "", false},

@@ -1,0 +1,91 @@
+// Inputs whose files tell neither length nor stamps, or hold pictures of odd size.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+
+#include "tests/support/clips.h"
+#include "tests/support/command.h"
+#include "tests/support/media_reading.h"
+
+namespace test_support {
+namespace {
+
+struct MirroredInput {
+  const char* name;
+  const char* suffix;
+  int width;
+  int height;
+  const char* rate;    // pictures a second
+  const char* coding;  // ffmpeg's words
+
+  friend void PrintTo(const MirroredInput& input, std::ostream* out) { *out << input.name; }
+};
+
+const MirroredInput kInputs[] = {
+    {"PipedWebm", "webm", 320, 180, "25", "-c:v libvpx -deadline realtime -g 20 -f webm"},
+    {"RawH264", "h264", 320, 180, "25", "-c:v libx264 -preset veryfast -g 20 -bf 2 -f h264"},
+    {"RawHevc", "hevc", 320, 180, "25",
+     "-c:v libx265 -preset ultrafast -x265-params log-level=error:keyint=20 -f hevc"},
+    {"OddGif", "gif", 313, 273, "10", "-f gif"},
+    {"OddFfv1", "mkv", 321, 181, "25", "-c:v ffv1 -pix_fmt yuv444p -f matroska"},
+};
+
+class MirroredInputs : public testing::TestWithParam<MirroredInput> {};
+
+// Nobody can seek in a pipe, so what the muxer would write in the end stays unwritten.
+std::string ThroughAPipe(const MirroredInput& input) {
+  const std::string path = ScratchPath(std::string("piped.") + input.suffix);
+  const std::string scene = SceneFilter(input.width, input.height, input.rate);
+  const CommandResult made = Run({"sh", "-c",
+                                  "ffmpeg -v error -f lavfi -i '" + scene + "' -t 2.4 " +
+                                      input.coding + " - | cat >'" + path + "'"});
+  EXPECT_EQ(made.status, 0) << made.err;
+  return path;
+}
+
+// The mean difference of two pictures where both have pixels.
+double Difference(const Picture& a, const Picture& b) {
+  int64_t sum = 0;
+  for (int y = 0; y < a.height; ++y) {
+    for (int x = 0; x < a.width; ++x) {
+      sum += std::abs(int{a.luma[static_cast<size_t>(y * a.width + x)]} -
+                      int{b.luma[static_cast<size_t>(y * b.width + x)]});
+    }
+  }
+  return static_cast<double>(sum) / a.width / a.height;
+}
+
+TEST_P(MirroredInputs, GiveEachPictureNewestFirst) {
+  const MirroredInput& input = GetParam();
+  const std::string path = ThroughAPipe(input);
+  const std::string output = ScratchPath(std::string(input.name) + ".mp4");
+  const CommandResult result = RunProgram({"-i", path, "-o", output});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const std::vector<Picture> source = DecodeLuma(path);
+  const std::vector<Picture> mirrored = DecodeLuma(output);
+  ASSERT_EQ(mirrored.size(), source.size());
+  ASSERT_EQ(mirrored.size(), static_cast<size_t>(std::lround(2.4 * std::stod(input.rate))));
+  EXPECT_EQ(mirrored[0].width, input.width / 2 * 2);
+  EXPECT_EQ(mirrored[0].height, input.height / 2 * 2);
+  for (size_t i = 0; i < mirrored.size(); ++i) {
+    size_t nearest = 0;
+    for (size_t k = 1; k < source.size(); ++k) {
+      if (Difference(mirrored[i], source[k]) < Difference(mirrored[i], source[nearest])) {
+        nearest = k;
+      }
+    }
+    EXPECT_EQ(nearest, source.size() - 1 - i);
+  }
+  const std::vector<double> times = VideoTimes(output);
+  for (size_t i = 0; i < times.size(); ++i) {
+    EXPECT_NEAR(times[i], static_cast<double>(i) / std::stod(input.rate), 1e-3);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, MirroredInputs, testing::ValuesIn(kInputs),
+                         [](const auto& tested) { return std::string(tested.param.name); });
+
+}  // namespace
+}  // namespace test_support
