@@ -15,7 +15,7 @@ namespace codec {
 //
 // Note: files whose clock jumps
 //   What has no sound is silent, and silence is encoded like any other sound: an hour of it takes
-//   about 11 seconds. Nobody notices that beside the pictures of such an hour. But the clock of a
+//   about 15 seconds. Nobody notices that beside the pictures of such an hour. But the clock of a
 //   damaged recording may jump by days, with neither picture nor sound in between. So the sound is
 //   left out, with a warning, if more than half an hour of the range is quiet. A stretch of time is
 //   quiet if no packet of pictures or sound begins in ten minutes or more. Shorter pauses are none:
