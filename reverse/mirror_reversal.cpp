@@ -12,7 +12,7 @@ namespace {
 
 constexpr char kTag[] = "codec::Reverse";
 
-// Times at and after which pictures may be rounded to single precision by a seek: the step of a
+// Seconds by which a step begins early. A seek rounds times to single precision, and the step of a
 // float at ten hours is 4 ms.
 constexpr double kSeekEarly = 0.02;
 

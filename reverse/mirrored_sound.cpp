@@ -40,8 +40,8 @@ void MirroredSound::Finish() {
   WritePieces(mTimeline.Finish());
 }
 
-// A block belongs to the second that it ends in. So a block is given once, however long it is, and
-// each block to come ends at about the start of this second.
+// A block belongs to the second that it ends in. So a block is given once, however long the block
+// is. And each block to come ends at about the start of this second, or earlier.
 void MirroredSound::WriteNextSecond() {
   const double from = std::max(mTop - kSecondsAtOnce, mStart);
   // A failure of the host is kept by the reader, and ends the job. Its sound is silent.
@@ -62,8 +62,8 @@ void MirroredSound::WriteNextSecond() {
 }
 
 // The blocks before the one that was taken last are new. Stamps may overlap by half a block, as
-// those of Vorbis in Ogg do, so the order of the stream counts, and times only if that block is not
-// there.
+// those of Vorbis in Ogg do. So the order of the stream counts. Times count only if the block that
+// was taken last is missing.
 size_t MirroredSound::CountNew() const {
   constexpr double kSame = 1e-6;
   const auto isTaken = [this](const StretchBlock& block) {

@@ -57,15 +57,15 @@ struct SoundPiece {
 //   sample is never more than 40 ms from the time of its stamp, on whichever side a walk begins.
 //   Two results depend on the side. A walk keeps the error of the stamp that it was anchored at
 //   last: a forward walk that of the first block, this one that of the last block before the end of
-//   the range. And where blocks overlap, or leave a hole of less than 40 ms, a forward walk moves
-//   or cuts the later block, this one the earlier. If stamps are exact and holes longer than 40 ms,
+//   the range. And if blocks overlap, or leave a hole of less than 40 ms, a forward walk moves or
+//   cuts the later block, this one the earlier. If stamps are exact and holes longer than 40 ms,
 //   both walks write the same samples at the same positions.
 //
 // Note: silence waits
-//   A block that begins before the cursor of a step may reach over the cursor, and comes with the
-//   next step. So silence is written only down to where such a block can end. Because of this, and
-//   because no sum is carried along but the edge, the output does not depend on where steps are
-//   cut.
+//   A block that begins before the cursor of a step may reach over the cursor. This block comes
+//   with the next step. So silence is written only down to the last position at which such a block
+//   can end. And no sum is carried along but the edge. So the output does not depend on how the
+//   range is cut into steps.
 //
 // Used by one thread.
 class SoundTimeline {

@@ -29,7 +29,8 @@ void SoundCut::Take(const AVFrame* frame) {
   mBegins = false;
 }
 
-// Converted to where it stays. The converter gives as many samples as it takes, or none.
+// Converts the frame to its place in the stretch. The converter gives as many samples as it takes,
+// or none.
 void SoundCut::Keep(const AVFrame* frame, double time) {
   constexpr size_t kChannels = AudioConverter::kTargetChannels;
   std::vector<float>& samples = mOut->samples;

@@ -15,12 +15,12 @@ struct SoundSpan {
   double to = 0;    // exclusive
 };
 
-// Is given the frames in the order of the stream, says when each sounds, and keeps those that
-// reach into the range. A frame without a stamp follows the one before it.
+// Is given the frames in the order of the stream. Says at which time each frame sounds, and keeps
+// the frames that reach into the range. A frame without a stamp follows the one before it.
 class SoundCut {
  public:
   // Frames have stamps in `timeBase`, whose time `zero`, in seconds, counts as 0. `first` is the
-  // time of a first frame without a stamp. The others are used while this object lives.
+  // time of a first frame without a stamp. `converter` and `out` outlive this object.
   SoundCut(const SoundSpan& range, AVRational timeBase, double zero, double first,
            AudioConverter* converter, SoundStretch* out)
       : mRange(range),
@@ -32,7 +32,7 @@ class SoundCut {
 
   // The next frame is the stream's first.
   void BeginStream() { mBegins = true; }
-  // The next frame, which is not as it should be, because the decoder has only just started.
+  // The next frame, if its samples are wrong because the decoder has only just started.
   void Pass(const AVFrame* frame) { TimeOf(frame); }
   // The next frame.
   void Take(const AVFrame* frame);

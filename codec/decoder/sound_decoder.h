@@ -8,17 +8,18 @@
 
 namespace codec {
 
-// Makes a new decoder for each start. A flushed decoder may keep a generator of noise or a trim
-// that is left over, and gives other samples the second time; a new one costs a tenth of a
+// Makes a new decoder for each start. A flushed decoder may keep a generator of noise, or a trim
+// that is left over. Then it gives other samples the second time. A new decoder costs a tenth of a
 // millisecond at most. Stamps move with trimmed samples.
 class SoundDecoder {
  public:
-  // Finds the decoder of this stream and starts it. `option` is one of the decoder's that is set to
-  // 1 whenever it starts, null for none; it and `failure` outlive this object. `failure` is told
-  // of want of memory. 0, or -1 with the reason logged.
+  // Finds the decoder of this stream and starts it. `option` names an option of the decoder that is
+  // set to 1 at each start; null for none. `failure` is told of want of memory. `option` and
+  // `failure` outlive this object. 0, or -1 with the reason logged.
   int Open(const AVStream* stream, const char* option, FirstFailure* failure);
 
-  // Begins again with a new decoder, for the same stream, be it of another input of the same file.
+  // Begins again with a new decoder. `stream` is the same stream, maybe of another input of the
+  // same file.
   // 0, or -1 with the reason logged.
   int Start(const AVStream* stream);
 

@@ -40,7 +40,7 @@ int SoundInput::Open(const std::string& path, int streamIndex) {
   return OpenInput() == 0 && KeepFirst() == 0 ? 0 : -1;
 }
 
-// The same file has been opened by others just before, so that it is not to blame.
+// The same file has been opened just before. So if it cannot be opened now, the host is to blame.
 int SoundInput::OpenInput() {
   if (mInput != nullptr && mFailure.Error() == 0) mFailure.Note(mInput->Failure().Error());
   mInput = std::make_unique<InputFile>();
@@ -95,10 +95,10 @@ bool SoundInput::Read(AVPacket* packet) {
   return false;
 }
 
-// Where the file has an index, the stream whose entry is nearest to the time leads there: Matroska
-// has one for the video only, and for sound what has been read so far, which would lead to the
-// place that was read before all between them. Without an index the demuxer looks for stamps of the
-// stream itself, which those of a stream that is switched off cannot serve for.
+// If the file has an index, the stream whose entry is nearest to the time leads there. Matroska
+// indexes the video only. Its index of the sound holds just what has been read so far, and may lead
+// to a place far before the time. Without an index the demuxer looks for stamps of the stream that
+// it is given. A stream that is switched off has none.
 bool SoundInput::MoveBefore(double seconds) {
   constexpr double kAsNear = 0.5;
   const double bySound = Indexed(mIndex, seconds);

@@ -12,8 +12,8 @@
 
 namespace codec {
 
-// Finds its way about the stream: to a place before a time, and back to the very start, with
-// exactly the packets that the freshly opened file gives.
+// Moves within the stream: to a place before a time, and back to the very start. At the start the
+// packets are exactly those that the freshly opened file gives.
 class SoundInput {
  public:
   // Opens the local file with nothing but this stream switched on; the first packet is the next
@@ -24,16 +24,17 @@ class SoundInput {
   // too: the packet is blank then.
   bool Read(AVPacket* packet);
 
-  // Moves to a packet at or before this time in the file's stamps, in seconds, if the file has a
-  // way there; the landing may be far before, or late. False if it has not.
+  // Moves to a packet at or before this time in the file's stamps, in seconds. The landing may be
+  // far before the time, or late. False if the file has no way there.
   bool MoveBefore(double seconds);
   // Moves to the stream's first packet. 0, or -1, logged, when the file cannot be opened again.
   int MoveToStart();
-  // Lets the file read its index, if it has one that it has not read for lack of a seek. Moves.
+  // Lets the file read its index. Some files read it at the first seek only. Moves.
   void LearnIndex();
 
   bool IsFirst(const AVPacket* packet) const;
-  // Time of the first packet in the file's stamps; infinite if it has none, or there is no packet.
+  // Time of the first packet in the file's stamps, in seconds; infinite if the packet has no stamp,
+  // or there is no packet.
   double FirstSeconds() const { return mFirstSeconds; }
   bool HasPackets() const { return mFirst != nullptr; }
 

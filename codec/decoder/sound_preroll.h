@@ -5,13 +5,13 @@
 
 namespace codec {
 
-// The frames of most sound codecs overlap or refer back, so that the first ones after a jump differ
+// The frames of most sound codecs overlap or refer back. So the first frames after a jump differ
 // from those of a decoder that came from the start of the file. A fresh decoder is fed the packets
-// of the pre-roll, and what they give is dropped, packet by packet: from the target on its samples
-// are those of the linear decode, or differ from them by less than -60 dBFS.
+// of the pre-roll first. What these packets give is dropped, packet by packet. From the target on
+// the samples are those of the linear decode, or differ from them by less than -60 dBFS.
 //
 // The values were measured, with a margin. Codecs that are not in the table get the usual pre-roll.
-// A decoder that is flushed instead of opened anew keeps more than this undoes.
+// For a decoder that is flushed instead of opened anew, no pre-roll is enough.
 class SoundPreroll {
  public:
   // By codec, profile and bit rate of the stream.

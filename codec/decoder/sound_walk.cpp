@@ -151,7 +151,7 @@ double SoundWalk::Lasts(const AVPacket* packet) {
 }
 
 void SoundWalk::Decode(const SoundSpan& range, SoundCut* cut) {
-  // Stamps may go back, such as where a recording was put together.
+  // Stamps may go back, as in a recording that was put together.
   constexpr double kBeyond = 0.5;
   constexpr int kPacketsBeyond = 2;
   if (mHoldsFirst) cut->BeginStream();

@@ -17,16 +17,16 @@
 
 namespace codec {
 
-// Gives the samples that one decode from the start of the file to its end gives, whichever stretch
-// is read. Reads its own input, so that neither the order of pictures and sound in the file nor
-// where the pictures are read matters. For one thread at a time.
+// Each stretch has the samples that one decode from the start of the file to its end gives. The
+// input is read for the sound alone. So the order of pictures and sound in the file does not
+// matter, and neither does the place at which pictures are read. For one thread at a time.
 //
 // A decoder that starts in mid-file gives other samples at first. A reading therefore
 //   1. moves to a packet some way before the stretch,
 //   2. holds packets back until one lies beyond the start of the stretch,
-//   3. goes further back if those before are too few for the decoder to get going,
-//   4. starts a new decoder, decodes the older packets for nothing, and keeps what comes of the
-//      others until the stretch is over.
+//   3. goes further back if these packets are too few for the decoder to get going,
+//   4. starts a new decoder, decodes the older packets for nothing, and keeps what the newer ones
+//      give, until the stretch is over.
 class SoundWalk : public SoundReader {
  public:
   // Opens the stream of this number in the local file. 0, or -1, with the reason logged, when the
