@@ -130,11 +130,8 @@ TEST(Reverse, KeepsItsResultWhenStartedOnceItIsOver) {
   WriterRecord record;
   RecordedJob job(ClipKind::kH264NoAudio, 0, 0, &record);
   ASSERT_EQ(job.Init(), 0);
-  const LogCapture log;
   ASSERT_EQ(job.Start(), 0);
-  // Not before the last of the work, for which the progress does not wait.
-  while (log.CountContaining(kLogVerbose, "codec::FFmpegDecoderImpl2", "frames decoded:") == 0) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  while (!job.WaitForEnd(1000)) {
   }
   EXPECT_EQ(job.Start(), 0);
   EXPECT_EQ(job.Result(), 0);
