@@ -64,6 +64,11 @@ const std::array kRows = {
                  (f.line.memory == f.memoryGranted ? "--memory" : "the container's limit") +
                  ", or make its pictures smaller first";
         }},
+    Row{[](const Failure& f) { return !f.obstacle.empty(); },
+        [](const Failure& f) {
+          return f.line.input + " cannot be reversed: " + f.obstacle +
+                 (f.line.isPlain ? ", or try without --plain" : "");
+        }},
     Row{[](const Failure& f) { return f.info.has_video == 0 && f.info.has_audio == 0; },
         [](const Failure& f) {
           return f.line.input +

@@ -19,6 +19,7 @@ struct Failure {
   int writeError = 0;                 // the error number that left the output incomplete
   int64_t memoryNeeded = 0;           // bytes that the run lacks the room for; 0 where it has room
   int64_t memoryGranted = 0;          // bytes that it may have
+  std::string obstacle;               // what the decoder says against the input
   const char* notTaken = nullptr;     // the first codec that the output's container does not hold
 };
 

@@ -22,6 +22,7 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
     Failure failure = Examine(commandLine, job->InputInfo(), 0);
     failure.memoryNeeded = job->MemoryNeeded();
     failure.memoryGranted = job->MemoryGranted();
+    failure.obstacle = job->Obstacle();
     return failure;
   }
   if (onRange) onRange(job->RangeSeconds());

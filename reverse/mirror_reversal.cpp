@@ -33,6 +33,7 @@ DecoderAdditions MirrorReversal::Additions() const {
   additions.cutsToEvenSize = true;
   additions.tellsLowRates = true;
   additions.scansLength = true;
+  additions.restarts = Restarts::kJoined;
   return additions;
 }
 
@@ -43,7 +44,7 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
   mPath = path;
   mSoundStream = decoder->SoundStream();
   decoder->LeaveSoundOut();
-  if (withSound && mSoundStream >= 0 && OpenSound(path, mSoundStream) != 0) return -1;
+  if (withSound && mSoundStream >= 0 && OpenSound(*decoder, path, mSoundStream) != 0) return -1;
   info->has_audio = mSound != nullptr ? 1 : 0;
   double zero = decoder->FirstPictureTime();
   if (mSound != nullptr && mSound->FirstTime().has_value() &&
@@ -59,9 +60,10 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
 }
 
 // Sound that cannot be decoded is left out. What the host refuses fails the job.
-int MirrorReversal::OpenSound(const std::string& path, int stream) {
+int MirrorReversal::OpenSound(const FFmpegDecoderImpl2& decoder, const std::string& path,
+                              int stream) {
   mSound = std::make_unique<SoundWalk>();
-  if (mSound->Open(path, stream) == 0) return 0;
+  if (mSound->Open(path, stream, decoder.Joined()) == 0) return 0;
   if (mSound->Failure() != 0) return -1;
   log_warn(kTag, "the sound of %s cannot be read, and is left out", path.c_str());
   mSound.reset();

@@ -33,7 +33,7 @@ class MirrorReversal : public Reversal {
   int HostError() const override;
 
  private:
-  int OpenSound(const std::string& path, int stream);
+  int OpenSound(const FFmpegDecoderImpl2& decoder, const std::string& path, int stream);
   bool MayBeQuiet(double start, double end);
 
   std::string mPath;

@@ -26,8 +26,9 @@ class Reversal {
   Reversal(const Reversal&) = delete;
   Reversal& operator=(const Reversal&) = delete;
 
-  // How the decoder is to be opened.
-  virtual DecoderAdditions Additions() const { return {}; }
+  // How the decoder is to be opened. An input whose clock restarts would lose most of its pictures
+  // without a word, so it is refused.
+  virtual DecoderAdditions Additions() const;
   // The decoder has been opened for this local file; `info` is what the decoder told of the file,
   // and may be corrected here. `withSound`: whether sound is wanted, if there is any.
   virtual int Prepare(FFmpegDecoderImpl2* /*decoder*/, const std::string& /*path*/,

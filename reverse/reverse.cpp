@@ -87,6 +87,7 @@ int Reverse::CreateDecoder() {
   options.additions = mReversal->Additions();
   auto decoder = std::make_unique<FFmpegDecoderImpl2>(mInputPath.c_str(), options);
   if (decoder->Init() != 0) {
+    mObstacle = decoder->Obstacle();
     log_error(kTag, "decoder init failed");
     return -1;
   }

@@ -30,6 +30,13 @@ struct DecoderShare {
   int64_t replayBudget = DefaultReplayBudget();
 };
 
+// What becomes of an input whose clock restarts, because recordings were joined end to end.
+enum class Restarts {
+  kUnseen,   // nobody looks for restarts
+  kRefused,  // the input is not opened
+  kJoined,   // the parts are laid on one time line; not opened where that cannot be done
+};
+
 // What a decoder does beyond reading and seeking. Each member is off unless switched on.
 struct DecoderAdditions {
   // ReceiveFrame first delivers the picture that a seek of mode 3 has met.
@@ -40,6 +47,8 @@ struct DecoderAdditions {
   bool tellsLowRates = false;
   // If an input does not tell its length, all of its packets are read to find it.
   bool scansLength = false;
+  // Anything but kUnseen reads all packets of an input whose format allows restarts.
+  Restarts restarts = Restarts::kUnseen;
 };
 
 // The share changes nothing in what comes out of a decoder.

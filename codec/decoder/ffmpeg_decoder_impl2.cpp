@@ -99,7 +99,9 @@ int FFmpegDecoderImpl2::InitParts() {
   MediaInfo info;
   info.channels = AudioConverter::kTargetChannels;
   SessionOpener opener(session.get(), &info, mOptions);
-  if (opener.Open(mPath) != 0) return -1;
+  const int result = opener.Open(mPath);
+  mObstacle = opener.Obstacle();
+  if (result != 0) return -1;
   mInfo = info;
   mFrameBufferSize = session->pictures.Size();
   mAudioBufferSize = session->sound.MaxBlockBytes();
@@ -208,6 +210,10 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
   if (!mParts->scannedEnd.has_value()) return;
   session.duration = std::max(0.0, *mParts->scannedEnd - seconds);
   mInfo.duration = static_cast<float>(session.duration);
+}
+
+std::shared_ptr<const JoinedParts> FFmpegDecoderImpl2::Joined() const {
+  return mParts == nullptr ? nullptr : mParts->session.input.Joined();
 }
 
 double FFmpegDecoderImpl2::Duration() const {

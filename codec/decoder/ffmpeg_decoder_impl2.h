@@ -12,6 +12,8 @@
 
 namespace codec {
 
+class JoinedParts;
+
 // How much work was done since the input was opened.
 struct DecoderCounters {
   int64_t packetsRead = 0;          // of all streams
@@ -65,6 +67,11 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   // The time in the file's stamps, in seconds, that counts as 0 for pictures and sound.
   void SetZero(double seconds);
 
+  // The parts of the input if its clock restarts; null otherwise.
+  std::shared_ptr<const JoinedParts> Joined() const;
+  // What a person can do about an input that the last Init has refused; empty if nothing is known.
+  const std::string& Obstacle() const { return mObstacle; }
+
   // Length of the input in seconds; more digits than MediaInfo has.
   double Duration() const;
 
@@ -90,6 +97,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   std::mutex mMutex;
   FirstFailure mThrown;
   MediaInfo mInfo;
+  std::string mObstacle;
   int mFrameBufferSize = 0;
   int mAudioBufferSize = 0;
 };

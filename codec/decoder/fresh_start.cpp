@@ -143,7 +143,42 @@ bool BeginsAfresh(const AVPacket& packet, const NalCodec& codec, size_t lengthSi
   return false;
 }
 
+// Whether MPEG-1 or MPEG-2 says before its first picture that the group is closed.
+bool IsClosedGroup(const AVPacket& packet) {
+  constexpr int kGroup = 0xb8;
+  constexpr int kPicture = 0;
+  constexpr size_t kFlags = 4;  // the byte whose seventh bit tells
+  constexpr unsigned kClosed = 0x40;
+  for (Units units(packet, 0); units.HasMore(); units.Next()) {
+    const int code = units.Data()[0];
+    if (code == kPicture) return false;
+    if (code == kGroup) return units.Size() > kFlags && (units.Data()[kFlags] & kClosed) != 0;
+  }
+  return false;
+}
+
+// Whether the first picture is HEVC's key picture of an open group, or one after a break.
+bool IsOpenHevc(const AVPacket& packet) {
+  constexpr NalCodec kHevc = kNalCodecs[1];
+  constexpr int kFirstBroken = 16;
+  constexpr int kLastBroken = 18;
+  constexpr int kOpen = 21;
+  for (Units units(packet, 0); units.HasMore(); units.Next()) {
+    const int type = (units.Data()[0] >> kHevc.shift) & kHevc.mask;
+    if (type > kHevc.lastPictureType) continue;
+    return type == kOpen || (kFirstBroken <= type && type <= kLastBroken);
+  }
+  return false;
+}
+
 }  // namespace
+
+bool LosesLeading(AVCodecID codec, const AVPacket& packet) {
+  if (packet.data == nullptr || (packet.flags & AV_PKT_FLAG_KEY) == 0) return false;
+  if (codec == AV_CODEC_ID_HEVC) return IsOpenHevc(packet);
+  const bool isMpeg = codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO;
+  return isMpeg && !IsClosedGroup(packet);
+}
 
 bool StartsAfresh(const AVCodecParameters& stream, const AVPacket& packet) {
   if (packet.data == nullptr || (packet.flags & AV_PKT_FLAG_KEY) == 0) return false;

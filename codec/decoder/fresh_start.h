@@ -12,4 +12,9 @@ namespace codec {
 // references, unless it is marked as an exact point of recovery.
 bool StartsAfresh(const AVCodecParameters& stream, const AVPacket& packet);
 
+// Whether pictures that are coded after this key packet but shown before it are lost if decoding
+// begins at it: an open group, whose first pictures refer to the group before. False where this is
+// not certain.
+bool LosesLeading(AVCodecID codec, const AVPacket& packet);
+
 }  // namespace codec

@@ -45,8 +45,9 @@ bool InputFile::Read(AVPacket* packet) {
     ++mPacketsRead;
     return true;
   }
-  const int result = Failure().Note(av_read_frame(mContext.get(), packet));
+  const int result = Failure().Note(ReadFrame(packet));
   if (result < 0) {
+    mEndError = result == AVERROR_EOF ? 0 : result;
     if (result != AVERROR_EOF) {
       log_warn(kDecoderTag, "%s cannot be read further: %s", mPath.c_str(),
                ffmpeg::ErrorText(result).c_str());
@@ -59,6 +60,19 @@ bool InputFile::Read(AVPacket* packet) {
   return true;
 }
 
+int InputFile::ReadFrame(AVPacket* packet) {
+  for (;;) {
+    const int result = av_read_frame(mContext.get(), packet);
+    if (result < 0 || mReading == nullptr || mReading->Take(Context(), packet)) return result;
+    av_packet_unref(packet);
+  }
+}
+
+void InputFile::Join(const std::shared_ptr<const JoinedParts>& parts) {
+  mParts = parts;
+  mReading = parts == nullptr ? nullptr : std::make_unique<PartReading>(parts);
+}
+
 void InputFile::PutBack(std::vector<ffmpeg::UniquePacket> packets) {
   mPacketsRead -= static_cast<int64_t>(packets.size());
   mPutBack.insert(mPutBack.begin(), std::make_move_iterator(packets.begin()),
@@ -68,6 +82,7 @@ void InputFile::PutBack(std::vector<ffmpeg::UniquePacket> packets) {
 int InputFile::SeekBackward(int stream, int64_t position) {
   ++mSeeks;
   mPutBack.clear();
+  if (mReading != nullptr) return mReading->SeekBackward(Context(), stream, position);
   return av_seek_frame(mContext.get(), stream, position, AVSEEK_FLAG_BACKWARD);
 }
 
@@ -87,6 +102,7 @@ int InputFile::AnyPacket(int64_t position) const {
 int InputFile::SeekToStart(int64_t earliest) {
   ++mSeeks;
   mPutBack.clear();
+  if (mReading != nullptr) return mReading->SeekToStart(Context());
   // Stamps may begin below 0: then 0 is somewhere in the middle. The first packet is decoded before
   // its picture is shown, and demuxers may look for it by the time of decoding.
   constexpr int64_t kEarlier = int64_t{60} * AV_TIME_BASE;

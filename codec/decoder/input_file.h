@@ -3,11 +3,13 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "codec/decoder/first_failure.h"
 #include "codec/decoder/packet_source.h"
+#include "codec/decoder/part_reading.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
@@ -33,12 +35,22 @@ class InputFile : public PacketSource {
   // units, or to the first byte if there are no stamps. FFmpeg's result.
   int SeekToStart(int64_t earliest);
 
+  // From now on the stamps of packets are those on the line of these parts, and so are the times of
+  // seeks. To be called before anything is read.
+  void Join(const std::shared_ptr<const JoinedParts>& parts);
+  // Null unless joined.
+  const std::shared_ptr<const JoinedParts>& Joined() const { return mParts; }
+
   // From now on no packet of this stream is read.
   void LeaveOut(int stream) { mContext->streams[stream]->discard = AVDISCARD_ALL; }
 
   // Owned here; valid while this object lives.
   AVFormatContext* Context() const { return mContext.get(); }
   const std::string& Path() const { return mPath; }
+
+  // FFmpeg's number of what the last reading has ended with: 0 before it has, and at the end of the
+  // file.
+  int EndError() const { return mEndError; }
 
   // Failures of the host in anything that is read from this input.
   FirstFailure& Failure() const { return mFailure; }
@@ -47,6 +59,7 @@ class InputFile : public PacketSource {
   int64_t Seeks() const { return mSeeks; }
 
  private:
+  int ReadFrame(AVPacket* packet);
   int AnyPacket(int64_t position) const;
   // Logs that the file cannot be opened and why. -1.
   int CannotOpen(const std::string& reason) const;
@@ -54,7 +67,10 @@ class InputFile : public PacketSource {
   std::string mPath;
   mutable FirstFailure mFailure;
   ffmpeg::UniqueInput mContext;
+  std::shared_ptr<const JoinedParts> mParts;
+  std::unique_ptr<PartReading> mReading;  // null unless joined
   std::deque<ffmpeg::UniquePacket> mPutBack;
+  int mEndError = 0;
   int64_t mPacketsRead = 0;
   int64_t mSeeks = 0;
   bool mWarnedOfStart = false;

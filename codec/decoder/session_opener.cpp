@@ -1,6 +1,8 @@
 #include "codec/decoder/session_opener.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <limits>
 #include <optional>
 
@@ -8,6 +10,7 @@
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/key_frame_scan.h"
 #include "codec/decoder/length_scan.h"
+#include "codec/decoder/part_scan.h"
 #include "codec/decoder/stream_facts.h"
 #include "codec/ffmpeg/compat.h"
 
@@ -29,6 +32,17 @@ PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream) {
   return facts;
 }
 
+// Where the obstacle lies, and what would work.
+std::string Words(const PartObstacle& obstacle) {
+  std::array<char, 64> place{};
+  std::snprintf(place.data(), place.size(), " at %.3f s (byte %lld)", obstacle.seconds,
+                static_cast<long long>(obstacle.position));
+  const char* const remedy =
+      obstacle.isRestart ? "; put it on one time line first, as by ffmpeg -i IN -c copy OUT.mkv"
+                         : "; join its parts anew, as by ffmpeg's concat demuxer";
+  return obstacle.what + place.data() + remedy;
+}
+
 }  // namespace
 
 int SessionOpener::Open(const std::string& path) {
@@ -41,6 +55,7 @@ int SessionOpener::Open(const std::string& path) {
   // Sound alone has a length too: a caller that asks for the video of such a file is then told of
   // the missing video rather than of a range that does not fit.
   if (session.video == nullptr) SetDuration(session.audio.get());
+  if (LookForRestarts(path) != 0) return -1;
   session.times.Open(session.video.get(), session.audio.get(), mFrameRate);
   if (session.video != nullptr) {
     const AVRational timeBase = session.video->Stream()->time_base;
@@ -149,6 +164,38 @@ void SessionOpener::SetDuration(const StreamDecoder* decoder) {
   session.duration = decoder == nullptr ? DurationSeconds(whole, AV_NOPTS_VALUE, {0, 1})
                                         : DurationSeconds(whole, decoder->Stream()->duration,
                                                           decoder->Stream()->time_base);
+  mInfo->duration = static_cast<float>(session.duration);
+}
+
+// Without video nothing is reversed.
+int SessionOpener::LookForRestarts(const std::string& path) {
+  DecodeSession& session = *mSession;
+  const Restarts wanted = mOptions.additions.restarts;
+  if (wanted == Restarts::kUnseen || session.video == nullptr) return 0;
+  if (!PartScan::IsNeeded(session.input.Context())) return 0;
+  PartScan scan(session.VideoIndex(), session.audio == nullptr ? -1 : session.audio->Index());
+  const int result = scan.Run(path, wanted == Restarts::kRefused);
+  if (scan.Failure() != 0) session.input.Failure().Keep(scan.Failure());
+  if (result != 0) return -1;
+  if (scan.Obstacle().has_value()) {
+    mObstacle = Words(*scan.Obstacle());
+    log_error(kDecoderTag, "%s: %s", path.c_str(), mObstacle.c_str());
+    return -1;
+  }
+  if (!scan.End().has_value()) return 0;
+  // The file tells its length from its first packet on, which may be one that cannot be decoded.
+  mScannedEnd = static_cast<double>(*scan.End()) / AV_TIME_BASE;
+  if (const std::shared_ptr<const JoinedParts> parts = scan.Parts()) Join(parts);
+  return 0;
+}
+
+void SessionOpener::Join(const std::shared_ptr<const JoinedParts>& parts) {
+  DecodeSession& session = *mSession;
+  session.input.Join(parts);
+  log_info(kDecoderTag, "%s: the clock restarts %zu times; the parts are laid end to end",
+           session.input.Path().c_str(), parts->Count() - 1);
+  const double begin = static_cast<double>(parts->Parts().front().begin) / AV_TIME_BASE;
+  session.duration = std::max(0.0, *mScannedEnd - begin);
   mInfo->duration = static_cast<float>(session.duration);
 }
 

@@ -1,6 +1,7 @@
 // Opens an input and probes what a plan for reading it backwards needs to know.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -14,9 +15,10 @@ namespace codec {
 //   1. open the file, ask what its pictures may take, find its streams, ask again
 //   2. open the video decoder, derive the picture facts
 //   3. open the audio decoder and the converter
-//   4. scan for the key-frame interval, back to the start
-//   5. only if the scan met no video: check for variable frame rate, back to the start
-//   6. only if the file does not tell its length, and this is switched on: scan for the length,
+//   4. look for restarts of the clock, if this is switched on
+//   5. scan for the key-frame interval, back to the start
+//   6. only if the scan met no video: check for variable frame rate, back to the start
+//   7. only if the file does not tell its length, and this is switched on: scan for the length,
 //      back to the start
 class SessionOpener {
  public:
@@ -27,10 +29,12 @@ class SessionOpener {
         mShare(options),
         mPacket(av_packet_alloc()) {}
 
-  // 0, or -1, logged, if the file does not open, its video has no pixel format, or its pictures get
-  // no share of memory. Then the session is of no use.
+  // 0, or -1, logged, if the file does not open, its video has no pixel format, its pictures get
+  // no share of memory, or its clock restarts and that is refused. Then the session is of no use.
   int Open(const std::string& path);
 
+  // What a person can do about an input that was refused; empty if nothing is known.
+  const std::string& Obstacle() const { return mObstacle; }
   // What the options grant this input.
   const DecoderShare& Share() const { return mShare; }
   // Seconds of the file's stamps at which the last packet ends, if the length was scanned for.
@@ -44,6 +48,8 @@ class SessionOpener {
   void DescribeProfile();
   void OpenAudio();
   void SetDuration(const StreamDecoder* decoder);
+  int LookForRestarts(const std::string& path);
+  void Join(const std::shared_ptr<const JoinedParts>& parts);
   void ScanKeyFrames();
   void CheckVariableRate();
   void ScanLength();
@@ -52,6 +58,7 @@ class SessionOpener {
   MediaInfo* mInfo;
   const DecoderOptions& mOptions;
   DecoderShare mShare;
+  std::string mObstacle;
   const ffmpeg::UniquePacket mPacket;
   double mFrameRate = 0;  // frames per second; 0 if unknown
   int64_t mFirstAudioTicks = AV_NOPTS_VALUE;

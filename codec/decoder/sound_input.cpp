@@ -34,7 +34,9 @@ bool SameBytes(const uint8_t* a, size_t sizeOfA, const uint8_t* b, size_t sizeOf
 
 }  // namespace
 
-int SoundInput::Open(const std::string& path, int streamIndex) {
+int SoundInput::Open(const std::string& path, int streamIndex,
+                     const std::shared_ptr<const JoinedParts>& parts) {
+  mParts = parts;
   mPath = path;
   mIndex = streamIndex;
   return OpenInput() == 0 && KeepFirst() == 0 ? 0 : -1;
@@ -49,6 +51,7 @@ int SoundInput::OpenInput() {
     mFailure.Keep(AVERROR(EIO));
     return -1;
   }
+  mInput->Join(mParts);
   AVFormatContext* const file = mInput->Context();
   if (mIndex < 0 || static_cast<unsigned>(mIndex) >= file->nb_streams) {
     log_error(kDecoderTag, "Could not find audio stream in input file '%s'", mPath.c_str());

@@ -30,8 +30,10 @@ namespace codec {
 class SoundWalk : public SoundReader {
  public:
   // Opens the stream of this number in the local file. 0, or -1, with the reason logged, when the
-  // file cannot be read, or the stream's sound cannot be decoded or converted.
-  int Open(const std::string& path, int streamIndex);
+  // file cannot be read, or the stream's sound cannot be decoded or converted. `parts` as for
+  // SoundInput.
+  int Open(const std::string& path, int streamIndex,
+           const std::shared_ptr<const JoinedParts>& parts = nullptr);
 
   // Time of the first sample in the file's stamps, in seconds. Nothing when there is no sound in
   // the whole stream.

@@ -37,6 +37,16 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
       {[](Failure* f) { f->readError = ENOTDIR; },
        "in.mp4 cannot be opened (Not a directory); check the name after -i"},
       {[](Failure* f) {
+         f->info = {};
+         f->obstacle = "its clock restarts at 3.000 s; put it on one time line first";
+       },
+       "in.mp4 cannot be reversed: its clock restarts at 3.000 s; put it on one time line first"},
+      {[](Failure* f) {
+         f->obstacle = "its clock restarts";
+         f->line.isPlain = true;
+       },
+       "in.mp4 cannot be reversed: its clock restarts, or try without --plain"},
+      {[](Failure* f) {
          f->memoryNeeded = (int64_t{180} << 20) - 5;
          f->memoryGranted = int64_t{96} << 20;
          f->info = {};

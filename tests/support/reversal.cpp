@@ -82,9 +82,14 @@ double SoundMatch::Lowest() const {
 
 SoundMatch CompareSound(const std::string& sourcePath, const std::string& outputPath, double end) {
   const double rate = std::stod(StreamFields(sourcePath, "a").at("sample_rate"));
-  std::vector<float> source = Coarse(DecodeStereo(sourcePath));
+  return CompareSound(DecodeStereo(sourcePath), rate, outputPath, end);
+}
+
+SoundMatch CompareSound(const std::vector<float>& stereo, double sampleRate,
+                        const std::string& outputPath, double end) {
+  std::vector<float> source = Coarse(stereo);
   const std::vector<float> output = Coarse(DecodeStereo(outputPath));
-  const double coarseRate = rate / static_cast<double>(kDecimation);
+  const double coarseRate = sampleRate / static_cast<double>(kDecimation);
 
   // From here on both run backwards; the output begins where the range ends in the source.
   std::reverse(source.begin(), source.end());

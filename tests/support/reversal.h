@@ -37,6 +37,9 @@ struct SoundMatch {
 // Compares windows of 0.4 s of the output with the source, reversed from `end` (seconds). Lags up
 // to two audio frames are looked at.
 SoundMatch CompareSound(const std::string& sourcePath, const std::string& outputPath, double end);
+// The same for a source of stereo samples, interleaved.
+SoundMatch CompareSound(const std::vector<float>& stereo, double sampleRate,
+                        const std::string& outputPath, double end);
 
 // The values of the "progress:" lines in a program's standard error.
 std::vector<double> ProgressValues(const std::string& log);

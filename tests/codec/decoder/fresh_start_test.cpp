@@ -120,5 +120,38 @@ TEST(FreshStart, IsSaidOnlyOfPacketsThatEndAllReferences) {
   }
 }
 
+bool Loses(AVCodecID codec, std::vector<uint8_t> bytes, int flags = AV_PKT_FLAG_KEY) {
+  AVPacket packet{};
+  packet.data = bytes.data();
+  packet.size = static_cast<int>(bytes.size());
+  packet.flags = flags;
+  return LosesLeading(codec, packet);
+}
+
+TEST(LeadingPictures, AreLostWhereTheGroupIsOpen) {
+  const std::vector<uint8_t> open = {0, 0,    1, 0xb3, 1, 2, 0, 0, 1, 0xb8, 0, 8,
+                                     0, 0x00, 0, 0,    1, 0, 0, 8, 0, 0,    0, 0};
+  std::vector<uint8_t> closed = open;
+  closed[13] = 0x40;
+  EXPECT_TRUE(Loses(AV_CODEC_ID_MPEG2VIDEO, open));
+  EXPECT_TRUE(Loses(AV_CODEC_ID_MPEG1VIDEO, open));
+  EXPECT_FALSE(Loses(AV_CODEC_ID_MPEG2VIDEO, closed));
+  EXPECT_FALSE(Loses(AV_CODEC_ID_MPEG2VIDEO, open, 0));
+  EXPECT_FALSE(Loses(AV_CODEC_ID_H264, open));
+  // Without the header of a group nothing says that it is closed.
+  EXPECT_TRUE(Loses(AV_CODEC_ID_MPEG2VIDEO, {0, 0, 1, 0, 0, 8, 0, 0, 0, 0}));
+}
+
+TEST(LeadingPictures, AreLostAtTheOpenKeyPicturesOfHevc) {
+  const auto unit = [](int type) {
+    return std::vector<uint8_t>{0, 0, 1, 0x40, 1, 9, 0, 0, 1, static_cast<uint8_t>(type << 1),
+                                1, 9};
+  };
+  EXPECT_TRUE(Loses(AV_CODEC_ID_HEVC, unit(21)));
+  EXPECT_TRUE(Loses(AV_CODEC_ID_HEVC, unit(16)));
+  EXPECT_FALSE(Loses(AV_CODEC_ID_HEVC, unit(19)));
+  EXPECT_FALSE(Loses(AV_CODEC_ID_HEVC, unit(20)));
+}
+
 }  // namespace
 }  // namespace codec
