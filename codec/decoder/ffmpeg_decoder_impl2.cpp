@@ -1,6 +1,7 @@
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <utility>
 
@@ -208,7 +209,12 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
   session.times.SetFirstAudio(seconds);
   mParts->seeker.LeaveTimesAsTheyAre();
   if (!mParts->scannedEnd.has_value()) return;
-  session.duration = std::max(0.0, *mParts->scannedEnd - seconds);
+  const double length = std::max(0.0, *mParts->scannedEnd - seconds);
+  // The container's own length counts, unless it begins at packets that cannot be decoded.
+  constexpr double kAsLong = 0.1;
+  const bool isTold = session.input.Context()->duration > 0 && session.input.Joined() == nullptr;
+  if (isTold && std::abs(length - session.duration) < kAsLong) return;
+  session.duration = length;
   mInfo.duration = static_cast<float>(session.duration);
 }
 
