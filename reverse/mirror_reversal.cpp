@@ -43,8 +43,9 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
   if (info->has_video == 0) return 0;
   mPath = path;
   mSoundStream = decoder->SoundStream();
+  mJoined = decoder->Joined();
   decoder->LeaveSoundOut();
-  if (withSound && mSoundStream >= 0 && OpenSound(*decoder, path, mSoundStream) != 0) return -1;
+  if (withSound && mSoundStream >= 0 && OpenSound(path, mSoundStream) != 0) return -1;
   info->has_audio = mSound != nullptr ? 1 : 0;
   double zero = decoder->FirstPictureTime();
   if (mSound != nullptr && mSound->FirstTime().has_value() &&
@@ -60,10 +61,9 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
 }
 
 // Sound that cannot be decoded is left out. What the host refuses fails the job.
-int MirrorReversal::OpenSound(const FFmpegDecoderImpl2& decoder, const std::string& path,
-                              int stream) {
+int MirrorReversal::OpenSound(const std::string& path, int stream) {
   mSound = std::make_unique<SoundWalk>();
-  if (mSound->Open(path, stream, decoder.Joined()) == 0) return 0;
+  if (mSound->Open(path, stream, mJoined) == 0) return 0;
   if (mSound->Failure() != 0) return -1;
   log_warn(kTag, "the sound of %s cannot be read, and is left out", path.c_str());
   mSound.reset();
@@ -74,7 +74,7 @@ int MirrorReversal::OpenSound(const FFmpegDecoderImpl2& decoder, const std::stri
 void MirrorReversal::Limit(double start, double end, MediaInfo* info) {
   if (mSound == nullptr || !MayBeQuiet(start, end)) return;
   QuietScan scan;
-  if (scan.Read(mPath, mSoundStream) != 0) return;
+  if (scan.Read(mPath, mSoundStream, mJoined) != 0) return;
   const double quiet = scan.Seconds(mZero + start, mZero + end, kQuietStretch);
   if (quiet <= kMostQuiet) return;
   constexpr double kMinute = 60;

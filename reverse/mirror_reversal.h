@@ -33,14 +33,15 @@ class MirrorReversal : public Reversal {
   int HostError() const override;
 
  private:
-  int OpenSound(const FFmpegDecoderImpl2& decoder, const std::string& path, int stream);
+  int OpenSound(const std::string& path, int stream);
   bool MayBeQuiet(double start, double end);
 
   std::string mPath;
-  int mSoundStream = -1;              // FFmpeg's number; -1 without sound
-  double mZero = 0;                   // of the mirror, in the file's stamps, in seconds
-  std::unique_ptr<SoundWalk> mSound;  // null without sound
-  double mDuration = 0;               // seconds
+  std::shared_ptr<const JoinedParts> mJoined;  // null unless the clock restarts
+  int mSoundStream = -1;                       // FFmpeg's number; -1 without sound
+  double mZero = 0;                            // of the mirror, in the file's stamps, in seconds
+  std::unique_ptr<SoundWalk> mSound;           // null without sound
+  double mDuration = 0;                        // seconds
 };
 
 }  // namespace codec

@@ -21,7 +21,8 @@ int64_t MinuteOf(int64_t ticks, AVRational base) {
 
 }  // namespace
 
-int QuietScan::Read(const std::string& path, int soundStream) {
+int QuietScan::Read(const std::string& path, int soundStream,
+                    const std::shared_ptr<const JoinedParts>& parts) {
   InputFile file;
   const ffmpeg::UniquePacket packet(av_packet_alloc());
   if (packet == nullptr) {
@@ -29,6 +30,7 @@ int QuietScan::Read(const std::string& path, int soundStream) {
     return -1;
   }
   if (file.Open(path) != 0) return -1;
+  if (parts != nullptr) file.Join(parts);
   const int video = av_find_best_stream(file.Context(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
   for (int i = 0; i < static_cast<int>(file.Context()->nb_streams); ++i) {
     if (i == video || i == soundStream) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -10,14 +11,17 @@
 
 namespace codec {
 
+class JoinedParts;
+
 // Looks at the packets of some streams, nothing decoded, and remembers the minutes that they begin
 // in. A clip whose stamps jump has hours without a packet. Takes memory for the minutes that have
 // packets, however far apart they are.
 class QuietScan {
  public:
   // Reads the best video stream and this sound stream of a local file. 0, or -1 with the reason
-  // logged.
-  int Read(const std::string& path, int soundStream);
+  // logged. `parts` as for InputFile::Join; null if the clock does not restart.
+  int Read(const std::string& path, int soundStream,
+           const std::shared_ptr<const JoinedParts>& parts = nullptr);
 
   // Packets of this stream count; it is used by Run alone.
   void Add(const AVStream* stream) { mStreams.push_back(stream); }

@@ -176,6 +176,15 @@ class CutAmidAGroup : public testing::TestWithParam<CutCase> {
   }
 };
 
+// The length that the container tells, unless it counts what cannot be decoded.
+double LengthOf(const std::string& path, double decoded) {
+  constexpr double kRounding = 0.1;
+  const double told = std::stod(
+      Run({"ffprobe", "-v", "error", "-show_entries", "format=duration", "-of", "csv=p=0", path})
+          .out);
+  return std::abs(told - decoded) < kRounding ? told : decoded;
+}
+
 // The pictures that cannot be decoded are a gap.
 TEST_P(CutAmidAGroup, IsMirroredInStep) {
   const std::string input = Cut("cut_alone");
@@ -184,8 +193,9 @@ TEST_P(CutAmidAGroup, IsMirroredInStep) {
   const std::string output = ScratchPath("cut_alone.mp4");
   const CommandResult result = RunProgram({"-i", input, "-o", output});
   ASSERT_EQ(result.status, 0) << result.err;
-  ExpectMirroredPictures(laid, 0, laid.end, output);
-  if (laid.sampleRate > 0) ExpectMirroredSound(laid, 0, laid.end, output);
+  const double end = LengthOf(input, laid.end);
+  ExpectMirroredPictures(laid, 0, end, output);
+  if (laid.sampleRate > 0) ExpectMirroredSound(laid, 0, end, output);
 }
 
 // They show no remains of the part before, either.
