@@ -114,6 +114,7 @@ void MirrorReversal::Describe(const MediaInfo& info, MediaFormat* format) const 
   const bool isConstant = info.has_constant_rate != 0;
   format->SetInt32("stamp-rate", StampRate(info.frame_rate, isConstant));
   format->SetInt32("has-constant-rate", isConstant ? 1 : 0);
+  format->SetInt32("true-level", 1);
   // Slides, less than one a second, are key pictures all.
   int gop = 0;
   format->GetInt32("gop", gop);

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "base/log.h"
+#include "codec/encoder/h264_level.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/utils/image_utils.h"
 #include "codec/utils/numbers.h"
@@ -18,6 +19,9 @@ constexpr char kConfigPath[] = ".//Varnix.cfg";
 constexpr std::array<std::string_view, 6> kHardwareCodecs = {
     "hevc_zqmediacodec", "h264_zqmediacodec", "h264_videotoolbox",
     "h264_qsv",          "h264_nvenc",        "h264_amf"};
+
+// The one whose presets and levels are known.
+constexpr std::string_view kSoftwareCodec = "libx264";
 
 struct ProfileLevel {
   std::string profile;
@@ -54,6 +58,14 @@ void SetRateControl(const EncoderSettings& settings, EncoderOptions* options) {
   (*options)["bufsize"] = std::to_string(settings.bufSize < 1 ? 5 * bitRate : settings.bufSize);
 }
 
+// Tells decoders what they need, once all that it hangs on is settled.
+void SetTrueLevel(const EncoderSettings& settings, EncoderOptions* options) {
+  const H264Load load =
+      H264LoadOf(settings, (*options)["preset"], std::stoll((*options)["maxrate"]),
+                 std::stoll((*options)["bufsize"]));
+  (*options)["level"] = std::to_string(H264Level(load));
+}
+
 void ApplyVideoOptions(const EncoderSettings& settings, const std::string& codecName,
                        EncoderOptions* options) {
   const ProfileLevel chosen = ChooseProfile(settings, codecName);
@@ -68,6 +80,7 @@ void ApplyVideoOptions(const EncoderSettings& settings, const std::string& codec
   }
   SetKeyFrameInterval(settings, options);
   SetRateControl(settings, options);
+  if (settings.hasTrueLevel && codecName == kSoftwareCodec) SetTrueLevel(settings, options);
   if (codecName == "gif") {
     for (const char* key : {"profile", "preset", "level"}) options->erase(key);
   }

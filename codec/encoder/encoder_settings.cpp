@@ -24,7 +24,7 @@ struct Row {
 };
 
 using S = EncoderSettings;
-constexpr std::array<Row, 36> kRows = {{
+constexpr std::array<Row, 37> kRows = {{
     {"file-format", &S::fileFormat},
     {"output-path", &S::outputPath},
     {"write-path", &S::writePath},
@@ -46,6 +46,7 @@ constexpr std::array<Row, 36> kRows = {{
     {"preset", &S::preset},
     {"profile", &S::profile},
     {"level", &S::level},
+    {"true-level", &S::hasTrueLevel},
     {"color-range", &S::colorRange},
     {"color-space", &S::colorSpace},
     {"color-primaries", &S::colorPrimaries},

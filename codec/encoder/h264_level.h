@@ -1,0 +1,32 @@
+// The level that an H.264 stream has to name, so that hardware decoders know what they need.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "codec/encoder/encoder_settings.h"
+
+namespace codec {
+
+// What a stream demands of its decoder.
+struct H264Load {
+  int width = 0;           // pixels, as the next one
+  int height = 0;          // of a whole picture
+  double frameRate = 0;    // pictures a second
+  int64_t maxRate = 0;     // bit/s
+  int64_t bufferSize = 0;  // bits
+  int references = 1;      // pictures that a picture may refer to
+};
+
+// The lowest level that allows this, as ten times its number; 62, the highest, where none does.
+int H264Level(const H264Load& load);
+
+// The pictures that the encoder refers to with a preset of this name or number; 16, the most that
+// there may be, with one that is not known.
+int H264References(const std::string& preset);
+
+// What the stream of these settings demands, if it is encoded with this preset and rate control.
+H264Load H264LoadOf(const EncoderSettings& settings, const std::string& preset, int64_t maxRate,
+                    int64_t bufferSize);
+
+}  // namespace codec
