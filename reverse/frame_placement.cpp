@@ -24,10 +24,10 @@ bool PlainPlacement::Write(FrameBuffer* frame) {
 }
 
 MirrorPlacement::MirrorPlacement(MediaWriter* writer, const ReverseRange& range,
-                                 SoundReader* reader, int rate)
+                                 SoundReader* reader, int rate, SoundResampler* resampler)
     : mWriter(writer), mRange(range), mSuccessor(range.end) {
   if (reader == nullptr) return;
-  mSound = std::make_unique<MirroredSound>(reader, writer, range.start, range.end, rate);
+  mSound = std::make_unique<MirroredSound>(reader, writer, range.start, range.end, rate, resampler);
 }
 
 // Sound goes first, so that the writer does not hold pictures back because it waits for sound. A

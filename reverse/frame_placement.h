@@ -49,9 +49,10 @@ class PlainPlacement : public FramePlacement {
 // ignored.
 class MirrorPlacement : public FramePlacement {
  public:
-  // Writer and reader belong to the caller. Without a reader, null, there is no sound. `rate` in
-  // samples a second.
-  MirrorPlacement(MediaWriter* writer, const ReverseRange& range, SoundReader* reader, int rate);
+  // Writer, reader and resampler belong to the caller. Without a reader, null, there is no sound;
+  // without a resampler it keeps its rate. `rate` in samples a second.
+  MirrorPlacement(MediaWriter* writer, const ReverseRange& range, SoundReader* reader, int rate,
+                  SoundResampler* resampler = nullptr);
 
   bool Write(FrameBuffer* frame) override;
   void EndStep(double cursor) override;

@@ -4,7 +4,9 @@
 
 #include "base/log.h"
 #include "codec/decoder/quiet_scan.h"
+#include "codec/encoder/sample_rates.h"
 #include "codec/utils/picture_colors.h"
+#include "reverse/output_description.h"
 #include "reverse/stamp_rate.h"
 
 namespace codec {
@@ -63,7 +65,7 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
 // Sound that cannot be decoded is left out. What the host refuses fails the job.
 int MirrorReversal::OpenSound(const std::string& path, int stream) {
   mSound = std::make_unique<SoundWalk>();
-  if (mSound->Open(path, stream, mJoined) == 0) return 0;
+  if (mSound->Open(path, stream, mJoined) == 0) return PrepareRate();
   if (mSound->Failure() != 0) return -1;
   log_warn(kTag, "the sound of %s cannot be read, and is left out", path.c_str());
   mSound.reset();
@@ -101,6 +103,15 @@ bool MirrorReversal::MayBeQuiet(double start, double end) {
   return silent >= kFewest;
 }
 
+int MirrorReversal::PrepareRate() {
+  const int rate = mSound->SampleRate();
+  const int encoded = NearestSampleRate(kAudioEncoder, rate);
+  if (encoded == rate) return 0;
+  log_info(kTag, "sound of %d Hz is resampled to %d Hz", rate, encoded);
+  mResampler = std::make_unique<SoundResampler>();
+  return mResampler->Open(rate, encoded);
+}
+
 double MirrorReversal::Duration(const MediaInfo& info) const {
   return mDuration > 0 ? mDuration : Reversal::Duration(info);
 }
@@ -111,6 +122,7 @@ void MirrorReversal::Describe(const MediaInfo& info, MediaFormat* format) const 
   format->GetString("input-color-format", input);
   format->GetString("output-color-format", output);
   SetColorKeys(ConvertedColors(info.colors, input, output), format);
+  if (mResampler != nullptr) format->SetInt32("sample-rate", mResampler->OutputRate());
   const bool isConstant = info.has_constant_rate != 0;
   format->SetInt32("stamp-rate", StampRate(info.frame_rate, isConstant));
   format->SetInt32("has-constant-rate", isConstant ? 1 : 0);
@@ -126,9 +138,12 @@ std::unique_ptr<FramePlacement> MirrorReversal::Place(MediaWriter* writer, Rever
   range->seekEarly = kSeekEarly;
   range->keepsMetPicture = true;
   const int rate = mSound == nullptr ? 0 : mSound->SampleRate();
-  return std::make_unique<MirrorPlacement>(writer, *range, mSound.get(), rate);
+  return std::make_unique<MirrorPlacement>(writer, *range, mSound.get(), rate, mResampler.get());
 }
 
-int MirrorReversal::HostError() const { return mSound == nullptr ? 0 : mSound->Failure(); }
+int MirrorReversal::HostError() const {
+  const int error = mSound == nullptr ? 0 : mSound->Failure();
+  return error != 0 || mResampler == nullptr ? error : mResampler->Failure();
+}
 
 }  // namespace codec

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "codec/decoder/sound_walk.h"
+#include "codec/utils/sound_resampler.h"
 #include "reverse/reversal.h"
 
 namespace codec {
@@ -35,6 +36,7 @@ class MirrorReversal : public Reversal {
  private:
   int OpenSound(const std::string& path, int stream);
   bool MayBeQuiet(double start, double end);
+  int PrepareRate();
 
   std::string mPath;
   std::shared_ptr<const JoinedParts> mJoined;  // null unless the clock restarts
@@ -42,6 +44,7 @@ class MirrorReversal : public Reversal {
   double mZero = 0;                            // of the mirror, in the file's stamps, in seconds
   std::unique_ptr<SoundWalk> mSound;           // null without sound
   double mDuration = 0;                        // seconds
+  std::unique_ptr<SoundResampler> mResampler;  // null if the encoder takes the sound's rate
 };
 
 }  // namespace codec

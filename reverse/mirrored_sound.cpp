@@ -22,9 +22,10 @@ constexpr double kOverlap = 0.05;
 }  // namespace
 
 MirroredSound::MirroredSound(SoundReader* reader, MediaWriter* writer, double start, double end,
-                             int rate)
+                             int rate, SoundResampler* resampler)
     : mReader(reader),
       mWriter(writer),
+      mResampler(resampler),
       mStart(start),
       mRange(SampleRange::Of(start, end, rate)),
       mTimeline(mRange, 0),
@@ -38,6 +39,9 @@ void MirroredSound::Finish() {
   WriteDownTo(mStart);
   mBlockNumbers.clear();
   WritePieces(mTimeline.Finish());
+  if (mResampler == nullptr) return;
+  mResampler->Finish(&mResampled);
+  HandOver(mResampled.data(), static_cast<int64_t>(mResampled.size()) / kChannels);
 }
 
 // A block belongs to the second that it ends in. So a block is given once, however long the block
@@ -106,13 +110,24 @@ void MirroredSound::WriteSilence(int64_t samples) {
 }
 
 void MirroredSound::Write(float* samples, int64_t count) {
+  mWritten += count;
+  if (mResampler == nullptr) {
+    HandOver(samples, count);
+    return;
+  }
+  mResampler->Convert(samples, count, &mResampled);
+  HandOver(mResampled.data(), static_cast<int64_t>(mResampled.size()) / kChannels);
+}
+
+void MirroredSound::HandOver(float* samples, int64_t count) {
   constexpr int64_t kMicroseconds = 1000000;
-  const int64_t seconds = mWritten / mRange.rate;
+  if (count == 0) return;
+  const int64_t rate = mResampler == nullptr ? mRange.rate : mResampler->OutputRate();
   const int64_t stamp =
-      seconds * kMicroseconds + mWritten % mRange.rate * kMicroseconds / mRange.rate;
+      mHandedOver / rate * kMicroseconds + mHandedOver % rate * kMicroseconds / rate;
   mWriter->WriteFrame(kAudioFrame, reinterpret_cast<uint8_t*>(samples),
                       static_cast<uint32_t>(count * kChannels * sizeof(float)), stamp);
-  mWritten += count;
+  mHandedOver += count;
 }
 
 }  // namespace codec

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "codec/decoder/sound_reader.h"
+#include "codec/utils/sound_resampler.h"
 #include "codec/writer/media_writer.h"
 #include "reverse/sound_timeline.h"
 
@@ -15,11 +16,13 @@ namespace codec {
 // every sample of the range, reversed, and silence for the times without sound. The sound of a
 // second is held in memory, the sound of the range never.
 //
-// Used by one thread. Reader and writer belong to the caller.
+// Used by one thread. Reader, writer and resampler belong to the caller.
 class MirroredSound {
  public:
-  // The range is [start, end) in seconds; `rate` in samples a second.
-  MirroredSound(SoundReader* reader, MediaWriter* writer, double start, double end, int rate);
+  // The range is [start, end) in seconds; `rate` in samples a second. Where there is a resampler,
+  // the sound passes through it on its way to the writer.
+  MirroredSound(SoundReader* reader, MediaWriter* writer, double start, double end, int rate,
+                SoundResampler* resampler = nullptr);
 
   // Writes the sound that a player plays at or after this time of the source, in seconds, down to a
   // second before it. What has been written is not written again.
@@ -27,7 +30,7 @@ class MirroredSound {
   // Writes all that is left of the range.
   void Finish();
 
-  // Samples of a channel that were written so far.
+  // Samples of a channel that were written so far, before they are resampled.
   int64_t Written() const { return mWritten; }
 
  private:
@@ -36,20 +39,25 @@ class MirroredSound {
   void WritePieces(const std::vector<SoundPiece>& pieces);
   void WriteSilence(int64_t samples);
   void Write(float* samples, int64_t count);
+  void HandOver(float* samples, int64_t count);
 
   SoundReader* const mReader;
   MediaWriter* const mWriter;
+  SoundResampler* const mResampler;
   const double mStart;
   const SampleRange mRange;
   SoundTimeline mTimeline;
 
   double mTop;  // sound at or after this time, in seconds, has been read
   double mEarliest = std::numeric_limits<double>::infinity();  // start of the block taken last
-  int64_t mWritten = 0;                                        // samples of a channel
+  // Samples of a channel: of the range, and of what the writer was given.
+  int64_t mWritten = 0;
+  int64_t mHandedOver = 0;
 
   SoundStretch mStretch;              // of the second being written
   std::vector<size_t> mBlockNumbers;  // in mStretch, of the blocks given to the time line
   std::vector<float> mSilence;        // zeros
+  std::vector<float> mResampled;
 };
 
 }  // namespace codec

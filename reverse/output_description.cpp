@@ -104,7 +104,7 @@ int DescribeOutput(const MediaInfo& info, bool hasAudio, const std::string& outp
   format.SetString("profile", "baseline");
   format.SetString("level", "2.1");
   format.SetString("preset", "superfast");
-  format.SetString("audio-codec", "aac");
+  format.SetString("audio-codec", kAudioEncoder);
   format.SetString("video-codec", "libx264");
   format.SetString("input-color-format", info.pixel_format_name.c_str());
   format.SetString("output-color-format", "yuv420p");

@@ -9,6 +9,9 @@
 
 namespace codec {
 
+// FFmpeg's name of the encoder of the sound.
+constexpr char kAudioEncoder[] = "aac";
+
 // Video bit rate in bit/s by picture size and frame rate.
 int32_t VideoBitRate(int64_t pixels, float frameRate);
 

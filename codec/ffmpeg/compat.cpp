@@ -12,11 +12,12 @@ extern "C" {
 #include <libavutil/display.h>
 }
 
-#define HAS_CHANNEL_LAYOUT (LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(59, 24, 100))  // FFmpeg 5.1
-#define HAS_INDEX_CALLS (LIBAVFORMAT_VERSION_MAJOR >= 59)                           // FFmpeg 5.0
-#define HAS_COPY_OPAQUE (LIBAVCODEC_VERSION_MAJOR >= 60)                            // FFmpeg 6.0
-#define HAS_PARAMETER_SIDE_DATA (LIBAVCODEC_VERSION_MAJOR >= 61)                    // FFmpeg 7.0
-#define HAS_RECEIVING_THREADS (LIBAVCODEC_VERSION_MAJOR >= 62)                      // FFmpeg 8.0
+#define HAS_CHANNEL_LAYOUT (LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(59, 24, 100))    // FFmpeg 5.1
+#define HAS_INDEX_CALLS (LIBAVFORMAT_VERSION_MAJOR >= 59)                             // FFmpeg 5.0
+#define HAS_COPY_OPAQUE (LIBAVCODEC_VERSION_MAJOR >= 60)                              // FFmpeg 6.0
+#define HAS_PARAMETER_SIDE_DATA (LIBAVCODEC_VERSION_MAJOR >= 61)                      // FFmpeg 7.0
+#define HAS_SUPPORTED_CONFIG (LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100))  // FFmpeg 7.1
+#define HAS_RECEIVING_THREADS (LIBAVCODEC_VERSION_MAJOR >= 62)                        // FFmpeg 8.0
 
 namespace codec::ffmpeg {
 namespace {
@@ -253,23 +254,59 @@ int CopyLayout(AVFrame* frame, const AVCodecContext* context) {
 #endif
 }
 
-UniqueResampler NewResampler(uint64_t outMask, AVSampleFormat outFormat, uint64_t inMask,
-                             AVSampleFormat inFormat, int sampleRate) {
+namespace {
+
+UniqueResampler NewConverter(uint64_t outMask, AVSampleFormat outFormat, int outRate,
+                             uint64_t inMask, AVSampleFormat inFormat, int inRate) {
 #if HAS_CHANNEL_LAYOUT
   AVChannelLayout out = {};
   AVChannelLayout in = {};
   if (av_channel_layout_from_mask(&out, outMask) < 0) return nullptr;
   if (av_channel_layout_from_mask(&in, inMask) < 0) return nullptr;
   SwrContext* resampler = nullptr;
-  const int result = swr_alloc_set_opts2(&resampler, &out, outFormat, sampleRate, &in, inFormat,
-                                         sampleRate, 0, nullptr);
+  const int result =
+      swr_alloc_set_opts2(&resampler, &out, outFormat, outRate, &in, inFormat, inRate, 0, nullptr);
   UniqueResampler owned(resampler);
   return result < 0 ? nullptr : std::move(owned);
 #else
   return UniqueResampler(swr_alloc_set_opts(nullptr, static_cast<int64_t>(outMask), outFormat,
-                                            sampleRate, static_cast<int64_t>(inMask), inFormat,
-                                            sampleRate, 0, nullptr));
+                                            outRate, static_cast<int64_t>(inMask), inFormat, inRate,
+                                            0, nullptr));
 #endif
+}
+
+}  // namespace
+
+UniqueResampler NewResampler(uint64_t outMask, AVSampleFormat outFormat, uint64_t inMask,
+                             AVSampleFormat inFormat, int sampleRate) {
+  return NewConverter(outMask, outFormat, sampleRate, inMask, inFormat, sampleRate);
+}
+
+UniqueResampler NewRateConverter(int inRate, int outRate) {
+  UniqueResampler converter = NewConverter(AV_CH_LAYOUT_STEREO, AV_SAMPLE_FMT_FLT, outRate,
+                                           AV_CH_LAYOUT_STEREO, AV_SAMPLE_FMT_FLT, inRate);
+  if (converter == nullptr) return nullptr;
+  // Twice the usual length, which leaves errors at -80 dB.
+  av_opt_set_int(converter.get(), "filter_size", 64, 0);
+  av_opt_set_double(converter.get(), "cutoff", 0.97, 0);
+  return converter;
+}
+
+std::vector<int> SampleRates(const AVCodec* encoder) {
+  const int* rates = nullptr;
+#if HAS_SUPPORTED_CONFIG
+  const void* list = nullptr;
+  if (avcodec_get_supported_config(nullptr, encoder, AV_CODEC_CONFIG_SAMPLE_RATE, 0, &list,
+                                   nullptr) < 0) {
+    return {};
+  }
+  rates = static_cast<const int*>(list);
+#else
+  rates = encoder->supported_samplerates;
+#endif
+  std::vector<int> all;
+  for (; rates != nullptr && *rates != 0; ++rates) all.push_back(*rates);
+  return all;
 }
 
 std::string RotateText(const AVFormatContext* input, const AVStream* stream) {

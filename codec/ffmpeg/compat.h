@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "codec/ffmpeg/owned.h"
 
@@ -77,6 +78,11 @@ int CopyLayout(AVFrame* frame, const AVCodecContext* context);
 // when a mask or memory does not serve.
 UniqueResampler NewResampler(uint64_t outMask, AVSampleFormat outFormat, uint64_t inMask,
                              AVSampleFormat inFormat, int sampleRate);
+// A converter of packed stereo floats between two sample rates, not initialised yet, whose errors
+// are inaudible; null when a rate or memory does not serve.
+UniqueResampler NewRateConverter(int inRate, int outRate);
+// The sample rates that an encoder takes; none if it takes any.
+std::vector<int> SampleRates(const AVCodec* encoder);
 
 // Rotation.
 

@@ -1,0 +1,43 @@
+// Brings a stream of sound to another sample rate.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "base/first_error.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+// Takes interleaved stereo floats block by block, and gives the same whatever the blocks' lengths.
+// Time 0 stays time 0. In all it gives as many samples as last as long as those that came, rounded
+// to the nearest. One thread at a time.
+class SoundResampler {
+ public:
+  // Both rates in samples a second. 0, or -1, logged, when memory or a rate does not serve.
+  int Open(int inRate, int outRate);
+
+  int OutputRate() const { return mOutRate; }
+
+  // Takes this many samples of each channel; `out` becomes what can be given by now. 0, or FFmpeg's
+  // negative error, with nothing given.
+  int Convert(const float* samples, int64_t count, std::vector<float>* out);
+  // The stream is over; `out` becomes all that is left. 0 or FFmpeg's negative error, with silence
+  // given. A second call gives nothing.
+  int Finish(std::vector<float>* out);
+
+  // The first error of a conversion; 0 while there was none.
+  int Failure() const { return mFailure.Error(); }
+
+ private:
+  int Run(const float* samples, int count, std::vector<float>* out);
+
+  int mInRate = 0;
+  int mOutRate = 0;
+  ffmpeg::UniqueResampler mContext;
+  but::FirstError mFailure;
+  int64_t mTaken = 0;  // samples of a channel, as the next one
+  int64_t mGiven = 0;
+};
+
+}  // namespace codec

@@ -1,0 +1,102 @@
+#include "codec/utils/sound_resampler.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+namespace codec {
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+
+// A tone on the left and its quadrature on the right, as a formula gives them at this rate.
+std::vector<float> Tone(double hertz, int rate, int64_t samples) {
+  std::vector<float> tone;
+  for (int64_t i = 0; i < samples; ++i) {
+    const double phase = 2 * kPi * hertz * static_cast<double>(i) / rate;
+    tone.push_back(static_cast<float>(0.5 * std::sin(phase)));
+    tone.push_back(static_cast<float>(0.5 * std::cos(phase)));
+  }
+  return tone;
+}
+
+std::vector<float> Resampled(const std::vector<float>& samples, int from, int to, int64_t block) {
+  SoundResampler resampler;
+  EXPECT_EQ(resampler.Open(from, to), 0);
+  std::vector<float> all;
+  std::vector<float> part;
+  const auto count = static_cast<int64_t>(samples.size()) / 2;
+  for (int64_t at = 0; at < count; at += block) {
+    EXPECT_EQ(resampler.Convert(samples.data() + 2 * at, std::min(block, count - at), &part), 0);
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  EXPECT_EQ(resampler.Finish(&part), 0);
+  all.insert(all.end(), part.begin(), part.end());
+  EXPECT_EQ(resampler.Finish(&part), 0);
+  EXPECT_TRUE(part.empty());
+  return all;
+}
+
+// Of the loudest sample of the difference, leaving out a twentieth of a second at both ends, where
+// the filter looks beyond the sound.
+double Decibels(const std::vector<float>& got, const std::vector<float>& expected, int rate) {
+  EXPECT_EQ(got.size(), expected.size());
+  double most = 1e-9;
+  const auto margin = static_cast<size_t>(rate / 20) * 2;
+  for (size_t i = margin; i + margin < std::min(got.size(), expected.size()); ++i) {
+    most = std::max(most, std::abs(static_cast<double>(got[i]) - expected[i]));
+  }
+  return 20 * std::log10(most / 0.5);
+}
+
+struct Rates {
+  int from;
+  int to;
+};
+constexpr Rates kRates[] = {{192000, 96000}, {176400, 88200}, {50000, 48000},
+                            {37800, 32000},  {6000, 7350},    {4000, 7350}};
+
+TEST(SoundResampler, GivesTheToneThatTheFormulaGivesAtTheOtherRate) {
+  for (const auto& [from, to] : kRates) {
+    for (const double part : {0.02, 0.1, 0.25, 0.4}) {
+      const double hertz = part * std::min(from, to);
+      const std::vector<float> got = Resampled(Tone(hertz, from, 2 * from), from, to, 4096);
+      EXPECT_LT(Decibels(got, Tone(hertz, to, 2 * to), to), -90) << from << " " << hertz;
+    }
+  }
+}
+
+TEST(SoundResampler, LeavesOutWhatTheOtherRateCannotHold) {
+  const std::vector<float> got = Resampled(Tone(60000, 192000, 192000), 192000, 96000, 4096);
+  EXPECT_LT(Decibels(got, std::vector<float>(got.size()), 96000), -90);
+}
+
+TEST(SoundResampler, GivesTheSameWhateverTheBlocks) {
+  const std::vector<float> tone = Tone(440, 50000, 12345);
+  const std::vector<float> whole = Resampled(tone, 50000, 48000, 12345);
+  EXPECT_EQ(whole.size(), 2U * 11851U);
+  for (const int64_t block : {1, 7, 1000}) EXPECT_EQ(Resampled(tone, 50000, 48000, block), whole);
+}
+
+TEST(SoundResampler, GivesSoundOfTheSameLengthHoweverShortItIs) {
+  for (const auto& [from, to] : kRates) {
+    for (const int64_t samples : {0, 1, 2, 5, 100}) {
+      const std::vector<float> got = Resampled(Tone(100, from, samples), from, to, 64);
+      EXPECT_EQ(static_cast<int64_t>(got.size()) / 2,
+                std::llround(static_cast<double>(samples) * to / from));
+    }
+  }
+}
+
+TEST(SoundResampler, RefusesRatesThatAreNone) {
+  SoundResampler resampler;
+  EXPECT_EQ(resampler.Open(0, 48000), -1);
+  std::vector<float> out;
+  EXPECT_LT(resampler.Finish(&out), 0);
+}
+
+}  // namespace
+}  // namespace codec
