@@ -65,6 +65,7 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
 // Sound that cannot be decoded is left out. What the host refuses fails the job.
 int MirrorReversal::OpenSound(const std::string& path, int stream) {
   mSound = std::make_unique<SoundWalk>();
+  mSound->NormalizeMix();
   if (mSound->Open(path, stream, mJoined) == 0) return PrepareRate();
   if (mSound->Failure() != 0) return -1;
   log_warn(kTag, "the sound of %s cannot be read, and is left out", path.c_str());

@@ -72,6 +72,10 @@ bool AudioConverter::SetForm(const SoundForm& form) {
     if (form.mask == 0 || form.format == AV_SAMPLE_FMT_NONE) return false;
     mResampler =
         ffmpeg::NewResampler(TargetMask(), kTargetFormat, form.mask, form.format, mSampleRate);
+    // By itself it keeps the weights below 1 only for whole numbers, which cannot go beyond.
+    if (mNormalizes && mResampler != nullptr) {
+      av_opt_set_double(mResampler.get(), "rematrix_maxval", 1, 0);
+    }
     if (mResampler == nullptr || swr_init(mResampler.get()) < 0) {
       mResampler.reset();
       return false;

@@ -33,6 +33,11 @@ class AudioConverter {
   // Sound that is packed stereo float already is delivered whole. Off unless called.
   void DeliverWholeBlocks() { mWholeBlocks = true; }
 
+  // More than two channels are mixed so that no sum is louder than its loudest channel could be:
+  // loud surround sound then reaches full scale, and goes not beyond. To be called before Open. Off
+  // unless called.
+  void NormalizeMix() { mNormalizes = true; }
+
   // Copies or converts a frame into `buffer`, which holds MaxBlockBytes(), and returns the bytes
   // that count. A frame that cannot be delivered is dropped with a warning and gives -1.
   //
@@ -61,6 +66,7 @@ class AudioConverter {
   int mSampleRate = 0;
   int mMaxBlockBytes = 0;
   bool mWholeBlocks = false;
+  bool mNormalizes = false;
   AVSampleFormat mDeliveredFormat = AV_SAMPLE_FMT_NONE;
   // Nothing if the converter could not be made.
   std::optional<SoundForm> mForm;

@@ -29,6 +29,9 @@ namespace codec {
 //      give, until the stretch is over.
 class SoundWalk : public SoundReader {
  public:
+  // Mixes surround sound so that it does not go beyond full scale. To be called before Open. Off
+  // unless called.
+  void NormalizeMix() { mConverter.NormalizeMix(); }
   // Opens the stream of this number in the local file. 0, or -1, with the reason logged, when the
   // file cannot be read, or the stream's sound cannot be decoded or converted. `parts` as for
   // SoundInput.

@@ -2,8 +2,11 @@
 // of the source.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
@@ -56,6 +59,43 @@ TEST(SoundKinds, OfARateThatTheEncoderDoesNotTakeAreRefusedByThePlainReversal) {
   const CommandResult result =
       RunProgram({"--plain", "-i", ClipOfRate(50000), "-o", ScratchPath("plain.mp4")});
   EXPECT_EQ(result.status, 255);
+}
+
+// Six channels at once near full scale, in step.
+std::string LoudSurround(const std::string& name, const std::string& sound) {
+  const std::string tone = "0.95*sin(2*PI*(200*t+30*t*t))";
+  std::string channels = tone;
+  for (int i = 1; i < 6; ++i) channels += "|" + tone;
+  std::vector<std::string> words = {
+      "-f", "lavfi", "-i",   SceneFilter(64, 64, "25"),
+      "-f", "lavfi", "-i",   "aevalsrc=" + channels + ":s=48000:c=5.1",
+      "-t", "3",     "-c:v", "libx264"};
+  AppendWords(sound, &words);
+  return CustomClip(name, words);
+}
+
+float Loudest(const std::vector<float>& samples) {
+  float loudest = 0;
+  for (const float sample : samples) loudest = std::max(loudest, std::abs(sample));
+  return loudest;
+}
+
+TEST(SoundKinds, OfLoudSurroundAreMixedBelowFullScale) {
+  const std::pair<const char*, const char*> kClips[] = {{"loud_surround.mkv", "-c:a pcm_s16le"},
+                                                        {"loud_surround.mp4", "-c:a aac -b:a 640k"},
+                                                        {"loud_surround.ts", "-c:a ac3 -b:a 640k"}};
+  for (const auto& [name, sound] : kClips) {
+    const std::string input = LoudSurround(name, sound);
+    const std::string output = ScratchPath("loud.mp4");
+    ASSERT_EQ(RunProgram({"-i", input, "-o", output}).status, 0) << name;
+    const float expected = Loudest(DecodeStereo(CustomClip(
+        std::string("mixed_") + name + ".wav",
+        {"-i", input, "-vn", "-af",
+         "pan=stereo|c0=0.41421*c0+0.29289*c2+0.29289*c4|c1=0.41421*c1+0.29289*c2+0.29289*c5",
+         "-c:a", "pcm_f32le"})));
+    EXPECT_NEAR(Loudest(DecodeStereo(output)), expected, 0.04F) << name;
+    EXPECT_LT(expected, 1.0F) << name;
+  }
 }
 
 }  // namespace

@@ -98,7 +98,7 @@ class MirrorSound : public testing::TestWithParam<SoundClip> {};
 
 TEST_P(MirrorSound, IsOneLinearDecodeBackward) {
   const std::string path = PathOf(GetParam());
-  const LinearSound sound = DecodeLinearly(path);
+  const LinearSound sound = DecodeLinearly(path, Mix::kNormalized);
   const double zero = Zero(test_support::VideoTimes(path), sound);
   // A container that rounds stamps may move all of a stretch by a millisecond.
   const int lag = sound.sampleRate / 1000 + 1;
@@ -156,7 +156,7 @@ TEST(MirrorLossless, GivesEachSampleInItsPlace) {
                    {"-f", "lavfi", "-i", test_support::SceneFilter(160, 120, "25"), "-f", "lavfi",
                     "-i", test_support::SweepFilter(44100, "stereo"), "-t", "6", "-c:v", "libx264",
                     "-g", "25", "-c:a", sound});
-    const LinearSound linear = DecodeLinearly(path);
+    const LinearSound linear = DecodeLinearly(path, Mix::kNormalized);
     for (const Range& range : kRanges) {
       const double end = range.end > 0 ? range.end : Length(path);
       const MirrorRecord record = Mirror(path, range.start, range.end);

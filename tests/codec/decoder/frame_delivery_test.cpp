@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 #include <numeric>
 #include <vector>
@@ -168,6 +169,47 @@ TEST_F(SoundDelivery, RebuildsTheConverterWhenTheFormChanges) {
   EXPECT_EQ(Deliver(MakeSound(AV_SAMPLE_FMT_S16, 6, 48000, 64)), 64 * 8);
   EXPECT_EQ(Deliver(MakeSound(AV_SAMPLE_FMT_FLT, 2, 48000, 64)), 64 * 4);
   EXPECT_FALSE(mConverter.IsConverting());
+}
+
+// Each channel as loud as it can be, in turn with one sign and with both.
+TEST_F(SoundDelivery, MixesSurroundNotBeyondFullScaleIfAskedTo) {
+  for (const bool normalizes : {false, true}) {
+    AudioConverter converter;
+    if (normalizes) converter.NormalizeMix();
+    ASSERT_EQ(converter.Open(Announce(AV_SAMPLE_FMT_FLTP, 6, 48000).get()), 0);
+    auto frame = MakeSound(AV_SAMPLE_FMT_FLTP, 6, 48000, 64);
+    for (int channel = 0; channel < 6; ++channel) Floats(frame, channel)[0] = 1;
+    for (int channel = 0; channel < 6; ++channel) Floats(frame, channel)[1] = -1;
+    Floats(frame, 0)[2] = 0.5F;
+    std::vector<float> block(128);
+    ASSERT_EQ(converter.Deliver(frame.get(), reinterpret_cast<uint8_t*>(block.data())), 64 * 8);
+    // Front, center and back of a side; the subwoofer is left out.
+    const float sum = 1 + 2 * static_cast<float>(std::sqrt(0.5));
+    const float scale = normalizes ? 1 / sum : 1;
+    EXPECT_NEAR(block[0], sum * scale, 1e-5F);
+    EXPECT_NEAR(block[1], sum * scale, 1e-5F);
+    EXPECT_NEAR(block[2], -sum * scale, 1e-5F);
+    EXPECT_NEAR(block[4], 0.5F * scale, 1e-5F);
+    EXPECT_NEAR(block[5], 0, 1e-5F);
+  }
+}
+
+TEST_F(SoundDelivery, LeavesStereoAndMonoAsLoudAsTheyAreIfMixesAreNormalized) {
+  AudioConverter converter;
+  converter.NormalizeMix();
+  for (const int channels : {1, 2}) {
+    ASSERT_EQ(converter.Open(Announce(AV_SAMPLE_FMT_S16P, channels, 48000).get()), 0);
+    auto frame = MakeSound(AV_SAMPLE_FMT_S16P, channels, 48000, 64);
+    for (int channel = 0; channel < channels; ++channel) {
+      reinterpret_cast<int16_t*>(frame->extended_data[channel])[0] = 16384;
+    }
+    ASSERT_EQ(Open(AV_SAMPLE_FMT_S16P, channels, 48000), 0);
+    ASSERT_EQ(Deliver(frame), 64 * 8);
+    std::vector<float> block(128);
+    ASSERT_EQ(converter.Deliver(frame.get(), reinterpret_cast<uint8_t*>(block.data())), 64 * 8);
+    EXPECT_EQ(block[0], mBlock[0]);
+    EXPECT_GT(block[0], 0.3F);
+  }
 }
 
 TEST_F(SoundDelivery, DropsAnotherSampleRateWithOneWarningARun) {

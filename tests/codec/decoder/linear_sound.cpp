@@ -14,7 +14,7 @@ constexpr int kChannels = 2;
 
 class LinearReading {
  public:
-  explicit LinearReading(const std::string& path) {
+  LinearReading(const std::string& path, Mix mix) : mMix(mix) {
     AVFormatContext* file = nullptr;
     if (avformat_open_input(&file, path.c_str(), nullptr, nullptr) < 0) {
       throw std::runtime_error("cannot open " + path);
@@ -81,6 +81,9 @@ class LinearReading {
       mConverter =
           ffmpeg::NewResampler(AV_CH_LAYOUT_STEREO, AV_SAMPLE_FMT_FLT, mask,
                                static_cast<AVSampleFormat>(frame->format), frame->sample_rate);
+      if (mMix == Mix::kNormalized) {
+        av_opt_set_double(mConverter.get(), "rematrix_maxval", 1, 0);
+      }
       swr_init(mConverter.get());
       mMask = mask;
       mFormat = frame->format;
@@ -90,6 +93,7 @@ class LinearReading {
                 const_cast<const uint8_t**>(frame->extended_data), frame->nb_samples);
   }
 
+  const Mix mMix;
   LinearSound mSound;
   ffmpeg::UniqueInput mFile;
   const AVStream* mStream = nullptr;
@@ -103,7 +107,9 @@ class LinearReading {
 
 }  // namespace
 
-LinearSound DecodeLinearly(const std::string& path) { return LinearReading(path).Read(); }
+LinearSound DecodeLinearly(const std::string& path, Mix mix) {
+  return LinearReading(path, mix).Read();
+}
 
 double LargestDifference(const float* a, const float* b, int samples, int window) {
   double largest = 0;

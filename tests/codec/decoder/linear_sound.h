@@ -22,8 +22,11 @@ struct LinearSound {
   int packets = 0;             // of the sound
 };
 
+// What surround sound is mixed with: FFmpeg's weights for floats, or these brought below 1 in all.
+enum class Mix { kUsual, kNormalized };
+
 // Decodes the best audio stream. Throws std::runtime_error when the file cannot be read.
-LinearSound DecodeLinearly(const std::string& path);
+LinearSound DecodeLinearly(const std::string& path, Mix mix = Mix::kUsual);
 
 // Largest power, in dB below full scale, of the difference between two pieces of sound of as many
 // samples each, over any `window` samples of a channel.
