@@ -36,6 +36,7 @@ DecoderAdditions MirrorReversal::Additions() const {
   additions.tellsLowRates = true;
   additions.scansLength = true;
   additions.restarts = Restarts::kJoined;
+  additions.laysOverBlack = true;
   return additions;
 }
 

@@ -49,6 +49,9 @@ struct DecoderAdditions {
   bool scansLength = false;
   // Anything but kUnseen reads all packets of an input whose format allows restarts.
   Restarts restarts = Restarts::kUnseen;
+  // Transparent pictures are laid over black, those of VP8 and VP9 included, whose transparency
+  // another decoder than the usual one gives.
+  bool laysOverBlack = false;
 };
 
 // The share changes nothing in what comes out of a decoder.

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "codec/decoder/stream_facts.h"
+#include "codec/utils/over_black.h"
 #include "codec/utils/picture_crop.h"
 
 namespace codec {
@@ -57,6 +58,9 @@ int PictureCopy::Copy(const AVFrame* frame, uint8_t* buffer) {
   // Older releases take the source planes without the inner const.
   av_image_copy(planes.data(), strides.data(), const_cast<const uint8_t**>(frame->data),
                 frame->linesize, mFormat, mWidth, mHeight);
+  if (mOverBlack) {
+    BlendOverBlack(mFormat, frame->color_range == AVCOL_RANGE_JPEG, mWidth, mHeight, buffer);
+  }
   return mSize;
 }
 

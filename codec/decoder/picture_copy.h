@@ -16,6 +16,9 @@ class PictureCopy {
   // The same, and pictures of odd width or height lose their last column or row.
   int OpenEven(AVPixelFormat format, int width, int height);
 
+  // Pictures with transparency are laid over black. Off unless called.
+  void LayOverBlack() { mOverBlack = true; }
+
   // Pixels of a packed picture.
   int Width() const { return mWidth; }
   int Height() const { return mHeight; }
@@ -34,6 +37,7 @@ class PictureCopy {
   int mSourceWidth = 0;
   int mSourceHeight = 0;
   int mSize = 0;
+  bool mOverBlack = false;
   DropWarning mDrops;
 };
 

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "base/log.h"
+#include "codec/decoder/decoder_choice.h"
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/key_frame_scan.h"
 #include "codec/decoder/length_scan.h"
@@ -17,11 +18,12 @@
 namespace codec {
 namespace {
 
-PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream) {
+PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream, bool laysOverBlack) {
   const AVCodecParameters* const parameters = stream->codecpar;
   // A header does not name the format; most pictures have this one.
-  const AVPixelFormat format =
+  AVPixelFormat format =
       parameters->format < 0 ? AV_PIX_FMT_YUV420P : static_cast<AVPixelFormat>(parameters->format);
+  if (laysOverBlack && HasSecondPicture(stream)) format = AV_PIX_FMT_YUVA420P;
   PictureFacts facts;
   facts.width = parameters->width;
   facts.height = parameters->height;
@@ -78,7 +80,7 @@ bool SessionOpener::AskForShare(bool isProbed) {
   AVFormatContext* const file = mSession->input.Context();
   const int index = av_find_best_stream(file, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
   if (index < 0) return true;
-  PictureFacts facts = FactsOf(file, file->streams[index]);
+  PictureFacts facts = FactsOf(file, file->streams[index], mOptions.additions.laysOverBlack);
   facts.isProbed = isProbed;
   if (facts.width <= 0 || facts.height <= 0) return true;
   const std::optional<DecoderShare> share = mOptions.shareFor(facts);
@@ -88,14 +90,20 @@ bool SessionOpener::AskForShare(bool isProbed) {
 
 int SessionOpener::OpenVideo() {
   DecodeSession& session = *mSession;
-  session.video = StreamDecoder::Open(session.input, AVMEDIA_TYPE_VIDEO, mShare.threads);
+  const DecoderAdditions& additions = mOptions.additions;
+  session.video = StreamDecoder::Open(session.input, AVMEDIA_TYPE_VIDEO, mShare.threads,
+                                      additions.laysOverBlack);
   if (session.video == nullptr) return 0;
-  const AVCodecContext* const context = session.video->Context();
+  AVCodecContext* const context = session.video->Context();
+  if (additions.laysOverBlack) {
+    session.pictures.LayOverBlack();
+    context->pix_fmt = FormatWithSecondPicture(context);
+  }
   if (context->pix_fmt == AV_PIX_FMT_NONE) {
     log_error(kDecoderTag, "Could not find video pixel format");
     return -1;
   }
-  const auto open = mOptions.additions.cutsToEvenSize ? &PictureCopy::OpenEven : &PictureCopy::Open;
+  const auto open = additions.cutsToEvenSize ? &PictureCopy::OpenEven : &PictureCopy::Open;
   if ((session.pictures.*open)(context->pix_fmt, context->width, context->height) != 0) {
     // No buffer can be made for pictures without a size. The sound may still serve.
     log_error(kDecoderTag, "Could not use pictures of %dx%d", context->width, context->height);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "codec/decoder/decoder_choice.h"
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/packet_parts.h"
 #include "codec/ffmpeg/compat.h"
@@ -36,7 +37,7 @@ StreamDecoder::StreamDecoder(const AVStream* stream, ffmpeg::UniqueCodecContext 
       mPlaces(ffmpeg::PacketsLate(mContext.get())) {}
 
 std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMediaType type,
-                                                   int threads) {
+                                                   int threads, bool wantsSecondPicture) {
   const char* const typeName = av_get_media_type_string(type);
   AVFormatContext* const file = input.Context();
   const int index = av_find_best_stream(file, type, -1, -1, nullptr, 0);
@@ -46,7 +47,7 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
     return nullptr;
   }
   const AVStream* const stream = file->streams[index];
-  const AVCodec* const codec = avcodec_find_decoder(stream->codecpar->codec_id);
+  const AVCodec* const codec = ChooseDecoder(stream, wantsSecondPicture);
   if (codec == nullptr) {
     log_error(kDecoderTag, "Failed to find %s codec", typeName);
     return nullptr;

@@ -17,9 +17,10 @@ namespace codec {
 class StreamDecoder : public PictureDecoder {
  public:
   // Picks the best stream of this type and opens its decoder with this many threads (0: by the
-  // machine and the picture size). Frames are reference-counted. Null, with the reason logged, if
-  // there is no such stream or no decoder for it.
-  static std::unique_ptr<StreamDecoder> Open(const InputFile& input, AVMediaType type, int threads);
+  // machine and the picture size). Frames are reference-counted. `wantsSecondPicture`: see
+  // ChooseDecoder. Null, with the reason logged, if there is no such stream or no decoder for it.
+  static std::unique_ptr<StreamDecoder> Open(const InputFile& input, AVMediaType type, int threads,
+                                             bool wantsSecondPicture = false);
 
   bool Owns(const AVPacket* packet) const { return packet->stream_index == mStream->index; }
   int Index() const { return mStream->index; }

@@ -1,0 +1,102 @@
+// Pictures of kinds that the output cannot have as they are, against what ffmpeg makes of the
+// source.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tests/support/clips.h"
+#include "tests/support/command.h"
+#include "tests/support/media_reading.h"
+
+namespace test_support {
+namespace {
+
+std::vector<std::string> Words(const std::string& text) {
+  std::vector<std::string> words;
+  AppendWords(text, &words);
+  return words;
+}
+
+// What ffmpeg shows of a clip, losslessly: its decoder's words before the input, the filter after.
+std::string Shown(const std::string& clip, const std::string& name, const std::string& decoder,
+                  const std::string& filter) {
+  std::vector<std::string> words = Words(decoder);
+  words.insert(words.end(), {"-i", clip, "-filter_complex", filter, "-an", "-c:v", "libx264", "-qp",
+                             "0", "-pix_fmt", "yuv420p"});
+  return CustomClip("shown_" + name + ".mkv", words);
+}
+
+// The pictures of `output` are those of `shown`, in the opposite order.
+void ExpectReversed(const std::string& output, const std::string& shown, size_t count,
+                    double psnr) {
+  std::vector<Picture> expected = DecodeLuma(shown);
+  std::reverse(expected.begin(), expected.end());
+  const std::vector<Picture> pictures = DecodeLuma(output);
+  ASSERT_EQ(expected.size(), count) << shown;
+  ASSERT_EQ(pictures.size(), count) << output;
+  for (size_t i = 0; i < count; ++i) {
+    ASSERT_EQ(pictures[i].width, expected[i].width) << output;
+    ASSERT_EQ(pictures[i].height, expected[i].height) << output;
+    EXPECT_GE(Psnr(pictures[i], expected[i]), psnr) << output << " picture " << i;
+  }
+}
+
+struct Transparent {
+  const char* name;
+  const char* coding;
+  const char* decoder;  // ffmpeg's words to have it decode the transparency
+};
+
+constexpr Transparent kTransparent[] = {
+    {"animation.mov", "-c:v qtrle -pix_fmt argb", ""},
+    {"png.mkv", "-c:v png -pix_fmt rgba", ""},
+    {"prores.mov", "-c:v prores_ks -profile:v 4 -pix_fmt yuva444p10le", ""},
+    {"vp9.webm", "-c:v libvpx-vp9 -deadline realtime -cpu-used 8 -b:v 3M -pix_fmt yuva420p",
+     "-c:v libvpx-vp9"},
+    {"vp8.webm",
+     "-c:v libvpx -deadline realtime -cpu-used 8 -b:v 3M -auto-alt-ref 0 -pix_fmt "
+     "yuva420p",
+     "-c:v libvpx"},
+    {"ffv1.mkv", "-c:v ffv1 -pix_fmt yuva420p", ""}};
+
+constexpr size_t kTransparentPictures = 30;
+
+// More and more transparent to the right, in colors that would show without it.
+std::string TransparentClip(const Transparent& kind) {
+  std::vector<std::string> words = {
+      "-f",
+      "lavfi",
+      "-i",
+      SceneFilter(400, 240, "25") + ",format=rgba,geq=r='r(X,Y)':g='g(X,Y)':b='255':a='255-X/2'",
+      "-frames:v",
+      std::to_string(kTransparentPictures)};
+  AppendWords(kind.coding, &words);
+  return CustomClip(std::string("transparent_") + kind.name, words);
+}
+
+class Transparency : public testing::TestWithParam<Transparent> {};
+
+TEST_P(Transparency, ShowsBlack) {
+  const Transparent& kind = GetParam();
+  const std::string input = TransparentClip(kind);
+  const std::string shown = Shown(input, std::string("transparent_") + kind.name, kind.decoder,
+                                  "color=black:s=400x240:r=25[black];[black][0:v]overlay=shortest=1"
+                                  ":format=auto");
+  for (const char* name : {"out.mp4", "out.mkv", "out.ts"}) {
+    const std::string output = ScratchPath(name);
+    const CommandResult result = RunProgram({"-i", input, "-o", output});
+    ASSERT_EQ(result.status, 0) << result.err;
+    ExpectReversed(output, shown, kTransparentPictures, 30);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, Transparency, testing::ValuesIn(kTransparent),
+                         [](const auto& parameter) {
+                           const std::string name = parameter.param.name;
+                           return name.substr(0, name.find('.'));
+                         });
+
+}  // namespace
+}  // namespace test_support
