@@ -4,7 +4,9 @@
 
 #include "base/log.h"
 #include "codec/decoder/quiet_scan.h"
+#include "codec/encoder/container.h"
 #include "codec/encoder/sample_rates.h"
+#include "codec/utils/orientation.h"
 #include "codec/utils/picture_colors.h"
 #include "reverse/output_description.h"
 #include "reverse/stamp_rate.h"
@@ -118,6 +120,28 @@ double MirrorReversal::Duration(const MediaInfo& info) const {
   return mDuration > 0 ? mDuration : Reversal::Duration(info);
 }
 
+namespace {
+
+// Players are told of a turn if the container can; else, and of mirrored pictures never, so that
+// the pictures themselves are brought upright.
+void DescribeOrientation(const MediaInfo& info, MediaFormat* format) {
+  if (info.orientation == kUpright) return;
+  std::string path;
+  format->GetString("output-path", path);
+  const int turn = TurnOf(info.orientation);
+  if (turn >= 0 && TellsRotation(path.c_str())) {
+    format->SetInt32("rotate", turn);
+    return;
+  }
+  format->SetInt32("rotate", 0);
+  format->SetInt32("orientation", info.orientation);
+  if (!SwapsSides(info.orientation)) return;
+  format->SetInt32("sample_aspect_num", info.sample_aspect_den);
+  format->SetInt32("sample_aspect_den", info.sample_aspect_num);
+}
+
+}  // namespace
+
 void MirrorReversal::Describe(const MediaInfo& info, MediaFormat* format) const {
   std::string input;
   std::string output;
@@ -125,6 +149,7 @@ void MirrorReversal::Describe(const MediaInfo& info, MediaFormat* format) const 
   format->GetString("output-color-format", output);
   SetColorKeys(ConvertedColors(info.colors, input, output), format);
   if (mResampler != nullptr) format->SetInt32("sample-rate", mResampler->OutputRate());
+  DescribeOrientation(info, format);
   const bool isConstant = info.has_constant_rate != 0;
   format->SetInt32("stamp-rate", StampRate(info.frame_rate, isConstant));
   format->SetInt32("has-constant-rate", isConstant ? 1 : 0);

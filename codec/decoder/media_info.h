@@ -29,6 +29,9 @@ struct MediaInfo {
   int32_t sample_aspect_den = 1;  // a pixel is num / den times as wide as high
   int32_t sample_aspect_num = 1;  // see above
   double rotation = 0;            // degrees clockwise that a player should turn, about -1 to 359
+  // What players do to the pictures, as a number of utils/orientation.h: the turn above, or
+  // mirroring, which no turn tells.
+  int32_t orientation = 1;
   PictureColors colors;           // of the source's pictures
   uint8_t has_constant_rate = 0;  // 1 if all pictures seem to last equally long
 };

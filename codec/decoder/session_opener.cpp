@@ -14,6 +14,7 @@
 #include "codec/decoder/part_scan.h"
 #include "codec/decoder/stream_facts.h"
 #include "codec/ffmpeg/compat.h"
+#include "codec/utils/orientation.h"
 
 namespace codec {
 namespace {
@@ -124,6 +125,9 @@ void SessionOpener::DescribeVideo() {
   mInfo->sample_aspect_num = context->sample_aspect_ratio.num;
   mInfo->sample_aspect_den = context->sample_aspect_ratio.den;
   mInfo->rotation = RotationDegrees(ffmpeg::RotateText(session.input.Context(), stream));
+  mInfo->orientation =
+      ffmpeg::MatrixOrientation(stream).value_or(OrientationOfTurn(mInfo->rotation));
+  if (mInfo->orientation == 0) mInfo->orientation = OrientationOfTurn(mInfo->rotation);
   mFrameRate = FrameRate(stream->avg_frame_rate, ffmpeg::RealBaseRate(stream),
                          ffmpeg::CodecTimeBase(stream), ffmpeg::TicksPerFrame(context->codec_id))
                    .value_or(0);

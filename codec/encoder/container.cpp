@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "codec/ffmpeg/compat.h"
+
 namespace codec {
 namespace {
 
@@ -24,6 +26,11 @@ const AVOutputFormat* ChooseContainer(const char* path) {
 bool HasFixedRate(const AVOutputFormat& format) {
   return std::find(kFixedRateContainers.begin(), kFixedRateContainers.end(), format.name) !=
          kFixedRateContainers.end();
+}
+
+bool TellsRotation(const char* path) {
+  const AVOutputFormat* const format = ChooseContainer(path);
+  return format != nullptr && ffmpeg::KeepsRotation(format);
 }
 
 const char* CodecNotTaken(const char* path) {

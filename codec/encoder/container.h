@@ -14,6 +14,10 @@ const AVOutputFormat* ChooseContainer(const char* path);
 // Whether the container stores no times of its pictures, only how long each of them lasts.
 bool HasFixedRate(const AVOutputFormat& format);
 
+// Whether players are told of a turn by the path's container. Where they are not, the pictures have
+// to be turned.
+bool TellsRotation(const char* path);
+
 // Names the first of H.264 and AAC that the path's container does not take; null where it takes
 // both. Containers that tell by their header only count as taking neither.
 const char* CodecNotTaken(const char* path);

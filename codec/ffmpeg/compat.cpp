@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "codec/utils/orientation.h"
+
 extern "C" {
 #include <libavutil/display.h>
 }
@@ -324,6 +326,14 @@ std::string RotateText(const AVFormatContext* input, const AVStream* stream) {
   std::snprintf(text.data(), text.size(), "%g", degrees);
   return text.data();
 }
+
+std::optional<int> MatrixOrientation(const AVStream* stream) {
+  const int32_t* const matrix = DisplayMatrix(stream);
+  if (matrix == nullptr) return std::nullopt;
+  return OrientationOf(matrix);
+}
+
+bool KeepsRotation(const AVOutputFormat* format) { return IsMovFamily(format); }
 
 int SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degrees) {
   const int result = av_dict_set(&stream->metadata, "rotate", degrees, 0);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -89,6 +90,11 @@ std::vector<int> SampleRates(const AVCodec* encoder);
 // The clockwise turn that a demuxed stream asks of its player, in degrees as text ("" when none):
 // its "rotate" tag, or the text that FFmpeg 4 made of the display matrix of an MP4.
 std::string RotateText(const AVFormatContext* input, const AVStream* stream);
+// What the display matrix of a demuxed stream asks for, as a number of utils/orientation.h; 0 for
+// what is no such number; nothing where there is no matrix.
+std::optional<int> MatrixOrientation(const AVStream* stream);
+// Whether a file of this format keeps the turn that SetRotation asks for.
+bool KeepsRotation(const AVOutputFormat* format);
 // Makes a stream that is going to be muxed ask for this turn. To be called after
 // `avcodec_parameters_from_context`, which wipes the display matrix on newer releases. 0 or a
 // negative error.

@@ -11,6 +11,7 @@
 #include "codec/filter/color_models.h"
 #include "codec/filter/color_type.h"
 #include "codec/filter/listener_registry.h"
+#include "codec/filter/orientation_filter.h"
 #include "codec/filter/rotate_filter.h"
 #include "codec/filter/scale_filter.h"
 #include "codec/filter/water_mark_filter.h"
@@ -155,6 +156,10 @@ MediaFilter* CreateRotateFilter(MediaFormat& format) {
   if (filter == nullptr) return nullptr;
   log_debug(kTag, "CreateRotateFilter done");
   return filter.release();
+}
+
+MediaFilter* CreateOrientationFilter(MediaFormat& format) {
+  return Configured<OrientationFilter>(format, "OrientationFilter Configure error").release();
 }
 
 MediaFilter* CreateWaterMarkFilter(MediaFormat& format) {

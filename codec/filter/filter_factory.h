@@ -20,6 +20,9 @@ MediaFilter* CreateScaleFilter(MediaFormat& format);
 // Turns clockwise by "rotation" degrees in "color-format": "bgra" or "yuv420p".
 MediaFilter* CreateRotateFilter(MediaFormat& format);
 
+// Turns and mirrors as "orientation" says, in "yuv420p".
+MediaFilter* CreateOrientationFilter(MediaFormat& format);
+
 // Stamps the logo at "logo-path" on pictures in "color-format", "bgra" or "rgba", and makes the
 // filter the process's listener for moves of the logo. Any other format is treated as "bgra", after
 // an error line.

@@ -7,7 +7,9 @@
 
 #include "base/log.h"
 #include "codec/encoder/media_encoder_impl.h"
+#include "codec/filter/filter_factory.h"
 #include "codec/utils/image_utils.h"
+#include "codec/utils/orientation.h"
 #include "codec/writer/media_writer_impl.h"
 #include "codec/writer/picture_sizes.h"
 #include "codec/writer/writer_model.h"
@@ -61,6 +63,27 @@ std::unique_ptr<MediaFilter> MakeFilters(MediaFormat& format) {
   return filters;
 }
 
+// Brings the pictures upright after all other filters. 0, or -1 after an error line.
+int AppendOrientation(const MediaFormat& format, MediaFilter* filters) {
+  int orientation = kUpright;
+  std::string colorFormat;
+  format.GetInt32("orientation", orientation);
+  format.GetString("output-color-format", colorFormat);
+  if (orientation == kUpright) return 0;
+  if (colorFormat != "yuv420p") {
+    log_error(kTag, "orientation is for yuv420p only, not for %s", colorFormat.c_str());
+    return -1;
+  }
+  const PictureSize size = PictureSizes(format).Turned();
+  MediaFormat turned = format;
+  turned.SetInt32("width", size.width);
+  turned.SetInt32("height", size.height);
+  MediaFilter* const last = CreateOrientationFilter(turned);
+  if (last == nullptr) return -1;
+  AppendFilter(filters, last);
+  return 0;
+}
+
 std::unique_ptr<MediaEncoder> MakeEncoder(const MediaFormat& format) {
   auto encoder = std::make_unique<MediaEncoderImpl>();
   if (encoder->Configure(format) == 0) return encoder;
@@ -102,7 +125,7 @@ MediaWriter* MakeMediaWriterWithFilter(MediaFormat& format) {
   format.Dump();
   if (!CheckInput(format)) return nullptr;
   std::unique_ptr<MediaFilter> filters = MakeFilters(format);
-  if (!filters) return nullptr;
+  if (!filters || AppendOrientation(format, filters.get()) != 0) return nullptr;
   MediaFormat output = format;
   const PictureSizes sizes(format);
   output.SetInt32("width", sizes.Output().width);

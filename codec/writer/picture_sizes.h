@@ -14,7 +14,8 @@ struct PictureSize {
   }
 };
 
-// Read from "width", "height", "target-width", "target-height" and "rotation", in pixels.
+// Read from "width", "height", "target-width", "target-height", "rotation" and "orientation", in
+// pixels.
 class PictureSizes {
  public:
   explicit PictureSizes(const MediaFormat& format);
@@ -24,7 +25,9 @@ class PictureSizes {
   PictureSize Source() const { return mSource; }
   // The size before any turn: the target where both of its sides are set, else the source.
   PictureSize Unturned() const { return mWholeTarget ? mEachTarget : mSource; }
-  // The size of the file's pictures; sides exchanged at 90 and 270 degrees.
+  // The size after the turn; sides exchanged at 90 and 270 degrees.
+  PictureSize Turned() const;
+  // The size of the file's pictures, which are oriented last.
   PictureSize Output() const;
 
  private:
@@ -32,6 +35,7 @@ class PictureSizes {
   PictureSize mEachTarget;  // a side that is not set is the source's
   bool mWholeTarget = false;
   int mRotation = 0;
+  int mOrientation = 1;
 };
 
 }  // namespace codec

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <vector>
 
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/media_reading.h"
@@ -97,6 +99,59 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Transparency, testing::ValuesIn(kTransparent),
                            const std::string name = parameter.param.name;
                            return name.substr(0, name.find('.'));
                          });
+
+struct Oriented {
+  const char* name;
+  std::array<int, 4> matrix;  // signs of the upper left four numbers
+};
+
+constexpr Oriented kOriented[] = {{"mirrored", {-1, 0, 0, 1}},     {"half_turn", {-1, 0, 0, -1}},
+                                  {"flipped", {1, 0, 0, -1}},      {"transposed", {0, 1, 1, 0}},
+                                  {"quarter_turn", {0, 1, -1, 0}}, {"transverse", {0, -1, -1, 0}},
+                                  {"back_turn", {0, -1, 1, 0}}};
+
+constexpr int kSide = 320;
+constexpr size_t kOrientedPictures = 26;
+
+std::string OrientedClip(const Oriented& kind) {
+  const std::string straight = CustomClip(
+      "oriented_straight.mp4", {"-f", "lavfi", "-i", SceneFilter(kSide, kSide / 2, "25"), "-f",
+                                "lavfi", "-i", SweepFilter(48000, "stereo"), "-t", "1.04", "-c:v",
+                                "libx264", "-pix_fmt", "yuv420p", "-bf", "0", "-c:a", "aac"});
+  const auto& [a, b, c, d] = kind.matrix;
+  // What is moved out of view to the left or above is moved back.
+  const int width = (a < 0 ? kSide : 0) + (c < 0 ? kSide / 2 : 0);
+  const int height = (b < 0 ? kSide : 0) + (d < 0 ? kSide / 2 : 0);
+  return MatrixCopy(
+      straight, std::string("oriented_") + kind.name + ".mp4",
+      {a * 65536, b * 65536, 0, c * 65536, d * 65536, 0, width * 65536, height * 65536, 1 << 30});
+}
+
+class Orientations : public testing::TestWithParam<Oriented> {};
+
+TEST_P(Orientations, LookAsTheSourceDoes) {
+  const Oriented& kind = GetParam();
+  const bool isMirrored = kind.matrix[0] * kind.matrix[3] - kind.matrix[1] * kind.matrix[2] < 0;
+  if (isMirrored && avcodec_version() >> 16 < 59) {
+    GTEST_SKIP() << "the installed ffmpeg does not mirror";
+  }
+  const std::string input = OrientedClip(kind);
+  const std::string shown = Shown(input, std::string("oriented_") + kind.name, "", "[0:v]null");
+  for (const char* name : {"out.mp4", "out.mkv", "out.avi", "out.ts"}) {
+    const std::string output = ScratchPath(name);
+    const CommandResult result = RunProgram({"-i", input, "-o", output});
+    ASSERT_EQ(result.status, 0) << result.err;
+    const std::string seen = ScratchPath(std::string("seen_") + name + ".mkv");
+    ASSERT_EQ(test_support::Run({"ffmpeg", "-v", "error", "-y", "-i", output, "-filter_complex",
+                                 "[0:v]null", "-an", "-c:v", "libx264", "-qp", "0", seen})
+                  .status,
+              0);
+    ExpectReversed(seen, shown, kOrientedPictures, 30);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, Orientations, testing::ValuesIn(kOriented),
+                         [](const auto& parameter) { return std::string(parameter.param.name); });
 
 }  // namespace
 }  // namespace test_support

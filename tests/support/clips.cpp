@@ -151,8 +151,14 @@ std::string Clip(ClipKind kind) {
   return kind == ClipKind::kRotated ? TurnedCopy(path, "rotated_90.mp4", recipe.height) : path;
 }
 
-// Done in the bytes of the track header, because not every release of ffmpeg can write a matrix.
 std::string TurnedCopy(const std::string& straight, const std::string& name, int storedHeight) {
+  return MatrixCopy(straight, name,
+                    {0, 1 << 16, 0, -(1 << 16), 0, 0, storedHeight << 16, 0, 1 << 30});
+}
+
+// Done in the bytes of the track header, because not every release of ffmpeg can write a matrix.
+std::string MatrixCopy(const std::string& straight, const std::string& name,
+                       const std::array<int32_t, 9>& matrix) {
   const fs::path directory = CLIPREVERSE_CLIP_DIR;
   fs::create_directories(directory);
   const fs::path path = directory / name;
@@ -162,8 +168,6 @@ std::string TurnedCopy(const std::string& straight, const std::string& name, int
   const size_t header = bytes.find("tkhd");
   if (header == std::string::npos) throw std::runtime_error("no track header in " + straight);
   constexpr size_t kMatrixOffset = 44;
-  const std::array<int32_t, 9> matrix = {0, 1 << 16, 0, -(1 << 16), 0, 0, storedHeight << 16,
-                                         0, 1 << 30};
   for (size_t i = 0; i < matrix.size() * 4; ++i) {
     const auto word = static_cast<uint32_t>(matrix[i / 4]);
     bytes[header + kMatrixOffset + i] = static_cast<char>(word >> (24 - 8 * (i % 4)));

@@ -1,6 +1,8 @@
 // Makes the clips that the tests work on, with ffmpeg, once for each build directory.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -38,6 +40,10 @@ std::string CustomClip(const std::string& name, const std::vector<std::string>& 
 // A copy of an MP4 whose first track has the matrix of a phone held upright: it asks for a quarter
 // turn clockwise.
 std::string TurnedCopy(const std::string& straight, const std::string& name, int storedHeight);
+
+// The same with any matrix, in the order of the file.
+std::string MatrixCopy(const std::string& straight, const std::string& name,
+                       const std::array<int32_t, 9>& matrix);
 
 // Ten minutes of one colour, without sound: quick to make, and long to reverse.
 std::string LongStillClip();

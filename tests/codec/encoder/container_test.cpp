@@ -2,6 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
+#include "codec/encoder/ffmpeg_encoder_impl.h"
+#include "tests/codec/encoder/encoder_fixture.h"
+#include "tests/support/command.h"
+#include "tests/support/media_reading.h"
+
 namespace codec {
 namespace {
 
@@ -23,6 +30,24 @@ TEST(Container, NamesTheFirstCodecThatItDoesNotTake) {
   EXPECT_STREQ(CodecNotTaken("a.h264"), "AAC");
   EXPECT_STREQ(CodecNotTaken("a.gif"), "H.264");
   EXPECT_STREQ(CodecNotTaken("a.unknown"), "H.264");
+}
+
+// What a file tells its reader, asked of the muxer itself.
+TEST(Container, TellsATurnWhereTheReaderIsToldOfIt) {
+  using namespace encoder_test;
+  for (const char* name : {"a.mp4", "a.mov", "a.m4v", "a.3gp", "a.3g2", "a.f4v", "a.mkv", "a.avi",
+                           "a.ts", "a.m2ts", "a.flv", "a.mpg", "a.nut", "a.asf"}) {
+    const std::string path = test_support::ScratchPath(name);
+    MediaFormat format = VideoFormat(path);
+    format.SetInt32("rotate", 90);
+    FFmpegEncoderImpl encoder;
+    ASSERT_EQ(Configure(&encoder, format), 0);
+    ASSERT_EQ(encoder.Open(), 0);
+    EXPECT_EQ(Feed(&encoder, 60), 0) << name;
+    encoder.Close();
+    const auto fields = test_support::StreamFields(path, "v");
+    EXPECT_EQ(TellsRotation(path.c_str()), fields.find("rotation") != fields.end()) << name;
+  }
 }
 
 }  // namespace
