@@ -5,6 +5,7 @@
 #include "base/log.h"
 #include "codec/decoder/quiet_scan.h"
 #include "codec/encoder/container.h"
+#include "codec/encoder/output_tags.h"
 #include "codec/encoder/sample_rates.h"
 #include "codec/utils/orientation.h"
 #include "codec/utils/picture_colors.h"
@@ -39,6 +40,9 @@ DecoderAdditions MirrorReversal::Additions() const {
   additions.scansLength = true;
   additions.restarts = Restarts::kJoined;
   additions.laysOverBlack = true;
+  additions.adaptsChanges = true;
+  additions.readsTags = true;
+  additions.expectsSilence = true;
   return additions;
 }
 
@@ -140,16 +144,53 @@ void DescribeOrientation(const MediaInfo& info, MediaFormat* format) {
   format->SetInt32("sample_aspect_den", info.sample_aspect_num);
 }
 
+void DescribeTags(const ClipTags& tags, const std::vector<Chapter>& chapters, MediaFormat* format) {
+  for (const auto& [name, value] : tags.tags) {
+    format->SetString(("tag." + name).c_str(), value.c_str());
+  }
+  if (!tags.videoLanguage.empty()) {
+    format->SetString("video-language", tags.videoLanguage.c_str());
+  }
+  if (!tags.soundLanguage.empty()) {
+    format->SetString("audio-language", tags.soundLanguage.c_str());
+  }
+  std::string lines;
+  for (const Chapter& chapter : chapters) {
+    lines += ChapterLine(chapter.start, chapter.end, chapter.title);
+  }
+  if (!lines.empty()) format->SetString("chapters", lines.c_str());
+}
+
+// More than the encoder can use at a rate it would clip with a warning.
+void LimitSoundBitRate(MediaFormat* format) {
+  constexpr int64_t kMostBits = 6144 * 2;  // of a frame of two channels
+  constexpr int64_t kFrame = 1024;         // samples
+  int bitRate = 0;
+  int rate = 0;
+  format->GetInt32("audio-bit-rate", bitRate);
+  format->GetInt32("sample-rate", rate);
+  const int64_t most = kMostBits * rate / kFrame;
+  if (rate > 0 && bitRate > most) format->SetInt32("audio-bit-rate", static_cast<int32_t>(most));
+}
+
 }  // namespace
 
-void MirrorReversal::Describe(const MediaInfo& info, MediaFormat* format) const {
+void MirrorReversal::Describe(const MediaInfo& info, double start, double end,
+                              MediaFormat* format) const {
   std::string input;
   std::string output;
   format->GetString("input-color-format", input);
   format->GetString("output-color-format", output);
   SetColorKeys(ConvertedColors(info.colors, input, output), format);
   if (mResampler != nullptr) format->SetInt32("sample-rate", mResampler->OutputRate());
+  LimitSoundBitRate(format);
   DescribeOrientation(info, format);
+  DescribeTags(info.tags, MirroredChapters(info.tags.chapters, mZero, start, end), format);
+  // As fast as the source.
+  format->SetDouble("speed", 1.0);
+  if (info.is_interlaced) {
+    log_warn(kTag, "the clip is interlaced, which the output does not say");
+  }
   const bool isConstant = info.has_constant_rate != 0;
   format->SetInt32("stamp-rate", StampRate(info.frame_rate, isConstant));
   format->SetInt32("has-constant-rate", isConstant ? 1 : 0);

@@ -29,7 +29,8 @@ class MirrorReversal : public Reversal {
   double Duration(const MediaInfo& info) const override;
   // Leaves the sound out if the clock of the clip jumps too far within the range.
   void Limit(double start, double end, MediaInfo* info) override;
-  void Describe(const MediaInfo& info, MediaFormat* format) const override;
+  void Describe(const MediaInfo& info, double start, double end,
+                MediaFormat* format) const override;
   std::unique_ptr<FramePlacement> Place(MediaWriter* writer, ReverseRange* range) override;
   int HostError() const override;
 

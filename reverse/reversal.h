@@ -39,8 +39,9 @@ class Reversal {
   virtual double Duration(const MediaInfo& info) const { return info.duration; }
   // The range that is reversed is known, in seconds. `info` may be corrected.
   virtual void Limit(double /*start*/, double /*end*/, MediaInfo* /*info*/) {}
-  // Adds to the description of the output.
-  virtual void Describe(const MediaInfo& /*info*/, MediaFormat* /*format*/) const {}
+  // Adds to the description of the output; the range is [start, end) in seconds.
+  virtual void Describe(const MediaInfo& /*info*/, double /*start*/, double /*end*/,
+                        MediaFormat* /*format*/) const {}
   // May change how the range is read. Returns the object that writes the frames. The writer belongs
   // to the caller.
   virtual std::unique_ptr<FramePlacement> Place(MediaWriter* writer, ReverseRange* range);

@@ -139,7 +139,7 @@ int Reverse::CreateWriter() {
 
   MediaFormat format;
   if (DescribeOutput(info, hasAudio, mOutputPath, format) != 0) return -1;
-  mReversal->Describe(info, &format);
+  mReversal->Describe(info, mStart, mEnd, &format);
   for (const auto& [key, value] : mOutputParameters.Entries()) {
     format.SetString(key.c_str(), value.c_str());
   }

@@ -52,6 +52,13 @@ struct DecoderAdditions {
   // Transparent pictures are laid over black, those of VP8 and VP9 included, whose transparency
   // another decoder than the usual one gives.
   bool laysOverBlack = false;
+  // Pictures whose size or format changes in the stream are scaled and converted to the first ones,
+  // with one warning, instead of being dropped.
+  bool adaptsChanges = false;
+  // Tags, languages and chapters are read.
+  bool readsTags = false;
+  // A file without a stream of sound is opened without an error line.
+  bool expectsSilence = false;
 };
 
 // The share changes nothing in what comes out of a decoder.

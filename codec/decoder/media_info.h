@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "codec/decoder/clip_tags.h"
 #include "codec/utils/picture_colors.h"
 
 namespace codec {
@@ -32,6 +33,9 @@ struct MediaInfo {
   // What players do to the pictures, as a number of utils/orientation.h: the turn above, or
   // mirroring, which no turn tells.
   int32_t orientation = 1;
+  ClipTags tags;  // read where this is switched on
+  // Whether each picture is two fields, taken one after the other.
+  bool is_interlaced = false;
   PictureColors colors;           // of the source's pictures
   uint8_t has_constant_rate = 0;  // 1 if all pictures seem to last equally long
 };

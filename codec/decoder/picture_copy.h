@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "codec/decoder/drop_warning.h"
-#include "codec/ffmpeg/ffmpeg_headers.h"
+#include "codec/ffmpeg/owned.h"
 
 namespace codec {
 
@@ -19,6 +19,10 @@ class PictureCopy {
   // Pictures with transparency are laid over black. Off unless called.
   void LayOverBlack() { mOverBlack = true; }
 
+  // Pictures of another size or format are scaled and converted instead of dropped. One warning
+  // tells of all of them. Off unless called.
+  void AdaptChanges() { mAdapts = true; }
+
   // Pixels of a packed picture.
   int Width() const { return mWidth; }
   int Height() const { return mHeight; }
@@ -27,10 +31,13 @@ class PictureCopy {
   int Size() const { return mSize; }
 
   // Copies into a buffer of Size() bytes and returns Size(). A picture of another size or format
-  // would not fit: it is dropped with a warning and 0 is returned.
+  // would not fit: unless it is adapted, it is dropped with a warning and 0 is returned.
   int Copy(const AVFrame* frame, uint8_t* buffer);
 
  private:
+  int Pack(const AVFrame* frame, uint8_t* buffer) const;
+  const AVFrame* Adapted(const AVFrame* frame);
+
   AVPixelFormat mFormat = AV_PIX_FMT_NONE;
   int mWidth = 0;
   int mHeight = 0;
@@ -38,6 +45,10 @@ class PictureCopy {
   int mSourceHeight = 0;
   int mSize = 0;
   bool mOverBlack = false;
+  bool mAdapts = false;
+  bool mHasWarned = false;
+  ffmpeg::UniqueScaler mScaler;
+  ffmpeg::UniqueFrame mAdapted;
   DropWarning mDrops;
 };
 

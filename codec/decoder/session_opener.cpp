@@ -28,6 +28,7 @@ PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream, bool l
   PictureFacts facts;
   facts.width = parameters->width;
   facts.height = parameters->height;
+  if (facts.width <= 0 || facts.height <= 0) return facts;
   facts.bytes = std::max(0, av_image_get_buffer_size(format, facts.width, facts.height, 1));
   facts.held = PicturesHeld(parameters);
   facts.frameRate = stream->avg_frame_rate.den > 0 ? av_q2d(stream->avg_frame_rate) : 0;
@@ -55,6 +56,10 @@ int SessionOpener::Open(const std::string& path) {
   if (session.input.FindStreams() != 0 || !AskForShare(true)) return -1;
   if (OpenVideo() != 0) return -1;
   OpenAudio();
+  if (mOptions.additions.readsTags) {
+    const int sound = session.audio == nullptr ? -1 : session.audio->Index();
+    mInfo->tags = ReadClipTags(session.input.Context(), session.VideoIndex(), sound);
+  }
   // Sound alone has a length too: a caller that asks for the video of such a file is then told of
   // the missing video rather than of a range that does not fit.
   if (session.video == nullptr) SetDuration(session.audio.get());
@@ -96,6 +101,7 @@ int SessionOpener::OpenVideo() {
                                       additions.laysOverBlack);
   if (session.video == nullptr) return 0;
   AVCodecContext* const context = session.video->Context();
+  if (additions.adaptsChanges) session.pictures.AdaptChanges();
   if (additions.laysOverBlack) {
     session.pictures.LayOverBlack();
     context->pix_fmt = FormatWithSecondPicture(context);
@@ -128,6 +134,8 @@ void SessionOpener::DescribeVideo() {
   mInfo->orientation =
       ffmpeg::MatrixOrientation(stream).value_or(OrientationOfTurn(mInfo->rotation));
   if (mInfo->orientation == 0) mInfo->orientation = OrientationOfTurn(mInfo->rotation);
+  const AVFieldOrder order = stream->codecpar->field_order;
+  mInfo->is_interlaced = order != AV_FIELD_UNKNOWN && order != AV_FIELD_PROGRESSIVE;
   mFrameRate = FrameRate(stream->avg_frame_rate, ffmpeg::RealBaseRate(stream),
                          ffmpeg::CodecTimeBase(stream), ffmpeg::TicksPerFrame(context->codec_id))
                    .value_or(0);
@@ -157,6 +165,11 @@ void SessionOpener::DescribeProfile() {
 
 void SessionOpener::OpenAudio() {
   DecodeSession& session = *mSession;
+  if (mOptions.additions.expectsSilence &&
+      av_find_best_stream(session.input.Context(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) ==
+          AVERROR_STREAM_NOT_FOUND) {
+    return;
+  }
   session.audio = StreamDecoder::Open(session.input, AVMEDIA_TYPE_AUDIO, 1);
   if (session.audio == nullptr) return;
   const AVCodecContext* const context = session.audio->Context();

@@ -24,7 +24,7 @@ struct Row {
 };
 
 using S = EncoderSettings;
-constexpr std::array<Row, 37> kRows = {{
+constexpr std::array<Row, 40> kRows = {{
     {"file-format", &S::fileFormat},
     {"output-path", &S::outputPath},
     {"write-path", &S::writePath},
@@ -60,6 +60,9 @@ constexpr std::array<Row, 37> kRows = {{
     {"sample-rate", &S::sampleRate},
     {"channel-count", &S::channelCount},
     {"sample-format", &S::sampleFormat},
+    {"video-language", &S::videoLanguage},
+    {"audio-language", &S::audioLanguage},
+    {"chapters", &S::chapters},
     // Known to callers that share a bag with other encoders; without effect here.
     {"enable-video-encode-time", std::monostate{}},
     {"input-by-surface", std::monostate{}},
@@ -85,6 +88,12 @@ class Store {
 void EncoderSettings::SetParameter(const char* key, const char* value) {
   if (key == nullptr || value == nullptr) return;
   log_debug(kTag, "SetParameter:%s = %s", key, value);
+  constexpr std::string_view kTagPrefix = "tag.";
+  const std::string_view name = key;
+  if (name.substr(0, kTagPrefix.size()) == kTagPrefix) {
+    tags[std::string(name.substr(kTagPrefix.size()))] = value;
+    return;
+  }
   for (const Row& row : kRows) {
     if (row.key != key) continue;
     std::visit(Store(this, value), row.member);

@@ -1,6 +1,7 @@
 // The settings of one output file and the text keys that set them.
 #pragma once
 
+#include <map>
 #include <string>
 
 namespace codec {
@@ -47,6 +48,12 @@ struct EncoderSettings {
   int sampleRate = 44100;    // Hz
   int channelCount = 2;
   int sampleFormat = 8;  // FFmpeg's number; planar float
+
+  // For people, see output_tags.h: by FFmpeg's names, and a line for each chapter.
+  std::map<std::string, std::string> tags;
+  std::string videoLanguage;
+  std::string audioLanguage;
+  std::string chapters;
 
   // Stores a value under its key. Text that is no number counts as 0. Unknown keys are logged and
   // dropped.

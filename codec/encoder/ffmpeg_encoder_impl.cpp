@@ -61,6 +61,7 @@ int FFmpegEncoderImpl::Open() {
   }
   if (mFile.Create(mOpened.outputPath, mOptions, mOpened.writePath) != 0) return -1;
   if (CreateStreams() != 0) return -1;
+  mFile.Tag(mOpened);
   mFile.StampMetadata();
   const int result = mFile.OpenFileAndWriteHeader();
   if (mOpened.hasVideo) {

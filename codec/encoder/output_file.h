@@ -6,6 +6,7 @@
 
 #include "base/first_error.h"
 #include "codec/encoder/encoder_options.h"
+#include "codec/encoder/output_tags.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
@@ -41,6 +42,8 @@ class OutputFile {
 
   // A new stream, owned by the file; null when memory runs out.
   AVStream* AddStream(const AVCodec* codec);
+  // Adds what the settings tell of the clip.
+  void Tag(const EncoderSettings& settings) { Remember(AddTags(settings, mContext.get())); }
   // Dates the container and every stream.
   void StampMetadata();
 

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -152,6 +154,51 @@ TEST_P(Orientations, LookAsTheSourceDoes) {
 
 INSTANTIATE_TEST_SUITE_P(Kinds, Orientations, testing::ValuesIn(kOriented),
                          [](const auto& parameter) { return std::string(parameter.param.name); });
+
+std::string Bytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+// A transport stream whose second half has pictures of another size and format.
+std::string ChangingClip() {
+  const std::string path = CustomClip(
+      "changing_1.ts", {"-f", "lavfi", "-i", SceneFilter(640, 360, "25"), "-t", "2", "-c:v",
+                        "libx264", "-pix_fmt", "yuv420p", "-g", "25", "-bf", "0"});
+  const std::string other =
+      CustomClip("changing_2.ts",
+                 {"-f", "lavfi", "-i", SceneFilter(480, 320, "25"), "-t", "2", "-c:v", "libx264",
+                  "-pix_fmt", "yuv444p", "-g", "25", "-bf", "0", "-output_ts_offset", "2"});
+  const std::string joined = ScratchPath("changing.ts");
+  std::ofstream(joined, std::ios::binary) << Bytes(path) << Bytes(other);
+  return joined;
+}
+
+TEST(PictureKinds, ThatChangeInTheStreamAreMadeLikeTheFirst) {
+  const std::string transport = ChangingClip();
+  const std::string matroska = ScratchPath("changing.mkv");
+  ASSERT_EQ(
+      test_support::Run({"ffmpeg", "-v", "error", "-y", "-i", transport, "-c", "copy", matroska})
+          .status,
+      0);
+  const std::string shown = ScratchPath("changing_shown.mkv");
+  ASSERT_EQ(
+      test_support::Run({"ffmpeg", "-v", "error", "-y", "-i", transport, "-vf",
+                         "scale=640:360,format=yuv420p", "-c:v", "libx264", "-qp", "0", shown})
+          .status,
+      0);
+  for (const std::string& input : {transport, matroska}) {
+    for (const char* name : {"out.mp4", "out.mkv", "out.ts"}) {
+      const std::string output = ScratchPath(name);
+      const CommandResult result = RunProgram({"-i", input, "-o", output});
+      ASSERT_EQ(result.status, 0) << result.err;
+      ExpectReversed(output, shown, 100, 25);
+      const size_t warning = result.err.find("such pictures are scaled");
+      EXPECT_NE(warning, std::string::npos);
+      EXPECT_EQ(result.err.find("such pictures are scaled", warning + 1), std::string::npos);
+    }
+  }
+}
 
 }  // namespace
 }  // namespace test_support

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <memory>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 #include "codec/decoder/audio_converter.h"
@@ -67,6 +68,33 @@ TEST(PictureCopy, WarnsOnceForARunOfPicturesThatDoNotFit) {
   EXPECT_GT(copy.Copy(fitting.get(), packed.data()), 0);
   EXPECT_EQ(copy.Copy(deeper.get(), packed.data()), 0);
   EXPECT_EQ(log.Lines().size(), 2U);
+}
+
+// One color everywhere, so that it is known what comes of it.
+TEST(PictureCopy, ScalesAndConvertsOtherPicturesWithOneWarningIfAskedTo) {
+  PictureCopy copy;
+  copy.AdaptChanges();
+  ASSERT_EQ(copy.OpenEven(AV_PIX_FMT_YUV420P, 65, 49), 0);
+  ASSERT_EQ(copy.Size(), 64 * 48 * 3 / 2);
+  const LogCapture log;
+  for (const auto& [format, width] :
+       {std::pair{AV_PIX_FMT_YUV420P, 320}, {AV_PIX_FMT_YUV444P, 65}, {AV_PIX_FMT_YUV422P, 30}}) {
+    const auto frame = MakePicture(format, width, 50);
+    for (int plane = 0; plane < 3; ++plane) {
+      std::fill_n(frame->data[plane],
+                  frame->linesize[plane] * (format == AV_PIX_FMT_YUV420P && plane > 0 ? 25 : 50),
+                  static_cast<uint8_t>(90 + 10 * plane));
+    }
+    std::vector<uint8_t> packed(static_cast<size_t>(copy.Size()) + 1, 7);
+    ASSERT_EQ(copy.Copy(frame.get(), packed.data()), copy.Size());
+    for (size_t i = 0; i < 64 * 48; ++i) ASSERT_NEAR(packed[i], 90, 1) << i;
+    for (size_t i = 64 * 48; i < 64 * 48 * 5 / 4; ++i) ASSERT_NEAR(packed[i], 100, 1) << i;
+    for (size_t i = 64 * 48 * 5 / 4; i < 64 * 48 * 3 / 2; ++i) ASSERT_NEAR(packed[i], 110, 1) << i;
+    EXPECT_EQ(packed.back(), 7);
+  }
+  ASSERT_EQ(log.Lines().size(), 1U);
+  EXPECT_EQ(log.Lines()[0].text,
+            "picture is 320x50 yuv420p instead of 65x49 yuv420p, such pictures are scaled");
 }
 
 TEST(PictureCopy, TakesFullRangeForOrdinaryPlanes) {
