@@ -4,9 +4,11 @@
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
+#include <optional>
 #include <string_view>
 
-#include "app/byte_size.h"
+#include "app/option_table.h"
+#include "app/time_code.h"
 #include "base/log.h"
 
 namespace app {
@@ -26,64 +28,90 @@ constexpr std::array kUsage = {
     "  -e <end time> End time ms",
 };
 
-struct ValueOption {
-  std::string_view flag;
-  const char* example;
-  void (*store)(CommandLine*, const char* value);
-};
+// A page wins over everything else on the line, errors included: who asks for help gets help.
+bool FindsPage(int argc, const char* const* argv, CommandLine* line) {
+  for (int i = 1; i < argc && line->page == Page::kNone; ++i) {
+    const Option* const option = FindOption(argv[i]).option;
+    if (option != nullptr && option->IsPage()) option->store(line, nullptr);
+  }
+  return line->page != Page::kNone;
+}
 
-constexpr std::array<ValueOption, 5> kValueOptions = {{
-    {"-i", "in.mp4", [](CommandLine* line, const char* value) { line->input = value; }},
-    {"-o", "out.mp4", [](CommandLine* line, const char* value) { line->output = value; }},
-    {"-s", "2.5", [](CommandLine* line, const char* value) { line->start = std::atof(value); }},
-    {"-e", "2.5", [](CommandLine* line, const char* value) { line->end = std::atof(value); }},
-    {"--memory", "300M",
-     [](CommandLine* line, const char* value) { line->memory = ParseByteSize(value); }},
-}};
+void WarnIgnored(const char* word) {
+  if (*word != '-') {
+    log_warn(kTag, "%s belongs to no option, and is ignored", word);
+    return;
+  }
+  const std::string nearest = NearestOption(word);
+  log_warn(kTag, "%s is no option, and is ignored; %s", word,
+           nearest.empty() ? "--help lists them" : ("did you mean " + nearest + "?").c_str());
+}
 
-int Store(const ValueOption& option, const char* value, CommandLine* line) {
-  const char* const flag = option.flag.data();
-  option.store(line, value);
-  if (std::isnan(line->start) || std::isnan(line->end)) {
-    log_error(kTag, "option %s needs a number, not %s; give seconds, as in %s %s", flag, value,
-              flag, option.example);
+// Whether a text is a number and nothing more, as atof reads it.
+bool IsNumber(const std::string& text) {
+  char* rest = nullptr;
+  std::strtod(text.c_str(), &rest);
+  return rest != text.c_str() && *rest == '\0';
+}
+
+// With --plain a time is what its beginning says, as it has always been.
+int ReadTime(const char* flag, const std::optional<std::string>& given, bool isPlain,
+             double* seconds) {
+  if (!given.has_value()) return 0;
+  const std::string& text = *given;
+  *seconds = std::atof(text.c_str());
+  if (std::isnan(*seconds)) {
+    log_error(kTag, "option %s needs a number, not %s; give seconds, as in %s 2.5", flag,
+              text.c_str(), flag);
     return -1;
   }
-  if (line->memory < 0) {
-    log_error(kTag, "option %s needs a size, not %s; give bytes, or K, M or G, as in %s %s", flag,
-              value, flag, option.example);
-    return -1;
+  const std::optional<double> timeCode = isPlain ? std::nullopt : ParseTimeCode(text);
+  if (timeCode.has_value()) {
+    *seconds = *timeCode;
+  } else if (!IsNumber(text)) {
+    log_warn(kTag, "%s %s is no time; %g is used", flag, text.empty() ? "''" : text.c_str(),
+             *seconds);
   }
   return 0;
 }
 
-// The value in an argument such as "--memory=300M"; null where the argument is none of this option.
-const char* ValueInside(const ValueOption& option, const char* argument) {
-  const std::string_view text = argument;
-  const size_t length = option.flag.size();
-  const bool isLong = option.flag.substr(0, 2) == "--";
-  if (!isLong || text.size() <= length || text.substr(0, length) != option.flag) return nullptr;
-  return text[length] == '=' ? argument + length + 1 : nullptr;
+int Finish(CommandLine* line) {
+  if (ReadTime("-s", line->startText, line->isPlain, &line->start) != 0) return -1;
+  if (ReadTime("-e", line->endText, line->isPlain, &line->end) != 0) return -1;
+  const std::string reason = WhyNotTogether(line->outputValues);
+  if (reason.empty()) return 0;
+  log_error(kTag, "%s", reason.c_str());
+  return -1;
 }
 
 }  // namespace
 
+// Note: by hand
+//   A library for options (getopt is one) takes the value of an option away from the words that it
+//   looks at. Here each word is looked at, values too: "-o -v" writes a file "-v" and logs all.
+//   Scripts rely on this, and no library can be told so.
 int ParseCommandLine(int argc, const char* const* argv, CommandLine* commandLine) {
+  if (FindsPage(argc, argv, commandLine)) return 0;
+  bool isValue = false;   // of the option before
+  bool mayBeOne = false;  // of an unknown option before, which has been warned of
   for (int i = 1; i < argc; ++i) {
-    const std::string_view flag = argv[i];
-    if (flag == "-v") log_set_level(kLogVerbose);
-    if (flag == "--plain") commandLine->isPlain = true;
-    for (const ValueOption& option : kValueOptions) {
-      const char* value = ValueInside(option, argv[i]);
-      if (value == nullptr && flag != option.flag) continue;
-      if (value == nullptr && i + 1 == argc) {
-        log_error(kTag, "option %s needs a value, as in %s %s", argv[i], argv[i], option.example);
-        return -1;
-      }
-      if (Store(option, value == nullptr ? argv[i + 1] : value, commandLine) != 0) return -1;
+    const auto [option, inside] = FindOption(argv[i]);
+    const bool wasValue = isValue;
+    isValue = option != nullptr && option->HasValue() && inside == nullptr;
+    if (option == nullptr) {
+      const bool isBare = *argv[i] != '-';
+      if (!wasValue && !(mayBeOne && isBare)) WarnIgnored(argv[i]);
+      mayBeOne = !wasValue && !isBare;
+      continue;
     }
+    mayBeOne = false;
+    if (isValue && i + 1 == argc) {
+      log_error(kTag, "option %s needs a value, as in %s %s", argv[i], argv[i], option->example);
+      return -1;
+    }
+    if (option->store(commandLine, isValue ? argv[i + 1] : inside) != 0) return -1;
   }
-  return 0;
+  return Finish(commandLine);
 }
 
 void PrintUsage() {

@@ -1,5 +1,6 @@
 // The entry point of clip-reverse.
 #include "app/command_line.h"
+#include "app/help.h"
 #include "app/run_driver.h"
 #include "app/terminal_sink.h"
 #include "base/guarded.h"
@@ -16,6 +17,7 @@ int Run(int argc, char** argv) {
   codec::ffmpeg::InstallLogBridge();
   app::CommandLine commandLine;
   if (app::ParseCommandLine(argc, argv, &commandLine) != 0) return -1;
+  if (commandLine.page != app::Page::kNone) return app::PrintPage(commandLine.page);
   if (codec::ffmpeg::CheckVersions(codec::ffmpeg::LibraryVersions()) != 0) return -1;
   log_info("reverse::Main", "=============in:%s, out:%s, start:%.3f, end:%.3f",
            commandLine.input.c_str(), commandLine.output.c_str(), commandLine.start,

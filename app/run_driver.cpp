@@ -43,6 +43,7 @@ int RunReverse(const CommandLine& commandLine, const std::function<void(double)>
   auto job = std::make_unique<codec::Reverse>(commandLine.input.c_str(), commandLine.start,
                                               commandLine.end, commandLine.output.c_str());
   SwitchOnAdditions(commandLine, job.get());
+  DescribeOutput(commandLine, job.get());
   return RunJob(std::move(job), commandLine, onRange);
 }
 
@@ -54,6 +55,13 @@ void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job) {
   job->SetMirror(true);
   job->SetSafeOutput(true);
   job->SetMemoryLimit(commandLine.memory > 0 ? commandLine.memory : codec::Reverse::kHostMemory);
+}
+
+void DescribeOutput(const CommandLine& commandLine, codec::Reverse* job) {
+  if (commandLine.hasNoSound) job->DisableAudio();
+  for (const OutputValue& given : commandLine.outputValues) {
+    job->SetOutputParameter(given.key.c_str(), given.value.c_str());
+  }
 }
 
 int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,

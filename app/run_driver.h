@@ -18,6 +18,9 @@ int RunReverse(const CommandLine& commandLine, const std::function<void(double)>
 // job that another program constructs has none of it. To be called before the job's Init.
 void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job);
 
+// Tells the job what the command line says of the output. To be called before the job's Init.
+void DescribeOutput(const CommandLine& commandLine, codec::Reverse* job);
+
 // The same as RunReverse with a job of these arguments that is not yet initialised.
 int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,
            const std::function<void(double)>& onRange = {});

@@ -1,7 +1,5 @@
 #include "codec/ffmpeg/versions.h"
 
-#include <string>
-
 #include "base/log.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 
@@ -12,12 +10,12 @@ constexpr char kTag[] = "codec::ffmpeg";
 
 unsigned Major(unsigned version) { return AV_VERSION_MAJOR(version); }
 
-std::string Text(unsigned version) {
+}  // namespace
+
+std::string VersionText(unsigned version) {
   return std::to_string(Major(version)) + "." + std::to_string(AV_VERSION_MINOR(version)) + "." +
          std::to_string(AV_VERSION_MICRO(version));
 }
-
-}  // namespace
 
 std::vector<LibraryVersion> LibraryVersions() {
   return {{"libavformat", LIBAVFORMAT_VERSION_INT, avformat_version()},
@@ -30,8 +28,8 @@ std::vector<LibraryVersion> LibraryVersions() {
 int CheckVersions(const std::vector<LibraryVersion>& libraries) {
   int result = 0;
   for (const LibraryVersion& library : libraries) {
-    log_debug(kTag, "%s: built with %s, runs with %s", library.name, Text(library.built).c_str(),
-              Text(library.loaded).c_str());
+    log_debug(kTag, "%s: built with %s, runs with %s", library.name,
+              VersionText(library.built).c_str(), VersionText(library.loaded).c_str());
     if (Major(library.built) == Major(library.loaded)) continue;
     log_error(kTag, "built with %s %u, but %s %u is loaded; build the program again", library.name,
               Major(library.built), library.name, Major(library.loaded));

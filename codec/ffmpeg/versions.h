@@ -2,6 +2,7 @@
 // structures change with each major version, so that a mixture would read the wrong bytes.
 #pragma once
 
+#include <string>
 #include <vector>
 
 namespace codec::ffmpeg {
@@ -15,6 +16,9 @@ struct LibraryVersion {
 
 // The five libraries that are used.
 std::vector<LibraryVersion> LibraryVersions();
+
+// A version as people write it: "59.27.100".
+std::string VersionText(unsigned version);
 
 // Logs each library's two versions at debug level. Returns 0, or -1 with an error line for each
 // library whose two major versions differ.

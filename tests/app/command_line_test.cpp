@@ -107,6 +107,92 @@ TEST(CommandLine, RefusesAFlagWithoutItsValue) {
   }
 }
 
+TEST(CommandLine, ReadsTimecodesUnlessPlain) {
+  EXPECT_EQ(Parsed({"-s", "1:30"}).start, 90.0);
+  EXPECT_EQ(Parsed({"-e", "00:01:30.5"}).end, 90.5);
+  const test_support::LogCapture log;
+  EXPECT_EQ(Parsed({"-s", "1:30", "--plain"}).start, 1.0);
+  EXPECT_TRUE(log.Has(kLogWarn, "reverse::Main", "-s 1:30 is no time; 1 is used"));
+}
+
+TEST(CommandLine, WarnsOfWhatIsNoTime) {
+  const std::vector<std::pair<const char*, const char*>> rows = {
+      {"abc", "-s abc is no time; 0 is used"}, {"1.5x", "-s 1.5x is no time; 1.5 is used"},
+      {"2,5", "-s 2,5 is no time; 2 is used"}, {"1:75", "-s 1:75 is no time; 1 is used"},
+      {"-e", "-s -e is no time; 0 is used"},   {"", "-s '' is no time; 0 is used"}};
+  for (const auto& [value, warning] : rows) {
+    const test_support::LogCapture log;
+    Parsed({"-s", value, "3"});
+    EXPECT_TRUE(log.Has(kLogWarn, "reverse::Main", warning)) << value;
+  }
+  for (const char* value : {"5", "-5", "2.5", "1e3", "inf", " 7", "1:30", "0x10"}) {
+    const test_support::LogCapture log;
+    Parsed({"-s", value});
+    EXPECT_TRUE(log.Texts("reverse::Main").empty()) << value;
+  }
+}
+
+TEST(CommandLine, NamesTheWordsThatItIgnores) {
+  const test_support::LogCapture log;
+  Parsed({"--plian", "-S", "5", "--start=5", "c.mp4", "-x", "-o", "--odd.mp4", "-s", "-5"});
+  EXPECT_EQ(log.Texts("reverse::Main"),
+            (std::vector<std::string>{"--plian is no option, and is ignored; did you mean --plain?",
+                                      "-S is no option, and is ignored; did you mean -s?",
+                                      "--start=5 is no option, and is ignored; did you mean -s?",
+                                      "-x is no option, and is ignored; --help lists them"}));
+  const test_support::LogCapture bare;
+  Parsed({"-i", "a.mp4", "b.mp4"});
+  EXPECT_EQ(bare.Texts("reverse::Main"),
+            (std::vector<std::string>{"b.mp4 belongs to no option, and is ignored"}));
+}
+
+TEST(CommandLine, ShowsPagesWhateverElseTheLineHolds) {
+  EXPECT_EQ(Parsed({"-i", "in.mp4"}).page, Page::kNone);
+  EXPECT_EQ(Parsed({"--help"}).page, Page::kHelp);
+  EXPECT_EQ(Parsed({"--memory", "none", "-h"}).page, Page::kHelp);
+  EXPECT_EQ(Parsed({"--version"}).page, Page::kVersion);
+  EXPECT_EQ(Parsed({"--help=keys", "-s"}).page, Page::kKeys);
+}
+
+TEST(CommandLine, ReadsTheKeysOfTheOutput) {
+  const CommandLine line = Parsed({"--set", "preset=fast", "--set=gop=5", "--set=gop=6"});
+  ASSERT_EQ(line.outputValues.size(), 3U);
+  EXPECT_EQ(line.outputValues[0].key, "preset");
+  EXPECT_EQ(line.outputValues[0].value, "fast");
+  EXPECT_EQ(line.outputValues[2].value, "6");
+}
+
+TEST(CommandLine, RefusesValuesThatDoNotServe) {
+  const std::vector<std::pair<std::vector<const char*>, const char*>> rows = {
+      {{"--set", "fast"}, "option --set needs KEY=VALUE, not fast; as in --set preset=fast"},
+      {{"--set", "=fast"}, "option --set needs KEY=VALUE, not =fast; as in --set preset=fast"},
+      {{"--set=gop=0"}, "--set gop takes 1 to 1000000 pictures, not 0"},
+      {{"--set", "rotation=90"}, "--set rotation does nothing alone; set target-width too"},
+      {{"--overwrite", "maybe"}, "option --overwrite needs ask, yes or no, not maybe"},
+      {{"--progress=xml"}, "option --progress needs json, not xml"}};
+  for (const auto& [arguments, text] : rows) {
+    const test_support::LogCapture log;
+    CommandLine line;
+    EXPECT_EQ(Parse(arguments, &line), -1);
+    EXPECT_TRUE(log.Has(kLogError, "reverse::Main", text)) << text;
+  }
+}
+
+TEST(CommandLine, ReadsTheSwitches) {
+  const test_support::LogCapture log;
+  const CommandLine line =
+      Parsed({"--no-sound", "--quiet", "--overwrite=no", "--progress", "json"});
+  EXPECT_TRUE(line.hasNoSound && line.isQuiet && line.isJson);
+  EXPECT_EQ(line.overwrite, Overwrite::kNo);
+  EXPECT_FALSE(log_enabled(kLogWarn));
+  EXPECT_TRUE(log_enabled(kLogError));
+  EXPECT_EQ(Parsed({"--overwrite", "ask"}).overwrite, Overwrite::kAsk);
+  EXPECT_EQ(Parsed({"--overwrite", "no", "--overwrite", "yes"}).overwrite, Overwrite::kYes);
+  const CommandLine none = Parsed({"-i", "in.mp4"});
+  EXPECT_FALSE(none.hasNoSound || none.isQuiet || none.isJson);
+  EXPECT_EQ(none.overwrite, Overwrite::kYes);
+}
+
 TEST(CommandLine, PrintsTheUsageToStandardOutput) {
   testing::internal::CaptureStdout();
   PrintUsage();

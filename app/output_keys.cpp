@@ -1,0 +1,236 @@
+#include "app/output_keys.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <string_view>
+
+#include "app/nearest.h"
+
+namespace app {
+namespace {
+
+constexpr int64_t kMostPixels = 16384;
+constexpr int64_t kMostBits = std::numeric_limits<int32_t>::max();
+constexpr char kPresets[] =
+    "ultrafast superfast veryfast faster fast medium slow slower veryslow placebo";
+constexpr char kTurns[] = "0 90 180 270";
+
+OutputKey Text(const char* name, const char* sentence) {
+  return {name, false, KeyType::kText, 0, 0, "", "", "", sentence};
+}
+
+OutputKey Int(const char* name, const char* unit, const char* sentence) {
+  return {name, false, KeyType::kInt, 0, kMostBits, unit, "", "", sentence};
+}
+
+OutputKey Double(const char* name, const char* unit, const char* sentence) {
+  return {name, false, KeyType::kDouble, 0, 0, unit, "", "", sentence};
+}
+
+OutputKey Flag(const char* name, const char* sentence) {
+  return {name, false, KeyType::kFlag, 0, 0, "", "", "", sentence};
+}
+
+// One line a key, in the order in which they are shown: first those of --set, then the others.
+std::vector<OutputKey> MakeKeys() {
+  using T = KeyType;
+  return {
+      // name, settable, type, lowest, highest, unit, choices, needs, sentence
+      {"target-width", true, T::kEven, 2, kMostPixels, "pixels", "", "target-height",
+       "width of the output's pictures, if another than that of the clip"},
+      {"target-height", true, T::kEven, 2, kMostPixels, "pixels", "", "target-width",
+       "height of the output's pictures, if another than that of the clip"},
+      {"rotation", true, T::kChoice, 0, 0, "degrees", kTurns, "target-width",
+       "turns the pictures themselves clockwise, only together with another size"},
+      {"rotate", true, T::kChoice, 0, 0, "degrees", kTurns, "",
+       "asks players to turn the pictures clockwise; a reversal asks what the clip asks"},
+      {"sample_aspect_num", true, T::kInt, 1, 65535, "", "", "sample_aspect_den",
+       "shape of a pixel, width: its width to its height is as this number to the next one"},
+      {"sample_aspect_den", true, T::kInt, 1, 65535, "", "", "sample_aspect_num",
+       "shape of a pixel, height"},
+      {"preset", true, T::kChoice, 0, 0, "", kPresets, "",
+       "how much time the H.264 encoder takes for a smaller file; `superfast` in a reversal, else "
+       "`veryfast`"},
+      {"video-bitrate", true, T::kInt, 1000, kMostBits, "bit/s", "", "",
+       "bit rate of the pictures; a reversal goes by their size and rate"},
+      {"maxrate", true, T::kInt, 1000, kMostBits, "bit/s", "", "",
+       "highest bit rate of the pictures; as `video-bitrate` in a reversal"},
+      {"bufsize", true, T::kInt, 1000, kMostBits, "bits", "", "",
+       "over how many bits `maxrate` is kept; five times `video-bitrate` in a reversal"},
+      {"gop", true, T::kInt, 1, 1000000, "pictures", "", "",
+       "from key frame to key frame; a second of them in a reversal"},
+      {"thread-count", true, T::kInt, 0, 128, "", "", "",
+       "threads of the video encoder; 0 has the encoder choose"},
+      {"thread-type", true, T::kChoice, 0, 0, "", "frame slice", "",
+       "whether these threads share pictures, or each has its own"},
+      {"use-thread", true, T::kFlag, 0, 0, "", "", "",
+       "1 encodes on a thread of its own, 0 (unless set) on the one that gives the frames"},
+      {"audio-bit-rate", true, T::kInt, 8000, 512000, "bit/s", "", "",
+       "bit rate of the sound; a reversal takes that of the clip, 384000 if this is below 128000"},
+      {"has-water-mark", true, T::kFlag, 0, 0, "", "", "logo-path",
+       "1 stamps a logo on pictures in `bgra` or `rgba`; not together with another size"},
+      {"logo-path", true, T::kFile, 0, 0, "", "", "has-water-mark",
+       "a PNG file of three samples a pixel, whose top left pixel is its black"},
+      {"water-mark-pos", true, T::kInt, 1, 4, "", "", "has-water-mark",
+       "the corner of the logo, clockwise from top left"},
+      {"water-mark-gap", true, T::kInt, 0, kMostPixels, "pixels", "", "has-water-mark",
+       "between the logo and the edges"},
+      {"water-mark-rotation", true, T::kChoice, 0, 0, "degrees", kTurns, "has-water-mark",
+       "turns the logo clockwise"},
+      Text("output-path", "the file; its extension chooses the container"),
+      Text(
+          "write-path",
+          "where the bytes go instead, if not to `output-path`, which log lines name all the same"),
+      Flag("has-video", "whether pictures are written"),
+      Flag("has-audio", "whether sound is written"),
+      Text("video-codec", "FFmpeg's name of the video encoder: `libx264`"),
+      Int("width", "pixels", "width of the pictures that come in"),
+      Int("height", "pixels", "height of the pictures that come in"),
+      Text("input-color-format", "FFmpeg's name of the pixel format that comes in: `bgra`"),
+      Text("output-color-format", "FFmpeg's name of the pixel format that is written: `yuv420p`"),
+      Double("frame-rate", "pictures/s", "pictures a second"),
+      Int("stamp-rate", "ticks/s",
+          "ticks that the times of pictures are kept at: a multiple of `frame-rate`, or 90000 if "
+          "the rate varies; 0 (unless set) moves each picture to the nearest frame of "
+          "`frame-rate`. AVI and MXF know no other way"),
+      Flag("has-constant-rate",
+           "1 has the container tell `frame-rate` to players, 0 (unless set) leaves them to "
+           "measure it"),
+      Text("color-range",
+           "FFmpeg's name of what the numbers of the output's pictures stand for: `tv`; players "
+           "guess what is not set"),
+      Text("color-space", "the same: `bt709`"),
+      Text("color-primaries", "the same: `bt709`"),
+      Text("color-trc", "the same: `bt709`"),
+      Text("chroma-location", "the same: `left`"),
+      Text("audio-codec", "FFmpeg's name of the sound's encoder: `aac`"),
+      Int("sample-rate", "Hz", "of the sound that comes in"),
+      Int("channel-count", "channels", "of the sound that comes in"),
+      Int("sample-format", "",
+          "FFmpeg's number of the type that the encoder takes: 8, planar float, for `aac`"),
+      Flag("auto-discard-video",
+           "1 (unless set) leaves a picture out when no buffer is free, 0 waits"),
+      Flag("auto-discard-audio",
+           "1 (unless set) leaves out sound that comes before the first picture"),
+      Flag("enable-av-sync",
+           "1 (unless set) fills gaps in the sound with silence, and drops what is ahead"),
+  };
+}
+
+const OutputKey* Find(const std::string& name) {
+  for (const OutputKey& key : OutputKeys()) {
+    if (key.isSettable && name == key.name) return &key;
+  }
+  return nullptr;
+}
+
+std::string UnknownKey(const std::string& name) {
+  std::vector<std::string> names;
+  for (const OutputKey& key : OutputKeys()) {
+    if (key.isSettable) names.emplace_back(key.name);
+  }
+  const std::string nearest = Nearest(name, names);
+  const std::string reason = "--set knows no key " + name;
+  if (nearest.empty()) return reason + "; --help=keys lists them";
+  return reason + "; did you mean " + nearest + "?";
+}
+
+std::string Joined(std::string_view words) {
+  std::string text;
+  for (const char c : words) text += c == ' ' ? ", " : std::string(1, c);
+  return text;
+}
+
+bool IsOneOf(std::string_view words, std::string_view word) {
+  for (std::string_view rest = words; !rest.empty();) {
+    const std::string_view first = rest.substr(0, rest.find(' '));
+    if (first == word) return true;
+    rest.remove_prefix(std::min(first.size() + 1, rest.size()));
+  }
+  return false;
+}
+
+bool IsInRange(const OutputKey& key, const std::string& text) {
+  int64_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || rest != end) return false;
+  const bool isStep = key.type != KeyType::kEven || number % 2 == 0;
+  return isStep && key.lowest <= number && number <= key.highest;
+}
+
+bool Takes(const OutputKey& key, const std::string& text) {
+  switch (key.type) {
+    case KeyType::kInt:
+    case KeyType::kEven:
+      return IsInRange(key, text);
+    case KeyType::kFlag:
+      return text == "0" || text == "1";
+    case KeyType::kChoice:
+      return IsOneOf(key.choices, text);
+    case KeyType::kText:
+    case KeyType::kFile:
+    case KeyType::kDouble:
+      break;
+  }
+  return !text.empty();
+}
+
+}  // namespace
+
+const std::vector<OutputKey>& OutputKeys() {
+  static const std::vector<OutputKey> keys = MakeKeys();
+  return keys;
+}
+
+const char* TypeName(KeyType type) {
+  constexpr const char* kNames[] = {"text", "file", "flag", "choice", "int", "int", "double"};
+  return kNames[static_cast<size_t>(type)];
+}
+
+std::string RangeText(const OutputKey& key) {
+  std::string unit = key.unit;
+  if (!unit.empty()) unit.insert(unit.begin(), ' ');
+  switch (key.type) {
+    case KeyType::kInt:
+    case KeyType::kEven:
+      if (!key.isSettable) return key.unit;
+      return std::to_string(key.lowest) + " to " + std::to_string(key.highest) + unit +
+             (key.type == KeyType::kEven ? ", even" : "");
+    case KeyType::kFlag:
+      return "0, 1";
+    case KeyType::kChoice:
+      return Joined(key.choices) + unit;
+    case KeyType::kDouble:
+      return key.unit;
+    case KeyType::kText:
+    case KeyType::kFile:
+      break;
+  }
+  return "";
+}
+
+std::string WhyNotSet(const OutputValue& value) {
+  const OutputKey* const key = Find(value.key);
+  if (key == nullptr) return UnknownKey(value.key);
+  if (Takes(*key, value.value)) return "";
+  const std::string range = RangeText(*key);
+  return "--set " + value.key + " takes " + (range.empty() ? "a name" : range) + ", not " +
+         (value.value.empty() ? "nothing" : value.value);
+}
+
+std::string WhyNotTogether(const std::vector<OutputValue>& values) {
+  const auto isSet = [&values](std::string_view name) {
+    return std::any_of(values.begin(), values.end(),
+                       [name](const OutputValue& other) { return other.key == name; });
+  };
+  for (const OutputValue& value : values) {
+    const OutputKey* const key = Find(value.key);
+    if (key == nullptr || *key->needs == '\0' || isSet(key->needs)) continue;
+    return "--set " + value.key + " does nothing alone; set " + key->needs + " too";
+  }
+  return "";
+}
+
+}  // namespace app
