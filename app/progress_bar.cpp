@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <optional>
 
 namespace app {
 namespace {
@@ -42,46 +43,34 @@ std::string ClockText(double seconds) {
 
 }  // namespace
 
-void ProgressBar::Update(double percent, double now) {
-  const bool isFirst = mPercent < 0;
-  if (isFirst) mBegin = now;
-  const double known = std::clamp(percent, 0.0, 100.0);
-  // The clock of a host may be set back.
-  if (isFirst || known != mPercent) mChange = std::max(now, mBegin);
-  mPercent = known;
-}
-
 std::string ProgressBar::Speed() const {
-  const double seconds = mChange - mBegin;
-  if (mRange <= 0 || mPercent <= 0 || seconds <= 0) return "";
-  const double speed = mRange * mPercent / 100 / seconds;
-  const int decimals = speed < 10 ? 2 : speed < 100 ? 1 : 0;
+  const std::optional<double> speed = mPace.Speed(mRange);
+  if (!speed.has_value()) return "";
+  const int decimals = *speed < 10 ? 2 : *speed < 100 ? 1 : 0;
   // Widths are fixed where they can be, so that the bar beside them keeps its own.
-  return Text(" %5.*fx", decimals, std::min(speed, 99999.0));
+  return Text(" %5.*fx", decimals, std::min(*speed, 99999.0));
 }
 
 std::string ProgressBar::Time(double now) const {
-  if (mPercent >= 100) return Text(" %10s", ("in " + ClockText(mChange - mBegin)).c_str());
-  const double seconds = mChange - mBegin;
-  if (mPercent <= 0 || seconds <= 0) return "";
-  // Progress comes in steps; between them the time left runs down by the clock.
-  const double left = seconds * (100 - mPercent) / mPercent - std::max(0.0, now - mChange);
-  return Text(" %10s", (ClockText(left) + " left").c_str());
+  if (mPace.Percent() >= 100) return Text(" %10s", ("in " + ClockText(mPace.Taken())).c_str());
+  const std::optional<double> left = mPace.Left(now);
+  if (!left.has_value()) return "";
+  return Text(" %10s", (ClockText(*left) + " left").c_str());
 }
 
 std::string ProgressBar::Bar(int width) const {
   const BarStyle& style = mIsUtf8 ? kUtf8Style : kAsciiStyle;
   const int cells = width - style.borders;
-  const int done = static_cast<int>(cells * mPercent / 100);
+  const int done = static_cast<int>(cells * mPace.Percent() / 100);
   std::string bar = style.open;
   for (int i = 0; i < cells; ++i) bar += i < done ? style.done : style.left;
   return bar + style.close;
 }
 
 std::string ProgressBar::Line(int columns, double now) const {
-  if (mPercent < 0) return "";
-  const std::array<std::string, 3> details = {Text(" %3d%%", static_cast<int>(mPercent)), Speed(),
-                                              Time(now)};
+  if (!mPace.HasBegun()) return "";
+  const std::array<std::string, 3> details = {Text(" %3d%%", static_cast<int>(mPace.Percent())),
+                                              Speed(), Time(now)};
   int room = columns - 1 - kIndent - kSmallestBar;
   if (room < 0) return "";
   std::string tail;

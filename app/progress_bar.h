@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "app/run_pace.h"
+
 namespace app {
 
 // Knows nothing of terminals and clocks: numbers in, text out.
@@ -15,7 +17,7 @@ class ProgressBar {
   void SetRange(double seconds) { mRange = seconds; }
 
   // `percent` is done at the time `now`, in seconds of any clock. The first call starts the run.
-  void Update(double percent, double now);
+  void Update(double percent, double now) { mPace.Update(percent, now); }
 
   // The line at the time `now`, without a line end: a bar, percent, speed as a multiple of playing,
   // and the time left, or at 100 percent the time taken. What is not known yet is left out, and so
@@ -29,10 +31,8 @@ class ProgressBar {
   std::string Bar(int width) const;
 
   const bool mIsUtf8;
-  double mRange = 0;     // seconds
-  double mPercent = -1;  // below 0 before the first update
-  double mBegin = 0;     // time of the first update
-  double mChange = 0;    // time when the percent last became another
+  double mRange = 0;  // seconds
+  RunPace mPace;
 };
 
 }  // namespace app

@@ -1,9 +1,13 @@
 #include "app/run_driver.h"
 
+#include <algorithm>
+#include <cmath>
 #include <optional>
 #include <utility>
 
 #include "app/advice.h"
+#include "app/overwrite.h"
+#include "app/progress_lines.h"
 #include "base/log.h"
 #include "base/platform.h"
 #include "codec/ffmpeg/compat.h"
@@ -13,10 +17,35 @@ namespace {
 
 constexpr char kTag[] = "reverse::Main";
 
+Progress ProgressOf(codec::Reverse* job) {
+  Progress progress;
+  progress.percent = static_cast<double>(job->GetProgress());
+  progress.range = std::max(job->RangeSeconds(), 0.0);
+  progress.position = progress.range * progress.percent / 100;
+  progress.bytes = job->BytesWritten();
+  return progress;
+}
+
+// A range may hold something else than was meant, and is no error: the usage text speaks of
+// milliseconds, and an end before the start leaves a file without pictures.
+void WarnOfRange(const CommandLine& line, const codec::Reverse& job) {
+  constexpr double kUsualRounding = 1;
+  const double duration = static_cast<double>(job.InputInfo().duration);
+  if (std::isfinite(line.end) && line.end > duration + kUsualRounding) {
+    log_warn(
+        kTag,
+        "-e %g lies beyond the end of the clip at %.3f s, where the range ends; times are seconds",
+        line.end, duration);
+  }
+  if (job.RangeSeconds() <= 0) {
+    log_warn(kTag, "-e %g lies before the start at %g s; the output holds no pictures", line.end,
+             line.start);
+  }
+}
+
 // The whole run; what is known of its failure where it failed.
 std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
-                           const CommandLine& commandLine,
-                           const std::function<void(double)>& onRange) {
+                           const CommandLine& commandLine, ProgressObserver* observer) {
   if (job->Init() != 0) {
     log_error(kTag, "Reverse init error");
     Failure failure = Examine(commandLine, job->InputInfo(), 0);
@@ -25,9 +54,10 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
     failure.obstacle = job->Obstacle();
     return failure;
   }
-  if (onRange) onRange(job->RangeSeconds());
+  WarnOfRange(commandLine, *job);
   if (job->Start() == 0) {
-    ReportProgress([&job] { return job->GetProgress(); }, WaitFor(commandLine, job.get()));
+    ReportProgress([&job] { return ProgressOf(job.get()); }, WaitFor(commandLine, job.get()),
+                   observer);
   }
   job->Release();
   const int error = job->Result();
@@ -39,12 +69,12 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
 
 }  // namespace
 
-int RunReverse(const CommandLine& commandLine, const std::function<void(double)>& onRange) {
+int RunReverse(const CommandLine& commandLine, ProgressObserver* observer) {
   auto job = std::make_unique<codec::Reverse>(commandLine.input.c_str(), commandLine.start,
                                               commandLine.end, commandLine.output.c_str());
   SwitchOnAdditions(commandLine, job.get());
   DescribeOutput(commandLine, job.get());
-  return RunJob(std::move(job), commandLine, onRange);
+  return RunJob(std::move(job), commandLine, observer);
 }
 
 void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job) {
@@ -52,6 +82,8 @@ void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job) {
     log_warn(kTag, "--plain leaves --memory out");
   }
   if (commandLine.isPlain) return;
+  // Of the one warning that every run has, a person who is shown warnings only would learn nothing.
+  if (!log_enabled(kLogInfo)) job->SetOutputParameter("speed", "1");
   job->SetMirror(true);
   job->SetSafeOutput(true);
   job->SetMemoryLimit(commandLine.memory > 0 ? commandLine.memory : codec::Reverse::kHostMemory);
@@ -65,12 +97,18 @@ void DescribeOutput(const CommandLine& commandLine, codec::Reverse* job) {
 }
 
 int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,
-           const std::function<void(double)>& onRange) {
-  const std::optional<Failure> failure = Run(std::move(job), commandLine, onRange);
-  if (!failure) return 0;
+           ProgressObserver* observer) {
+  ProgressLines lines;
+  if (observer == nullptr) observer = &lines;
+  std::string advice = WhyNotOverwritten(commandLine, AskAtTerminal());
+  if (advice.empty()) {
+    const std::optional<Failure> failure = Run(std::move(job), commandLine, observer);
+    if (failure) advice = Advice(*failure);
+  }
   // After the job's own last lines: what remains on the screen is what a person can do.
-  log_error(kTag, "%s", Advice(*failure).c_str());
-  return -1;
+  if (!advice.empty()) log_error(kTag, "%s", advice.c_str());
+  observer->OnEnd({advice.empty(), commandLine.output, advice});
+  return advice.empty() ? 0 : -1;
 }
 
 std::function<void(int milliseconds)> WaitFor(const CommandLine& commandLine, codec::Reverse* job) {
@@ -78,15 +116,15 @@ std::function<void(int milliseconds)> WaitFor(const CommandLine& commandLine, co
   return [job](int milliseconds) { job->WaitForEnd(milliseconds); };
 }
 
-void ReportProgress(const std::function<float()>& progress,
-                    const std::function<void(int milliseconds)>& wait) {
+void ReportProgress(const std::function<Progress()>& progress,
+                    const std::function<void(int milliseconds)>& wait, ProgressObserver* observer) {
   constexpr int kIntervalMs = 400;
-  float percent = 0;
+  Progress now;
   do {
-    percent = progress();
-    log_info(kTag, "progress:%.3f", static_cast<double>(percent));
+    now = progress();
+    observer->OnProgress(now);
     wait(kIntervalMs);
-  } while (100.0F > percent);
+  } while (100.0 > now.percent);
 }
 
 }  // namespace app

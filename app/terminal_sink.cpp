@@ -11,19 +11,21 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/log.h"
 #include "base/log_backend.h"
 
 namespace app {
 namespace {
 
-constexpr std::string_view kProgress = "[reverse::Main] progress:";
 constexpr char kClear[] = "\r\x1b[J";
 constexpr char kReset[] = "\x1b[m";
 
 // By spdlog's number of the level, trace first.
 constexpr std::array kColours = {"", "\x1b[36m", "\x1b[32m", "\x1b[33m", "\x1b[31m", "", ""};
 
-std::string_view View(const spdlog::string_view_t& text) { return {text.data(), text.size()}; }
+double Seconds(const spdlog::log_clock::time_point& time) {
+  return std::chrono::duration<double>(time.time_since_epoch()).count();
+}
 
 int Columns(std::FILE* terminal) {
   constexpr int kUsual = 80;
@@ -63,9 +65,14 @@ bool IsUtf8() {
 
 }  // namespace
 
-void TerminalSink::SetRange(double seconds) {
+void TerminalSink::Draw(const Progress& progress, double now) {
   const std::lock_guard lock(mutex_);
-  mBar.SetRange(seconds);
+  mNow = now;
+  mBar.SetRange(progress.range);
+  mBar.Update(progress.percent, now);
+  mIsShown = true;
+  // Each time in one write, so that a program that is killed leaves no half of a line.
+  Write(kClear + Drawn());
 }
 
 void TerminalSink::Finish() {
@@ -75,19 +82,12 @@ void TerminalSink::Finish() {
 }
 
 void TerminalSink::sink_it_(const spdlog::details::log_msg& message) {
-  mNow = std::chrono::duration<double>(message.time.time_since_epoch()).count();
-  const std::string_view text = View(message.payload);
-  const bool isProgress = text.substr(0, kProgress.size()) == kProgress;
+  mNow = Seconds(message.time);
   // Each time in one write, so that a program that is killed leaves no half of a colour behind.
-  std::string out = isProgress || mIsShown ? kClear : "";
-  if (isProgress) {
-    mBar.Update(std::atof(std::string(text.substr(kProgress.size())).c_str()), mNow);
-    mIsShown = true;
-  } else {
-    out += Formatted(message);
-    // An error may be the end of the run; the bar comes back with the next progress if it is not.
-    if (message.level >= spdlog::level::err) mIsShown = false;
-  }
+  std::string out = mIsShown ? kClear : "";
+  out += Formatted(message);
+  // An error may be the end of the run; the bar comes back with the next progress if it is not.
+  if (message.level >= spdlog::level::err) mIsShown = false;
   Write(mIsShown ? out + Drawn() : out);
 }
 
@@ -114,14 +114,15 @@ TerminalLog::TerminalLog() {
   mSink = std::make_shared<TerminalSink>(stderr, IsUtf8());
   mSink->set_pattern(kLogPattern);
   LogBackend()->sinks() = {mSink};
+  log_set_level(kLogWarn);
 }
 
 TerminalLog::~TerminalLog() {
   if (mSink != nullptr) mSink->Finish();
 }
 
-void TerminalLog::SetRange(double seconds) const {
-  if (mSink != nullptr) mSink->SetRange(seconds);
+void TerminalLog::OnProgress(const Progress& progress) {
+  if (mSink != nullptr) mSink->Draw(progress, Seconds(spdlog::log_clock::now()));
 }
 
 }  // namespace app

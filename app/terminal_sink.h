@@ -10,11 +10,12 @@
 #include <string>
 
 #include "app/progress_bar.h"
+#include "app/progress_observer.h"
 
 namespace app {
 
-// Draws the progress lines of the run driver as a bar; writes every other line above it, coloured
-// by level. Sets no title, hides no cursor, and every colour is reset within its line, so that a
+// Draws the progress of the run driver as a bar; writes the lines of the log above it, coloured by
+// level. Sets no title, hides no cursor, and every colour is reset within its line, so that a
 // program killed at any moment leaves the terminal as it was.
 //
 // The cursor rests at the start of the bar's line. A terminal that is made narrower breaks the line
@@ -24,8 +25,8 @@ class TerminalSink : public spdlog::sinks::base_sink<std::mutex> {
   // `terminal` is open and stays so.
   TerminalSink(std::FILE* terminal, bool isUtf8) : mTerminal(terminal), mBar(isUtf8) {}
 
-  // The length of what is reversed, in seconds.
-  void SetRange(double seconds);
+  // Draws the bar. `now` in seconds since the epoch, as messages have their times.
+  void Draw(const Progress& progress, double now);
   // Leaves the bar as it is, with the cursor on the line below it.
   void Finish();
 
@@ -42,22 +43,21 @@ class TerminalSink : public spdlog::sinks::base_sink<std::mutex> {
   // Under the base's mutex.
   std::FILE* const mTerminal;
   ProgressBar mBar;
-  double mNow = 0;  // seconds, of the last message
+  double mNow = 0;  // seconds, of the last message or progress
   bool mIsShown = false;
 };
 
-// Sends the log of the process to standard error's terminal until it is destroyed. Does nothing
-// where standard error is no terminal or the person wants plain lines: in the environment NO_COLOR
-// or CI is set, or TERM is missing or "dumb".
-class TerminalLog {
+// Sends the log of the process to standard error's terminal until it is destroyed, from warnings
+// on: the bar tells the rest. Does nothing where standard error is no terminal or the person wants
+// plain lines: in the environment NO_COLOR or CI is set, or TERM is missing or "dumb".
+class TerminalLog : public ProgressObserver {
  public:
   TerminalLog();
-  ~TerminalLog();
-  TerminalLog(const TerminalLog&) = delete;
-  TerminalLog& operator=(const TerminalLog&) = delete;
+  ~TerminalLog() override;
 
-  // The length of what is reversed, in seconds.
-  void SetRange(double seconds) const;
+  // Whether there is a bar; without one the calls below do nothing.
+  bool IsDrawing() const { return mSink != nullptr; }
+  void OnProgress(const Progress& progress) override;
 
  private:
   std::shared_ptr<TerminalSink> mSink;  // null where lines are plain

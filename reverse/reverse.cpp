@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "base/file_gauge.h"
 #include "base/file_identity.h"
 #include "base/guarded.h"
 #include "base/local_file.h"
@@ -35,7 +36,8 @@ Reverse::Reverse(const char* inputPath, double start, double end, const char* ou
       mMemory(std::make_unique<JobMemory>()),
       mReversal(std::make_unique<Reversal>()),
       mStart(start),
-      mEnd(end) {}
+      mEnd(end),
+      mOutputGauge(std::make_unique<but::FileGauge>()) {}
 
 Reverse::~Reverse() { Release(); }
 
@@ -149,6 +151,7 @@ int Reverse::CreateWriter() {
     log_error(kTag, "Make MediaWriter error");
     return -1;
   }
+  mOutputGauge->Open(mOutputFile->WritePath());
 
   ReverseRange range;
   range.start = mStart;
@@ -213,6 +216,8 @@ float Reverse::GetProgress() {
   if (mProgress > 100) mProgress = 100;
   return mProgress;
 }
+
+int64_t Reverse::BytesWritten() const { return mOutputGauge->Bytes(); }
 
 bool Reverse::WaitForEnd(int milliseconds) {
   return mEndSignal.Wait(std::chrono::milliseconds(milliseconds));

@@ -14,8 +14,9 @@
 #include "reverse/end_signal.h"
 
 namespace but {
+class FileGauge;
 class NewFile;
-}
+}  // namespace but
 
 namespace codec {
 
@@ -79,6 +80,9 @@ class Reverse {
   int Start();
   // Percent done, 0 to 100; 0 before Start.
   float GetProgress();
+  // Bytes that the output holds so far; 0 before Init, and for devices and pipes. Stays readable
+  // after Release.
+  int64_t BytesWritten() const;
   // Waits until the work is over, for this many milliseconds at the most (0 or less: only looks).
   // True if the work is over: the output is closed, the progress 100. True at once if no work was
   // begun, or Start has failed. Result counts only after Release.
@@ -161,6 +165,7 @@ class Reverse {
   EndSignal mEndSignal;
 
   // Touched by the caller's thread only.
+  std::unique_ptr<but::FileGauge> mOutputGauge;  // never null
   std::unique_ptr<ReverseWorkThread> mWorkThread;
 };
 

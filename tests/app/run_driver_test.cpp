@@ -4,13 +4,16 @@
 
 #include <chrono>
 #include <filesystem>
+#include <limits>
 #include <vector>
 
+#include "app/progress_lines.h"
 #include "codec/ffmpeg/compat.h"
 #include "codec/ffmpeg/faults.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/media_reading.h"
 
 namespace app {
 namespace {
@@ -20,12 +23,30 @@ using test_support::ClipKind;
 using test_support::LogCapture;
 using test_support::ScratchPath;
 
+// Notes what it is told.
+class Notes : public ProgressObserver {
+ public:
+  void OnProgress(const Progress& progress) override { reports.push_back(progress); }
+  void OnEnd(const RunEnd& end) override { ends.push_back(end); }
+
+  std::vector<Progress> reports;
+  std::vector<RunEnd> ends;
+};
+
+Progress AtPercent(double percent) {
+  Progress progress;
+  progress.percent = percent;
+  return progress;
+}
+
 TEST(RunDriver, LogsProgressEvery400MillisecondsUntilOneLineAfterHundred) {
-  const std::vector<float> values = {0, 12.5F, 99.9999F, 100};
+  const std::vector<double> values = {0, 12.5, 99.9999, 100};
   size_t next = 0;
   std::vector<int> waits;
   const LogCapture log;
-  ReportProgress([&] { return values.at(next++); }, [&](int ms) { waits.push_back(ms); });
+  ProgressLines lines;
+  ReportProgress([&] { return AtPercent(values.at(next++)); }, [&](int ms) { waits.push_back(ms); },
+                 &lines);
   EXPECT_EQ(log.Texts("reverse::Main"),
             (std::vector<std::string>{"progress:0.000", "progress:12.500", "progress:100.000",
                                       "progress:100.000"}));
@@ -35,9 +56,82 @@ TEST(RunDriver, LogsProgressEvery400MillisecondsUntilOneLineAfterHundred) {
 
 TEST(RunDriver, KeepsReportingWhereTheWorkCannotStart) {
   int waits = 0;
+  Notes notes;
+  ReportProgress([&] { return AtPercent(waits < 50 ? 0 : 100); }, [&](int) { ++waits; }, &notes);
+  EXPECT_EQ(notes.reports.size(), 51U);
+}
+
+TEST(RunDriver, TellsItsObserverHowFarTheRunIs) {
+  Notes notes;
   const LogCapture log;
-  ReportProgress([&] { return waits < 50 ? 0.0F : 100.0F; }, [&](int) { ++waits; });
-  EXPECT_EQ(log.Count(kLogInfo, "reverse::Main", "progress:0.000"), 50);
+  const std::string output = ScratchPath("observed.mp4");
+  EXPECT_EQ(RunReverse({Clip(ClipKind::kH264Short), output, 0.5, 2.5}, &notes), 0);
+  ASSERT_GE(notes.reports.size(), 2U);
+  double before = 0;
+  for (const Progress& progress : notes.reports) {
+    EXPECT_DOUBLE_EQ(progress.range, 2);
+    EXPECT_DOUBLE_EQ(progress.position, progress.percent / 50);
+    EXPECT_GE(progress.percent, before);
+    before = progress.percent;
+  }
+  EXPECT_EQ(before, 100);
+  EXPECT_EQ(notes.reports.back().bytes, static_cast<int64_t>(std::filesystem::file_size(output)));
+  ASSERT_EQ(notes.ends.size(), 1U);
+  EXPECT_TRUE(notes.ends[0].isDone);
+  EXPECT_EQ(notes.ends[0].output, output);
+  EXPECT_EQ(notes.ends[0].advice, "");
+  EXPECT_EQ(log.CountContaining(kLogInfo, "reverse::Main", "progress:"), 0);
+}
+
+TEST(RunDriver, TellsItsObserverOfAFailureBeforeTheWork) {
+  Notes notes;
+  const LogCapture log;
+  EXPECT_EQ(RunReverse({"absent.mp4", ScratchPath("none.mp4"), 0, 0}, &notes), -1);
+  EXPECT_TRUE(notes.reports.empty());
+  ASSERT_EQ(notes.ends.size(), 1U);
+  EXPECT_FALSE(notes.ends[0].isDone);
+  EXPECT_EQ(notes.ends[0].advice, "absent.mp4 does not exist; check the name after -i");
+}
+
+TEST(RunDriver, WarnsOfAnEndThatIsNotMeant) {
+  struct Row {
+    double start;
+    double end;
+    const char* warning;  // null for none
+  };
+  const std::vector<Row> rows = {
+      {0, 5000,
+       "-e 5000 lies beyond the end of the clip at 3.000 s, where the range ends; times are "
+       "seconds"},
+      {2, 1, "-e 1 lies before the start at 2 s; the output holds no pictures"},
+      {2.5, 3.9, nullptr},
+      {2.5, std::numeric_limits<double>::infinity(), nullptr},
+      {2.5, 0, nullptr},
+      {2.5, -5, nullptr}};
+  for (const Row& row : rows) {
+    const LogCapture log;
+    EXPECT_EQ(
+        RunReverse({Clip(ClipKind::kH264Short), ScratchPath("meant.mp4"), row.start, row.end}), 0);
+    const int warnings = log.CountContaining(kLogWarn, "reverse::Main", "-e ");
+    EXPECT_EQ(warnings, row.warning == nullptr ? 0 : 1) << row.end;
+    if (row.warning != nullptr) {
+      EXPECT_TRUE(log.Has(kLogWarn, "reverse::Main", row.warning));
+    }
+  }
+}
+
+TEST(RunDriver, DescribesTheOutputByTheCommandLine) {
+  CommandLine line;
+  line.input = Clip(ClipKind::kH264Short);
+  line.output = ScratchPath("described.mp4");
+  line.start = 2;
+  line.hasNoSound = true;
+  line.outputValues = {{"target-width", "160"}, {"target-height", "90"}, {"gop", "5"}};
+  const LogCapture log;
+  EXPECT_EQ(RunReverse(line), 0);
+  EXPECT_EQ(test_support::StreamFields(line.output, "v").at("width"), "160");
+  EXPECT_EQ(test_support::StreamFields(line.output, "v").at("height"), "90");
+  EXPECT_EQ(test_support::StreamFields(line.output, "a").count("codec_name"), 0U);
 }
 
 // Of a job that was never started the end is there, so that a wait for it would be no wait.

@@ -22,7 +22,6 @@ class OnTerminal {
  public:
   explicit OnTerminal(int columns) : mTerminal(columns), mSink(mTerminal.File(), false) {
     mSink.set_pattern("%^%l%$ %v");
-    mSink.SetRange(60);
   }
 
   void Log(spdlog::level::level_enum level, const std::string& text) {
@@ -30,9 +29,12 @@ class OnTerminal {
     message.time = spdlog::log_clock::time_point(std::chrono::seconds(mNow));
     mSink.log(message);
   }
-  void Progress(const std::string& percent, int now) {
+  void Draw(double percent, int now) {
     mNow = now;
-    Log(spdlog::level::info, "[reverse::Main] progress:" + percent);
+    Progress progress;
+    progress.percent = percent;
+    progress.range = 60;
+    mSink.Draw(progress, now);
   }
 
   Terminal& Device() { return mTerminal; }
@@ -48,9 +50,9 @@ TEST(TerminalSink, ScrollsLinesAboveTheBar) {
   OnTerminal on(40);
   Screen screen(40);
   on.Log(spdlog::level::info, "[a] first");
-  on.Progress("0.000", 1000);
+  on.Draw(0, 1000);
   on.Log(spdlog::level::warn, "[a] second");
-  on.Progress("50.000", 1010);
+  on.Draw(50, 1010);
   screen.Show(on.Device().Read());
   EXPECT_THAT(screen.Lines(), ElementsAre("info [a] first", "warning [a] second",
                                           "  [######------]  50%  3.00x  0:10 left"));
@@ -65,11 +67,11 @@ TEST(TerminalSink, ScrollsLinesAboveTheBar) {
 TEST(TerminalSink, TakesTheBarAwayForAnErrorUntilTheNextProgress) {
   OnTerminal on(40);
   Screen screen(40);
-  on.Progress("50.000", 1000);
+  on.Draw(50, 1000);
   on.Log(spdlog::level::err, "[a] broken");
   screen.Show(on.Device().Read());
   EXPECT_THAT(screen.Lines(), ElementsAre("error [a] broken", ""));
-  on.Progress("50.000", 1000);
+  on.Draw(50, 1000);
   screen.Show(on.Device().Read());
   EXPECT_EQ(screen.Lines().back(), "  [###############---------------]  50%");
   on.Log(spdlog::level::err, "[a] broken");
@@ -88,17 +90,17 @@ TEST(TerminalSink, ColoursTheLevelAndResetsItAtOnce) {
 
 TEST(TerminalSink, ClearsTheBarAndDrawsItInOneGo) {
   OnTerminal on(20);
-  on.Progress("50.000", 1000);
+  on.Draw(50, 1000);
   EXPECT_EQ(on.Device().Read(), "\r\x1b[J  [#####-----]  50%\r");
 }
 
 TEST(TerminalSink, LooksAtTheWidthEachTime) {
   OnTerminal on(80);
-  on.Progress("0.000", 1000);
+  on.Draw(0, 1000);
   for (const int columns : {40, 200, 9, 5, 80}) {
     on.Device().Resize(columns);
     on.Device().Read();
-    on.Progress("50.000", 1010);
+    on.Draw(50, 1010);
     Screen screen(columns);
     screen.Show(on.Device().Read());
     ASSERT_EQ(screen.Lines().size(), 1U) << columns;
@@ -108,7 +110,7 @@ TEST(TerminalSink, LooksAtTheWidthEachTime) {
 
 TEST(TerminalSink, TakesATerminalWithoutAWidthForAnUsualOne) {
   OnTerminal on(0);
-  on.Progress("50.000", 1000);
+  on.Draw(50, 1000);
   Screen screen(80);
   screen.Show(on.Device().Read());
   EXPECT_EQ(screen.Lines()[0].size(), 79U);
@@ -123,8 +125,9 @@ TEST(TerminalSink, ShowsControlCharactersOfNamesAsQuestionMarks) {
 TEST(TerminalSink, LeavesNothingOfABarThatWasNotShown) {
   OnTerminal on(40);
   on.Sink().Finish();
-  on.Log(spdlog::level::info, "[a] progress:50.000");
-  EXPECT_THAT(on.Device().Read(), Not(HasSubstr("\x1b[J")));
+  on.Log(spdlog::level::info, "[reverse::Main] progress:50.000");
+  EXPECT_EQ(on.Device().Read(), "\x1b[32minfo\x1b[m [reverse::Main] progress:50.000\r\n")
+      << "a text is a text";
 }
 
 }  // namespace
