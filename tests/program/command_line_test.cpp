@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
@@ -25,6 +26,82 @@ TEST(Program, PrintsItsUsageAndFailsWithoutArguments) {
             "  -s <start time> Start time ms\n"
             "  -e <end time> End time ms\n");
   EXPECT_EQ(result.err, "");
+}
+
+TEST(Program, ShowsItsPagesOnStandardOutput) {
+  for (const char* word : {"--help", "-h", "--help=keys", "--version"}) {
+    const CommandResult result = RunProgram({"-i", "absent.mp4", word});
+    EXPECT_EQ(result.status, 0) << word;
+    EXPECT_EQ(result.err, "") << word;
+    EXPECT_GT(result.out.size(), 200U) << word;
+  }
+  EXPECT_EQ(RunProgram({"-h"}).out, RunProgram({"--help"}).out);
+}
+
+TEST(Program, FailsWhereAPageCannotBeWritten) {
+  const CommandResult result =
+      test_support::Run({"bash", "-c", "\"$0\" --help >/dev/full", ProgramPath()});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_NE(result.err.find("standard output: No space left on device"), std::string::npos);
+}
+
+TEST(Program, ChecksKeysBeforeItOpensAnything) {
+  const std::string output = ScratchPath("unopened.mp4");
+  const CommandResult result =
+      RunProgram({"-i", "absent.mp4", "-o", output, "--set", "presett=fast"});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_NE(result.err.find("--set knows no key presett; did you mean preset?\n"),
+            std::string::npos);
+  EXPECT_EQ(result.err.find("absent.mp4"), std::string::npos);
+}
+
+TEST(Program, ReadsTimecodes) {
+  const CommandResult result =
+      RunProgram({"-i", Clip(ClipKind::kH264Short), "-o", ScratchPath("coded.mp4"), "-s", "0:01",
+                  "-e", "0:00:02.5"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_NE(result.err.find(", start:1.000, end:2.500"), std::string::npos);
+  EXPECT_EQ(VideoTimes(ScratchPath("coded.mp4")).size(), 38U);
+}
+
+TEST(Program, SaysOneLineOfAQuietRun) {
+  const std::string output = ScratchPath("quiet.mp4");
+  const CommandResult result =
+      RunProgram({"-i", Clip(ClipKind::kH264Short), "-o", output, "--quiet", "-e", "5000"});
+  EXPECT_EQ(result.status, 0);
+  const std::string end = output + " holds 3.000 s, reversed\n";
+  ASSERT_GT(result.err.size(), end.size());
+  EXPECT_EQ(result.err.substr(result.err.size() - end.size()), end);
+  EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
+}
+
+TEST(Program, WritesJsonInPlaceOfTheProgressLines) {
+  const std::string output = ScratchPath("json.mp4");
+  const CommandResult result =
+      RunProgram({"-i", Clip(ClipKind::kH264Short), "-o", output, "--progress=json", "--quiet"});
+  EXPECT_EQ(result.status, 0);
+  const std::string end = ",\"bytes\":" + std::to_string(std::filesystem::file_size(output)) +
+                          ",\"result\":\"done\"}\n";
+  ASSERT_GT(result.err.size(), end.size());
+  EXPECT_EQ(result.err.substr(result.err.size() - end.size()), end);
+  EXPECT_EQ(result.err.find("progress:"), std::string::npos);
+  const CommandResult failed =
+      RunProgram({"-i", "absent.mp4", "-o", output, "--progress", "json", "--quiet"});
+  EXPECT_EQ(failed.status, kFailure);
+  EXPECT_NE(failed.err.find("\"result\":\"failed\",\"advice\":\"absent.mp4 does not exist; check "
+                            "the name after -i\"}\n"),
+            std::string::npos);
+}
+
+TEST(Program, ReplacesNothingThatItIsToldToLeave) {
+  const std::string output = ScratchPath("left.mp4");
+  std::ofstream(output) << "before";
+  for (const char* how : {"no", "ask"}) {
+    const CommandResult result =
+        RunProgram({"-i", Clip(ClipKind::kH264Short), "-o", output, "--overwrite", how});
+    EXPECT_EQ(result.status, kFailure);
+    EXPECT_EQ(std::filesystem::file_size(output), 6U);
+  }
 }
 
 TEST(Program, LogsTheRunLineToStandardErrorOnly) {
