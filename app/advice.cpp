@@ -1,12 +1,11 @@
 #include "app/advice.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
-#include "base/file_identity.h"
-#include "base/local_file.h"
 #include "codec/encoder/container.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 
@@ -27,6 +26,34 @@ std::string MegabytesText(int64_t bytes) {
   return std::to_string((bytes + kMegabyte - 1) / kMegabyte) + " MB";
 }
 
+using codec::FailedStep;
+
+// The numbers that the host has for a file that cannot be opened. Others come from inside of the
+// file: demuxers have EINVAL and EPERM for files that they do not understand.
+constexpr std::array kOpenErrors = {ENOTDIR, ELOOP, ENAMETOOLONG, EIO,   EMFILE,
+                                    ENFILE,  ENXIO, EOVERFLOW,    ENOMEM};
+
+// The host's number of the error; FFmpeg's own numbers stay negative.
+int Number(const Failure& f) { return -f.cause.error; }
+
+bool IsAt(const Failure& f, FailedStep step, int number) {
+  return f.cause.step == step && Number(f) == number;
+}
+
+bool CannotOpen(const Failure& f) {
+  return f.cause.step == FailedStep::kOpenInput &&
+         std::find(kOpenErrors.begin(), kOpenErrors.end(), Number(f)) != kOpenErrors.end();
+}
+
+bool IsRefusedByContainer(const Failure& f) {
+  // Some muxers refuse with -1, which has the number of EPERM.
+  return IsAt(f, FailedStep::kWriteOutput, EINVAL) || IsAt(f, FailedStep::kWriteOutput, EPERM);
+}
+
+std::string RangeText(const Failure& f) {
+  return "from " + SecondsText(f.start) + " to " + SecondsText(f.end);
+}
+
 struct Row {
   bool (*applies)(const Failure&);
   std::string (*text)(const Failure&);
@@ -37,22 +64,23 @@ struct Row {
 const std::array kRows = {
     Row{[](const Failure& f) { return f.line.input.empty(); },
         [](const Failure&) -> std::string { return "no input is named; name it with -i FILE"; }},
-    Row{[](const Failure& f) { return f.readError == ENOENT; },
+    Row{[](const Failure& f) { return IsAt(f, FailedStep::kOpenInput, ENOENT); },
         [](const Failure& f) { return f.line.input + " does not exist; check the name after -i"; }},
-    Row{[](const Failure& f) { return f.readError == EACCES; },
+    Row{[](const Failure& f) { return IsAt(f, FailedStep::kOpenInput, EACCES); },
         [](const Failure& f) {
           return f.line.input + " may not be read; allow it with chmod +r, or ask its owner";
         }},
-    Row{[](const Failure& f) { return f.readError != 0; },
+    Row{[](const Failure& f) { return CannotOpen(f); },
         [](const Failure& f) {
-          return f.line.input + " cannot be opened (" + std::strerror(f.readError) +
+          return f.line.input + " cannot be opened (" + std::strerror(Number(f)) +
                  "); check the name after -i";
         }},
-    Row{[](const Failure& f) { return f.notSeekable != nullptr; },
+    Row{[](const Failure& f) { return IsAt(f, FailedStep::kOpenInput, ESPIPE); },
         [](const Failure& f) {
-          return f.line.input + " cannot be reversed: " + f.notSeekable + "; use a media file";
+          return f.line.input + " cannot be reversed: it is " + f.cause.kind +
+                 ", which cannot be read backwards; use a media file";
         }},
-    Row{[](const Failure& f) { return f.isOntoItself; },
+    Row{[](const Failure& f) { return f.cause.step == FailedStep::kSameFile; },
         [](const Failure& f) {
           return f.line.output + " is the input itself; choose another name for -o";
         }},
@@ -68,6 +96,11 @@ const std::array kRows = {
         [](const Failure& f) {
           return f.line.input + " cannot be reversed: " + f.obstacle +
                  (f.line.isPlain ? ", or try without --plain" : "");
+        }},
+    Row{[](const Failure& f) { return IsAt(f, FailedStep::kHost, ENOMEM); },
+        [](const Failure& f) {
+          return f.line.input +
+                 " needs more memory than there is; end other programs, or try a smaller --memory";
         }},
     Row{[](const Failure& f) { return f.info.has_video == 0 && f.info.has_audio == 0; },
         [](const Failure& f) {
@@ -104,20 +137,29 @@ const std::array kRows = {
         [](const Failure&) -> std::string {
           return "no output is named; name it with -o FILE, as in -o reversed.mp4";
         }},
-    // Some muxers refuse with -1, which has the number of EPERM.
-    Row{[](const Failure& f) {
-          return f.notTaken != nullptr && (f.writeError == EINVAL || f.writeError == EPERM);
-        },
+    Row{[](const Failure& f) { return f.notTaken != nullptr && IsRefusedByContainer(f); },
         [](const Failure& f) {
           return f.line.output + " cannot hold " + f.notTaken +
                  "; use .mp4, .mov, .mkv, .avi or .ts";
         }},
-    Row{[](const Failure& f) { return f.writeError == -AVERROR_INVALIDDATA; },
+    Row{[](const Failure& f) { return f.cause.kind != nullptr && IsRefusedByContainer(f); },
         [](const Failure& f) {
-          return f.line.input +
-                 " gave no picture; it may be damaged there, try another range with -s and -e";
+          return f.line.output + " is " + f.cause.kind +
+                 ", and this container is written back and forth; use .mkv or .ts for it, or write "
+                 "to a file";
         }},
-    Row{[](const Failure& f) { return f.writeError == ENODATA; },
+    Row{[](const Failure& f) { return f.cause.step == FailedStep::kReadInput; },
+        [](const Failure& f) {
+          return f.line.input + " gave no picture " + RangeText(f) +
+                 "; its pictures may end before, or be damaged there; try another range with -s "
+                 "and -e";
+        }},
+    Row{[](const Failure& f) { return f.cause.step == FailedStep::kReadRange; },
+        [](const Failure& f) {
+          return f.line.input + " has no picture that begins in the range " + RangeText(f) +
+                 "; make it longer with -s and -e";
+        }},
+    Row{[](const Failure& f) { return f.cause.step == FailedStep::kReadFirst; },
         [](const Failure& f) {
           return f.line.input +
                  " has no picture there but the one that the range begins with, which is left out; "
@@ -147,16 +189,16 @@ constexpr std::array kErrorRows = {
 
 }  // namespace
 
-Failure Examine(const CommandLine& line, const codec::MediaInfo& info, int error) {
-  const std::string input = but::LocalPath(line.input);
-  const std::string output = but::LocalPath(line.output);
+Failure FailureOf(const CommandLine& line, const codec::Reverse& job) {
   Failure failure;
   failure.line = line;
-  failure.info = info;
-  failure.readError = but::ReadError(input);
-  failure.notSeekable = but::WhyNotSeekable(input);
-  failure.isOntoItself = but::IsSameFile(input, output);
-  failure.writeError = error != 0 ? -error : but::WriteError(output);
+  failure.cause = job.Failure();
+  failure.info = job.InputInfo();
+  failure.start = std::max(line.start, 0.0);
+  failure.end = failure.start + job.RangeSeconds();
+  failure.memoryNeeded = job.MemoryNeeded();
+  failure.memoryGranted = job.MemoryGranted();
+  failure.obstacle = job.Obstacle();
   failure.notTaken = codec::CodecNotTaken(line.output.c_str());
   return failure;
 }
@@ -166,7 +208,7 @@ std::string Advice(const Failure& failure) {
     if (row.applies(failure)) return row.text(failure);
   }
   for (const ErrorRow& row : kErrorRows) {
-    if (row.error == failure.writeError) return failure.line.output + row.text;
+    if (row.error == Number(failure)) return failure.line.output + row.text;
   }
   return failure.line.output + " could not be made; the lines above say why, and -v tells more";
 }

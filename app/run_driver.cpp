@@ -48,11 +48,7 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
                            const CommandLine& commandLine, ProgressObserver* observer) {
   if (job->Init() != 0) {
     log_error(kTag, "Reverse init error");
-    Failure failure = Examine(commandLine, job->InputInfo(), 0);
-    failure.memoryNeeded = job->MemoryNeeded();
-    failure.memoryGranted = job->MemoryGranted();
-    failure.obstacle = job->Obstacle();
-    return failure;
+    return FailureOf(commandLine, *job);
   }
   WarnOfRange(commandLine, *job);
   if (job->Start() == 0) {
@@ -64,7 +60,7 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
   if (error == 0) return std::nullopt;
   log_error(kTag, "could not write %s: %s", commandLine.output.c_str(),
             codec::ffmpeg::ErrorText(error).c_str());
-  return Examine(commandLine, job->InputInfo(), error);
+  return FailureOf(commandLine, *job);
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 #include "base/local_file.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <filesystem>
 #include <string_view>
 
 namespace but {
@@ -13,16 +11,27 @@ namespace {
 
 constexpr std::string_view kFilePrefix = "file:";
 
-struct UnseekableKind {
+struct KindRow {
   mode_t kind;
+  const char* noun;
   const char* reason;
 };
-constexpr std::array<UnseekableKind, 4> kUnseekableKinds = {{
-    {S_IFDIR, "it is a directory"},
-    {S_IFIFO, "it is a pipe, which cannot be read backwards"},
-    {S_IFSOCK, "it is a socket, which cannot be read backwards"},
-    {S_IFCHR, "it is a character device, which cannot be read backwards"},
+constexpr std::array<KindRow, 4> kUnseekableKinds = {{
+    {S_IFDIR, "a directory", "it is a directory"},
+    {S_IFIFO, "a pipe (FIFO)", "it is a pipe (FIFO), which cannot be read backwards"},
+    {S_IFSOCK, "a socket", "it is a socket, which cannot be read backwards"},
+    {S_IFCHR, "a character device", "it is a character device, which cannot be read backwards"},
 }};
+
+// Null for a file that can be read back and forth, and if there is none.
+const KindRow* FindKind(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) return nullptr;
+  for (const KindRow& row : kUnseekableKinds) {
+    if ((status.st_mode & S_IFMT) == row.kind) return &row;
+  }
+  return nullptr;
+}
 
 bool IsAbsent(const std::string& path) {
   struct stat status {};
@@ -37,25 +46,13 @@ std::string LocalPath(const std::string& name) {
 }
 
 const char* WhyNotSeekable(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) return nullptr;
-  for (const UnseekableKind& row : kUnseekableKinds) {
-    if ((status.st_mode & S_IFMT) == row.kind) return row.reason;
-  }
-  return nullptr;
+  const KindRow* const row = FindKind(path);
+  return row == nullptr ? nullptr : row->reason;
 }
 
-int ReadError(const std::string& path) { return access(path.c_str(), R_OK) == 0 ? 0 : errno; }
-
-int WriteError(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) == 0) {
-    if (S_ISDIR(status.st_mode)) return EISDIR;
-    return access(path.c_str(), W_OK) == 0 ? 0 : errno;
-  }
-  // The dot tells a folder from a file of its name.
-  const std::filesystem::path folder = "." / std::filesystem::path(path).parent_path() / ".";
-  return access(folder.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
+const char* UnseekableKind(const std::string& path) {
+  const KindRow* const row = FindKind(path);
+  return row == nullptr ? nullptr : row->noun;
 }
 
 }  // namespace but

@@ -15,9 +15,7 @@ std::string LocalPath(const std::string& name);
 // block.
 const char* WhyNotSeekable(const std::string& path);
 
-// The host's error number that stands against reading a file, and against making or overwriting
-// one; 0 where nothing is known to. Opens nothing.
-int ReadError(const std::string& path);
-int WriteError(const std::string& path);
+// What stands there then, as a noun: "a directory", "a pipe (FIFO)". Null in the same cases.
+const char* UnseekableKind(const std::string& path);
 
 }  // namespace but

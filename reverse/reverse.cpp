@@ -56,7 +56,9 @@ int64_t Reverse::MemoryNeeded() const { return mMemory->Needed(); }
 int64_t Reverse::MemoryGranted() const { return mMemory->Granted(); }
 
 int Reverse::Init() {
-  if (but::Guarded(kTag, [this] { return CreateParts(); }) == 0) return 0;
+  const int result = but::Guarded(kTag, [this] { return CreateParts(); });
+  if (result == 0) return 0;
+  Fail(FailedStep::kHost, result);
   if (mOutputFile != nullptr) {
     // Closed before it is removed.
     mLoop.reset();
@@ -71,7 +73,7 @@ int Reverse::CreateParts() {
   // Opening the output empties it, which must never happen to the input.
   if (but::IsSameFile(but::LocalPath(mInputPath), but::LocalPath(mOutputPath))) {
     log_error(kTag, "output %s is the input file, choose another name", mOutputPath.c_str());
-    return -1;
+    return Fail(FailedStep::kSameFile);
   }
   if (CreateDecoder() != 0) return -1;
   if (CreateWriter() != 0) return -1;
@@ -91,16 +93,21 @@ int Reverse::CreateDecoder() {
   if (decoder->Init() != 0) {
     mObstacle = decoder->Obstacle();
     log_error(kTag, "decoder init failed");
-    return -1;
+    if (mMemory->Needed() > 0) return Fail(FailedStep::kMemory);
+    if (const int error = decoder->HostError(); error != 0) return Fail(FailedStep::kHost, error);
+    const OpenFailure& reason = decoder->WhyNotOpened();
+    return Fail(FailedStep::kOpenInput, reason.error, reason.kind);
   }
   decoder->GetMediaInfo(mInputInfo);
-  if (mReversal->Prepare(decoder.get(), mInputPath, mAudioEnabled, &mInputInfo) != 0) return -1;
+  if (mReversal->Prepare(decoder.get(), mInputPath, mAudioEnabled, &mInputInfo) != 0) {
+    return Fail(FailedStep::kHost, mReversal->HostError());
+  }
   log_debug(kTag, "mStart:%.3f, mDuration:%.3f", mStart, mReversal->Duration(mInputInfo));
-  if (CheckRange() != 0) return -1;
+  if (CheckRange() != 0) return Fail(FailedStep::kCheckRange);
   mReversal->Limit(mStart, mEnd, &mInputInfo);
   mDecoder = std::move(decoder);
   mFrameBufferSize = FrameBufferSize(mInputInfo);
-  return mFrameBufferSize < 0 ? -1 : 0;
+  return mFrameBufferSize < 0 ? Fail(FailedStep::kReadFacts) : 0;
 }
 
 int Reverse::CheckRange() {
@@ -140,16 +147,22 @@ int Reverse::CreateWriter() {
   const bool hasAudio = mAudioEnabled && info.has_audio != 0;
 
   MediaFormat format;
-  if (DescribeOutput(info, hasAudio, mOutputPath, format) != 0) return -1;
+  if (DescribeOutput(info, hasAudio, mOutputPath, format) != 0) {
+    return Fail(FailedStep::kReadFacts);
+  }
   mReversal->Describe(info, mStart, mEnd, &format);
   for (const auto& [key, value] : mOutputParameters.Entries()) {
     format.SetString(key.c_str(), value.c_str());
   }
-  if (PlaceOutput(format) != 0) return -1;
+  if (const int error = PlaceOutput(format); error != 0) {
+    return Fail(FailedStep::kOpenOutput, AVERROR(error));
+  }
   mWriter.reset(MakeWriter(format));
   if (mWriter == nullptr) {
     log_error(kTag, "Make MediaWriter error");
-    return -1;
+    int error = 0;
+    format.GetInt32("output-error", error);
+    return Fail(FailedStep::kOpenOutput, error, mOutputKind);
   }
   mOutputGauge->Open(mOutputFile->WritePath());
 
@@ -168,8 +181,9 @@ int Reverse::CreateWriter() {
 
 int Reverse::PlaceOutput(MediaFormat& format) {
   mOutputFile = std::make_unique<but::NewFile>(mOutputPath);
+  mOutputKind = but::UnseekableKind(but::LocalPath(mOutputPath));
   if (!mIsSafeOutput || WritesSeveralFiles(mOutputPath.c_str())) return 0;
-  if (mOutputFile->WriteAside() != 0) return -1;
+  if (const int error = mOutputFile->WriteAside(); error != 0) return error;
   if (mOutputFile->IsAside()) format.SetString("write-path", mOutputFile->WritePath().c_str());
   return 0;
 }
@@ -185,7 +199,18 @@ int Reverse::Start() {
   const int result = but::Guarded(kTag, [this] { return StartThreads(); });
   if (result == 0) return 0;
   mResult = result == -1 ? -EAGAIN : result;
+  return Fail(FailedStep::kStart, mResult);
+}
+
+int Reverse::Fail(FailedStep step, int error, const char* kind) {
+  if (mFailure.step == FailedStep::kNone) mFailure = {step, error, kind};
   return -1;
+}
+
+void Reverse::Settle(FailedStep step, int error) {
+  if (mResult != 0 || error == 0) return;
+  mResult = error;
+  Fail(step, error, step == FailedStep::kWriteOutput ? mOutputKind : nullptr);
 }
 
 int Reverse::StartThreads() {
@@ -259,19 +284,20 @@ int Reverse::HostError() const {
 
 void Reverse::RunToEnd(const std::atomic<bool>& running) {
   const int64_t begin = but::ProcessClockMillis();
-  mResult = but::Guarded(kTag, [&] {
+  const int error = but::Guarded(kTag, [&] {
     while (running && DoReverse() == 0) {
     }
     return HostError();
   });
+  Settle(FailedStep::kHost, error);
   const auto took = static_cast<int32_t>(but::ProcessClockMillis() - begin);
   log_debug(kTag, "reverse time : %.3fs", took / 1000.0);
   if (mWriter != nullptr) {
     mWriter->Stop();
-    if (mResult == 0) mResult = mWriter->OutputError();
+    Settle(FailedStep::kWriteOutput, mWriter->OutputError());
   }
   if (mResult == 0 && mLoop != nullptr && mLoop->FoundNoPicture()) mResult = MissPictures();
-  if (mResult == 0) mResult = FinishOutput();
+  if (mResult == 0) Settle(FailedStep::kWriteOutput, FinishOutput());
   FreePictures();
   mProgress = 100;
   mEndSignal.End();
@@ -279,10 +305,13 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
 
 // A range without pictures is an error. It is not if the last seek has used up its only picture,
 // and there is sound.
-int Reverse::MissPictures() const {
-  if (!mLoop->UsedUpPicture()) {
+int Reverse::MissPictures() {
+  if (mLoop->PassedPicture() || !mLoop->UsedUpPicture()) {
     log_error(kTag, "no picture could be read from %.3f to %.3f", mStart, mEnd);
-    return AVERROR_INVALIDDATA;
+    const bool hasOthers = mLoop->PassedPicture() || mLoop->SawLaterPicture();
+    const int error = hasOthers ? AVERROR(ENODATA) : AVERROR_INVALIDDATA;
+    Fail(hasOthers ? FailedStep::kReadRange : FailedStep::kReadInput, error);
+    return error;
   }
   constexpr char kText[] = "no picture from %.3f to %.3f but the one that the range begins with";
   if (mLoop->HasSound()) {
@@ -290,6 +319,7 @@ int Reverse::MissPictures() const {
     return 0;
   }
   log_error(kTag, kText, mStart, mEnd);
+  Fail(FailedStep::kReadFirst, AVERROR(ENODATA));
   return AVERROR(ENODATA);
 }
 

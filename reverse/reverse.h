@@ -12,6 +12,7 @@
 #include "codec/format/media_format.h"
 #include "codec/writer/media_writer.h"
 #include "reverse/end_signal.h"
+#include "reverse/job_failure.h"
 
 namespace but {
 class FileGauge;
@@ -94,6 +95,10 @@ class Reverse {
   // number. Before Release the output may still be open, even at a progress of 100.
   int Result() const { return mResult; }
 
+  // Once Init has failed or the job is released: what it failed at first. The names of the files
+  // are those that it was made with.
+  const JobFailure& Failure() const { return mFailure; }
+
   // Asks the work to end at its next step. The frames written by then become a whole file.
   void Cancel() { mIsCancel = 1; }
   // A file that exists at the output's path stays until the new file is whole. Then the new file
@@ -128,8 +133,12 @@ class Reverse {
   int CreateWriter();
   // Decides at which path the output is written, and tells `format`.
   int PlaceOutput(MediaFormat& format);
+  // Keeps the first failure. -1.
+  int Fail(FailedStep step, int error = 0, const char* kind = nullptr);
+  // Keeps the first error of the running work.
+  void Settle(FailedStep step, int error);
   // The result of a range without written pictures: 0 or an error, logged.
-  int MissPictures() const;
+  int MissPictures();
   int FinishOutput();
   int StartThreads();
   // The first failure of the host that has cost a frame; 0 if there was none.
@@ -153,6 +162,8 @@ class Reverse {
   MediaInfo mInputInfo;
   std::string mObstacle;
   std::unique_ptr<but::NewFile> mOutputFile;  // stays until Release
+  const char* mOutputKind = nullptr;          // as in JobFailure
+  JobFailure mFailure;
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;
   bool mIsSafeOutput = false;

@@ -31,6 +31,7 @@ int ReverseLoop::Step() {
   Segment segment = mRange.overlap ? mAhead.Next() : mReader.Next();
   mCursor = segment.cursor;
   mUsedUpPicture = mUsedUpPicture || segment.usedUpPicture;
+  mSawLaterPicture = mSawLaterPicture || segment.sawLaterPicture;
   Write(std::move(segment));
   const auto done = static_cast<float>(mRange.end - mCursor);
   mProgress = static_cast<float>(done / (mRange.end - mRange.start) * 100);
@@ -41,8 +42,11 @@ void ReverseLoop::Write(Segment segment) {
   while (!segment.frames.empty()) {
     std::unique_ptr<FrameBuffer> frame = std::move(segment.frames.back());
     segment.frames.pop_back();
+    const bool isPicture = frame->type == kVideoFrame;
     if (mPlacement->Write(frame.get())) {
-      (frame->type == kVideoFrame ? mHasPicture : mHasSound) = true;
+      (isPicture ? mHasPicture : mHasSound) = true;
+    } else if (isPicture && frame->pts < mRange.start) {
+      mPassedPicture = true;
     }
     mStock.Put(std::move(frame));
   }

@@ -53,6 +53,9 @@ class ReverseLoop {
   // Whether a seek has used up a picture. If no step has read that picture, it was the first of the
   // range.
   bool UsedUpPicture() const { return mUsedUpPicture; }
+  // Whether pictures were met that lie before the start of the range, and any after its end.
+  bool PassedPicture() const { return mPassedPicture; }
+  bool SawLaterPicture() const { return mSawLaterPicture; }
   // Whether sound was written.
   bool HasSound() const { return mHasSound; }
 
@@ -71,6 +74,8 @@ class ReverseLoop {
   bool mHasPicture = false;  // one has been written
   bool mHasSound = false;    // a block has been written
   bool mUsedUpPicture = false;
+  bool mPassedPicture = false;
+  bool mSawLaterPicture = false;
 };
 
 }  // namespace codec

@@ -48,6 +48,7 @@ Segment SegmentReader::Next() {
   }
   part.cursor = mCursor;
   part.usedUpPicture = mUsedUpPicture;
+  part.sawLaterPicture = mSawLater;
   return part;
 }
 
@@ -80,6 +81,7 @@ bool SegmentReader::Read(double from) {
     if (isWanted) {
       Keep(std::move(frame));
     } else {
+      if (frame->type == kVideoFrame) mSawLater = true;
       NoteEnd(*frame, &videoDone, &audioDone);
       mStock->Put(std::move(frame));
     }

@@ -41,10 +41,11 @@ struct ReverseRange {
 // The frames of one step, or of a part of one, in decoded order.
 struct Segment {
   std::deque<std::unique_ptr<FrameBuffer>> frames;
-  double cursor = 0;           // seconds; the part of the range before it is still to do
-  int64_t bytes = 0;           // filled by the frames
-  int64_t pictureBytes = 0;    // filled by one picture
-  bool usedUpPicture = false;  // the seek met a picture, which is left to the next step
+  double cursor = 0;             // seconds; the part of the range before it is still to do
+  int64_t bytes = 0;             // filled by the frames
+  int64_t pictureBytes = 0;      // filled by one picture
+  bool usedUpPicture = false;    // the seek met a picture, which is left to the next step
+  bool sawLaterPicture = false;  // a picture came that lies after the step
 };
 
 // Steps are one second long. After some without any frame each is twice as long, until one meets a
@@ -119,6 +120,7 @@ class SegmentReader {
   int mEmptySteps = 0;                                 // in a row
   bool mIsNarrowing = false;    // a step longer than a second turned out not empty
   bool mHasRead = false;        // a step is done
+  bool mSawLater = false;       // a picture that lies after a step
   bool mUsedUpPicture = false;  // by the seek of the current step
 
   // Time of the first picture that came after some sound in a reading, in seconds. Infinite if

@@ -102,6 +102,7 @@ int FFmpegDecoderImpl2::InitParts() {
   SessionOpener opener(session.get(), &info, mOptions);
   const int result = opener.Open(mPath);
   mObstacle = opener.Obstacle();
+  mOpenFailure = opener.WhyNotOpened();
   if (result != 0) return -1;
   mInfo = info;
   mFrameBufferSize = session->pictures.Size();

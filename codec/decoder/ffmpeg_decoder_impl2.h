@@ -9,6 +9,7 @@
 #include "codec/decoder/decoder_options.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/first_failure.h"
+#include "codec/decoder/open_failure.h"
 
 namespace codec {
 
@@ -71,6 +72,8 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   std::shared_ptr<const JoinedParts> Joined() const;
   // What a person can do about an input that the last Init has refused; empty if nothing is known.
   const std::string& Obstacle() const { return mObstacle; }
+  // Why the last Init could not open the input; blank if it could.
+  const OpenFailure& WhyNotOpened() const { return mOpenFailure; }
 
   // Length of the input in seconds; more digits than MediaInfo has.
   double Duration() const;
@@ -96,6 +99,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   std::unique_ptr<Parts> mParts;  // null unless initialised
   std::mutex mMutex;
   FirstFailure mThrown;
+  OpenFailure mOpenFailure;
   MediaInfo mInfo;
   std::string mObstacle;
   int mFrameBufferSize = 0;

@@ -16,18 +16,27 @@ int InputFile::OpenHeader(const std::string& path) {
   mPath = path;
   const std::string local = but::LocalPath(path);
   // Checked before the file is opened: opening a pipe waits for a writer.
-  if (const char* const reason = but::WhyNotSeekable(local)) return CannotOpen(reason);
+  mOpenFailure = {};
+  if (const char* const reason = but::WhyNotSeekable(local)) {
+    mOpenFailure = {AVERROR(ESPIPE), but::UnseekableKind(local)};
+    return CannotOpen(reason);
+  }
   AVFormatContext* context = nullptr;
   // A failed open frees the context itself.
   const int result =
       avformat_open_input(&context, ffmpeg::FileUrl(local).c_str(), nullptr, nullptr);
-  if (result < 0) return CannotOpen(ffmpeg::ErrorText(result));
+  if (result < 0) {
+    mOpenFailure.error = result;
+    return CannotOpen(ffmpeg::ErrorText(result));
+  }
   mContext.reset(context);
   return 0;
 }
 
 int InputFile::FindStreams() {
-  if (avformat_find_stream_info(mContext.get(), nullptr) >= 0) return 0;
+  const int result = avformat_find_stream_info(mContext.get(), nullptr);
+  if (result >= 0) return 0;
+  mOpenFailure.error = result;
   log_error(kDecoderTag, "Could not find stream information");
   return -1;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "codec/decoder/first_failure.h"
+#include "codec/decoder/open_failure.h"
 #include "codec/decoder/packet_source.h"
 #include "codec/decoder/part_reading.h"
 #include "codec/ffmpeg/owned.h"
@@ -52,6 +53,8 @@ class InputFile : public PacketSource {
   // file.
   int EndError() const { return mEndError; }
 
+  // Why the last open failed; blank if it did not.
+  const OpenFailure& WhyNotOpened() const { return mOpenFailure; }
   // Failures of the host in anything that is read from this input.
   FirstFailure& Failure() const { return mFailure; }
 
@@ -65,6 +68,7 @@ class InputFile : public PacketSource {
   int CannotOpen(const std::string& reason) const;
 
   std::string mPath;
+  OpenFailure mOpenFailure;
   mutable FirstFailure mFailure;
   ffmpeg::UniqueInput mContext;
   std::shared_ptr<const JoinedParts> mParts;

@@ -36,6 +36,8 @@ class SessionOpener {
   // What a person can do about an input that was refused; empty if nothing is known.
   const std::string& Obstacle() const { return mObstacle; }
   // What the options grant this input.
+  // Why the file could not be opened; blank if it could.
+  const OpenFailure& WhyNotOpened() const { return mSession->input.WhyNotOpened(); }
   const DecoderShare& Share() const { return mShare; }
   // Seconds of the file's stamps at which the last packet ends, if the length was scanned for.
   std::optional<double> ScannedEnd() const { return mScannedEnd; }

@@ -105,6 +105,7 @@ MediaWriter* MakeConfigured(MediaFormat& format, std::unique_ptr<MediaEncoder> e
   static_cast<void>(filters.release());
   if (writer->Configure(format) == 0) return writer.release();
   log_error(kTag, "MediaWriter Configure error");
+  if (writer->OutputError() != 0) format.SetInt32("output-error", writer->OutputError());
   return nullptr;
 }
 

@@ -20,8 +20,12 @@ Failure Unknown() {
   failure.info.width = 640;
   failure.info.height = 360;
   failure.info.sample_rate = 48000;
+  failure.start = 1;
+  failure.end = 2.5;
   return failure;
 }
+
+using codec::FailedStep;
 
 struct Case {
   void (*spoil)(Failure*);
@@ -31,10 +35,17 @@ struct Case {
 TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
   const std::vector<Case> cases = {
       {[](Failure* f) { f->line.input = ""; }, "no input is named; name it with -i FILE"},
-      {[](Failure* f) { f->readError = ENOENT; }, "in.mp4 does not exist; check the name after -i"},
-      {[](Failure* f) { f->readError = EACCES; },
+      {[](Failure* f) {
+         f->cause = {FailedStep::kOpenInput, AVERROR(ENOENT)};
+       },
+       "in.mp4 does not exist; check the name after -i"},
+      {[](Failure* f) {
+         f->cause = {FailedStep::kOpenInput, AVERROR(EACCES)};
+       },
        "in.mp4 may not be read; allow it with chmod +r, or ask its owner"},
-      {[](Failure* f) { f->readError = ENOTDIR; },
+      {[](Failure* f) {
+         f->cause = {FailedStep::kOpenInput, AVERROR(ENOTDIR)};
+       },
        "in.mp4 cannot be opened (Not a directory); check the name after -i"},
       {[](Failure* f) {
          f->info = {};
@@ -60,9 +71,23 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        },
        "in.mp4 needs 180 MB of memory, more than the 96 MB that it may have; allow more with "
        "--memory, or make its pictures smaller first"},
-      {[](Failure* f) { f->notSeekable = "it is a directory"; },
-       "in.mp4 cannot be reversed: it is a directory; use a media file"},
-      {[](Failure* f) { f->isOntoItself = true; },
+      {[](Failure* f) {
+         f->cause = {FailedStep::kOpenInput, AVERROR(ESPIPE), "a pipe (FIFO)"};
+       },
+       "in.mp4 cannot be reversed: it is a pipe (FIFO), which cannot be read backwards; use a "
+       "media "
+       "file"},
+      {[](Failure* f) {
+         f->cause = {FailedStep::kOpenInput, AVERROR_INVALIDDATA};
+         f->info = {};
+       },
+       "in.mp4 is no media file, or is cut off; use a whole video that other players open"},
+      {[](Failure* f) {
+         f->cause = {FailedStep::kHost, AVERROR(ENOMEM)};
+         f->info = {};
+       },
+       "in.mp4 needs more memory than there is; end other programs, or try a smaller --memory"},
+      {[](Failure* f) { f->cause.step = FailedStep::kSameFile; },
        "out.mp4 is the input itself; choose another name for -o"},
       {[](Failure* f) { f->info = {}; },
        "in.mp4 is no media file, or is cut off; use a whole video that other players open"},
@@ -84,22 +109,41 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        "no output is named; name it with -o FILE, as in -o reversed.mp4"},
       {[](Failure* f) {
          f->notTaken = "H.264";
-         f->writeError = EINVAL;
+         f->cause = {FailedStep::kWriteOutput, AVERROR(EINVAL)};
        },
        "out.mp4 cannot hold H.264; use .mp4, .mov, .mkv, .avi or .ts"},
-      {[](Failure* f) { f->writeError = -AVERROR_INVALIDDATA; },
-       "in.mp4 gave no picture; it may be damaged there, try another range with -s and -e"},
-      {[](Failure* f) { f->writeError = ENODATA; },
+      {[](Failure* f) {
+         f->cause = {FailedStep::kWriteOutput, AVERROR(EINVAL), "a pipe (FIFO)"};
+       },
+       "out.mp4 is a pipe (FIFO), and this container is written back and forth; use .mkv or .ts "
+       "for it, or write to a file"},
+      {[](Failure* f) {
+         f->cause = {FailedStep::kReadInput, AVERROR_INVALIDDATA};
+       },
+       "in.mp4 gave no picture from 1.000 s to 2.500 s; its pictures may end before, or be damaged "
+       "there; try another range with -s and -e"},
+      {[](Failure* f) {
+         f->cause = {FailedStep::kReadRange, AVERROR(ENODATA)};
+       },
+       "in.mp4 has no picture that begins in the range from 1.000 s to 2.500 s; make it longer "
+       "with -s and -e"},
+      {[](Failure* f) {
+         f->cause = {FailedStep::kReadFirst, AVERROR(ENODATA)};
+       },
        "in.mp4 has no picture there but the one that the range begins with, which is left out; "
        "begin a little earlier with -s"},
       {[](Failure* f) {
          f->notTaken = "H.264";
-         f->writeError = ENOENT;
+         f->cause = {FailedStep::kOpenOutput, AVERROR(ENOENT)};
        },
        "out.mp4 lies in a folder that does not exist; make the folder or choose another"},
-      {[](Failure* f) { f->writeError = EACCES; },
+      {[](Failure* f) {
+         f->cause = {FailedStep::kOpenOutput, AVERROR(EACCES)};
+       },
        "out.mp4 may not be written; choose a folder that you may write to"},
-      {[](Failure* f) { f->writeError = ENOSPC; },
+      {[](Failure* f) {
+         f->cause = {FailedStep::kWriteOutput, AVERROR(ENOSPC)};
+       },
        "out.mp4 did not fit on its disk, which is full; free some room or use another disk"},
       {[](Failure*) {}, "out.mp4 could not be made; the lines above say why, and -v tells more"},
   };

@@ -46,29 +46,15 @@ TEST(WhyNotSeekable, NamesTheReasonForDirectoriesPipesAndDevices) {
   const std::string pipe = ScratchPath("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   EXPECT_STREQ(WhyNotSeekable(ScratchPath("")), "it is a directory");
-  EXPECT_STREQ(WhyNotSeekable(pipe), "it is a pipe, which cannot be read backwards");
+  EXPECT_STREQ(WhyNotSeekable(pipe), "it is a pipe (FIFO), which cannot be read backwards");
   EXPECT_STREQ(WhyNotSeekable("/dev/zero"),
                "it is a character device, which cannot be read backwards");
 }
 
-TEST(ReadError, TellsWhatIsMissing) {
-  const std::string file = ScratchPath("readable");
-  Touch(file);
-  EXPECT_EQ(ReadError(file), 0);
-  EXPECT_EQ(ReadError(ScratchPath("absent")), ENOENT);
-  EXPECT_EQ(ReadError(file + "/x"), ENOTDIR);
-}
-
-TEST(WriteError, LooksAtTheFileOrAtTheFolderOfOneToCome) {
-  const std::string file = ScratchPath("writable");
-  EXPECT_EQ(WriteError(file), 0) << "to come";
-  Touch(file);
-  EXPECT_EQ(WriteError(file), 0);
-  EXPECT_EQ(WriteError(ScratchPath("")), EISDIR);
-  EXPECT_EQ(WriteError(ScratchPath("none/x")), ENOENT);
-  EXPECT_EQ(WriteError(file + "/x"), ENOTDIR);
-  EXPECT_EQ(WriteError("/none/x"), ENOENT);
-  EXPECT_EQ(WriteError("x-in-no-named-folder"), access(".", W_OK) == 0 ? 0 : errno);
+TEST(UnseekableKind, NamesWhatThereIs) {
+  EXPECT_STREQ(UnseekableKind(ScratchPath("")), "a directory");
+  EXPECT_STREQ(UnseekableKind("/dev/zero"), "a character device");
+  EXPECT_EQ(UnseekableKind(ScratchPath("absent")), nullptr);
 }
 
 }  // namespace

@@ -1,0 +1,13 @@
+// Why an input could not be opened.
+#pragma once
+
+namespace codec {
+
+struct OpenFailure {
+  int error = 0;  // FFmpeg's negative number; 0 if the input was opened
+  // What stands there that is no file to read back and forth: "a directory"; null if this is not
+  // the reason. Static text.
+  const char* kind = nullptr;
+};
+
+}  // namespace codec
