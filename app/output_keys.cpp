@@ -104,8 +104,20 @@ std::vector<OutputKey> MakeKeys() {
       Text("color-primaries", "the same: `bt709`"),
       Text("color-trc", "the same: `bt709`"),
       Text("chroma-location", "the same: `left`"),
+      Flag("true-level",
+           "1 has `libx264` name the H.264 level that size, rate, buffer and preset need, 0 (unless "
+           "set) names level 4.0"),
+      Int("orientation", "",
+          "1 (unless set) to 8, as EXIF numbers them: turns and mirrors the pictures themselves, "
+          "after all else; for `yuv420p`"),
+      Text("tag.NAME", "a tag of the file by FFmpeg's name: `tag.title`"),
+      Text("video-language", "of the pictures' stream: `eng`"),
+      Text("audio-language", "of the sound's stream: `eng`"),
+      Text("chapters", "a line for each: start and end in milliseconds, and its title"),
       Text("audio-codec", "FFmpeg's name of the sound's encoder: `aac`"),
-      Int("sample-rate", "Hz", "of the sound that comes in"),
+      Int("sample-rate", "Hz",
+          "of the sound that comes in; the encoder has to take it: `codec::NearestSampleRate` tells "
+          "one, and `codec::SoundResampler` makes it"),
       Int("channel-count", "channels", "of the sound that comes in"),
       Int("sample-format", "",
           "FFmpeg's number of the type that the encoder takes: 8, planar float, for `aac`"),

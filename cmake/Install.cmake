@@ -10,17 +10,18 @@ set(PC_DIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 # The tool.
 
 find_program(GZIP gzip REQUIRED)
+configure_file(docs/clip-reverse.1 "${PROJECT_BINARY_DIR}/clip-reverse.1" @ONLY)
 set(MAN_PAGE "${PROJECT_BINARY_DIR}/clip-reverse.1.gz")
 add_custom_command(
   OUTPUT "${MAN_PAGE}"
-  COMMAND "${GZIP}" -9nc "${PROJECT_SOURCE_DIR}/docs/clip-reverse.1" > "${MAN_PAGE}"
-  DEPENDS docs/clip-reverse.1
+  COMMAND "${GZIP}" -9nc "${PROJECT_BINARY_DIR}/clip-reverse.1" > "${MAN_PAGE}"
+  DEPENDS "${PROJECT_BINARY_DIR}/clip-reverse.1"
   VERBATIM)
 add_custom_target(man_page ALL DEPENDS "${MAN_PAGE}")
 
 install(TARGETS clip-reverse RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tool)
 install(FILES "${MAN_PAGE}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tool)
-install(FILES README.md DESTINATION "${DOC_DIR}" COMPONENT tool)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md LICENSE SECURITY.md DESTINATION "${DOC_DIR}" COMPONENT tool)
 install(DIRECTORY docs/ DESTINATION "${DOC_DIR}/docs" COMPONENT tool
         FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
 install(FILES completions/clip-reverse.bash RENAME clip-reverse COMPONENT tool
@@ -49,6 +50,7 @@ foreach(header
         codec/decoder/ffmpeg_decoder_impl2.h
         codec/decoder/first_failure.h
         codec/decoder/media_info.h
+        codec/decoder/open_failure.h
         codec/decoder/replay_policy.h
         codec/encoder/ffmpeg_encoder.h
         codec/encoder/media_encoder.h
@@ -60,6 +62,7 @@ foreach(header
         codec/writer/media_writer.h
         codec/writer/media_writer_factory.h
         reverse/end_signal.h
+        reverse/job_failure.h
         reverse/reverse.h)
   get_filename_component(folder "${header}" DIRECTORY)
   install(FILES "${header}" COMPONENT development
