@@ -151,7 +151,7 @@ std::string NearestOption(std::string_view word) {
       if (*candidate != '\0') names.emplace_back(candidate);
     }
   }
-  const std::string nearest = Nearest(name, names);
+  std::string nearest = Nearest(name, names);
   for (const Option& option : Options()) {
     if (!nearest.empty() && nearest == option.meant) return option.name;
   }

@@ -23,8 +23,8 @@ enum class FailedStep {
 // The first thing that a job has failed at, kept so that nobody has to look at the files again:
 // they may have changed since.
 struct JobFailure {
-  FailedStep step = FailedStep::kNone;
-  int error = 0;  // FFmpeg's negative number; 0 if there is none for it
+  FailedStep step = FailedStep::kNone;  // where the first failure was
+  int error = 0;                        // FFmpeg's negative number; 0 if there is none for it
   // What the file of that step is, if not one that can be read and written back and forth: "a
   // directory", "a pipe (FIFO)". Null if it is such a file, or not known. Static text.
   const char* kind = nullptr;
