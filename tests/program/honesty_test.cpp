@@ -197,6 +197,33 @@ TEST(Honesty, TellsWhatToDoAboutARangeBehindTheClip) {
             source + " ends before the range starts; use -s below 5.000 s");
 }
 
+TEST(Honesty, TellsARangeThatLiesBetweenTwoPictures) {
+  const std::string output = ScratchPath("unmade.mp4");
+  const CommandResult result =
+      RunProgram({"-i", Source(), "-o", output, "-s", "1.01", "-e", "1.02"});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_EQ(Advice(result), Source() +
+                                " has no picture that begins in the range from 1.010 s to 1.020 s; "
+                                "make it longer with -s and -e");
+  EXPECT_FALSE(fs::exists(output));
+}
+
+// MP4 is written back and forth; what can be written in one go may go into a pipe.
+TEST(Honesty, TellsAPipeThatItsContainerCannotGoTo) {
+  for (const char* name : {"out.mp4", "out.ts"}) {
+    const std::string pipe = ScratchPath(name);
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const CommandResult result =
+        Shell("cat <\"$2\" >/dev/null & exec \"$0\" -i \"$1\" -o \"$2\" -s 2", {Source(), pipe});
+    const bool isMp4 = pipe.back() == '4';
+    EXPECT_EQ(result.status, isMp4 ? kFailure : 0) << result.err;
+    if (!isMp4) continue;
+    EXPECT_EQ(Advice(result), pipe +
+                                  " is a pipe (FIFO), and this container is written back and "
+                                  "forth; use .mkv or .ts for it, or write to a file");
+  }
+}
+
 TEST(Honesty, TellsWhatToDoWithoutAnOutput) {
   EXPECT_EQ(Advice(RunProgram({"-i", Source()})),
             "no output is named; name it with -o FILE, as in -o reversed.mp4");
