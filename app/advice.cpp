@@ -50,6 +50,38 @@ bool IsRefusedByContainer(const Failure& f) {
   return IsAt(f, FailedStep::kWriteOutput, EINVAL) || IsAt(f, FailedStep::kWriteOutput, EPERM);
 }
 
+struct ErrorRow {
+  int error;
+  const char* text;  // follows the name of the output
+};
+
+constexpr std::array kErrorRows = {
+    ErrorRow{ENOENT, " lies in a folder that does not exist; make the folder or choose another"},
+    ErrorRow{ENOTDIR, " lies in what is no folder; choose another"},
+    ErrorRow{EISDIR, " is a folder; name a file in it"},
+    ErrorRow{EACCES, " may not be written; choose a folder that you may write to"},
+    ErrorRow{EPERM, " may not be written; choose a folder that you may write to"},
+    ErrorRow{EROFS, " lies on a disk that is read-only; choose a folder on another"},
+    ErrorRow{ENOSPC, " did not fit on its disk, which is full; free some room or use another disk"},
+    ErrorRow{EDQUOT, " did not fit into your quota; free some room or use another disk"},
+    ErrorRow{EFBIG, " outgrew the largest file allowed; raise \"ulimit -f\" or use another disk"},
+    ErrorRow{EPIPE, " lost the program that read it; write to a file instead"},
+    ErrorRow{EAGAIN,
+             " needs a thread that the host did not give; end other programs and try again"},
+};
+
+// What follows the name of the output for an error of the host; null for any other.
+const char* HostText(const Failure& f) {
+  for (const ErrorRow& row : kErrorRows) {
+    if (row.error == Number(f)) return row.text;
+  }
+  return nullptr;
+}
+
+bool IsRefusedByEncoder(const Failure& f) {
+  return f.cause.step == FailedStep::kOpenOutput && HostText(f) == nullptr;
+}
+
 std::string RangeText(const Failure& f) {
   return "from " + SecondsText(f.start) + " to " + SecondsText(f.end);
 }
@@ -120,22 +152,25 @@ const std::array kRows = {
           return f.line.input + " ends before the range starts; use -s below " +
                  SecondsText(f.info.duration);
         }},
-    Row{[](const Failure& f) { return f.info.width % 2 != 0 || f.info.height % 2 != 0; },
+    Row{[](const Failure& f) { return f.line.output.empty(); },
+        [](const Failure&) -> std::string {
+          return "no output is named; name it with -o FILE, as in -o reversed.mp4";
+        }},
+    Row{[](const Failure& f) {
+          return IsRefusedByEncoder(f) && (f.info.width % 2 != 0 || f.info.height % 2 != 0);
+        },
         [](const Failure& f) {
           return f.line.input + " has pictures of " + std::to_string(f.info.width) + "x" +
                  std::to_string(f.info.height) +
                  ", which H.264 cannot hold; crop it to an even width and height first";
         }},
     Row{[](const Failure& f) {
-          return f.info.has_audio != 0 && f.info.sample_rate > kHighestSampleRate;
+          return IsRefusedByEncoder(f) && f.info.has_audio != 0 && !f.line.hasNoSound &&
+                 f.info.sample_rate > kHighestSampleRate;
         },
         [](const Failure& f) {
           return f.line.input + " has sound of " + std::to_string(f.info.sample_rate) +
                  " Hz, which AAC cannot hold; convert it to 48000 Hz first";
-        }},
-    Row{[](const Failure& f) { return f.line.output.empty(); },
-        [](const Failure&) -> std::string {
-          return "no output is named; name it with -o FILE, as in -o reversed.mp4";
         }},
     Row{[](const Failure& f) { return f.notTaken != nullptr && IsRefusedByContainer(f); },
         [](const Failure& f) {
@@ -167,26 +202,6 @@ const std::array kRows = {
         }},
 };
 
-struct ErrorRow {
-  int error;
-  const char* text;  // follows the name of the output
-};
-
-constexpr std::array kErrorRows = {
-    ErrorRow{ENOENT, " lies in a folder that does not exist; make the folder or choose another"},
-    ErrorRow{ENOTDIR, " lies in what is no folder; choose another"},
-    ErrorRow{EISDIR, " is a folder; name a file in it"},
-    ErrorRow{EACCES, " may not be written; choose a folder that you may write to"},
-    ErrorRow{EPERM, " may not be written; choose a folder that you may write to"},
-    ErrorRow{EROFS, " lies on a disk that is read-only; choose a folder on another"},
-    ErrorRow{ENOSPC, " did not fit on its disk, which is full; free some room or use another disk"},
-    ErrorRow{EDQUOT, " did not fit into your quota; free some room or use another disk"},
-    ErrorRow{EFBIG, " outgrew the largest file allowed; raise \"ulimit -f\" or use another disk"},
-    ErrorRow{EPIPE, " lost the program that read it; write to a file instead"},
-    ErrorRow{EAGAIN,
-             " needs a thread that the host did not give; end other programs and try again"},
-};
-
 }  // namespace
 
 Failure FailureOf(const CommandLine& line, const codec::Reverse& job) {
@@ -207,9 +222,7 @@ std::string Advice(const Failure& failure) {
   for (const Row& row : kRows) {
     if (row.applies(failure)) return row.text(failure);
   }
-  for (const ErrorRow& row : kErrorRows) {
-    if (row.error == Number(failure)) return failure.line.output + row.text;
-  }
+  if (const char* const text = HostText(failure)) return failure.line.output + text;
   return failure.line.output + " could not be made; the lines above say why, and -v tells more";
 }
 

@@ -38,7 +38,7 @@ void WarnOfRange(const CommandLine& line, const codec::Reverse& job) {
         line.end, duration);
   }
   if (job.RangeSeconds() <= 0) {
-    log_warn(kTag, "-e %g lies before the start at %g s; the output holds no pictures", line.end,
+    log_warn(kTag, "-e %g is not after the start at %g s; the output holds no pictures", line.end,
              line.start);
   }
 }

@@ -97,13 +97,22 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        "in.mp4 does not tell its length; put it into .mkv or .mp4 first"},
       {[](Failure* f) { f->line.start = 3; },
        "in.mp4 ends before the range starts; use -s below 3.000 s"},
-      {[](Failure* f) { f->info.width = 641; },
+      {[](Failure* f) {
+         f->cause = {FailedStep::kOpenOutput, AVERROR_EXTERNAL};
+         f->info.width = 641;
+       },
        "in.mp4 has pictures of 641x360, which H.264 cannot hold; crop it to an even width and "
        "height first"},
-      {[](Failure* f) { f->info.height = 361; },
+      {[](Failure* f) {
+         f->cause = {FailedStep::kOpenOutput, AVERROR_EXTERNAL};
+         f->info.height = 361;
+       },
        "in.mp4 has pictures of 640x361, which H.264 cannot hold; crop it to an even width and "
        "height first"},
-      {[](Failure* f) { f->info.sample_rate = 192000; },
+      {[](Failure* f) {
+         f->cause = {FailedStep::kOpenOutput, AVERROR_EXTERNAL};
+         f->info.sample_rate = 192000;
+       },
        "in.mp4 has sound of 192000 Hz, which AAC cannot hold; convert it to 48000 Hz first"},
       {[](Failure* f) { f->line.output = ""; },
        "no output is named; name it with -o FILE, as in -o reversed.mp4"},
@@ -155,10 +164,24 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
 }
 
 TEST(Advice, SpeaksOfSoundOnlyWhereThereIsSome) {
+  for (const bool isLeftOut : {false, true}) {
+    Failure failure = Unknown();
+    failure.cause = {FailedStep::kOpenOutput, AVERROR_EXTERNAL};
+    failure.info.has_audio = isLeftOut ? 1 : 0;
+    failure.line.hasNoSound = isLeftOut;
+    failure.info.sample_rate = 192000;
+    EXPECT_EQ(Advice(failure), Advice(Unknown()));
+  }
+}
+
+TEST(Advice, SpeaksOfTheInputOnlyWhereTheEncoderRefusesIt) {
   Failure failure = Unknown();
-  failure.info.has_audio = 0;
-  failure.info.sample_rate = 192000;
-  EXPECT_EQ(Advice(failure), Advice(Unknown()));
+  failure.info.width = 641;
+  for (const FailedStep step : {FailedStep::kOpenOutput, FailedStep::kWriteOutput}) {
+    failure.cause = {step, AVERROR(ENOSPC)};
+    EXPECT_EQ(Advice(failure),
+              "out.mp4 did not fit on its disk, which is full; free some room or use another disk");
+  }
 }
 
 }  // namespace

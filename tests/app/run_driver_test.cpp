@@ -103,7 +103,7 @@ TEST(RunDriver, WarnsOfAnEndThatIsNotMeant) {
       {0, 5000,
        "-e 5000 lies beyond the end of the clip at 3.000 s, where the range ends; times are "
        "seconds"},
-      {2, 1, "-e 1 lies before the start at 2 s; the output holds no pictures"},
+      {2, 1, "-e 1 is not after the start at 2 s; the output holds no pictures"},
       {2.5, 3.9, nullptr},
       {2.5, std::numeric_limits<double>::infinity(), nullptr},
       {2.5, 0, nullptr},
