@@ -14,11 +14,12 @@ struct Progress {
   int64_t bytes = 0;    // of the output so far
 };
 
-// How a run has ended.
+// How a run has ended. Refers to texts of the caller: a copy might find no memory, and make a
+// failure of a run that is done.
 struct RunEnd {
-  bool isDone = false;  // the output is whole
-  std::string output;   // its name, as the user gave it
-  std::string advice;   // what to do about a failure; empty if there was none
+  bool isDone;                // the output is whole
+  const std::string& output;  // its name, as the user gave it
+  const std::string& advice;  // what to do about a failure; empty if there was none
 };
 
 // Shows a run to a person or to another program. Both calls come from the thread that runs the

@@ -27,10 +27,15 @@ using test_support::ScratchPath;
 class Notes : public ProgressObserver {
  public:
   void OnProgress(const Progress& progress) override { reports.push_back(progress); }
-  void OnEnd(const RunEnd& end) override { ends.push_back(end); }
+  void OnEnd(const RunEnd& end) override { ends.push_back({end.isDone, end.output, end.advice}); }
 
   std::vector<Progress> reports;
-  std::vector<RunEnd> ends;
+  struct End {
+    bool isDone;
+    std::string output;
+    std::string advice;
+  };
+  std::vector<End> ends;
 };
 
 Progress AtPercent(double percent) {
