@@ -104,9 +104,10 @@ std::vector<OutputKey> MakeKeys() {
       Text("color-primaries", "the same: `bt709`"),
       Text("color-trc", "the same: `bt709`"),
       Text("chroma-location", "the same: `left`"),
-      Flag("true-level",
-           "1 has `libx264` name the H.264 level that size, rate, buffer and preset need, 0 (unless "
-           "set) names level 4.0"),
+      Flag(
+          "true-level",
+          "1 has `libx264` name the H.264 level that size, rate, buffer and preset need, 0 (unless "
+          "set) names level 4.0"),
       Int("orientation", "",
           "1 (unless set) to 8, as EXIF numbers them: turns and mirrors the pictures themselves, "
           "after all else; for `yuv420p`"),
@@ -116,7 +117,8 @@ std::vector<OutputKey> MakeKeys() {
       Text("chapters", "a line for each: start and end in milliseconds, and its title"),
       Text("audio-codec", "FFmpeg's name of the sound's encoder: `aac`"),
       Int("sample-rate", "Hz",
-          "of the sound that comes in; the encoder has to take it: `codec::NearestSampleRate` tells "
+          "of the sound that comes in; the encoder has to take it: `codec::NearestSampleRate` "
+          "tells "
           "one, and `codec::SoundResampler` makes it"),
       Int("channel-count", "channels", "of the sound that comes in"),
       Int("sample-format", "",
