@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tells a person what to do about a run that failed.
 #pragma once
 

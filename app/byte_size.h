@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sizes as people write them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The texts that the program shows instead of a run.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Progress for a program that has started this one.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a mistyped word was probably meant to be.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/option_table.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/output_keys.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The keys that describe an output.
 #pragma once
 

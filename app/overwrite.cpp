@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/overwrite.h"
 
 #include <sys/stat.h>

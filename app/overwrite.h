@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Asks before a file is replaced.
 #pragma once
 

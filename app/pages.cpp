@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/pages.h"
 
 #include <algorithm>

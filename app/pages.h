@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parts of pages and completions that repeat the program's tables.
 #pragma once
 

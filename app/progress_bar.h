@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The line that shows a person how far a run is.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Progress as lines of the log.
 #pragma once
 

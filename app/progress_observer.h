@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Who is told how far a run is.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs one reversal from the arguments to the exit status.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How fast a run goes on.
 #pragma once
 

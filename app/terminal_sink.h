@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The log as a person at a terminal sees it: lines scroll, and below them one line is drawn again
 // and again that shows how far the run is.
 #pragma once

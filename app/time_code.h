@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Times as people write them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes the tables of the program into the pages and completions that repeat them, or checks that
 // they are there. Usage: write_pages [--check] ROOT_OF_THE_TREE
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the media writer sees of audio processing: blocks of any size in, blocks of one size out.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reframer: a byte FIFO without any signal processing.
 #pragma once
 

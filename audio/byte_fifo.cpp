@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "audio/byte_fifo.h"
 
 #include <cstring>

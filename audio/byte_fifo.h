@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A growable first-in first-out store of bytes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/control_groups.h"
 
 #include <cstdlib>

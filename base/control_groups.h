@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The control groups that hold this process: how the host divides itself between containers.
 #pragma once
 

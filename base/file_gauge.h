@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How large a file is that is being written.
 #pragma once
 

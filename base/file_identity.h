@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Telling whether two paths lead to one file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The first of several errors.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/folder_entry.h"
 
 #include <fcntl.h>

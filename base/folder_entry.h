@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A name in a folder.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The border that no exception crosses.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the host, and the container if there is one, grants to this process.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading one value from an INI file, on the inih library.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the host knows of the files that the user names.
 #pragma once
 

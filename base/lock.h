@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The locks of the system: an abstract lock, one over a POSIX mutex, one over the standard
 // library's. None of them is recursive.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The logging functions that every part of the system calls. Each takes a tag (the class that
 // speaks, with its namespace) and a printf-style format that the compiler checks. All lines go to
 // standard error; standard output is never written. Safe to call from any thread.

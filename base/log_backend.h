@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Access to the logger behind the `log_*` functions, for sinks of other shape (a terminal's
 // progress bar, a test that collects lines). The functions of base/log.h are all that logging code
 // needs.

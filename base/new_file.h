@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A file that a run writes under the name that the user gave.
 #pragma once
 

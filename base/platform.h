@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The few calls to the host that are neither media nor threads.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A file that takes the place of another in one step.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A joinable POSIX thread whose body is a virtual operation.
 #pragma once
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Runs clip-reverse in control groups with little memory, and prints peak and speed.
 
 usage: scripts/bench-memory [--sizes 360,720,...] [--keep DIR] [--write]

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Times clip-reverse beside ffmpeg's reverse filters and a plain forward transcode.
 
 usage: scripts/bench [--runs N] [--clips NAME,...] [--write] [--keep DIR]

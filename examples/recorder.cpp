@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Records a drawn scene and a tone into a file, as a program does that has pictures and sound of
 // its own:
 //

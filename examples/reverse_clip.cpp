@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reverses a range of a clip:
 //
 //   reverse_clip INPUT OUTPUT [START END]    seconds; END 0 is the end of the clip

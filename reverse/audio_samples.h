@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reverses the samples of one audio frame.
 #pragma once
 

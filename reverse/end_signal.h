@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tells a waiting thread that the work of another one is over.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One decoded picture or audio frame on its way from the decoder to the writer.
 #pragma once
 

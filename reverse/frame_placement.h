@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // When and with which stamps the frames of a backward walk are written.
 #pragma once
 

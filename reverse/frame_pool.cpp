@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/frame_pool.h"
 
 #include <utility>

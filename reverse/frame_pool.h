@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Recycles the frame buffers of the reverse job.
 #pragma once
 

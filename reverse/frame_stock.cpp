@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/frame_stock.h"
 
 #include <cstring>

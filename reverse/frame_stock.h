@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The frame buffers that one job works with.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Why a job has failed.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/job_memory.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The memory of one job: its limit, and the plan that follows from the limit.
 #pragma once
 

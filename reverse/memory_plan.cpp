@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/memory_plan.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a run divides the memory that it may take.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/mirror_reversal.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reversal whose result is what a player shows of the source, mirrored in time.
 #pragma once
 

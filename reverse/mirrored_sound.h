@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The sound of a range, written backward beside its pictures.
 #pragma once
 

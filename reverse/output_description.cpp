@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/output_description.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Describes the output of a reversal to the media writer.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/read_ahead.h"
 
 #include <algorithm>

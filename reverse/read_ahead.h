@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads the steps of the backward walk before they are asked for.
 #pragma once
 

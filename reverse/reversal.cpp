@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/reversal.h"
 
 namespace codec {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What kind of reversal a job makes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The job that reverses one range of one clip.
 #pragma once
 

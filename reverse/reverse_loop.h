@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The backward walk over the range: one second a step, newest frame first.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/reverse_work_thread.h"
 
 #include "reverse/reverse.h"

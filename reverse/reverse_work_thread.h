@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The thread on which a reversal runs.
 #pragma once
 

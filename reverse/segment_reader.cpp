@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/segment_reader.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reading half of the backward walk: the frames of one step after another, newest step first.
 #pragma once
 

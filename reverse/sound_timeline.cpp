@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/sound_timeline.h"
 
 #include <algorithm>

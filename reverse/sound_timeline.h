@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lays blocks of sound on a time line that is walked backward.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rate of the clock that the stamps of an output's pictures count in.
 #pragma once
 

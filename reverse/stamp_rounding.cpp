@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/stamp_rounding.h"
 
 #include <cmath>

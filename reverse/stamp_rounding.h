@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Undoes the rounding of the stamps of sound.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tells to which packet a picture belongs that a decoder with several threads gives.
 #pragma once
 

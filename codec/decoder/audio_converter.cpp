@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/audio_converter.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Turns decoded sound into blocks of packed stereo float.
 #pragma once
 

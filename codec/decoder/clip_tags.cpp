@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/clip_tags.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a file tells people of its clip.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An opened input with its decoders, and what is known of both. SessionOpener fills it; reading and
 // seeking share it.
 #pragma once

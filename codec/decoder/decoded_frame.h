@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is told of a frame beside its bytes.
 #pragma once
 

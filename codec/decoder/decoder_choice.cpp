@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/decoder_choice.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which of FFmpeg's decoders a stream gets.
 #pragma once
 

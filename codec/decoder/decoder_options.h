@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How an input is decoded.
 #pragma once
 

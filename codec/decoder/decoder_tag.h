@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The log tag of the decoder: its parts speak as one class.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Warns of the first of several dropped frames in a row. A stream that changes in its middle would
 // fill the log otherwise.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The decoder interface of the system.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The decoder: opens one input through FFmpeg and hands out its frames.
 #pragma once
 

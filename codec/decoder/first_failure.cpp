@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/first_failure.h"
 
 #include <cerrno>

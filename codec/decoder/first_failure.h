@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Failures of the host (no memory), as opposed to a damaged input.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/frame_receiver.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Delivers frames into the caller's buffer, on the send/receive calls.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Decoded frames in the order in which single-threaded decoders give them, on the send/receive
 // calls.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The times that frames are delivered with.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Says whether a key packet leans on nothing before it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Packets that wait until the first one to be heard is known.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The opened input: the only place that reads packets and moves the reading position.
 #pragma once
 

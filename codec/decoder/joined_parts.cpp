@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/joined_parts.h"
 
 #include <algorithm>

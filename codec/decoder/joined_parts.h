@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A file that was joined of several recordings, each with a clock of its own, on one time line.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/key_frame_scan.h"
 
 #include "base/log.h"

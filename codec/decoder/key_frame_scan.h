@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the packets of the video tell, without decoding any.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tells at which packets of a video stream decoding can begin.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A group of pictures that an earlier walk has decoded, and that the present walk may come to.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/lazy_decoder.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A video decoder that gets its packets only if they are needed.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/length_scan.h"
 
 #include <algorithm>

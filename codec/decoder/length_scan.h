@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Finds how long a clip is whose file does not say.
 #pragma once
 

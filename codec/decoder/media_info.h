@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a decoder reports of its input.
 #pragma once
 

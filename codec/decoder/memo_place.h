@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A packet of a walk, and the pictures that belong to the packet.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/memo_places.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a memo knows of each place of a walk.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/memo_policy.h"
 
 #include <algorithm>

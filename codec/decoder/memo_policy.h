@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Decides which pictures are remembered. Counts bytes; knows nothing of media.
 #pragma once
 

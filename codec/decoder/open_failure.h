@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Why an input could not be opened.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The packets that a decoder has not got yet.
 #pragma once
 

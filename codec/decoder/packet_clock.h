@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which of a packet's two stamps counts as its time.
 #pragma once
 

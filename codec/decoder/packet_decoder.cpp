@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/packet_decoder.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads packets, and hands each to its decoder in its turn.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tells the packets of one stream apart.
 #pragma once
 

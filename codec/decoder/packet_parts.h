@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Into how many coded pictures a decoder splits a packet.
 #pragma once
 

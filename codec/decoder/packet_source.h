@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A source of packets. Scans of packets can be tested with one that is no file.
 #pragma once
 

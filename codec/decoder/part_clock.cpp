@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/part_clock.h"
 
 #include <algorithm>

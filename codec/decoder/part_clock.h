@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tells from the stamps of packets where the clock of a file restarts.
 #pragma once
 

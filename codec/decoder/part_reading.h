@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads a file of several parts as if it had one clock.
 #pragma once
 

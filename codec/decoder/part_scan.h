@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads a file once for where its clock restarts.
 #pragma once
 

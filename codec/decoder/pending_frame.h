@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A frame that an exact seek found and that the next read hands out.
 #pragma once
 

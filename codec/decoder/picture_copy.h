@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Copies decoded pictures into packed buffers.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A video decoder, as the loop that feeds it sees it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/picture_memo.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Remembers what the video decoder answered, and answers in its place.
 #pragma once
 

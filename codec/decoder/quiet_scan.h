@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Finds the stretches of a clip in which nothing happens.
 #pragma once
 

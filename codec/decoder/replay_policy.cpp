@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/replay_policy.h"
 
 #include <unistd.h>

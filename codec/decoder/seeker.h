@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The seek strategies. Times are in single precision: the comparisons with frame times depend on
 // it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/session_opener.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opens an input and probes what a plan for reading it backwards needs to know.
 #pragma once
 

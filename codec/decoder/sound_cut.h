@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Cuts a stretch of time out of a stream's decoded sound.
 #pragma once
 

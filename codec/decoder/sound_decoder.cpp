@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/sound_decoder.h"
 
 #include "base/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Decodes a sound stream again and again, each time as if nothing had been decoded before.
 #pragma once
 

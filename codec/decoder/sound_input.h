@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The packets of one sound stream, from an input that reads nothing else.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How much sound a decoder must be fed before a place in the middle of a stream.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads stretches of a clip's sound.
 #pragma once
 

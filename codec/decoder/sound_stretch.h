@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The sound of a stretch of time, block by block.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The sound of any stretch of a clip, for a caller that walks backward through it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One stream of the input with its opened decoder.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/stream_facts.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rules by which the facts of a stream are derived from what FFmpeg reports. Pure functions.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Finds the times of the first picture and the first sound by decoding them.
 #pragma once
 

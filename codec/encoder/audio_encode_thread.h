@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Encodes sound beside the pictures.
 #pragma once
 

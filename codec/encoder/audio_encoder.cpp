@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/encoder/audio_encoder.h"
 
 #include <algorithm>

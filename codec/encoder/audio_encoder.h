@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The audio stream of an output: its encoder, and the way of samples into the file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/encoder/audio_job.h"
 
 #include <utility>

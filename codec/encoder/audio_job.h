@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One frame of sound on its way through the encoder.
 #pragma once
 

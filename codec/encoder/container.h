@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The kinds of file that the encoder writes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/encoder/encoder_context.h"
 
 namespace codec {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the two kinds of encoder have in common when they are opened.
 #pragma once
 

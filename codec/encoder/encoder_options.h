@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The text options of encoders and muxers: the defaults, those of one stream, and how they reach
 // FFmpeg's objects.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The settings of one output file and the text keys that set them.
 #pragma once
 

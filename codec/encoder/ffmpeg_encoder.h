@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The encoder behind the front: settings one by one, then one output file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/encoder/ffmpeg_encoder_impl.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The encoder on FFmpeg's libraries: settings, one output file, its video and its audio stream.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/encoder/h264_level.h"
 
 #include <algorithm>

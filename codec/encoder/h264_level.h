@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The level that an H.264 stream has to name, so that hardware decoders know what they need.
 #pragma once
 

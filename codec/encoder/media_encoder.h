@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The encoder as the media writer sees it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/encoder/media_encoder_impl.h"
 
 #include <map>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The front of the encoder: turns a MediaFormat into settings and forwards everything else.
 #pragma once
 

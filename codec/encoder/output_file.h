@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The output container: its format, its streams' packets, its header and trailer.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What an output tells people of its clip.
 #pragma once
 

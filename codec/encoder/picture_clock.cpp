@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/encoder/picture_clock.h"
 
 #include <algorithm>

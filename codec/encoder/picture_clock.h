@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The numbers and stamps of the pictures of an output.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/encoder/sample_planes.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Taking interleaved samples apart.
 #pragma once
 

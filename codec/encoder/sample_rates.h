@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The sample rates that sound can be encoded at.
 #pragma once
 

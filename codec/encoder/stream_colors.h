@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tells an encoder what the numbers of its pictures stand for.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/encoder/video_encoder.h"
 
 #include <algorithm>

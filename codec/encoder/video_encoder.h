@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The video stream of an output: its encoder, and the way of a picture into the file.
 #pragma once
 

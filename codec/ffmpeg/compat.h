@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every difference between the FFmpeg releases that the system builds on (4.3 and newer), each as a
 // function that says what it does. No other file of the tree looks at FFmpeg's version.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The failing `operator new`. Not part of the fault library: it replaces the operators of the whole
 // program, the standard library's use of them and the checks of a sanitizer included.
 #include <cstdlib>

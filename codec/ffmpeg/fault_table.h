@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The calls out of our code that can fail and whose failure it can see, one to a line: name, number
 // of arguments, what a failing call gives. The build makes a linker option of every name.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Makes chosen calls of our code fail, for the failures that no input provokes. For tests only.
 //
 // The linker turns every call of a listed function, in the objects that are linked statically, into

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // FFmpeg's C headers, included in one place with C linkage.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The address under which FFmpeg opens a local file.
 #pragma once
 

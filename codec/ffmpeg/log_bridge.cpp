@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/ffmpeg/log_bridge.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sends FFmpeg's own log lines, and those of the codecs inside it, through our logger.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Owning handles for FFmpeg's objects. FFmpeg frees with two signatures; one deleter template for
 // each keeps every alias to a line. Inputs and outputs are freed by different calls, so that they
 // have aliases of their own.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whether the FFmpeg libraries that the program runs with are those that it was built with. Their
 // structures change with each major version, so that a mixture would read the wrong bytes.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/filter/color_filter.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Changes the pixel format of pictures.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/filter/color_models.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The ways in which the colour filter converts pictures, by number.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The small integers under which the scale, rotate and watermark filters know pixel formats.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/filter/filter_factory.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Builds configured chains of picture filters.
 #pragma once
 

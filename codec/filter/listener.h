@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whoever wants to hear of changes while frames flow.
 #pragma once
 

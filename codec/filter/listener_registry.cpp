@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/filter/listener_registry.h"
 
 namespace codec {

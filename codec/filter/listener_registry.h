@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one listener of the process for changes of the logo.
 #pragma once
 

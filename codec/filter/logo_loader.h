@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads the picture of a logo from a PNG file.
 #pragma once
 

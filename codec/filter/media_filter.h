@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The base of all picture filters, and the way they are linked into a chain.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Turns and mirrors pictures.
 #pragma once
 

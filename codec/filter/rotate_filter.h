@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Turns pictures by quarters.
 #pragma once
 

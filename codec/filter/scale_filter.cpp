@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/filter/scale_filter.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Resizes pictures.
 #pragma once
 

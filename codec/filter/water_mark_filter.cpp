@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/filter/water_mark_filter.h"
 
 #include <algorithm>

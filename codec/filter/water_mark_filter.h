@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stamps a logo into a corner of every picture.
 #pragma once
 

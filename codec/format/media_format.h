@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The configuration carrier of the pipeline: an ordered bag of text keys and text values.
 #pragma once
 

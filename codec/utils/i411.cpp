@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/utils/i411.h"
 
 #include <libyuv.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // 4:1:1 to 4:2:0, which the releases of libyuv in use no longer offer.
 #pragma once
 

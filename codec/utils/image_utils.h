@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sizes of pictures and sounds, and a few small helpers that filters, writer and encoder share.
 #pragma once
 

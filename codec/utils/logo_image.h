@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Operations on a logo: three bytes a pixel, rows without padding, in the byte order blue, green,
 // red.
 #pragma once

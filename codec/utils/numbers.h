@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Number conversions that are defined for every input, because rates and sizes come from outside.
 #pragma once
 

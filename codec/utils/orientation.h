@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How pictures have to be turned and mirrored to be seen as they were meant.
 #pragma once
 

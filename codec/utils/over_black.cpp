@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/utils/over_black.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Shows pictures with transparency as players do.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the planes of a packed 4:2:0 picture begin.
 #pragma once
 

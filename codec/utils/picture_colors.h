@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the numbers of pictures stand for, and what becomes of this when they are converted.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Cuts packed pictures down at the right and at the bottom.
 #pragma once
 

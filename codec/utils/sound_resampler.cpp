@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/utils/sound_resampler.h"
 
 #include <algorithm>

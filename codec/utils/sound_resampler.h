@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Brings a stream of sound to another sample rate.
 #pragma once
 

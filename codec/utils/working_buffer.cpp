@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/utils/working_buffer.h"
 
 #include <algorithm>

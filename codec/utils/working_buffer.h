@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The memory into which a filter writes what its successor reads.
 #pragma once
 

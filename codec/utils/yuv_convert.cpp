@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/utils/yuv_convert.h"
 
 #include <libyuv.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Packed pictures in, packed pictures out: each function lays both out as planes and makes one call
 // of libyuv, whose status is of no interest (sizes that it rejects leave the destination
 // unwritten).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Cuts sound into encoder frames and queues them.
 #pragma once
 

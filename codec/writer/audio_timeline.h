@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The times of encoder frames of sound.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A first-in first-out queue of owned records that allocates only while it grows.
 #pragma once
 

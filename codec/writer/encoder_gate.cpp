@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/writer/encoder_gate.h"
 
 #include "base/guarded.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The writer's only way to its encoder.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Takes queued frames in the order the encoder wants and hands them to it.
 #pragma once
 

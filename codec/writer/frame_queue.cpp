@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/writer/frame_queue.h"
 
 #include <utility>

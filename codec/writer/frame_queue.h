@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A queue of frames on their way to the encoder.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/writer/media_buffer.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The record in which frames travel from the writer's entry to the encoder.
 #pragma once
 

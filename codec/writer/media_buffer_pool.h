@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The process-wide pool of buffers through which every frame passes between the writer's entry and
 // the encoder.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The media writer as the reverse job and embedding programs see it.
 #pragma once
 

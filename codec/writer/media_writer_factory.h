@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Builds a media writer from a description of its input and output.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/writer/media_writer_impl.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The media writer: a front over the queues, the sound framer and the encoder.
 //
 //   WriteFrame -> filter chain or copy -> video queue --+

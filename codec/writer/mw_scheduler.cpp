@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/writer/mw_scheduler.h"
 
 namespace codec {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The thread that feeds the encoder while the producer goes on.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The sizes of the pictures that enter and leave a writer.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The condition on which a consumer waits for its producer.
 #pragma once
 

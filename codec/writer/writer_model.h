@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which filter chain a writer needs, by what must change between its input and its output.
 #pragma once
 

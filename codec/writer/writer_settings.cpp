@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/writer/writer_settings.h"
 
 #include "base/log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The keys of a media format that the writer itself reads.
 #pragma once
 

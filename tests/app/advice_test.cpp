@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/advice.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/byte_size.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/json_progress.h"
 
 #include <gtest/gtest.h>

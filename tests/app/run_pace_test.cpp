@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/run_pace.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "app/terminal_sink.h"
 
 #include <gmock/gmock.h>

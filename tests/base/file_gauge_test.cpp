@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/file_gauge.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/first_error.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/host_limits.h"
 
 #include <gtest/gtest.h>

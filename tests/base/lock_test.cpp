@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/lock.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/new_file.h"
 
 #include <fcntl.h>

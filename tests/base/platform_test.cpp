@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/platform.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/thread.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Keeps the fuzzers sound: what they start from, and a little damage to it, goes through every
 // target.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What libFuzzer calls. FUZZ_TARGET is the target that this program is built for.
 #include "tests/fuzz/targets.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes the seeds of every target. Usage: fuzz_seeds FOLDER
 // Those of the target "png" go to FOLDER/png, and so on.
 #include <filesystem>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/fuzz/memory_file.h"
 
 #include <sys/mman.h>

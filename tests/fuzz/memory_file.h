@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A file that exists in memory only, for code that takes paths.
 #pragma once
 

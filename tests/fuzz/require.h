@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A check that stays on in every build.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The inputs that fuzzing starts from.
 #pragma once
 

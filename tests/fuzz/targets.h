@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the fuzzers feed with bytes. Each target takes any bytes, checks what its part of the system
 // promises of them, and aborts when the promise is broken.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The clips of the tests show what their makers promise; every other test of a run builds on that.
 #include "tests/support/clips.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program as a person or a script meets it.
 #include <gtest/gtest.h>
 

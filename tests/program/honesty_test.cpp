@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Faults around the program: what it leaves behind and what its exit status says.
 #include <gtest/gtest.h>
 #include <sys/mount.h>

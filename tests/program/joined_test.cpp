@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Recordings that were joined end to end, so that the clock restarts.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs the program where memory is short: in control groups, as in containers, and with --memory.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Memory must not grow with the clip.
 #include <gtest/gtest.h>
 

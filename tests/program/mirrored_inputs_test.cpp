@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Inputs whose files tell neither length nor stamps, or hold pictures of odd size.
 #include <gtest/gtest.h>
 

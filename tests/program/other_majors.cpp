@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Stands in front of FFmpeg's own function in the program that `other_majors` is built of.
 #include "codec/ffmpeg/ffmpeg_headers.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Outputs that the user has no right to write.
 #include <gtest/gtest.h>
 #include <sys/mount.h>

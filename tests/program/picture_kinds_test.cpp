@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pictures of kinds that the output cannot have as they are, against what ffmpeg makes of the
 // source.
 #include <gtest/gtest.h>

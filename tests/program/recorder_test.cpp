@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The example program: what an embedding program gets out of the writer.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whichever FFmpeg release the program is built with, a clip of fixed bytes becomes the same file
 // as far as a player's clock and picture go: what is written here holds for all of them.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What happens to a file that stands at the output, in runs that end well, fail or are killed.
 #include <gtest/gtest.h>
 #include <sys/mount.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs the program over every kind of clip and holds its output against ffmpeg's decode of the
 // source.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The example program of docs/library.md: the reverse job as an embedding program uses it.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Clips whose pictures are seconds apart: most steps of the walk meet sound alone.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sound of rates and layouts that the output cannot have as they are, against ffmpeg's conversion
 // of the source.
 #include <gtest/gtest.h>

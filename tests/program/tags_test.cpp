@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What an output tells of its clip, and what the log says of runs that lose nothing.
 #include <gtest/gtest.h>
 

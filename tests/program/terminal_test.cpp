@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program at a terminal, and where it writes plain lines.
 #include <gmock/gmock.h>
 #include <sys/wait.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The level that an output names, against what ffmpeg's encoder finds for such pictures by itself.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/audio_samples.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/end_signal.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/frame_placement.h"
 
 #include <gtest/gtest.h>

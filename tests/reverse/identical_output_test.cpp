@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What makes a run faster must not be seen in what it writes: the packets are the same, bit for
 // bit, however much is replayed, and whether steps overlap and sound is encoded beside the pictures
 // or not.

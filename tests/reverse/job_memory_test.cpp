@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A job's limit decides how it works, and nothing of what it writes.
 #include "reverse/job_memory.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A decoder for the backward walk, as plain as FFmpeg allows: one thread, nothing remembered, one
 // FFmpeg call after another. It says what the decoder of the tree has to give.
 //

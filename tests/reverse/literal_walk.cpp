@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/reverse/literal_walk.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The backward walk, one plain step after another: what the reader of the tree has to give.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reader of the backward walk gives what a literal walk gives, whatever the reader remembers
 // and however many threads decode.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sound whose stamps and samples do not agree: each sample is at most 40 ms from the time that its
 // stamp gives to it, whatever a walk makes of the rest.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A clip's sound as numbers, and a writer that notes what it is given.
 #pragma once
 

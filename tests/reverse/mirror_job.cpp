@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/reverse/mirror_job.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A mirrored job that notes what it would have written.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a mirrored job hands to its writer, against ffmpeg's own decode of the whole source.
 #include <gtest/gtest.h>
 

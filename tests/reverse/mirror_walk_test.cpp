@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a mirrored job hands to its writer does not depend on how many threads decode, nor on the
 // room for pictures. That one thread gives the right frames is tested beside the job.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/mirrored_sound.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a caller learns that a job is over.
 #include <gtest/gtest.h>
 

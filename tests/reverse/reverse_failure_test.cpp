@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Jobs that cannot end well, and jobs that are ended from outside.
 #include <gtest/gtest.h>
 

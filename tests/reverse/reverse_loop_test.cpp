@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/reverse_loop.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "reverse/reverse.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The time line on integers alone: each block is a number, each sample its place in the block.
 #include "reverse/sound_timeline.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/reverse/walk_clips.h"
 
 #include "codec/ffmpeg/owned.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The clips on which the reader of the backward walk is held against a literal walk.
 #pragma once
 

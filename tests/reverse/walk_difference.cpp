@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/reverse/walk_difference.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Compares the steps of two backward walks.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/robustness/corpus.h"
 
 #include <sys/stat.h>

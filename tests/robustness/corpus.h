@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The inputs that the robustness tests start from.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/robustness/crafted.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Inputs that no encoder makes: made of bytes, or of a sound file with some of its fields replaced.
 #pragma once
 

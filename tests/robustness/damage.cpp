@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/robustness/damage.h"
 
 #include <algorithm>

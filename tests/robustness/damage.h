@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Ways to damage the bytes of a file, all of them given by a number, so that each can be had again.
 #pragma once
 

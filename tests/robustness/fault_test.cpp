@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every call that can fail is made to fail, at several places of several whole runs, each in a
 // process of its own.
 #include <gtest/gtest.h>

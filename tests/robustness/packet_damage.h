@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Damage that keeps the container sound: packets in another order, lost, doubled, with other
 // stamps.
 #pragma once

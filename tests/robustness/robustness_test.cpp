@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Damaged, absurd and hostile inputs: each is reversed or refused, within bounds of time and
 // memory.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/robustness/sandbox.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs reversals, each in a process of its own, and tells how they ended.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The long run of damaged inputs. Usage: soak [--mutations N] [--seed S] [--jobs J] [--only ROW]
 // Prints a table, with `--only` one row of it; status 1 when any input ended badly.
 #include <cstdlib>

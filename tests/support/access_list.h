@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A file's list of those who may use it, beyond its owner and its group.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Makes the clips that the tests work on, with ffmpeg, once for each build directory.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/command.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs other programs.
 #pragma once
 

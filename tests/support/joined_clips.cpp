@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/joined_clips.h"
 
 #include <algorithm>

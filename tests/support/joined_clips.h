@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Recordings joined end to end, byte by byte, and what a player of the parts shows of them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Collects the log lines of a test, so that texts, levels and tags can be asserted.
 #pragma once
 

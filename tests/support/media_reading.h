@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looks at media files by way of the ffmpeg and ffprobe programs, which share no code with ours
 // beyond FFmpeg itself.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/support/memory_group.h"
 
 #include <unistd.h>

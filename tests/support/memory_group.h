@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A control group of its own, to run programs in as a container does.
 #pragma once
 

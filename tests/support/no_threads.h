@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A host that gives no threads.
 #pragma once
 

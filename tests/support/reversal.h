@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a reversal must be, worked out from the source by way of ffmpeg, and compared with an
 // output.
 #pragma once

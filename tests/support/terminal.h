@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Terminals without a screen, and what a screen would show of their bytes.
 #pragma once
 

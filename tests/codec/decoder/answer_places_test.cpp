@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/answer_places.h"
 
 #include <gtest/gtest.h>

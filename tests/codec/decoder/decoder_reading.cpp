@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/codec/decoder/decoder_reading.h"
 
 #include <fstream>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads frames out of a decoder with buffers of just the promised size, so that a sanitizer sees
 // any byte written past it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A video decoder of numbers.
 #pragma once
 

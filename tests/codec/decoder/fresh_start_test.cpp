@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/fresh_start.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/held_packets.h"
 
 #include <gtest/gtest.h>

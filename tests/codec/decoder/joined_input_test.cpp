@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading a file of several parts as one.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The sound of a file of several parts, read backwards.
 #include <gtest/gtest.h>
 

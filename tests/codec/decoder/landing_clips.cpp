@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/codec/decoder/landing_clips.h"
 
 #include <stdexcept>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Clips on which a demuxer cannot land well, because there is no index or a wrong one.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Backward walks over inputs in which the demuxer lands where decoding cannot begin, or behind the
 // time that was asked for.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/later_group.h"
 
 #include <gtest/gtest.h>

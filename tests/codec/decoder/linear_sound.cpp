@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/codec/decoder/linear_sound.h"
 
 #include <algorithm>

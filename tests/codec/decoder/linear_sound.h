@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A file's sound as one decode from start to end gives it, straight from FFmpeg.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a memo does at the border between two groups.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Walks through a stream of numbered packets, as seeks and reads do.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/part_scan.h"
 
 #include <gtest/gtest.h>

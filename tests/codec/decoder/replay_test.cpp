@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Replay must not be seen in what comes out: the same seeks and reads give the same frames, in the
 // same order, with it and without.
 #include <gtest/gtest.h>

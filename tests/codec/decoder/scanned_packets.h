@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Packets without bytes, for what looks at stamps alone.
 #pragma once
 

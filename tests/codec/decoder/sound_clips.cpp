@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/codec/decoder/sound_clips.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The clips that sound is read from backward.
 #pragma once
 

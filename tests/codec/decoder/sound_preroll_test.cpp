@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rows of the table, and each of them held against a linear decode by FFmpeg alone.
 #include "codec/decoder/sound_preroll.h"
 

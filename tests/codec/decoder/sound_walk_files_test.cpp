@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the order of packets in a file, and what a file lacks, mean to a walk.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/decoder/sound_walk.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is delivered does not depend on how many threads decode: all of it is what one thread gives.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole files, written through the front and read back with ffprobe.
 #include <gtest/gtest.h>
 

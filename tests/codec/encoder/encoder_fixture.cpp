@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/codec/encoder/encoder_fixture.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the encoder's tests share: settings of small outputs, pictures and tones to feed them with,
 // and a look at the files by way of ffprobe.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/encoder/encoder_options.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Outputs that cannot be written and settings that make no sense: errors, never a crash.
 #include <gmock/gmock.h>
 

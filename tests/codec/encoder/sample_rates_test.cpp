@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/encoder/sample_rates.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Files whose picture stamps are finer than their frame rate, as ffprobe sees them.
 #include <gtest/gtest.h>
 

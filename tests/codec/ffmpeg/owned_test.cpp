@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/ffmpeg/owned.h"
 
 #include <gtest/gtest.h>

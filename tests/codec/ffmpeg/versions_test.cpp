@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/ffmpeg/versions.h"
 
 #include <gmock/gmock.h>

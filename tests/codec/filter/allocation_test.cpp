@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counts what filters take from the heap for a picture. A program of its own, because it replaces
 // allocation functions: `operator new` and `calloc`, which are all that the filters use. What
 // libyuv and swscale take inside (by malloc) is theirs.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pictures, buffers and chains for the tests of the filters.
 #pragma once
 

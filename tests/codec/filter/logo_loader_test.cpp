@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/filter/logo_loader.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writes PNG files for tests.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/format/media_format.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/utils/image_utils.h"
 
 #include <gtest/gtest.h>

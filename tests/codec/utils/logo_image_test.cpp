@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/utils/logo_image.h"
 
 #include <gtest/gtest.h>

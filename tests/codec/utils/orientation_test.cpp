@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/utils/orientation.h"
 
 #include <gtest/gtest.h>

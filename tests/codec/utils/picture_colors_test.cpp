@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/utils/picture_colors.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/utils/picture_crop.h"
 
 #include <gtest/gtest.h>

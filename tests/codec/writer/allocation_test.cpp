@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counts what a steady run takes from the heap. A program of its own, because it replaces the
 // allocation functions.
 #include <atomic>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/writer/audio_framer.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An encoder and a filter that only note what is asked of them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/writer/frame_drain.h"
 
 #include <gtest/gtest.h>

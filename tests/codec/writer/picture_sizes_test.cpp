@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codec/writer/picture_sizes.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Colour bars of many kinds go through a writer; what ffmpeg shows of them before and after is
 // compared as RGB.
 #include <gtest/gtest.h>

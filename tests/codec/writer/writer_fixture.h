@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A writer over a fake encoder, for tests.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Each model of writer that can be built writes a file; what is in it is read back by ffmpeg.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reverses a clip through the library and prints what the result holds: outside INPUT OUTPUT
 #include <base/log.h>
 #include <codec/decoder/ffmpeg_decoder_impl2.h>
