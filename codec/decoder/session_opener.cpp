@@ -87,9 +87,11 @@ bool SessionOpener::AskForShare(bool isProbed) {
   AVFormatContext* const file = mSession->input.Context();
   const int index = av_find_best_stream(file, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
   if (index < 0) return true;
-  PictureFacts facts = FactsOf(file, file->streams[index], mOptions.additions.laysOverBlack);
+  const AVStream* const stream = file->streams[index];
+  // Headers without a size are usual; to ask FFmpeg for its bytes would log an error.
+  if (stream->codecpar->width <= 0 || stream->codecpar->height <= 0) return true;
+  PictureFacts facts = FactsOf(file, stream, mOptions.additions.laysOverBlack);
   facts.isProbed = isProbed;
-  if (facts.width <= 0 || facts.height <= 0) return true;
   const std::optional<DecoderShare> share = mOptions.shareFor(facts);
   if (share) mShare = *share;
   return share.has_value();
