@@ -95,6 +95,10 @@ std::vector<OutputKey> MakeKeys() {
           "ticks that the times of pictures are kept at: a multiple of `frame-rate`, or 90000 if "
           "the rate varies; 0 (unless set) moves each picture to the nearest frame of "
           "`frame-rate`. AVI and MXF know no other way"),
+      Double("video-length", "seconds",
+             "of the whole video, up to which the last picture is shown; 0 (unless set) shows it "
+             "for one frame. Only with `stamp-rate`, and not in containers that keep no durations, "
+             "such as `.ts`"),
       Flag("has-constant-rate",
            "1 has the container tell `frame-rate` to players, 0 (unless set) leaves them to "
            "measure it"),

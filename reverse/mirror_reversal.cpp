@@ -2,6 +2,7 @@
 #include "reverse/mirror_reversal.h"
 
 #include <algorithm>
+#include <string>
 
 #include "base/log.h"
 #include "codec/decoder/quiet_scan.h"
@@ -83,6 +84,7 @@ int MirrorReversal::OpenSound(const std::string& path, int stream) {
 
 // Looks at every packet of the file only if the sound has holes that are long enough.
 void MirrorReversal::Limit(double start, double end, MediaInfo* info) {
+  mRangeSeconds = end - start;
   if (mSound == nullptr || !MayBeQuiet(start, end)) return;
   QuietScan scan;
   if (scan.Read(mPath, mSoundStream, mJoined) != 0) return;
@@ -196,6 +198,9 @@ void MirrorReversal::Describe(const MediaInfo& info, double start, double end,
   format->SetInt32("stamp-rate", StampRate(info.frame_rate, isConstant));
   format->SetInt32("has-constant-rate", isConstant ? 1 : 0);
   format->SetInt32("true-level", 1);
+  // The picture written last is the first of the range, which may stand for long. Where all stand
+  // equally long, the container would tell another rate if this one was made longer.
+  if (!isConstant) format->SetString("video-length", std::to_string(mRangeSeconds).c_str());
   // Slides, less than one a second, are key pictures all.
   int gop = 0;
   format->GetInt32("gop", gop);

@@ -25,7 +25,7 @@ struct Row {
 };
 
 using S = EncoderSettings;
-constexpr std::array<Row, 40> kRows = {{
+constexpr std::array<Row, 41> kRows = {{
     {"file-format", &S::fileFormat},
     {"output-path", &S::outputPath},
     {"write-path", &S::writePath},
@@ -43,6 +43,7 @@ constexpr std::array<Row, 40> kRows = {{
     {"frame-rate", &S::frameRate},
     {"stamp-rate", &S::stampRate},
     {"has-constant-rate", &S::hasConstantRate},
+    {"video-length", &S::videoLength},
     {"gop", &S::gop},
     {"preset", &S::preset},
     {"profile", &S::profile},

@@ -29,6 +29,7 @@ struct EncoderSettings {
   double frameRate = 15.0;       // frames/s
   int stampRate = 0;             // ticks/s that picture stamps are kept at; 0: one tick a frame
   bool hasConstantRate = false;  // the container may tell the frame rate to players
+  double videoLength = 0;        // s, at whose end the last picture does; 0: it lasts one frame
   double gop = 30.0;             // frames
   std::string preset;
   std::string profile = "baseline";  // kept; the stream's own is decided when it is created

@@ -122,6 +122,7 @@ int FFmpegEncoderImpl::EncodeAudio(uint8_t* data, size_t size) {
 void FFmpegEncoderImpl::Close() {
   log_debug(kTag, "_Flush Decoder...");
   Drain();
+  mVideo.Finish();
   log_debug(kTag, "_Flush Decoder done");
   mFile.WriteTrailer();
   mVideo.Close();

@@ -60,7 +60,11 @@ int VideoEncoder::Create(const EncoderOptions& defaults) {
   mTrack.stream = mFile->AddStream(codec);
   if (mTrack.stream != nullptr) mContext = NewEncoder(codec, *mFile);
   mPacket.reset(av_packet_alloc());
-  if (mTrack.stream == nullptr || mContext == nullptr || mPacket == nullptr) {
+  const bool keepsBack =
+      mSettings.videoLength > 0 && mSettings.stampRate > 0 && !HasFixedRate(*mFile->Format());
+  if (keepsBack) mKept.reset(av_packet_alloc());
+  if (mTrack.stream == nullptr || mContext == nullptr || mPacket == nullptr ||
+      (keepsBack && mKept == nullptr)) {
     log_error(kTag, "Could not alloc video stream.");
     return -1;
   }
@@ -180,7 +184,31 @@ int VideoEncoder::Write(AVPacket* packet, int64_t stamp) {
   packet->pts = stamp;
   packet->dts = stamp;
   packet->duration = mClock.FrameTicks();
-  return mFile->WritePacket(packet, mClock.StampBase(), &mTrack);
+  return mKept == nullptr ? mFile->WritePacket(packet, mClock.StampBase(), &mTrack)
+                          : KeepBack(packet);
+}
+
+// Which picture is the last one shows only after it, and then its packet must not be written yet.
+// To those who ask for the time of the last packet it counts as written, so that the order of
+// pictures and sound stays the same.
+int VideoEncoder::KeepBack(AVPacket* packet) {
+  const int result = WriteKept();
+  av_packet_move_ref(mKept.get(), packet);
+  mTrack.lastTime = static_cast<double>(mKept->pts) * av_q2d(mClock.StampBase());
+  return result;
+}
+
+int VideoEncoder::WriteKept() {
+  if (mKept->size == 0) return 0;
+  const ffmpeg::PacketGuard guard(mKept.get());
+  return mFile->WritePacket(mKept.get(), mClock.StampBase(), &mTrack);
+}
+
+void VideoEncoder::Finish() {
+  if (mKept == nullptr || mKept->size == 0) return;
+  const auto end = TruncateToInt64(mSettings.videoLength * mSettings.stampRate + 0.5);
+  if (end > mKept->pts) mKept->duration = end - mKept->pts;
+  WriteKept();
 }
 
 int VideoEncoder::EncodeSendReceive(const AVFrame* frame) {

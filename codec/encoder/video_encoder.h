@@ -30,6 +30,8 @@ class VideoEncoder {
   // Writes what the encoder still holds. Only for encoders of the send/receive interface: the
   // one-call interface has nothing left, because it runs without delay.
   int Drain();
+  // Writes the last picture, if it was kept back because the length of the video is known.
+  void Finish();
   // Frees the encoder; its stream goes with the file.
   void Close();
 
@@ -39,7 +41,7 @@ class VideoEncoder {
 
   AVRational StreamTimeBase() const { return mTrack.stream->time_base; }
   int StreamIndex() const { return mTrack.stream->index; }
-  // Seconds of the last packet written.
+  // Seconds of the last packet, be it written or kept back.
   double LastTime() const { return mTrack.lastTime; }
   int PicturesTaken() const { return mPicturesTaken; }
   int StampsWaiting() const { return static_cast<int>(mStamps.size()); }
@@ -50,6 +52,8 @@ class VideoEncoder {
   int PreparePicture();
 
   int Write(AVPacket* packet, int64_t stamp);
+  int KeepBack(AVPacket* packet);
+  int WriteKept();
   int EncodeInOneCall();
   int EncodeSendReceive(const AVFrame* frame);
   int ReceiveFailed(int error);
@@ -61,6 +65,7 @@ class VideoEncoder {
   ffmpeg::UniqueCodecContext mContext;
   ffmpeg::UniqueFrame mPicture;  // points at the caller's bytes while they are encoded
   ffmpeg::UniquePacket mPacket;
+  ffmpeg::UniquePacket mKept;  // the newest packet, or an empty one; null if none is kept back
   OutputTrack mTrack;
   bool mSendReceive = false;
   bool mCopies = false;  // the encoder copies a picture before it returns

@@ -87,6 +87,22 @@ TEST_P(MirroredInputs, GiveEachPictureNewestFirst) {
   }
 }
 
+// The first picture of the source stands for three seconds, and so does the last of the output.
+TEST(LongFirstPicture, KeepsItsTime) {
+  const std::string clip =
+      CustomClip("long_first.mp4", {"-f", "lavfi", "-i", SceneFilter(320, 180, "30"), "-vf",
+                                    "setpts='if(eq(N,0),0,PTS+3/TB)'", "-t", "4.5", "-c:v",
+                                    "libx264", "-preset", "veryfast", "-bf", "0"});
+  const double length = std::stod(ContainerFields(clip)["duration"]);
+  for (const char* suffix : {".mp4", ".mkv", ".mov"}) {
+    const std::string output = ScratchPath(std::string("long_first") + suffix);
+    const CommandResult result = RunProgram({"-i", clip, "-o", output});
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(VideoTimes(output).size(), VideoTimes(clip).size());
+    EXPECT_NEAR(std::stod(ContainerFields(output)["duration"]), length, 0.002) << suffix;
+  }
+}
+
 // A transport stream's header has no size of the pictures; nothing is wrong with that.
 TEST(TransportStream, IsReversedWithoutAnErrorLine) {
   const CommandResult result =

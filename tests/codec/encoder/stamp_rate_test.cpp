@@ -70,6 +70,50 @@ TEST(StampRate, KeepsVariableTimesInEveryContainerThatCan) {
   }
 }
 
+TEST(StampRate, ShowsTheLastPictureUpToTheLengthOfTheVideo) {
+  const LogCapture log;
+  for (const bool sendReceive : {false, true}) {
+    for (const char* name : {"last.mp4", "last.mov", "last.mkv", "last.flv"}) {
+      const std::string path = ScratchPath(name);
+      MediaFormat format = VideoFormat(path);
+      format.SetDouble("frame-rate", 20);
+      format.SetInt32("stamp-rate", 90000);
+      // The last picture begins at 5.45 s, and a frame lasts 50 ms.
+      for (const char* length : {"8.25", "5.475"}) {
+        format.SetString("video-length", length);
+        Write(format, VariableTimes(), sendReceive);
+        ExpectTimes(path, VariableTimes(), 0.0006);
+        EXPECT_NEAR(std::stod(test_support::ContainerFields(path)["duration"]), std::stod(length),
+                    0.001)
+            << path;
+      }
+    }
+  }
+}
+
+TEST(StampRate, ShowsTheLastPictureForAFrameWhereTheLengthIsNotTold) {
+  const LogCapture log;
+  for (const char* length : {"0", "5"}) {
+    const std::string path = ScratchPath("last_frame.mp4");
+    MediaFormat format = VideoFormat(path);
+    format.SetDouble("frame-rate", 20);
+    format.SetInt32("stamp-rate", 90000);
+    format.SetString("video-length", length);
+    Write(format, VariableTimes());
+    EXPECT_NEAR(std::stod(test_support::ContainerFields(path)["duration"]), 5.5, 0.001) << length;
+  }
+}
+
+TEST(StampRate, WritesNothingForALengthWithoutPictures) {
+  const LogCapture log;
+  const std::string path = ScratchPath("no_pictures.mp4");
+  MediaFormat format = VideoFormat(path);
+  format.SetInt32("stamp-rate", 90000);
+  format.SetString("video-length", "5");
+  Write(format, {});
+  EXPECT_EQ(encoder_test::PacketCount(path, "v"), 0);
+}
+
 TEST(StampRate, IsOffUnlessItIsSet) {
   const LogCapture log;
   const std::string path = ScratchPath("grid.mp4");
