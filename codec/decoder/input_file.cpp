@@ -36,10 +36,26 @@ int InputFile::OpenHeader(const std::string& path) {
 
 int InputFile::FindStreams() {
   const int result = avformat_find_stream_info(mContext.get(), nullptr);
-  if (result >= 0) return 0;
+  if (result >= 0) {
+    LearnPalettes();
+    return 0;
+  }
   mOpenFailure.error = result;
   log_error(kDecoderTag, "Could not find stream information");
   return -1;
+}
+
+// Reads the first packet: a palette may come with no other.
+void InputFile::LearnPalettes() {
+  bool hasPalette = false;
+  for (unsigned i = 0; i < mContext->nb_streams; ++i) {
+    hasPalette = hasPalette || mContext->streams[i]->codecpar->format == AV_PIX_FMT_PAL8;
+  }
+  if (!hasPalette) return;
+  std::vector<ffmpeg::UniquePacket> first;
+  first.emplace_back(av_packet_alloc());
+  if (first.front() == nullptr) return static_cast<void>(mFailure.Note(AVERROR(ENOMEM)));
+  if (Read(first.front().get())) PutBack(std::move(first));
 }
 
 int InputFile::CannotOpen(const std::string& reason) const {
@@ -72,7 +88,8 @@ bool InputFile::Read(AVPacket* packet) {
 
 int InputFile::ReadFrame(AVPacket* packet) {
   for (;;) {
-    const int result = av_read_frame(mContext.get(), packet);
+    int result = av_read_frame(mContext.get(), packet);
+    if (result >= 0) result = mPalettes.Pass(packet);
     if (result < 0 || mReading == nullptr || mReading->Take(Context(), packet)) return result;
     av_packet_unref(packet);
   }
@@ -92,6 +109,7 @@ void InputFile::PutBack(std::vector<ffmpeg::UniquePacket> packets) {
 int InputFile::SeekBackward(int stream, int64_t position) {
   ++mSeeks;
   mPutBack.clear();
+  mPalettes.OnSeek();
   if (mReading != nullptr) return mReading->SeekBackward(Context(), stream, position);
   return av_seek_frame(mContext.get(), stream, position, AVSEEK_FLAG_BACKWARD);
 }
@@ -112,6 +130,7 @@ int InputFile::AnyPacket(int64_t position) const {
 int InputFile::SeekToStart(int64_t earliest) {
   ++mSeeks;
   mPutBack.clear();
+  mPalettes.OnSeek();
   if (mReading != nullptr) return mReading->SeekToStart(Context());
   // Stamps may begin below 0: then 0 is somewhere in the middle. The first packet is decoded before
   // its picture is shown, and demuxers may look for it by the time of decoding.

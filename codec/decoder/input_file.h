@@ -11,6 +11,7 @@
 #include "codec/decoder/first_failure.h"
 #include "codec/decoder/open_failure.h"
 #include "codec/decoder/packet_source.h"
+#include "codec/decoder/palette_memory.h"
 #include "codec/decoder/part_reading.h"
 #include "codec/ffmpeg/owned.h"
 
@@ -64,6 +65,7 @@ class InputFile : public PacketSource {
 
  private:
   int ReadFrame(AVPacket* packet);
+  void LearnPalettes();
   int AnyPacket(int64_t position) const;
   // Logs that the file cannot be opened and why. -1.
   int CannotOpen(const std::string& reason) const;
@@ -75,6 +77,7 @@ class InputFile : public PacketSource {
   std::shared_ptr<const JoinedParts> mParts;
   std::unique_ptr<PartReading> mReading;  // null unless joined
   std::deque<ffmpeg::UniquePacket> mPutBack;
+  PaletteMemory mPalettes;
   int mEndError = 0;
   int64_t mPacketsRead = 0;
   int64_t mSeeks = 0;

@@ -111,6 +111,22 @@ TEST(TransportStream, IsReversedWithoutAnErrorLine) {
   EXPECT_EQ(result.err.find(" error   ["), std::string::npos) << result.err;
 }
 
+// An AVI file tells its palette once, with the first packet.
+TEST(PaletteAvi, IsShownInItsColors) {
+  const std::string path =
+      CustomClip("palette.avi", {"-f", "lavfi", "-i", "smptebars=size=320x180:rate=25", "-t", "1.2",
+                                 "-c:v", "rawvideo", "-pix_fmt", "pal8"});
+  const std::string output = ScratchPath("palette.mp4");
+  ASSERT_EQ(RunProgram({"-i", path, "-o", output}).status, 0);
+  const std::vector<Picture> source = DecodeLuma(path);
+  const std::vector<Picture> mirrored = DecodeLuma(output);
+  ASSERT_EQ(mirrored.size(), 30U);
+  ASSERT_EQ(source.size(), 30U);
+  for (size_t i = 0; i < mirrored.size(); ++i) {
+    EXPECT_LE(Difference(mirrored[i], source[29 - i]), 4) << i;
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Kinds, MirroredInputs, testing::ValuesIn(kInputs),
                          [](const auto& tested) { return std::string(tested.param.name); });
 

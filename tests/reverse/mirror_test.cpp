@@ -210,7 +210,8 @@ std::vector<PictureClip> PictureClips() {
   clips.push_back(
       {"bursts", CustomClip("mirror_bursts.mkv", {"-f", "lavfi", "-i", scene, "-t", "6", "-vf",
                                                   "setpts='if(lt(N,60),N/60,1+(N-60)/10)/TB'",
-                                                  "-vsync", "passthrough", "-c:v", "libx264"})});
+                                                  test_support::FrameTimingOption(), "passthrough",
+                                                  "-c:v", "libx264"})});
   const std::string hours = "mirror_open_hours.ts";
   clips.push_back({"open groups hours from zero",
                    CustomClip(hours, {"-f", "lavfi", "-i", scene, "-t", "6", "-c:v", "libx264",
@@ -227,8 +228,9 @@ std::vector<PictureClip> PictureClips() {
                              "15", "-c:v", "libx264"})});
   clips.push_back(
       {"pause", CustomClip("mirror_pause.mp4", {"-f", "lavfi", "-i", scene, "-t", "4", "-vf",
-                                                "setpts='(N/25+if(gt(N,50),10,0))/TB'", "-vsync",
-                                                "passthrough", "-c:v", "libx264", "-bf", "2"})});
+                                                "setpts='(N/25+if(gt(N,50),10,0))/TB'",
+                                                test_support::FrameTimingOption(), "passthrough",
+                                                "-c:v", "libx264", "-bf", "2"})});
   return clips;
 }
 

@@ -218,6 +218,15 @@ std::string Make(const Codec& codec) {
   return test_support::CustomClip(std::string("preroll_") + codec.name + codec.extension, words);
 }
 
+// The newest releases have no encoder for this profile.
+bool EncodesAacMain() {
+  static const bool known =
+      test_support::Run({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "anullsrc", "-t", "0.1",
+                         "-c:a", "aac", "-profile:a", "aac_main", "-f", "null", "-"})
+          .status == 0;
+  return known;
+}
+
 double Rms(const Samples& samples, size_t from, size_t to) {
   double sum = 0;
   for (size_t i = from; i < to; ++i) sum += samples[i] * samples[i];
@@ -249,6 +258,9 @@ void ExpectClose(const Samples& jumped, const Samples& linear, Closeness closene
 class Preroll : public testing::TestWithParam<Codec> {};
 
 TEST_P(Preroll, LeadsToTheLinearDecode) {
+  if (std::string(GetParam().name) == "aac_main" && !EncodesAacMain()) {
+    GTEST_SKIP() << "ffmpeg has no encoder for it";
+  }
   const Stream stream(Make(GetParam()));
   const SoundPreroll preroll(stream.Parameters());
   constexpr size_t kPlaces = 12;
