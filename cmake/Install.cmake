@@ -45,6 +45,7 @@ install(TARGETS clipreverse EXPORT clipreverse COMPONENT development
 foreach(header
         base/first_error.h
         base/log.h
+        codec/decoder/clip_tags.h
         codec/decoder/decoder_options.h
         codec/decoder/ffmpeg_decoder.h
         codec/decoder/ffmpeg_decoder_impl2.h

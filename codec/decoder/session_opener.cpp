@@ -20,6 +20,13 @@
 namespace codec {
 namespace {
 
+// Whether sound is there, decodable or not.
+bool HasSound(const AVFormatContext& file) {
+  return std::any_of(file.streams, file.streams + file.nb_streams, [](const AVStream* stream) {
+    return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+  });
+}
+
 PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream, bool laysOverBlack) {
   const AVCodecParameters* const parameters = stream->codecpar;
   // A header does not name the format; most pictures have this one.
@@ -168,11 +175,7 @@ void SessionOpener::DescribeProfile() {
 
 void SessionOpener::OpenAudio() {
   DecodeSession& session = *mSession;
-  if (mOptions.additions.expectsSilence &&
-      av_find_best_stream(session.input.Context(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) ==
-          AVERROR_STREAM_NOT_FOUND) {
-    return;
-  }
+  if (mOptions.additions.expectsSilence && !HasSound(*session.input.Context())) return;
   session.audio = StreamDecoder::Open(session.input, AVMEDIA_TYPE_AUDIO, 1);
   if (session.audio == nullptr) return;
   const AVCodecContext* const context = session.audio->Context();

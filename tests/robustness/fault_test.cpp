@@ -248,6 +248,8 @@ constexpr Survivor kSurvivors[] = {
     {FaultCall::av_image_get_buffer_size, Outcome::kWhole},
     // The last one is that of a file that is closed already.
     {FaultCall::avio_closep, Outcome::kWhole},
+    // The sound's rate is taken to be one that the encoder has.
+    {FaultCall::avcodec_find_encoder_by_name, Outcome::kWhole},
     // The file gets a hidden name.
     {FaultCall::openat, Outcome::kWhole},
     // There are more buffers in the pool; and lines of FFmpeg's for which there is no memory are
