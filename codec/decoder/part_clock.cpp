@@ -65,7 +65,15 @@ bool PartClock::IsConfirmed(const std::deque<ClockedPacket>& window) const {
     ++looked;
     if (Jumps(next)) ++jumping;
   }
-  return 2 * jumping >= looked;
+  return 2 * jumping >= looked && (window.front().track == kPictures || PicturesJump(window));
+}
+
+// Sound whose stamps overlap goes back alone. All streams of a new part begin anew.
+bool PartClock::PicturesJump(const std::deque<ClockedPacket>& window) const {
+  const auto next = std::find_if(window.begin(), window.end(), [](const ClockedPacket& packet) {
+    return packet.track == kPictures && packet.shown.has_value();
+  });
+  return next == window.end() || Jumps(*next);
 }
 
 void PartClock::Open(const ClockedPacket& packet) {

@@ -74,6 +74,7 @@ class PartClock {
   bool Jumps(const ClockedPacket& packet) const;
   bool BelongsToLast(const ClockedPacket& packet) const;
   bool IsConfirmed(const std::deque<ClockedPacket>& window) const;
+  bool PicturesJump(const std::deque<ClockedPacket>& window) const;
   void Open(const ClockedPacket& packet);
   void Close();
   void Note(const ClockedPacket& packet);

@@ -121,6 +121,15 @@ TEST_F(PartClockTest, TakesNoReorderedPicturesForARestart) {
   EXPECT_EQ(Parts().Count(), 1U);
 }
 
+TEST_F(PartClockTest, TakesNoOverlapOfSoundAloneForARestart) {
+  Stretch(10 * kSecond, 2 * kSecond);
+  for (int64_t time = 0; time < 2 * kSecond; time += kPictureLength) {
+    Sound(12 * kSecond - 630 * kMilli + time);
+    Picture(12 * kSecond + time, 12 * kSecond + time - kPictureLength);
+  }
+  EXPECT_EQ(Parts().Count(), 1U);
+}
+
 TEST_F(PartClockTest, TakesNoSingleWildStampForARestart) {
   for (const int64_t wild : {kHour, -kHour, 26 * kHour}) {
     Stretch(10 * kSecond, kSecond);
