@@ -4,6 +4,7 @@
 #include <cfloat>
 #include <cmath>
 
+#include "codec/decoder/packet_clock.h"
 #include "codec/decoder/stream_decoder.h"
 
 namespace codec {
@@ -11,10 +12,6 @@ namespace {
 
 double SoundSeconds(const AVFrame* frame) {
   return frame->sample_rate > 0 ? static_cast<double>(frame->nb_samples) / frame->sample_rate : 0;
-}
-
-int64_t StampOf(const AVPacket* packet) {
-  return packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
 }
 
 }  // namespace

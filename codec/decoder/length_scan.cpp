@@ -3,17 +3,11 @@
 
 #include <algorithm>
 
+#include "codec/decoder/packet_clock.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
 namespace {
-
-int64_t TicksOf(const AVPacket* packet, const AVStream* stream) {
-  if (packet->duration > 0) return packet->duration;
-  const AVRational rate = stream->avg_frame_rate;
-  if (rate.num <= 0 || rate.den <= 0) return 0;
-  return av_rescale_q(1, av_inv_q(rate), stream->time_base);
-}
 
 // If a sum is beyond all numbers, the larger number is as good a guess as any.
 int64_t Sum(int64_t a, int64_t b) {
@@ -35,9 +29,9 @@ void LengthScan::Run(PacketSource* source, AVPacket* packet) {
 }
 
 void LengthScan::Look(const AVPacket* packet, Track* track) {
-  int64_t begin = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+  int64_t begin = StampOf(packet);
   if (begin == AV_NOPTS_VALUE) begin = track->next;
-  track->next = Sum(begin, TicksOf(packet, track->stream));
+  track->next = Sum(begin, LengthOf(packet, track->stream, track->stream->time_base));
   track->end = track->end.has_value() ? std::max(*track->end, track->next) : track->next;
 }
 
@@ -45,8 +39,7 @@ std::optional<double> LengthScan::End() const {
   std::optional<double> largest;
   for (const Track& track : mTracks) {
     if (!track.end.has_value()) continue;
-    const AVRational base = track.stream->time_base;
-    const double end = static_cast<double>(base.num) * static_cast<double>(*track.end) / base.den;
+    const double end = Seconds(*track.end, track.stream->time_base);
     largest = largest.has_value() ? std::max(*largest, end) : end;
   }
   return largest;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which of a packet's two stamps counts as its time.
+// The time of a packet, and how long the packet lasts.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,15 @@
 
 namespace codec {
 
-// The packet's pts, else its dts, else 0 with an error line.
+// The packet's pts, else its dts; AV_NOPTS_VALUE if it has neither.
+int64_t StampOf(const AVPacket* packet);
+// How long the packet lasts, in units of `base`: the packet's own duration, else that of a picture
+// at the average rate of its stream, else 0.
+int64_t LengthOf(const AVPacket* packet, const AVStream* stream, AVRational base);
+// Seconds of a number of ticks.
+double Seconds(int64_t ticks, AVRational base);
+
+// As StampOf, but 0 with an error line if the packet has no stamp.
 int64_t PacketTimestamp(const AVPacket* packet);
 
 // Chooses between pts and dts for a stream some of whose packets lack one: the kind that has been

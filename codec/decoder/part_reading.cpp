@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "codec/decoder/part_reading.h"
 
+#include "codec/decoder/packet_clock.h"
+
 namespace codec {
 namespace {
 
@@ -43,7 +45,7 @@ bool PartReading::Take(const AVFormatContext* file, AVPacket* packet) {
   }
   const AVStream* const from = file->streams[index];
   const AVRational base = from->time_base;
-  const int64_t shown = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+  const int64_t shown = StampOf(packet);
   if (from->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && shown != AV_NOPTS_VALUE &&
       mParts->LacksReferences(position, av_rescale_q(shown, base, kMicroseconds))) {
     return false;

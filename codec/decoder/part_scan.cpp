@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "codec/decoder/fresh_start.h"
+#include "codec/decoder/packet_clock.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
@@ -21,14 +22,9 @@ std::optional<int64_t> Time(int64_t ticks, const AVStream* stream) {
   return time;
 }
 
-int64_t LengthOf(const AVPacket* packet, const AVStream* stream) {
+int64_t SaneLength(const AVPacket* packet, const AVStream* stream) {
   constexpr int64_t kLongest = int64_t{3600} * AV_TIME_BASE;
-  if (packet->duration > 0) {
-    const int64_t length = av_rescale_q(packet->duration, stream->time_base, kMicroseconds);
-    return std::clamp<int64_t>(length, 0, kLongest);
-  }
-  const AVRational rate = stream->avg_frame_rate;
-  return rate.num > 0 && rate.den > 0 ? av_rescale_q(1, av_inv_q(rate), kMicroseconds) : 0;
+  return std::clamp<int64_t>(LengthOf(packet, stream, kMicroseconds), 0, kLongest);
 }
 
 // Stamps of decoding that the demuxer has made up from those before a restart are left out.
@@ -92,9 +88,9 @@ void PartScan::Look(const AVPacket* packet) {
   const AVStream* const from = mInput.Context()->streams[packet->stream_index];
   clocked.position = stream.position;
   clocked.track = static_cast<size_t>(found - mStreams.begin());
-  clocked.shown = Time(packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts, from);
+  clocked.shown = Time(StampOf(packet), from);
   clocked.decoded = Decoded(packet, from);
-  clocked.length = LengthOf(packet, from);
+  clocked.length = SaneLength(packet, from);
   clocked.isKey = packet->pts != AV_NOPTS_VALUE && (packet->flags & AV_PKT_FLAG_KEY) != 0;
   clocked.losesLeading = LosesLeading(from->codecpar->codec_id, *packet);
   Insert(clocked);

@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/input_file.h"
+#include "codec/decoder/packet_clock.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
@@ -16,7 +17,7 @@ constexpr double kMinute = 60;
 
 int64_t MinuteOf(int64_t ticks, AVRational base) {
   constexpr double kFarthest = 1e15;
-  const double minute = std::floor(static_cast<double>(ticks) * base.num / base.den / kMinute);
+  const double minute = std::floor(Seconds(ticks, base) / kMinute);
   return static_cast<int64_t>(std::clamp(minute, -kFarthest, kFarthest));
 }
 
@@ -48,7 +49,7 @@ int QuietScan::Read(const std::string& path, int soundStream,
 void QuietScan::Run(PacketSource* source, AVPacket* packet) {
   while (source->Read(packet)) {
     const ffmpeg::PacketGuard guard(packet);
-    const int64_t stamp = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+    const int64_t stamp = StampOf(packet);
     if (stamp == AV_NOPTS_VALUE) continue;
     for (const AVStream* const stream : mStreams) {
       if (stream->index != packet->stream_index) continue;

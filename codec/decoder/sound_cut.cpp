@@ -3,14 +3,14 @@
 
 #include <algorithm>
 
+#include "codec/decoder/packet_clock.h"
+
 namespace codec {
 
 double SoundCut::TimeOf(const AVFrame* frame) {
   double time = mNext;
   if (frame->best_effort_timestamp != AV_NOPTS_VALUE) {
-    time = static_cast<double>(mTimeBase.num) * static_cast<double>(frame->best_effort_timestamp) /
-               mTimeBase.den -
-           mZero;
+    time = Seconds(frame->best_effort_timestamp, mTimeBase) - mZero;
   }
   mNext = time;
   if (frame->sample_rate > 0) mNext += static_cast<double>(frame->nb_samples) / frame->sample_rate;

@@ -11,17 +11,13 @@
 
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
+#include "codec/decoder/packet_clock.h"
 #include "codec/ffmpeg/compat.h"
 
 namespace codec {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-double SecondsIn(const AVStream* stream, int64_t ticks) {
-  return static_cast<double>(stream->time_base.num) * static_cast<double>(ticks) /
-         stream->time_base.den;
-}
 
 int64_t Ticks(const AVStream* stream, double seconds) {
   constexpr double kLargest = 4e18;
@@ -116,7 +112,7 @@ double SoundInput::Indexed(int stream, double seconds) const {
   if (stream < 0) return -kInfinity;
   AVStream* const indexed = mInput->Context()->streams[stream];
   const int64_t entry = ffmpeg::IndexedAtOrBefore(indexed, Ticks(indexed, seconds));
-  return entry == AV_NOPTS_VALUE ? -kInfinity : SecondsIn(indexed, entry);
+  return entry == AV_NOPTS_VALUE ? -kInfinity : codec::Seconds(entry, indexed->time_base);
 }
 
 bool SoundInput::Seek(int stream, double seconds) {
@@ -156,10 +152,12 @@ bool SoundInput::IsFirst(const AVPacket* packet) const {
                    static_cast<size_t>(mFirst->size));
 }
 
-double SoundInput::Seconds(int64_t ticks) const { return SecondsIn(Stream(), ticks); }
+double SoundInput::Seconds(int64_t ticks) const {
+  return codec::Seconds(ticks, Stream()->time_base);
+}
 
 double SoundInput::SecondsOf(const AVPacket* packet) const {
-  const int64_t stamp = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+  const int64_t stamp = StampOf(packet);
   if (stamp == AV_NOPTS_VALUE) return std::numeric_limits<double>::quiet_NaN();
   return Seconds(stamp);
 }

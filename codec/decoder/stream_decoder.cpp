@@ -8,6 +8,7 @@
 #include "base/log.h"
 #include "codec/decoder/decoder_choice.h"
 #include "codec/decoder/decoder_tag.h"
+#include "codec/decoder/packet_clock.h"
 #include "codec/decoder/packet_parts.h"
 #include "codec/ffmpeg/compat.h"
 
@@ -139,8 +140,7 @@ int StreamDecoder::DecodeOne(AVPacket* packet, AVFrame* frame, AVFrame* spare, i
 }
 
 double StreamDecoder::Seconds(int64_t ticks) const {
-  return static_cast<double>(mStream->time_base.num) * static_cast<double>(ticks) /
-         mStream->time_base.den;
+  return codec::Seconds(ticks, mStream->time_base);
 }
 
 void LogDecodeError(AVMediaType type, int error) {

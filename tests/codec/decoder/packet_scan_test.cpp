@@ -7,6 +7,7 @@
 #include "codec/decoder/packet_clock.h"
 #include "codec/ffmpeg/owned.h"
 #include "tests/codec/decoder/decoder_reading.h"
+#include "tests/codec/decoder/scanned_packets.h"
 #include "tests/support/log_capture.h"
 
 namespace codec {
@@ -16,34 +17,6 @@ using test_support::LogCapture;
 
 constexpr int64_t kNone = AV_NOPTS_VALUE;
 constexpr char kNoStampText[] = "get_avpackt_pts error, pkt pts and dts both invalid, use 0";
-
-struct FakePacket {
-  int stream;
-  int64_t pts;
-  int64_t dts;
-  bool key;
-  int64_t duration = 0;
-};
-
-class FakeSource : public PacketSource {
- public:
-  explicit FakeSource(std::vector<FakePacket> packets) : mPackets(std::move(packets)) {}
-  bool Read(AVPacket* packet) override {
-    if (mNext == mPackets.size()) return false;
-    const FakePacket& fake = mPackets[mNext++];
-    packet->stream_index = fake.stream;
-    packet->pts = fake.pts;
-    packet->dts = fake.dts;
-    packet->duration = fake.duration;
-    packet->flags = fake.key ? AV_PKT_FLAG_KEY : 0;
-    return true;
-  }
-  size_t Count() const { return mNext; }
-
- private:
-  std::vector<FakePacket> mPackets;
-  size_t mNext = 0;
-};
 
 ffmpeg::UniquePacket Stamped(int64_t pts, int64_t dts) {
   ffmpeg::UniquePacket packet(av_packet_alloc());
@@ -57,6 +30,27 @@ TEST(PacketClock, PrefersPtsThenDtsThenZero) {
   EXPECT_EQ(PacketTimestamp(Stamped(7, 3).get()), 7);
   EXPECT_EQ(PacketTimestamp(Stamped(kNone, 3).get()), 3);
   EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST(PacketClock, TellsPacketsWithoutStamps) {
+  const LogCapture log;
+  EXPECT_EQ(StampOf(Stamped(7, 3).get()), 7);
+  EXPECT_EQ(StampOf(Stamped(kNone, 3).get()), 3);
+  EXPECT_EQ(StampOf(Stamped(kNone, kNone).get()), kNone);
+  EXPECT_TRUE(log.Lines().empty());
+}
+
+TEST(PacketClock, TakesTheLengthOfAPictureForPacketsThatDoNotTellTheirs) {
+  const ffmpeg::UniqueInput file(avformat_alloc_context());
+  AVStream* const stream = avformat_new_stream(file.get(), nullptr);
+  stream->time_base = {1, 90000};
+  const ffmpeg::UniquePacket packet = Stamped(0, 0);
+  EXPECT_EQ(LengthOf(packet.get(), stream, {1, 1000}), 0);
+  stream->avg_frame_rate = {25, 1};
+  EXPECT_EQ(LengthOf(packet.get(), stream, {1, 1000}), 40);
+  packet->duration = 1800;
+  EXPECT_EQ(LengthOf(packet.get(), stream, {1, 1000}), 20);
+  EXPECT_EQ(LengthOf(packet.get(), stream, stream->time_base), 1800);
 }
 
 TEST(PacketClock, LogsEachPacketWithoutStampsUnderAnEmptyTag) {
@@ -88,14 +82,14 @@ class PacketScan : public ::testing::Test {
 };
 
 TEST_F(PacketScan, CountsThePacketsBetweenTwoKeyPackets) {
-  FakeSource source({{1, 0, 0, true},
-                     {0, 8, 6, false},
-                     {0, 10, 7, true},
-                     {0, 11, 8, false},
-                     {1, 0, 0, true},
-                     {0, 12, 9, false},
-                     {0, 13, 10, true},
-                     {0, 14, 11, false}});
+  ScannedPackets source({{1, 0, 0, 0, true},
+                         {0, 8, 6, 0, false},
+                         {0, 10, 7, 0, true},
+                         {0, 11, 8, 0, false},
+                         {1, 0, 0, 0, true},
+                         {0, 12, 9, 0, false},
+                         {0, 13, 10, 0, true},
+                         {0, 14, 11, 0, false}});
   KeyFrameScan scan(0);
   scan.Run(&source, mPacket.get(), &mFirst);
   EXPECT_EQ(scan.PacketsBetween(), 2);
@@ -104,21 +98,22 @@ TEST_F(PacketScan, CountsThePacketsBetweenTwoKeyPackets) {
 }
 
 TEST_F(PacketScan, GoesOnThroughAdjoiningKeyPackets) {
-  FakeSource source({{0, 0, 0, true}, {0, 1, 1, true}, {0, 2, 2, false}, {0, 3, 3, true}});
+  ScannedPackets source(
+      {{0, 0, 0, 0, true}, {0, 1, 1, 0, true}, {0, 2, 2, 0, false}, {0, 3, 3, 0, true}});
   KeyFrameScan scan(0);
   scan.Run(&source, mPacket.get(), &mFirst);
   EXPECT_EQ(scan.PacketsBetween(), 1);
 }
 
 TEST_F(PacketScan, FindsNothingWithASingleKeyPacket) {
-  FakeSource source({{0, 0, 0, true}, {0, 1, 1, false}, {0, 2, 2, false}});
+  ScannedPackets source({{0, 0, 0, 0, true}, {0, 1, 1, 0, false}, {0, 2, 2, 0, false}});
   KeyFrameScan scan(0);
   scan.Run(&source, mPacket.get(), &mFirst);
   EXPECT_EQ(scan.PacketsBetween(), 0);
 }
 
 TEST_F(PacketScan, TakesZeroForAFirstPacketWithoutStamps) {
-  FakeSource source({{0, kNone, kNone, true}, {0, kNone, kNone, false}});
+  ScannedPackets source({{0, kNone, kNone, 0, true}, {0, kNone, kNone, 0, false}});
   const LogCapture log;
   KeyFrameScan(0).Run(&source, mPacket.get(), &mFirst);
   EXPECT_EQ(mFirst, 0);
@@ -126,14 +121,14 @@ TEST_F(PacketScan, TakesZeroForAFirstPacketWithoutStamps) {
 }
 
 TEST_F(PacketScan, CallsThreeChangesOfDurationVariable) {
-  FakeSource source({{0, 0, kNone, true, 10},
-                     {0, 10, kNone, false, 20},
-                     {1, 0, 0, true, 99},
-                     {0, 30, kNone, false, 0},
-                     {0, 40, kNone, false, 20},
-                     {0, 60, kNone, false, 10},
-                     {0, 70, kNone, false, 20},
-                     {0, 90, kNone, false, 10}});
+  ScannedPackets source({{0, 0, kNone, 10, true},
+                         {0, 10, kNone, 20, false},
+                         {1, 0, 0, 99, true},
+                         {0, 30, kNone, 0, false},
+                         {0, 40, kNone, 20, false},
+                         {0, 60, kNone, 10, false},
+                         {0, 70, kNone, 20, false},
+                         {0, 90, kNone, 10, false}});
   const LogCapture log;
   VariableRateCheck check(0);
   check.Run(&source, mPacket.get(), &mFirst);
@@ -146,10 +141,10 @@ TEST_F(PacketScan, CallsThreeChangesOfDurationVariable) {
 }
 
 TEST_F(PacketScan, CallsFewerChangesConstant) {
-  std::vector<FakePacket> packets(40, FakePacket{0, 5, 5, false, 10});
-  packets[0].key = true;
+  std::vector<ScannedPacket> packets(40, ScannedPacket{0, 5, 5, 10, false});
+  packets[0].isKey = true;
   packets[1].duration = 20;
-  FakeSource source(packets);
+  ScannedPackets source(packets);
   const LogCapture log;
   VariableRateCheck check(0);
   check.Run(&source, mPacket.get(), &mFirst);
@@ -159,7 +154,7 @@ TEST_F(PacketScan, CallsFewerChangesConstant) {
 }
 
 TEST_F(PacketScan, TakesZeroForTheFirstStampOfAKeyPacketWithDts) {
-  FakeSource source({{0, 50, 40, false}, {0, 100, 90, true}});
+  ScannedPackets source({{0, 50, 40, 0, false}, {0, 100, 90, 0, true}});
   const LogCapture log;
   VariableRateCheck(0).Run(&source, mPacket.get(), &mFirst);
   EXPECT_EQ(mFirst, 0);
@@ -167,13 +162,13 @@ TEST_F(PacketScan, TakesZeroForTheFirstStampOfAKeyPacketWithDts) {
 }
 
 TEST_F(PacketScan, TakesThePtsOfAKeyPacketWithoutDts) {
-  FakeSource source({{0, 100, kNone, true}});
+  ScannedPackets source({{0, 100, kNone, 0, true}});
   VariableRateCheck(0).Run(&source, mPacket.get(), &mFirst);
   EXPECT_EQ(mFirst, 100);
 }
 
 TEST_F(PacketScan, GivesUpTheRateCheckAfter500Packets) {
-  FakeSource source(std::vector<FakePacket>(600, FakePacket{0, 5, 5, false, 10}));
+  ScannedPackets source(std::vector<ScannedPacket>(600, ScannedPacket{0, 5, 5, 10, false}));
   VariableRateCheck(0).Run(&source, mPacket.get(), &mFirst);
   EXPECT_EQ(source.Count(), 500U);
   EXPECT_EQ(mFirst, kNone);

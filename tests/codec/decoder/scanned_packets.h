@@ -15,7 +15,8 @@ struct ScannedPacket {
   int stream;
   int64_t pts;
   int64_t dts;
-  int64_t duration;
+  int64_t duration = 0;
+  bool isKey = false;
 };
 
 class ScannedPackets : public PacketSource {
@@ -23,13 +24,16 @@ class ScannedPackets : public PacketSource {
   explicit ScannedPackets(std::vector<ScannedPacket> packets) : mPackets(std::move(packets)) {}
   bool Read(AVPacket* packet) override {
     if (mNext == mPackets.size()) return false;
-    packet->stream_index = mPackets[mNext].stream;
-    packet->pts = mPackets[mNext].pts;
-    packet->dts = mPackets[mNext].dts;
-    packet->duration = mPackets[mNext].duration;
-    ++mNext;
+    const ScannedPacket& next = mPackets[mNext++];
+    packet->stream_index = next.stream;
+    packet->pts = next.pts;
+    packet->dts = next.dts;
+    packet->duration = next.duration;
+    packet->flags = next.isKey ? AV_PKT_FLAG_KEY : 0;
     return true;
   }
+  // Packets that have been read.
+  size_t Count() const { return mNext; }
 
  private:
   std::vector<ScannedPacket> mPackets;
