@@ -125,9 +125,9 @@ const std::array kRows = {
                  (f.line.memory == f.memoryGranted ? "--memory" : "the container's limit") +
                  ", or make its pictures smaller first";
         }},
-    Row{[](const Failure& f) { return !f.obstacle.empty(); },
+    Row{[](const Failure& f) { return !f.cause.obstacle.empty(); },
         [](const Failure& f) {
-          return f.line.input + " cannot be reversed: " + f.obstacle +
+          return f.line.input + " cannot be reversed: " + f.cause.obstacle +
                  (f.line.isPlain ? ", or try without --plain" : "");
         }},
     Row{[](const Failure& f) { return IsAt(f, FailedStep::kHost, ENOMEM); },
@@ -214,7 +214,6 @@ Failure FailureOf(const CommandLine& line, const codec::Reverse& job) {
   failure.end = failure.start + job.RangeSeconds();
   failure.memoryNeeded = job.MemoryNeeded();
   failure.memoryGranted = job.MemoryGranted();
-  failure.obstacle = job.Obstacle();
   failure.notTaken = codec::CodecNotTaken(line.output.c_str());
   return failure;
 }

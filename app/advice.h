@@ -16,12 +16,11 @@ namespace app {
 struct Failure {
   CommandLine line;
   codec::JobFailure cause;
-  codec::MediaInfo info;           // of the input; blank where it could not be opened
+  codec::MediaInfo info;           // of the input; blank if it could not be opened
   double start = 0;                // of the range, in seconds, once the job has checked it
   double end = 0;                  // the same
-  int64_t memoryNeeded = 0;        // bytes that the run lacks the room for; 0 where it has room
+  int64_t memoryNeeded = 0;        // bytes that the run needs; 0 if there is room for it
   int64_t memoryGranted = 0;       // bytes that it may have
-  std::string obstacle;            // what the decoder says against the input
   const char* notTaken = nullptr;  // the first codec that the output's container does not hold
 };
 

@@ -2,6 +2,8 @@
 // Why a job has failed.
 #pragma once
 
+#include <string>
+
 namespace codec {
 
 // What a job was at when it failed.
@@ -29,6 +31,9 @@ struct JobFailure {
   // What the file of that step is, if not one that can be read and written back and forth: "a
   // directory", "a pipe (FIFO)". Null if it is such a file, or not known. Static text.
   const char* kind = nullptr;
+  // What stands in the way of an input that could be opened, and what would work. Empty if nothing
+  // is known.
+  std::string obstacle = {};
 };
 
 }  // namespace codec

@@ -92,12 +92,13 @@ int Reverse::CreateDecoder() {
   options.additions = mReversal->Additions();
   auto decoder = std::make_unique<FFmpegDecoderImpl2>(mInputPath.c_str(), options);
   if (decoder->Init() != 0) {
-    mObstacle = decoder->Obstacle();
     log_error(kTag, "decoder init failed");
     if (mMemory->Needed() > 0) return Fail(FailedStep::kMemory);
     if (const int error = decoder->HostError(); error != 0) return Fail(FailedStep::kHost, error);
     const OpenFailure& reason = decoder->WhyNotOpened();
-    return Fail(FailedStep::kOpenInput, reason.error, reason.kind);
+    Fail(FailedStep::kOpenInput, reason.error, reason.kind);
+    mFailure.obstacle = reason.obstacle;
+    return -1;
   }
   decoder->GetMediaInfo(mInputInfo);
   if (mReversal->Prepare(decoder.get(), mInputPath, mAudioEnabled, &mInputInfo) != 0) {

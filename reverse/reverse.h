@@ -66,10 +66,6 @@ class Reverse {
   // The bytes that the process may have, if MemoryNeeded is not 0. Otherwise 0.
   int64_t MemoryGranted() const;
 
-  // What stands in the way of an input that Init has refused, and what would work; empty where
-  // nothing is known but what was logged.
-  const std::string& Obstacle() const { return mObstacle; }
-
   // Opens input and output. 0, or -1 after an error line.
   int Init();
   // The length of the range after Init, which brings it inside the clip. Below 0 if the end lies
@@ -161,7 +157,6 @@ class Reverse {
   double mStart;
   double mEnd;
   MediaInfo mInputInfo;
-  std::string mObstacle;
   std::unique_ptr<but::NewFile> mOutputFile;  // stays until Release
   const char* mOutputKind = nullptr;          // as in JobFailure
   JobFailure mFailure;

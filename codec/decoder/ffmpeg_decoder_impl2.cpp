@@ -102,7 +102,6 @@ int FFmpegDecoderImpl2::InitParts() {
   info.channels = AudioConverter::kTargetChannels;
   SessionOpener opener(session.get(), &info, mOptions);
   const int result = opener.Open(mPath);
-  mObstacle = opener.Obstacle();
   mOpenFailure = opener.WhyNotOpened();
   if (result != 0) return -1;
   mInfo = info;

@@ -71,9 +71,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
 
   // The parts of the input if its clock restarts; null otherwise.
   std::shared_ptr<const JoinedParts> Joined() const;
-  // What a person can do about an input that the last Init has refused; empty if nothing is known.
-  const std::string& Obstacle() const { return mObstacle; }
-  // Why the last Init could not open the input; blank if it could.
+  // Why the last Init did not open the input; blank if it did.
   const OpenFailure& WhyNotOpened() const { return mOpenFailure; }
 
   // Length of the input in seconds; more digits than MediaInfo has.
@@ -102,7 +100,6 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   FirstFailure mThrown;
   OpenFailure mOpenFailure;
   MediaInfo mInfo;
-  std::string mObstacle;
   int mFrameBufferSize = 0;
   int mAudioBufferSize = 0;
 };

@@ -47,10 +47,9 @@ int InputFile::FindStreams() {
 
 // Reads the first packet: a palette may come with no other.
 void InputFile::LearnPalettes() {
-  bool hasPalette = false;
-  for (unsigned i = 0; i < mContext->nb_streams; ++i) {
-    hasPalette = hasPalette || mContext->streams[i]->codecpar->format == AV_PIX_FMT_PAL8;
-  }
+  const bool hasPalette = std::any_of(
+      mContext->streams, mContext->streams + mContext->nb_streams,
+      [](const AVStream* stream) { return stream->codecpar->format == AV_PIX_FMT_PAL8; });
   if (!hasPalette) return;
   std::vector<ffmpeg::UniquePacket> first;
   first.emplace_back(av_packet_alloc());

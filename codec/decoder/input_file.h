@@ -55,8 +55,10 @@ class InputFile : public PacketSource {
   // file.
   int EndError() const { return mEndError; }
 
-  // Why the last open failed; blank if it did not.
+  // Why the last open failed; blank if it did not fail.
   const OpenFailure& WhyNotOpened() const { return mOpenFailure; }
+  // The file was opened, but cannot be read as a whole, for a reason as in OpenFailure.
+  void Refuse(const std::string& obstacle) { mOpenFailure.obstacle = obstacle; }
   // Failures of the host in anything that is read from this input.
   FirstFailure& Failure() const { return mFailure; }
 

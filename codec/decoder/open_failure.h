@@ -2,6 +2,8 @@
 // Why an input could not be opened.
 #pragma once
 
+#include <string>
+
 namespace codec {
 
 struct OpenFailure {
@@ -9,6 +11,8 @@ struct OpenFailure {
   // What stands there that is no file to read back and forth: "a directory"; null if this is not
   // the reason. Static text.
   const char* kind = nullptr;
+  // Where the clock of the input restarts, and what would work; empty if this is not the reason.
+  std::string obstacle = {};
 };
 
 }  // namespace codec

@@ -36,7 +36,6 @@ PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream, bool l
   PictureFacts facts;
   facts.width = parameters->width;
   facts.height = parameters->height;
-  if (facts.width <= 0 || facts.height <= 0) return facts;
   facts.bytes = std::max(0, av_image_get_buffer_size(format, facts.width, facts.height, 1));
   facts.held = PicturesHeld(parameters);
   facts.frameRate = stream->avg_frame_rate.den > 0 ? av_q2d(stream->avg_frame_rate) : 0;
@@ -209,8 +208,9 @@ int SessionOpener::LookForRestarts(const std::string& path) {
   if (scan.Failure() != 0) session.input.Failure().Keep(scan.Failure());
   if (result != 0) return -1;
   if (scan.Obstacle().has_value()) {
-    mObstacle = Words(*scan.Obstacle());
-    log_error(kDecoderTag, "%s: %s", path.c_str(), mObstacle.c_str());
+    const std::string obstacle = Words(*scan.Obstacle());
+    session.input.Refuse(obstacle);
+    log_error(kDecoderTag, "%s: %s", path.c_str(), obstacle.c_str());
     return -1;
   }
   if (!scan.End().has_value()) return 0;

@@ -34,11 +34,9 @@ class SessionOpener {
   // no share of memory, or its clock restarts and that is refused. Then the session is of no use.
   int Open(const std::string& path);
 
-  // What a person can do about an input that was refused; empty if nothing is known.
-  const std::string& Obstacle() const { return mObstacle; }
-  // What the options grant this input.
-  // Why the file could not be opened; blank if it could.
+  // Why the input was not opened; blank if it was.
   const OpenFailure& WhyNotOpened() const { return mSession->input.WhyNotOpened(); }
+  // What the options grant this input.
   const DecoderShare& Share() const { return mShare; }
   // Seconds of the file's stamps at which the last packet ends, if the length was scanned for.
   std::optional<double> ScannedEnd() const { return mScannedEnd; }
@@ -61,7 +59,6 @@ class SessionOpener {
   MediaInfo* mInfo;
   const DecoderOptions& mOptions;
   DecoderShare mShare;
-  std::string mObstacle;
   const ffmpeg::UniquePacket mPacket;
   double mFrameRate = 0;  // frames per second; 0 if unknown
   int64_t mFirstAudioTicks = AV_NOPTS_VALUE;

@@ -50,11 +50,11 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        "in.mp4 cannot be opened (Not a directory); check the name after -i"},
       {[](Failure* f) {
          f->info = {};
-         f->obstacle = "its clock restarts at 3.000 s; put it on one time line first";
+         f->cause.obstacle = "its clock restarts at 3.000 s; put it on one time line first";
        },
        "in.mp4 cannot be reversed: its clock restarts at 3.000 s; put it on one time line first"},
       {[](Failure* f) {
-         f->obstacle = "its clock restarts";
+         f->cause.obstacle = "its clock restarts";
          f->line.isPlain = true;
        },
        "in.mp4 cannot be reversed: its clock restarts, or try without --plain"},
