@@ -84,7 +84,6 @@ int MirrorReversal::OpenSound(const std::string& path, int stream) {
 
 // Looks at every packet of the file only if the sound has holes that are long enough.
 void MirrorReversal::Limit(double start, double end, MediaInfo* info) {
-  mRangeSeconds = end - start;
   if (mSound == nullptr || !MayBeQuiet(start, end)) return;
   QuietScan scan;
   if (scan.Read(mPath, mSoundStream, mJoined) != 0) return;
@@ -200,7 +199,7 @@ void MirrorReversal::Describe(const MediaInfo& info, double start, double end,
   format->SetInt32("true-level", 1);
   // The picture written last is the first of the range, which may stand for long. Where all stand
   // equally long, the container would tell another rate if this one was made longer.
-  if (!isConstant) format->SetString("video-length", std::to_string(mRangeSeconds).c_str());
+  if (!isConstant) format->SetString("video-length", std::to_string(end - start).c_str());
   // Slides, less than one a second, are key pictures all.
   int gop = 0;
   format->GetInt32("gop", gop);

@@ -47,7 +47,6 @@ class MirrorReversal : public Reversal {
   std::unique_ptr<SoundWalk> mSound;           // null without sound
   double mDuration = 0;                        // seconds
   std::unique_ptr<SoundResampler> mResampler;  // null if the encoder takes the sound's rate
-  double mRangeSeconds = 0;                    // length of the range
 };
 
 }  // namespace codec

@@ -35,6 +35,15 @@ std::vector<uint8_t> OfLength(size_t length, uint8_t header) {
   return unit;
 }
 
+// The packet has these bytes, and does not own them.
+AVPacket PacketOf(std::vector<uint8_t>* bytes, int flags) {
+  AVPacket packet{};
+  packet.data = bytes->data();
+  packet.size = static_cast<int>(bytes->size());
+  packet.flags = flags;
+  return packet;
+}
+
 bool Fresh(const Case& one, int flags) {
   std::vector<uint8_t> extradata = one.extradata;
   std::vector<uint8_t> bytes = one.packet;
@@ -42,11 +51,7 @@ bool Fresh(const Case& one, int flags) {
   parameters.codec_id = one.codec;
   parameters.extradata = extradata.data();
   parameters.extradata_size = static_cast<int>(extradata.size());
-  AVPacket packet{};
-  packet.data = bytes.data();
-  packet.size = static_cast<int>(bytes.size());
-  packet.flags = flags;
-  return StartsAfresh(parameters, packet);
+  return StartsAfresh(parameters, PacketOf(&bytes, flags));
 }
 
 TEST(FreshStart, IsSaidOnlyOfPacketsThatEndAllReferences) {
@@ -122,11 +127,7 @@ TEST(FreshStart, IsSaidOnlyOfPacketsThatEndAllReferences) {
 }
 
 bool Loses(AVCodecID codec, std::vector<uint8_t> bytes, int flags = AV_PKT_FLAG_KEY) {
-  AVPacket packet{};
-  packet.data = bytes.data();
-  packet.size = static_cast<int>(bytes.size());
-  packet.flags = flags;
-  return LosesLeading(codec, packet);
+  return LosesLeading(codec, PacketOf(&bytes, flags));
 }
 
 TEST(LeadingPictures, AreLostWhereTheGroupIsOpen) {
