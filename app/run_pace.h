@@ -19,7 +19,7 @@ class RunPace {
   double Taken() const { return mChange - mBegin; }
   // As a multiple of playing `range` seconds; nothing while it is not known.
   std::optional<double> Speed(double range) const;
-  // Seconds that the rest takes; nothing while this is not known.
+  // Seconds until the end of the run; nothing while the speed is not known.
   std::optional<double> Left(double now) const;
 
  private:

@@ -49,8 +49,8 @@ class TerminalSink : public spdlog::sinks::base_sink<std::mutex> {
 };
 
 // Sends the log of the process to standard error's terminal until it is destroyed, from warnings
-// on: the bar tells the rest. Does nothing where standard error is no terminal or the person wants
-// plain lines: in the environment NO_COLOR or CI is set, or TERM is missing or "dumb".
+// on: the bar tells the progress. Does nothing if standard error is no terminal, or if the person
+// wants plain lines: in the environment NO_COLOR or CI is set, or TERM is missing or "dumb".
 class TerminalLog : public ProgressObserver {
  public:
   TerminalLog();

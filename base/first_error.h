@@ -10,7 +10,7 @@ namespace but {
 // thread.
 class FirstError {
  public:
-  // Looks at a result, of which those below 0 are errors, and gives it back.
+  // Looks at a result and gives it back. A result below 0 is an error.
   int Keep(int result) {
     int none = 0;
     if (result < 0) mError.compare_exchange_strong(none, result);

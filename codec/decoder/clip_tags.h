@@ -18,7 +18,7 @@ struct Chapter {
 
 struct ClipTags {
   std::map<std::string, std::string> tags;  // by FFmpeg's names: "title", "artist"
-  std::string videoLanguage;                // "eng"; empty where it is not told
+  std::string videoLanguage;                // "eng"; empty if the file does not tell it
   std::string soundLanguage;
   std::vector<Chapter> chapters;
 };

@@ -52,8 +52,8 @@ class FrameSource {
   PacketFeed* mFeed;
   const ffmpeg::UniqueFrame mHeld;   // blank unless a picture is held
   std::optional<double> mSoundFrom;  // seconds
-  // What has been delivered since the walk. A backward run reads the next step up to the first
-  // picture and the first block of sound of this one. So no later step needs what comes after them.
+  // Whether a picture and a block of sound have been delivered since the walk. A backward run reads
+  // its next step up to these two, so no later step needs the frames after them.
   bool mVideoDelivered = false;
   bool mAudioDelivered = false;
 };

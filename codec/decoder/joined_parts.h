@@ -44,7 +44,7 @@ class PartLandings {
 class JoinedParts {
  public:
   struct Part {
-    int64_t position = 0;  // bytes: where it begins in the file
+    int64_t position = 0;  // of its first byte in the file
     int64_t begin = 0;     // microseconds of its own clock, as the next one
     int64_t end = 0;
     int64_t shift = 0;  // microseconds from its own clock to the line
