@@ -10,6 +10,7 @@
 #include "codec/decoder/frame_times.h"
 #include "codec/decoder/input_file.h"
 #include "codec/decoder/picture_copy.h"
+#include "codec/decoder/picture_losses.h"
 #include "codec/decoder/stream_decoder.h"
 #include "codec/ffmpeg/owned.h"
 
@@ -25,6 +26,7 @@ struct DecodeSession {
   PictureCopy pictures;
   AudioConverter sound;
   FrameTimes times;
+  PictureLosses losses;
 
   double duration = 0;                        // seconds
   int64_t first_video_pts_ = AV_NOPTS_VALUE;  // ticks of the video: of its first packet

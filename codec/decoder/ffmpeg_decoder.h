@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "codec/decoder/lost_pictures.h"
 #include "codec/decoder/media_info.h"
 
 namespace codec {
@@ -102,6 +103,11 @@ class FFmpegDecoder {
   // The first failure of the host, not of the input, that has cost a frame: FFmpeg's negative
   // number; 0 if there was none. For any thread.
   virtual int HostError() { return 0; }
+
+  // The pictures at or after `from` and before `to`, in seconds, that were met since the last call
+  // and could not be delivered. To be called after a stretch has been read to its end, the latest
+  // stretch first: all at or after `from` is forgotten.
+  virtual LostPictures TakeLost(double /*from*/, double /*to*/) { return {}; }
 };
 
 }  // namespace codec

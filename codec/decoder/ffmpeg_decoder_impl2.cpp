@@ -178,6 +178,13 @@ int FFmpegDecoderImpl2::HostError() {
   return error != 0 ? error : session.sound.Failure();
 }
 
+LostPictures FFmpegDecoderImpl2::TakeLost(double from, double to) {
+  if (mParts == nullptr || mParts->session.video == nullptr) return {};
+  DecodeSession& session = mParts->session;
+  return session.losses.Take(from, to, session.video->Stream()->time_base,
+                             session.times.FirstVideo());
+}
+
 int FFmpegDecoderImpl2::GetWidth() { return mInfo.width; }
 
 int FFmpegDecoderImpl2::GetHeight() { return mInfo.height; }

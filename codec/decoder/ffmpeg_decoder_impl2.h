@@ -56,6 +56,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   void Finish() override;
   int RestSound() override;
   int HostError() override;
+  LostPictures TakeLost(double from, double to) override;
 
   // The next four are for a caller that reads the sound itself, and counts the times of sound and
   // pictures from one zero. To be called after Init, before the first seek or read.

@@ -26,7 +26,9 @@ bool FrameReceiver::DeliverPicture(uint8_t* buffer, DecodedFrame* out) {
   out->pts = mSession->times.OfVideo(frame);
   out->type = kVideoFrame;
   out->size = static_cast<uint32_t>(std::max(0, ffmpeg::FramePacketSize(frame)));
-  return mSession->pictures.Copy(frame, buffer) > 0;
+  if (mSession->pictures.Copy(frame, buffer) > 0) return true;
+  mSession->losses.Lose(frame->best_effort_timestamp, PictureLosses::Loss::kDropped);
+  return false;
 }
 
 bool FrameReceiver::DeliverSound(uint8_t* buffer, DecodedFrame* out) {

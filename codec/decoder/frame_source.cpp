@@ -71,12 +71,20 @@ FrameSource::Step FrameSource::Receive(AVMediaType type, AVFrame* frame) {
   if (!isVideo && audio == nullptr) return Step::kDone;
   for (;;) {
     const int result = isVideo ? mFeed->ReceivePicture(frame) : audio->Receive(frame);
-    if (result >= 0) return Step::kFrame;
+    if (result >= 0) {
+      if (isVideo) mSession->losses.Give(frame->best_effort_timestamp);
+      return Step::kFrame;
+    }
     if (result == AVERROR_EOF) return Step::kDone;
     if (result == AVERROR(EAGAIN)) return Step::kHungry;
     // One damaged packet is not the end of the stream.
     LogDecodeError(type, result);
+    if (isVideo) NoteLoss();
   }
+}
+
+void FrameSource::NoteLoss() {
+  mSession->losses.Lose(mFeed->Pictures()->FailedStamp(), PictureLosses::Loss::kUndecoded);
 }
 
 void FrameSource::NoteDelivered(Next next) {

@@ -46,6 +46,7 @@ class FrameSource {
 
   bool SendSound();
   Step Receive(AVMediaType type, AVFrame* frame);
+  void NoteLoss();
   void NoteDelivered(Next next);
 
   DecodeSession* mSession;

@@ -42,6 +42,9 @@ class HeldPackets {
 
   size_t Size() const { return mPackets.size(); }
   AVPacket* At(size_t index) const { return mPackets[index].packet.get(); }
+  // From when on it is heard, and how long, both in seconds.
+  double BeginOf(size_t index) const { return mPackets[index].end - mPackets[index].length; }
+  double LengthOf(size_t index) const { return mPackets[index].length; }
   // The index of the first one that will be heard.
   size_t FirstHeard() const { return mFirstHeard; }
 

@@ -99,6 +99,10 @@ void InputFile::Join(const std::shared_ptr<const JoinedParts>& parts) {
   mReading = parts == nullptr ? nullptr : std::make_unique<PartReading>(parts);
 }
 
+std::vector<int64_t> InputFile::TakeLeftOut() {
+  return mReading == nullptr ? std::vector<int64_t>() : mReading->TakeLeftOut();
+}
+
 void InputFile::PutBack(std::vector<ffmpeg::UniquePacket> packets) {
   mPacketsRead -= static_cast<int64_t>(packets.size());
   mPutBack.insert(mPutBack.begin(), std::make_move_iterator(packets.begin()),

@@ -44,6 +44,10 @@ class InputFile : public PacketSource {
   // Null unless joined.
   const std::shared_ptr<const JoinedParts>& Joined() const { return mParts; }
 
+  // The stamps of pictures that were read and left out since the last call, because what they refer
+  // to belongs to another part. In ticks of their stream.
+  std::vector<int64_t> TakeLeftOut();
+
   // From now on no packet of this stream is read.
   void LeaveOut(int stream) { mContext->streams[stream]->discard = AVDISCARD_ALL; }
 

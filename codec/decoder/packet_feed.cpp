@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "codec/decoder/fresh_start.h"
+#include "codec/decoder/packet_clock.h"
 
 namespace codec {
 
@@ -19,7 +20,11 @@ void PacketFeed::Open(int64_t budget) {
 void PacketFeed::Read(const Look& look) {
   if (mEnded) return;
   AVPacket* const packet = mPacket.get();
-  if (!mSession->input.Read(packet)) {
+  const bool isRead = mSession->input.Read(packet);
+  for (const int64_t stamp : mSession->input.TakeLeftOut()) {
+    mSession->losses.Lose(stamp, PictureLosses::Loss::kUndecoded);
+  }
+  if (!isRead) {
     mEnded = true;
     QueueSound(nullptr);
     if (mMemo != nullptr && !mSession->video->IsResting()) mMemo->Send(nullptr);
@@ -37,6 +42,8 @@ void PacketFeed::Read(const Look& look) {
 void PacketFeed::SendPicture() {
   StreamDecoder* const video = mSession->video.get();
   if (video->IsResting()) return;
+  PictureLosses& losses = mSession->losses;
+  losses.Expect(StampOf(mPacket.get()), losses.AwaitsKey() && video->IsKey(mPacket.get()));
   const bool awaited = video->IsAwaitingKey();
   if (video->PassesOver(mPacket.get())) return;
   if (awaited) mSession->times.RestartVideo(mPacket.get());
@@ -84,6 +91,7 @@ void PacketFeed::DropSound() {
 void PacketFeed::Flush() {
   mSound.clear();
   mEnded = false;
+  mSession->losses.Restart();
   if (mMemo != nullptr) mMemo->Flush();
   if (mSession->audio != nullptr) mSession->audio->Flush();
 }

@@ -20,6 +20,11 @@ struct PacketIdentity {
     if (packet == nullptr) return {0, 0, 0, 0, true};
     return {packet->size, packet->pts, packet->dts, packet->pos, false};
   }
+  // In ticks of the stream; AV_NOPTS_VALUE at the end of the input, and if the packet has none.
+  int64_t Stamp() const {
+    if (isEnd) return AV_NOPTS_VALUE;
+    return pts != AV_NOPTS_VALUE ? pts : dts;
+  }
   // Leaves out the stamp of decoding: demuxers make it up, and begin anew at each landing.
   bool IsSamePacket(const PacketIdentity& other) const {
     return size == other.size && pts == other.pts && position == other.position &&

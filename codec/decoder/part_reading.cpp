@@ -46,17 +46,22 @@ bool PartReading::Take(const AVFormatContext* file, AVPacket* packet) {
   const AVStream* const from = file->streams[index];
   const AVRational base = from->time_base;
   const int64_t shown = StampOf(packet);
-  if (from->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && shown != AV_NOPTS_VALUE &&
-      mParts->LacksReferences(position, av_rescale_q(shown, base, kMicroseconds))) {
-    return false;
-  }
+  const bool isPicture = from->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
+  const bool isLeftOut =
+      isPicture && shown != AV_NOPTS_VALUE &&
+      mParts->LacksReferences(position, av_rescale_q(shown, base, kMicroseconds));
+  Shift(position, base, packet);
+  if (isLeftOut) mLeftOut.push_back(StampOf(packet));
+  return !isLeftOut;
+}
+
+void PartReading::Shift(int64_t position, AVRational base, AVPacket* packet) const {
   for (int64_t* const stamp : {&packet->pts, &packet->dts}) {
     if (*stamp == AV_NOPTS_VALUE) continue;
     const int64_t time = av_rescale_q(*stamp, base, kMicroseconds);
     const int64_t shift = av_rescale_q(mParts->Shift(position, time), kMicroseconds, base);
     if (__builtin_add_overflow(*stamp, shift, stamp)) *stamp = AV_NOPTS_VALUE;
   }
-  return true;
 }
 
 }  // namespace codec

@@ -27,8 +27,12 @@ class PartReading {
   // Moves the stamps of a packet that was read. False if it is to be left out: it lies before the
   // one that was sought, or is a picture without what it refers to.
   bool Take(const AVFormatContext* file, AVPacket* packet);
+  // The stamps on the line of the pictures that were left out for the second reason since the last
+  // call.
+  std::vector<int64_t> TakeLeftOut() { return std::exchange(mLeftOut, {}); }
 
  private:
+  void Shift(int64_t position, AVRational base, AVPacket* packet) const;
   int Land(AVFormatContext* file, int stream, const PartLanding& landing);
 
   const std::shared_ptr<const JoinedParts> mParts;
@@ -36,6 +40,7 @@ class PartReading {
   int64_t mLanded = 0;              // bytes
   int mAwaited = -1;                // stream whose packets before mTarget are left out
   int64_t mTarget = 0;              // bytes
+  std::vector<int64_t> mLeftOut;    // ticks of their stream
 };
 
 }  // namespace codec

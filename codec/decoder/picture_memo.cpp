@@ -124,6 +124,7 @@ PictureMemo::Progress PictureMemo::Fail(int result, int* error) {
   const int64_t place = mDecoder.Place();
   if (place < mPlace) return Progress::kSome;
   mPlaces.At(place).isIntact = false;
+  mFailedStamp = mPlaces.At(place).identity.Stamp();
   *error = result;
   return Progress::kError;
 }

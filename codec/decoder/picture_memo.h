@@ -66,6 +66,8 @@ class PictureMemo : public PictureDecoder {
   // After AVERROR(EAGAIN): whether a packet is needed before the next answer. Otherwise Receive
   // goes on with the next place.
   bool WantsPacket() const { return mWantsPacket; }
+  // After an error: the stamp of the packet that could not be decoded, in ticks of the stream.
+  int64_t FailedStamp() const { return mFailedStamp; }
 
   // Until EndWalk the caller looks at no more of a picture than its stamp, if the stamp is below
   // this one, in ticks of the stream.
@@ -111,6 +113,7 @@ class PictureMemo : public PictureDecoder {
   int64_t mPlace = 0;  // the place that is being answered
   size_t mGiven = 0;   // pictures of this place
   bool mWantsPacket = false;
+  int64_t mFailedStamp = AV_NOPTS_VALUE;
   int64_t mWantedFrom = kNotWalking;  // ticks
 };
 

@@ -50,6 +50,10 @@ void SoundCut::Keep(const AVFrame* frame, double time) {
   mLastWasKept = true;
 }
 
+void SoundCut::Miss(double time, double seconds) {
+  if (time < mRange.to && time + seconds > mRange.from) mOut->lost.push_back({time, seconds});
+}
+
 void SoundCut::EndStream() {
   if (mLastWasKept) mOut->blocks.back().ends = true;
 }

@@ -37,6 +37,8 @@ class SoundCut {
   void Pass(const AVFrame* frame) { TimeOf(frame); }
   // The next frame.
   void Take(const AVFrame* frame);
+  // A packet of this time and length, in seconds, could not be decoded.
+  void Miss(double time, double seconds);
   // There is no frame after the last one.
   void EndStream();
 

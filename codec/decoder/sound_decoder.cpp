@@ -37,16 +37,22 @@ int SoundDecoder::Start(const AVStream* stream) {
 }
 
 void SoundDecoder::Send(AVPacket* packet) {
+  mHasFailed = false;
   // To a decoder a packet without bytes would be the end of its stream.
   if (packet != nullptr && packet->size <= 0) return;
   if (packet != nullptr) ++mPacketsDecoded;
-  mFailure->Note(avcodec_send_packet(mContext.get(), packet));
+  Note(avcodec_send_packet(mContext.get(), packet));
 }
 
 bool SoundDecoder::Receive(AVFrame* frame) {
-  if (mFailure->Note(avcodec_receive_frame(mContext.get(), frame)) < 0) return false;
+  if (Note(avcodec_receive_frame(mContext.get(), frame)) < 0) return false;
   ffmpeg::StampFirstSample(frame);
   return true;
+}
+
+int SoundDecoder::Note(int result) {
+  if (result < 0 && result != AVERROR(EAGAIN) && result != AVERROR_EOF) mHasFailed = true;
+  return mFailure->Note(result);
 }
 
 }  // namespace codec

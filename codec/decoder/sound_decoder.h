@@ -29,16 +29,23 @@ class SoundDecoder {
   // The next frame. False when the decoder wants a packet, is drained, or cannot use the packet.
   bool Receive(AVFrame* frame);
 
+  // Whether the packet that was sent last could not be decoded, or not all of it.
+  bool HasFailed() const { return mHasFailed; }
+
   // Of the decoder that was started last; owned here.
   const AVCodecContext* Context() const { return mContext.get(); }
   int64_t PacketsDecoded() const { return mPacketsDecoded; }
   int64_t Starts() const { return mStarts; }
 
  private:
+  // Remembers a failure, and gives the result back.
+  int Note(int result);
+
   const AVCodec* mCodec = nullptr;
   const char* mOption = nullptr;
   FirstFailure* mFailure = nullptr;
   ffmpeg::UniqueCodecContext mContext;
+  bool mHasFailed = false;
   int64_t mPacketsDecoded = 0;
   int64_t mStarts = 0;
 };

@@ -15,7 +15,8 @@ class SoundReader {
   SoundReader& operator=(const SoundReader&) = delete;
 
   // Fills `out` with every block that reaches into [from, to), in seconds, in the order of the
-  // stream. Damaged parts are missing. 0, or -1, with the reason logged, when the host fails.
+  // stream. Packets that cannot be decoded are told instead. 0, or -1, with the reason logged, when
+  // the host fails.
   virtual int Read(double from, double to, SoundStretch* out) = 0;
 };
 

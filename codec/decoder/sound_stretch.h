@@ -16,14 +16,22 @@ struct StretchBlock {
   bool ends = false;    // the stream's last block
 };
 
+// A packet that could not be decoded.
+struct LostSound {
+  double time = 0;     // at which it begins, in seconds
+  double seconds = 0;  // that it lasts
+};
+
 struct SoundStretch {
   std::vector<float> samples;        // of all blocks, left and right in turn
   std::vector<StretchBlock> blocks;  // in the order of the stream
+  std::vector<LostSound> lost;       // in the order of the stream
 
   const float* Of(const StretchBlock& block) const { return samples.data() + block.offset; }
   void Clear() {
     samples.clear();
     blocks.clear();
+    lost.clear();
   }
 };
 

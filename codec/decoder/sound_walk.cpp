@@ -158,7 +158,9 @@ void SoundWalk::Decode(const SoundSpan& range, SoundCut* cut) {
   constexpr int kPacketsBeyond = 2;
   if (mHoldsFirst) cut->BeginStream();
   for (size_t i = 0; i < mHeld.Size(); ++i) {
-    DecodePacket(mHeld.At(i), mHoldsFirst || i >= mHeld.FirstHeard(), cut);
+    const bool heard = mHoldsFirst || i >= mHeld.FirstHeard();
+    const bool decoded = DecodePacket(mHeld.At(i), heard, cut);
+    if (heard && !decoded) cut->Miss(mHeld.BeginOf(i), mHeld.LengthOf(i));
   }
   AVPacket* const packet = mHeld.Blank();
   if (packet == nullptr) mFailure.Keep(AVERROR(ENOMEM));
@@ -170,13 +172,13 @@ void SoundWalk::Decode(const SoundSpan& range, SoundCut* cut) {
     if (mAtEnd) break;
     const ffmpeg::PacketGuard guard(packet);
     mPlace = Place(packet);
-    DecodePacket(packet, true, cut);
+    if (!DecodePacket(packet, true, cut)) cut->Miss(mPlace, Lasts(packet));
   }
   DecodePacket(nullptr, true, cut);
   cut->EndStream();
 }
 
-void SoundWalk::DecodePacket(AVPacket* packet, bool heard, SoundCut* cut) {
+bool SoundWalk::DecodePacket(AVPacket* packet, bool heard, SoundCut* cut) {
   mDecoder.Send(packet);
   while (mDecoder.Receive(mFrame.get())) {
     const ffmpeg::FrameGuard guard(mFrame.get());
@@ -186,6 +188,7 @@ void SoundWalk::DecodePacket(AVPacket* packet, bool heard, SoundCut* cut) {
       cut->Pass(mFrame.get());
     }
   }
+  return !mDecoder.HasFailed();
 }
 
 void SoundWalk::RememberSilence(const SoundSpan& range, const SoundCut& cut,

@@ -68,7 +68,8 @@ class SoundWalk : public SoundReader {
   bool Hold(double from);
   // Step 4.
   void Decode(const SoundSpan& range, SoundCut* cut);
-  void DecodePacket(AVPacket* packet, bool heard, SoundCut* cut);
+  // False if the packet could not be decoded.
+  bool DecodePacket(AVPacket* packet, bool heard, SoundCut* cut);
   void RememberSilence(const SoundSpan& range, const SoundCut& cut, const SoundStretch& out);
   // The packet's time from zero, in seconds. One without a stamp follows the packet before it.
   double Place(const AVPacket* packet);
