@@ -44,6 +44,12 @@ int EncoderGate::OutputError() {
   return mError.Error() != 0 ? mError.Error() : mEncoder->OutputError();
 }
 
+int64_t EncoderGate::PicturesWritten() {
+  mLock.Lock();
+  const but::LockGuard guard(&mLock);
+  return mPicturesWritten;
+}
+
 void EncoderGate::Fail(int error) {
   mLock.Lock();
   const but::LockGuard guard(&mLock);
@@ -56,7 +62,8 @@ void EncoderGate::Write(PooledBuffer buffer) {
   // A frame that arrives after the trailer must not reach an encoder whose contexts are gone.
   if (!mEncoder || mState == State::kClosed) return;
   if (buffer->type == 1 && buffer->size >= 0) {
-    mEncoder->EncodeVideo(buffer->Data(), buffer->size, buffer->pts);
+    const int result = mEncoder->EncodeVideo(buffer->Data(), buffer->size, buffer->pts);
+    if (result >= 0) ++mPicturesWritten;
   } else if (buffer->type == 2 && buffer->size > 0) {
     mEncoder->EncodeAudio(buffer->Data(), static_cast<size_t>(buffer->size));
   }

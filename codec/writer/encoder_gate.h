@@ -32,6 +32,8 @@ class EncoderGate {
   int OutputError();
   // Keeps a failure of the writer that leaves the output incomplete, a negative errno number.
   void Fail(int error);
+  // Pictures that the encoder has taken without an error.
+  int64_t PicturesWritten();
   // Encodes the frame, unless the encoder has been closed, and gives it back to the pool.
   void Write(PooledBuffer buffer);
 
@@ -43,6 +45,7 @@ class EncoderGate {
   // Under mLock.
   State mState = State::kNew;
   but::FirstError mError;
+  int64_t mPicturesWritten = 0;
 };
 
 }  // namespace codec

@@ -44,6 +44,9 @@ class MediaWriter {
   // The first error that leaves the output incomplete, as FFmpeg's negative number; 0 while there
   // was none. Stays readable after Stop; may be called while frames flow.
   virtual int OutputError() { return 0; }
+  // Pictures that the encoder has taken; below 0 if the writer does not count them. A picture that
+  // is not newer than the one before it is not taken. Stays readable after Stop.
+  virtual int64_t PicturesWritten() { return -1; }
 };
 
 }  // namespace codec

@@ -144,6 +144,8 @@ void MediaWriterImpl::SetParameter(const char* key, double value) {
 
 int MediaWriterImpl::OutputError() { return mEncoder.OutputError(); }
 
+int64_t MediaWriterImpl::PicturesWritten() { return mEncoder.PicturesWritten(); }
+
 std::unique_ptr<vux::AudioProcess> MediaWriterImpl::NewAudioProcess() const {
   return std::make_unique<vux::AudioProcessImpl>();
 }

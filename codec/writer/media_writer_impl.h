@@ -44,6 +44,7 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work {
   void SetParameter(const char* key, int value) override;
   void SetParameter(const char* key, double value) override;
   int OutputError() override;
+  int64_t PicturesWritten() override;
 
   double Speed() const { return mSettings.speed; }
   // Bytes of the scratch buffer that slowed sound needs.
