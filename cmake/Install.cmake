@@ -50,6 +50,7 @@ foreach(header
         codec/decoder/ffmpeg_decoder.h
         codec/decoder/ffmpeg_decoder_impl2.h
         codec/decoder/first_failure.h
+        codec/decoder/lost_pictures.h
         codec/decoder/media_info.h
         codec/decoder/open_failure.h
         codec/decoder/replay_policy.h
@@ -62,6 +63,7 @@ foreach(header
         codec/utils/picture_colors.h
         codec/writer/media_writer.h
         codec/writer/media_writer_factory.h
+        reverse/account.h
         reverse/end_signal.h
         reverse/job_failure.h
         reverse/reverse.h)

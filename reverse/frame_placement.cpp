@@ -16,12 +16,20 @@ bool PlainPlacement::Write(FrameBuffer* frame) {
   if (!mRange.Holds(*frame)) return false;
   if (frame->type == kAudioFrame) {
     ReverseAudioSamples(frame->Data(), frame->size, mRange.channels, mRange.sampleFormat);
+    const auto sampleBytes = static_cast<int64_t>(sizeof(float)) * mRange.channels;
+    if (sampleBytes > 0) mSamples += frame->size / sampleBytes;
   }
   if (mWriter != nullptr) {
     const auto stamp = static_cast<int64_t>((mRange.end - frame->pts) * kMicroseconds);
     mWriter->WriteFrame(static_cast<int>(frame->type), frame->Data(), frame->size, stamp);
   }
   return true;
+}
+
+SoundAccount PlainPlacement::Sound() const {
+  SoundAccount sound;
+  if (mRange.sampleRate > 0) sound.written = static_cast<double>(mSamples) / mRange.sampleRate;
+  return sound;
 }
 
 MirrorPlacement::MirrorPlacement(MediaWriter* writer, const ReverseRange& range,
@@ -52,6 +60,10 @@ void MirrorPlacement::EndStep(double cursor) {
   } else {
     mSound->Finish();
   }
+}
+
+SoundAccount MirrorPlacement::Sound() const {
+  return mSound == nullptr ? SoundAccount() : mSound->Account();
 }
 
 }  // namespace codec

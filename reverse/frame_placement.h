@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "codec/writer/media_writer.h"
+#include "reverse/account.h"
 #include "reverse/frame_buffer.h"
 #include "reverse/mirrored_sound.h"
 #include "reverse/segment_reader.h"
@@ -26,6 +27,8 @@ class FramePlacement {
   // All frames of a step were given. The part of the range before `cursor`, in seconds, is still to
   // come. Nothing is to come if the cursor is not after the start of the range.
   virtual void EndStep(double cursor) = 0;
+  // The sound that was written so far.
+  virtual SoundAccount Sound() const = 0;
 };
 
 // Each frame is stamped with its distance from the end of the range, and each block of sound is
@@ -38,10 +41,13 @@ class PlainPlacement : public FramePlacement {
 
   bool Write(FrameBuffer* frame) override;
   void EndStep(double /*cursor*/) override {}
+  // Tells nothing of sound that was lost.
+  SoundAccount Sound() const override;
 
  private:
   MediaWriter* const mWriter;
   const ReverseRange mRange;
+  int64_t mSamples = 0;  // of a channel, written
 };
 
 // At time (end - t) a player shows the picture that it showed of the source at t. So a picture is
@@ -57,6 +63,7 @@ class MirrorPlacement : public FramePlacement {
 
   bool Write(FrameBuffer* frame) override;
   void EndStep(double cursor) override;
+  SoundAccount Sound() const override;
 
  private:
   MediaWriter* const mWriter;

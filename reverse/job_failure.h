@@ -20,6 +20,7 @@ enum class FailedStep {
   kReadRange,    // the same, but there are pictures before or after the range
   kReadFirst,    // the same, but for one that the range begins with, which is left out
   kHost,         // the host gave no memory in the middle of the work
+  kLoss,         // all is written that could be read, but a part was lost: see SetStrict
   kWriteOutput,  // writing the output
 };
 

@@ -51,6 +51,7 @@ void MirroredSound::WriteNextSecond() {
   const double from = std::max(mTop - kSecondsAtOnce, mStart);
   // A failure of the host is kept by the reader, and ends the job. Its sound is silent.
   if (mReader->Read(from, mTop + kOverlap, &mStretch) != 0) mStretch.Clear();
+  NoteLost(from);
   mBlockNumbers.clear();
   std::vector<SampleBlock> blocks;
   const size_t newOnes = CountNew();
@@ -83,6 +84,21 @@ size_t MirroredSound::CountNew() const {
   auto first = std::find_if(begin, end, isTaken);
   if (first == end) first = std::find_if(begin, end, isLater);
   return static_cast<size_t>(first - begin);
+}
+
+// A packet belongs to the second that it begins in.
+void MirroredSound::NoteLost(double from) {
+  for (const LostSound& lost : mStretch.lost) {
+    if (lost.time < from || lost.time >= mTop) continue;
+    mAccount.lost += lost.seconds;
+    mAccount.firstLost = std::min(mAccount.firstLost, lost.time);
+  }
+}
+
+SoundAccount MirroredSound::Account() const {
+  SoundAccount account = mAccount;
+  account.written = static_cast<double>(mWritten) / mRange.rate;
+  return account;
 }
 
 void MirroredSound::WritePieces(const std::vector<SoundPiece>& pieces) {

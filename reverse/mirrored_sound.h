@@ -9,6 +9,7 @@
 #include "codec/decoder/sound_reader.h"
 #include "codec/utils/sound_resampler.h"
 #include "codec/writer/media_writer.h"
+#include "reverse/account.h"
 #include "reverse/sound_timeline.h"
 
 namespace codec {
@@ -33,10 +34,13 @@ class MirroredSound {
 
   // Samples of a channel that were written so far, before they are resampled.
   int64_t Written() const { return mWritten; }
+  // The same in seconds, and what was lost of the seconds that were written.
+  SoundAccount Account() const;
 
  private:
   void WriteNextSecond();
   size_t CountNew() const;
+  void NoteLost(double from);
   void WritePieces(const std::vector<SoundPiece>& pieces);
   void WriteSilence(int64_t samples);
   void Write(float* samples, int64_t count);
@@ -54,6 +58,7 @@ class MirroredSound {
   // Samples of a channel: of the range, and of what the writer was given.
   int64_t mWritten = 0;
   int64_t mHandedOver = 0;
+  SoundAccount mAccount;  // of what was lost
 
   SoundStretch mStretch;              // of the second being written
   std::vector<size_t> mBlockNumbers;  // in mStretch, of the blocks given to the time line

@@ -173,6 +173,7 @@ int Reverse::CreateWriter() {
   range.end = mEnd;
   range.hasAudio = hasAudio;
   range.channels = info.channels;
+  range.sampleRate = info.sample_rate;
   range.sampleFormat = info.sample_format;
   range.bufferSize = mFrameBufferSize;
   mMemory->ApplyTo(&range);
@@ -299,10 +300,23 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
     Settle(FailedStep::kWriteOutput, mWriter->OutputError());
   }
   if (mResult == 0 && mLoop != nullptr && mLoop->FoundNoPicture()) mResult = MissPictures();
+  CloseAccount();
   if (mResult == 0) Settle(FailedStep::kWriteOutput, FinishOutput());
   FreePictures();
   mProgress = 100;
   mEndSignal.End();
+}
+
+// The writer takes no picture that has the time of the one before.
+void Reverse::CloseAccount() {
+  if (mLoop == nullptr || mWriter == nullptr) return;
+  mAccount = mLoop->Account();
+  const int64_t taken = mWriter->PicturesWritten();
+  if (taken >= 0 && taken < mAccount.pictures) {
+    mAccount.lost.timeless += mAccount.pictures - taken;
+    mAccount.pictures = taken;
+  }
+  if (mIsStrict && !mAccount.IsWhole()) Settle(FailedStep::kLoss, AVERROR_INVALIDDATA);
 }
 
 // A range without pictures is an error. It is not if the last seek has used up its only picture,

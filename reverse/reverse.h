@@ -12,6 +12,7 @@
 #include "codec/decoder/media_info.h"
 #include "codec/format/media_format.h"
 #include "codec/writer/media_writer.h"
+#include "reverse/account.h"
 #include "reverse/end_signal.h"
 #include "reverse/job_failure.h"
 
@@ -92,6 +93,10 @@ class Reverse {
   // number. Before Release the output may still be open, even at a progress of 100.
   int Result() const { return mResult; }
 
+  // After Release: what the job has met and written. Every picture that was met in the range is
+  // either written or counted as lost. With SetMirror only: sound that was lost is counted, too.
+  const JobAccount& Account() const { return mAccount; }
+
   // Once Init has failed or the job is released: what it failed at first. The names of the files
   // are those that it was made with.
   const JobFailure& Failure() const { return mFailure; }
@@ -108,6 +113,9 @@ class Reverse {
   // its colours. Off unless set: then frames are stamped with their distance from the end of the
   // range, and each block of sound is reversed by itself. To be called before Init.
   void SetMirror(bool isMirror);
+  // A job that loses a part of its range fails, as if the output could not be written. Off unless
+  // set. To be called before Start. Account tells what was lost.
+  void SetStrict(bool isStrict) { mIsStrict = isStrict; }
   // Leaves the sound out. To be called before Init.
   void DisableAudio() { mAudioEnabled = false; }
 
@@ -137,6 +145,8 @@ class Reverse {
   // The result of a range without written pictures: 0 or an error, logged.
   int MissPictures();
   int FinishOutput();
+  // Fills the account, and makes an error of a loss if the output has to be whole.
+  void CloseAccount();
   int StartThreads();
   // The first failure of the host that has cost a frame; 0 if there was none.
   int HostError() const;
@@ -160,9 +170,11 @@ class Reverse {
   std::unique_ptr<but::NewFile> mOutputFile;  // stays until Release
   const char* mOutputKind = nullptr;          // as in JobFailure
   JobFailure mFailure;
+  JobAccount mAccount;
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;
   bool mIsSafeOutput = false;
+  bool mIsStrict = false;
   MediaFormat mOutputParameters;  // of the caller; they replace the job's own
 
   // Shared by the caller's thread and the worker.

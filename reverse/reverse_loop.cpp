@@ -31,6 +31,7 @@ int ReverseLoop::Step() {
   }
   Segment segment = mRange.overlap ? mAhead.Next() : mReader.Next();
   mCursor = segment.cursor;
+  mLost.Add(segment.lost);
   mUsedUpPicture = mUsedUpPicture || segment.usedUpPicture;
   mSawLaterPicture = mSawLaterPicture || segment.sawLaterPicture;
   Write(std::move(segment));
@@ -39,13 +40,22 @@ int ReverseLoop::Step() {
   return 0;
 }
 
+JobAccount ReverseLoop::Account() const {
+  JobAccount account;
+  account.pictures = mPictures;
+  account.lost = mLost;
+  account.sound = mPlacement->Sound();
+  return account;
+}
+
 void ReverseLoop::Write(Segment segment) {
   while (!segment.frames.empty()) {
     std::unique_ptr<FrameBuffer> frame = std::move(segment.frames.back());
     segment.frames.pop_back();
     const bool isPicture = frame->type == kVideoFrame;
     if (mPlacement->Write(frame.get())) {
-      (isPicture ? mHasPicture : mHasSound) = true;
+      if (isPicture) ++mPictures;
+      mHasSound = mHasSound || !isPicture;
     } else if (isPicture && frame->pts < mRange.start) {
       mPassedPicture = true;
     }

@@ -6,6 +6,7 @@
 
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/writer/media_writer.h"
+#include "reverse/account.h"
 #include "reverse/frame_buffer.h"
 #include "reverse/frame_placement.h"
 #include "reverse/frame_stock.h"
@@ -49,7 +50,7 @@ class ReverseLoop {
 
   // Whether the range had a length, is done, and gave no picture.
   bool FoundNoPicture() const {
-    return mRange.start < mRange.end && mCursor <= mRange.start && !mHasPicture;
+    return mRange.start < mRange.end && mCursor <= mRange.start && mPictures == 0;
   }
   // Whether a seek has used up a picture. If no step has read that picture, it was the first of the
   // range.
@@ -59,6 +60,8 @@ class ReverseLoop {
   bool SawLaterPicture() const { return mSawLaterPicture; }
   // Whether sound was written.
   bool HasSound() const { return mHasSound; }
+  // The pictures given to the writer, and what was lost on the way to it.
+  JobAccount Account() const;
 
  private:
   void Write(Segment segment);
@@ -72,8 +75,9 @@ class ReverseLoop {
 
   double mCursor;
   float mProgress = 0;
-  bool mHasPicture = false;  // one has been written
-  bool mHasSound = false;    // a block has been written
+  int64_t mPictures = 0;  // written
+  LostPictures mLost;
+  bool mHasSound = false;  // a block has been written
   bool mUsedUpPicture = false;
   bool mPassedPicture = false;
   bool mSawLaterPicture = false;

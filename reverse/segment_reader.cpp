@@ -27,7 +27,8 @@ SegmentReader::SegmentReader(FFmpegDecoder* decoder, FrameStock* stock, const Re
       mRange(range),
       mCursor(range.end),
       mBoundaries{range.end, range.end},
-      mEarliest(mBoundaries) {}
+      mEarliest(mBoundaries),
+      mSettled(range.end) {}
 
 Segment SegmentReader::Next() {
   double from = std::max(mCursor - mSeconds, 0.0);
@@ -44,6 +45,7 @@ Segment SegmentReader::Next() {
     mBoundaries = mEarliest;
     mCursor = std::min(from, mBoundaries.video);
     mHasRead = true;
+    part.lost = TakeLost();
     if (mSoundEnds) mKnownSoundEnds = mSoundEnds;
     ChooseLength(wasFirst && part.frames.empty());
   }
@@ -202,6 +204,15 @@ void SegmentReader::MoveBoundaries(const Segment& part) {
     if (!mRange.Holds(frame)) continue;
     (frame.type == kAudioFrame ? mEarliest.audio : mEarliest.video) = frame.pts;
   }
+}
+
+// A step may go back a little further than its second. So the cursor tells what has been settled.
+LostPictures SegmentReader::TakeLost() {
+  constexpr double kMicrosecond = 1e-6;
+  const double from = std::max(mCursor, mRange.start) - kMicrosecond;
+  const double to = mSettled - kMicrosecond;
+  mSettled = mCursor;
+  return mDecoder->TakeLost(from, to);
 }
 
 }  // namespace codec

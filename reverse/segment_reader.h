@@ -20,6 +20,7 @@ struct ReverseRange {
   double end = 0;    // seconds; frames at or after it are not written
   bool hasAudio = false;
   int32_t channels = 0;       // of decoded audio
+  int32_t sampleRate = 0;     // of decoded audio, samples a second
   int32_t sampleFormat = -1;  // FFmpeg's number, of decoded audio
   int32_t bufferSize = 0;     // bytes that any frame of the decoder fits into
   bool overlap = true;        // whether steps are read while others are written
@@ -47,6 +48,7 @@ struct Segment {
   int64_t pictureBytes = 0;      // filled by one picture
   bool usedUpPicture = false;    // the seek met a picture, which is left to the next step
   bool sawLaterPicture = false;  // a picture came that lies after the step
+  LostPictures lost;             // pictures of the step, told with its last part
 };
 
 // Steps are one second long. After some without any frame each is twice as long, until one meets a
@@ -100,6 +102,7 @@ class SegmentReader {
   Segment TakePart();
   void ChooseLength(bool wasEmpty);
   void MoveBoundaries(const Segment& part);
+  LostPictures TakeLost();
 
   static constexpr double kUsualSeconds = 1.0;
   static constexpr size_t kAll = std::numeric_limits<size_t>::max();
@@ -112,6 +115,7 @@ class SegmentReader {
   Boundaries mBoundaries;       // of the current step; `end` before the first
   Boundaries mEarliest;         // of the frames that the current step has given out
   size_t mPicturesLeft = kAll;  // of the current step; kAll before its first part
+  double mSettled;              // lost pictures at or after this time have been told
 
   std::deque<std::unique_ptr<FrameBuffer>> mPictures;  // of the current part
   size_t mPicturesDropped = 0;                         // earlier ones, for lack of room

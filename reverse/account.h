@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+// What a job has met and what it has written.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+
+#include "codec/decoder/lost_pictures.h"
+
+namespace codec {
+
+// Sound that a job has written and sound that it has lost. Times are in seconds.
+struct SoundAccount {
+  double written = 0;  // silence included
+  double lost = 0;     // could not be decoded
+  // Of the earliest sound that was lost; infinite if there is none.
+  double firstLost = std::numeric_limits<double>::infinity();
+};
+
+// Every picture that the job has met in its range is either written or counted as lost.
+struct JobAccount {
+  int64_t pictures = 0;  // written
+  LostPictures lost;
+  SoundAccount sound;
+
+  bool IsWhole() const { return lost.Count() == 0 && !(sound.lost > 0); }
+};
+
+}  // namespace codec
