@@ -190,6 +190,12 @@ const std::array kRows = {
                  "; its pictures may end before, or be damaged there; try another range with -s "
                  "and -e";
         }},
+    Row{[](const Failure& f) { return f.cause.step == FailedStep::kLoss; },
+        [](const Failure& f) {
+          return f.line.input +
+                 " cannot be reversed without a loss; leave --strict out to reverse " +
+                 "what is left";
+        }},
     Row{[](const Failure& f) { return f.cause.step == FailedStep::kReadRange; },
         [](const Failure& f) {
           return f.line.input + " has no picture that begins in the range " + RangeText(f) +

@@ -104,6 +104,8 @@ std::vector<Option> MakeOptions() {
        &Switch<&C::hasNoSound>},
       {"Output", "--set", "", "--param", V::kKey, "KEY=VALUE", "preset=fast", "",
        "sets a key of the output; may be given several times", &StoreOutputValue},
+      {"Output", "--strict", "", "--exact", V::kNone, "", "", "",
+       "fails if a part of the clip is lost", &Switch<&C::isStrict>},
       {"Run", "--memory", "", "--ram", V::kSize, "SIZE", "300M", "",
        "memory to stay below: 300M, 1.5G (default: the host's)", &StoreMemory},
       {"Run", "--plain", "", "--simple", V::kNone, "", "", "",

@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "app/account_text.h"
 #include "app/advice.h"
 #include "app/overwrite.h"
 #include "app/progress_lines.h"
@@ -44,6 +45,14 @@ void WarnOfRange(const CommandLine& line, const codec::Reverse& job) {
   }
 }
 
+// What was lost is told of runs that are done, and of those that the loss has made a failure.
+void TellAccount(const codec::Reverse& job) {
+  if (job.Result() == 0) log_info(kTag, "%s", ReversedText(job.Account()).c_str());
+  if (job.Result() != 0 && job.Failure().step != codec::FailedStep::kLoss) return;
+  const std::string loss = LossText(job.Account());
+  if (!loss.empty()) log_warn(kTag, "%s", loss.c_str());
+}
+
 // The whole run; what is known of its failure where it failed.
 std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
                            const CommandLine& commandLine, ProgressObserver* observer) {
@@ -58,6 +67,7 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
   }
   job->Release();
   const int error = job->Result();
+  if (!commandLine.isPlain) TellAccount(*job);
   if (error == 0) return std::nullopt;
   log_error(kTag, "could not write %s: %s", commandLine.output.c_str(),
             codec::ffmpeg::ErrorText(error).c_str());
@@ -88,6 +98,7 @@ void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job) {
 
 void DescribeOutput(const CommandLine& commandLine, codec::Reverse* job) {
   if (commandLine.hasNoSound) job->DisableAudio();
+  job->SetStrict(commandLine.isStrict);
   for (const OutputValue& given : commandLine.outputValues) {
     job->SetOutputParameter(given.key.c_str(), given.value.c_str());
   }
