@@ -46,6 +46,11 @@ bool MirrorPlacement::Write(FrameBuffer* frame) {
   const bool isHeld =
       mRange.start - kMicrosecond <= frame->pts && frame->pts < mRange.end - kMicrosecond;
   if (frame->type != kVideoFrame || !isHeld) return false;
+  // No player shows a picture whose successor has the same time.
+  if (frame->pts >= mSuccessor - kMicrosecond / 2) {
+    ++mTimeless;
+    return false;
+  }
   if (mSound != nullptr) mSound->WriteDownTo(frame->pts);
   const auto stamp = static_cast<int64_t>(std::llround((mRange.end - mSuccessor) * kMicroseconds));
   mSuccessor = frame->pts;

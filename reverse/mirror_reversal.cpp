@@ -5,6 +5,7 @@
 #include <string>
 
 #include "base/log.h"
+#include "codec/decoder/picture_scan.h"
 #include "codec/decoder/quiet_scan.h"
 #include "codec/encoder/container.h"
 #include "codec/encoder/output_tags.h"
@@ -212,6 +213,11 @@ std::unique_ptr<FramePlacement> MirrorReversal::Place(MediaWriter* writer, Rever
   range->keepsMetPicture = true;
   const int rate = mSound == nullptr ? 0 : mSound->SampleRate();
   return std::make_unique<MirrorPlacement>(writer, *range, mSound.get(), rate, mResampler.get());
+}
+
+int64_t MirrorReversal::CountPictures(double start, double end) const {
+  PictureScan scan(mZero + start, mZero + end);
+  return scan.Read(mPath, mJoined) == 0 ? scan.Pictures() : -1;
 }
 
 int MirrorReversal::HostError() const {

@@ -33,6 +33,7 @@ class MirrorReversal : public Reversal {
   void Describe(const MediaInfo& info, double start, double end,
                 MediaFormat* format) const override;
   std::unique_ptr<FramePlacement> Place(MediaWriter* writer, ReverseRange* range) override;
+  int64_t CountPictures(double start, double end) const override;
   int HostError() const override;
 
  private:

@@ -47,6 +47,10 @@ class Reversal {
   // to the caller.
   virtual std::unique_ptr<FramePlacement> Place(MediaWriter* writer, ReverseRange* range);
 
+  // The pictures of a range, in seconds, as the packets of the whole file tell; reads all of them.
+  // Below 0 if nobody can tell.
+  virtual int64_t CountPictures(double /*start*/, double /*end*/) const { return -1; }
+
   // The first failure of the host that has cost a frame, as FFmpeg's negative number, besides the
   // failures that the decoder knows of; 0 if there was none.
   virtual int HostError() const { return 0; }

@@ -175,6 +175,7 @@ int Reverse::CreateWriter() {
   range.channels = info.channels;
   range.sampleRate = info.sample_rate;
   range.sampleFormat = info.sample_format;
+  range.isToEnd = mEnd >= mReversal->Duration(info);
   range.bufferSize = mFrameBufferSize;
   mMemory->ApplyTo(&range);
   std::unique_ptr<FramePlacement> placement = mReversal->Place(mWriter.get(), &range);
@@ -307,14 +308,20 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
   mEndSignal.End();
 }
 
-// The writer takes no picture that has the time of the one before.
+// The writer takes no picture that has the time of the one before. Where such pictures are, or
+// times go back, there may be others that no seek has found.
 void Reverse::CloseAccount() {
   if (mLoop == nullptr || mWriter == nullptr) return;
   mAccount = mLoop->Account();
+  LostPictures& lost = mAccount.lost;
   const int64_t taken = mWriter->PicturesWritten();
   if (taken >= 0 && taken < mAccount.pictures) {
-    mAccount.lost.timeless += mAccount.pictures - taken;
+    lost.timeless += mAccount.pictures - taken;
     mAccount.pictures = taken;
+  }
+  if (mResult == 0 && (mLoop->IsTorn() || lost.timeless > 0)) {
+    const int64_t met = mReversal->CountPictures(mStart, mEnd);
+    lost.unread = std::max<int64_t>(met - mAccount.pictures - lost.Count(), 0);
   }
   if (mIsStrict && !mAccount.IsWhole()) Settle(FailedStep::kLoss, AVERROR_INVALIDDATA);
 }

@@ -32,6 +32,7 @@ int ReverseLoop::Step() {
   Segment segment = mRange.overlap ? mAhead.Next() : mReader.Next();
   mCursor = segment.cursor;
   mLost.Add(segment.lost);
+  mIsTorn = mIsTorn || segment.isTorn;
   mUsedUpPicture = mUsedUpPicture || segment.usedUpPicture;
   mSawLaterPicture = mSawLaterPicture || segment.sawLaterPicture;
   Write(std::move(segment));
@@ -44,6 +45,7 @@ JobAccount ReverseLoop::Account() const {
   JobAccount account;
   account.pictures = mPictures;
   account.lost = mLost;
+  account.lost.timeless = mPlacement->Timeless();
   account.sound = mPlacement->Sound();
   return account;
 }

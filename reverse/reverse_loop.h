@@ -58,6 +58,8 @@ class ReverseLoop {
   // Whether pictures were met that lie before the start of the range, and any after its end.
   bool PassedPicture() const { return mPassedPicture; }
   bool SawLaterPicture() const { return mSawLaterPicture; }
+  // Whether pictures may stand where no step has read them, because times go back in the file.
+  bool IsTorn() const { return mIsTorn; }
   // Whether sound was written.
   bool HasSound() const { return mHasSound; }
   // The pictures given to the writer, and what was lost on the way to it.
@@ -78,6 +80,7 @@ class ReverseLoop {
   int64_t mPictures = 0;  // written
   LostPictures mLost;
   bool mHasSound = false;  // a block has been written
+  bool mIsTorn = false;
   bool mUsedUpPicture = false;
   bool mPassedPicture = false;
   bool mSawLaterPicture = false;

@@ -38,6 +38,7 @@ Segment SegmentReader::Next() {
     from = std::max(mCursor - mSeconds, 0.0);
   }
   const bool wasFirst = IsFirstPart();
+  const bool isTorn = wasFirst && IsTorn();
   Segment part = TakePart();
   MoveBoundaries(part);
   mPicturesLeft = mPicturesDropped == 0 ? kAll : mPicturesDropped;
@@ -50,6 +51,7 @@ Segment SegmentReader::Next() {
     ChooseLength(wasFirst && part.frames.empty());
   }
   part.cursor = mCursor;
+  part.isTorn = isTorn;
   part.usedUpPicture = mUsedUpPicture;
   part.sawLaterPicture = mSawLater;
   return part;
@@ -66,6 +68,7 @@ bool SegmentReader::Read(double from) {
     mDecoder->RestSound();
   }
   mPicturesDropped = 0;
+  mPictureAfter.reset();
   while (!videoDone || !audioDone) {
     std::unique_ptr<FrameBuffer> frame = mStock->Get();
     const bool isEnd =
@@ -100,13 +103,14 @@ bool SegmentReader::IsWanted(const FrameBuffer& frame) const {
 // The last step has read all sound after its begin. So if the sound has ended, or has a hole, no
 // more sound is looked for. But a sound decoder may need a packet to get going. Then the last step
 // has lost its first sound, and this step gives that sound if it has sound before it.
-void SegmentReader::NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* audioDone) const {
+void SegmentReader::NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* audioDone) {
   if (frame.type == kAudioFrame) {
     *audioDone = true;
     return;
   }
   if (frame.type != kVideoFrame) return;
   *videoDone = true;
+  if (!mPictureAfter) mPictureAfter = frame.pts;
   double known = mBoundaries.video + kUsualSeconds;
   if (mSoundEnds && mKnownSoundEnds) known = std::max(known, *mKnownSoundEnds);
   if (mHasRead && frame.pts >= known) *audioDone = true;
@@ -204,6 +208,14 @@ void SegmentReader::MoveBoundaries(const Segment& part) {
     if (!mRange.Holds(frame)) continue;
     (frame.type == kAudioFrame ? mEarliest.audio : mEarliest.video) = frame.pts;
   }
+}
+
+// If times go back in a file, some pictures are not where their times lead, and no step reads them.
+// Then a step that ends with the wrong picture shows this.
+bool SegmentReader::IsTorn() const {
+  const bool hasLater = mBoundaries.video < mRange.end;
+  if (hasLater) return mPictureAfter != mBoundaries.video;
+  return mRange.isToEnd && mPictureAfter.has_value();
 }
 
 // A step may go back a little further than its second. So the cursor tells what has been settled.

@@ -22,6 +22,7 @@ struct ReverseRange {
   int32_t channels = 0;       // of decoded audio
   int32_t sampleRate = 0;     // of decoded audio, samples a second
   int32_t sampleFormat = -1;  // FFmpeg's number, of decoded audio
+  bool isToEnd = false;       // the clip ends where the range does
   int32_t bufferSize = 0;     // bytes that any frame of the decoder fits into
   bool overlap = true;        // whether steps are read while others are written
   // Seconds by which each seek is earlier than its step. Seeks round times to single precision. The
@@ -48,6 +49,7 @@ struct Segment {
   int64_t pictureBytes = 0;      // filled by one picture
   bool usedUpPicture = false;    // the seek met a picture, which is left to the next step
   bool sawLaterPicture = false;  // a picture came that lies after the step
+  bool isTorn = false;           // the reading did not end where the later step begins
   LostPictures lost;             // pictures of the step, told with its last part
 };
 
@@ -93,7 +95,7 @@ class SegmentReader {
   size_t PicturesRead() const { return mPicturesDropped + mPictures.size(); }
   bool IsFirstPart() const { return mPicturesLeft == kAll; }
   // A frame that is not wanted ends the reading of its kind.
-  void NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* audioDone) const;
+  void NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* audioDone);
   void NoteSound(const FrameBuffer& frame);
   void Keep(std::unique_ptr<FrameBuffer> frame);
   void KeepPicture(std::unique_ptr<FrameBuffer> picture);
@@ -103,6 +105,7 @@ class SegmentReader {
   void ChooseLength(bool wasEmpty);
   void MoveBoundaries(const Segment& part);
   LostPictures TakeLost();
+  bool IsTorn() const;
 
   static constexpr double kUsualSeconds = 1.0;
   static constexpr size_t kAll = std::numeric_limits<size_t>::max();
@@ -127,6 +130,9 @@ class SegmentReader {
   bool mHasRead = false;        // a step is done
   bool mSawLater = false;       // a picture that lies after a step
   bool mUsedUpPicture = false;  // by the seek of the current step
+  // Time of the picture that ended the reading of the current step, in seconds. Nothing if no
+  // picture came after the step.
+  std::optional<double> mPictureAfter;
 
   // Time of the first picture that came after some sound in a reading, in seconds. Infinite if
   // there was sound, but no picture after it. Nothing if there was no sound.

@@ -12,14 +12,16 @@ struct LostPictures {
   int64_t undecoded = 0;  // the decoder could not decode them
   int64_t dropped = 0;    // they were decoded, and could not be converted
   int64_t timeless = 0;   // the next picture has the same time, so that no player shows them
+  int64_t unread = 0;     // they stand in the file where their times do not lead
   // Seconds, of the earliest; infinite if there is none.
   double first = std::numeric_limits<double>::infinity();
 
-  int64_t Count() const { return undecoded + dropped + timeless; }
+  int64_t Count() const { return undecoded + dropped + timeless + unread; }
   void Add(const LostPictures& other) {
     undecoded += other.undecoded;
     dropped += other.dropped;
     timeless += other.timeless;
+    unread += other.unread;
     first = std::min(first, other.first);
   }
 };

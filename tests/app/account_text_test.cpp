@@ -30,14 +30,15 @@ TEST(AccountText, SaysHowMuchWasLostAndWhyAndWhere) {
   account.lost.undecoded = 3;
   account.lost.dropped = 2;
   account.lost.timeless = 1;
+  account.lost.unread = 4;
   account.lost.first = 1.24;
   account.sound.lost = 0.064;
   account.sound.firstLost = 2;
-  EXPECT_EQ(
-      LossText(account),
-      "3 pictures could not be decoded, 2 pictures could not be converted, 1 picture shared "
-      "a time with the next (the first at 1.240 s), 0.064 s of sound could not be decoded (the "
-      "first at 2.000 s)");
+  EXPECT_EQ(LossText(account),
+            "3 pictures could not be decoded, 2 pictures could not be converted, 1 picture shared "
+            "a time with the next, 4 pictures stood out of order (the first at 1.240 s), 0.064 s "
+            "of sound could not be decoded (the "
+            "first at 2.000 s)");
 }
 
 TEST(AccountText, NamesNoPlaceThatNobodyKnows) {

@@ -19,9 +19,11 @@
 #include <thread>
 
 #include "app/run_driver.h"
+#include "base/log.h"
 #include "codec/ffmpeg/compat.h"
 #include "codec/ffmpeg/log_bridge.h"
 #include "codec/ffmpeg/owned.h"
+#include "tests/support/picture_count.h"
 #include "tests/support/command.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -44,7 +46,7 @@ constexpr int kLeakedStatus = 101;
 constexpr size_t kKeptLogBytes = 65536;
 
 constexpr std::array<const char*, kVerdicts> kVerdictNames = {
-    "reversed", "refused", "unplayable", "silent", "crashed", "hung", "too large"};
+    "reversed", "refused", "unplayable", "uncounted", "silent", "crashed", "hung", "too large"};
 
 // Whether the first picture that this stream's packets hold comes out of its decoder.
 class FirstPicture {
@@ -78,6 +80,35 @@ bool HasLeaks() {
 #endif
 }
 
+// Leaves its account behind.
+class WatchedJob : public codec::Reverse {
+ public:
+  WatchedJob(const app::CommandLine& line, codec::JobAccount* account, double* seconds)
+      : Reverse(line.input.c_str(), line.start, line.end, line.output.c_str()),
+        mAccount(account),
+        mSeconds(seconds) {}
+  ~WatchedJob() override {
+    *mAccount = Account();
+    *mSeconds = RangeSeconds();
+  }
+
+ private:
+  codec::JobAccount* const mAccount;
+  double* const mSeconds;
+};
+
+// Every picture that FFmpeg decodes is in the output or counted as lost.
+bool IsCounted(const app::CommandLine& line, const codec::JobAccount& account, double seconds) {
+  const bool isWhole = line.start == 0 && line.end == 0;
+  const int64_t decodable = isWhole ? CountDecodable(line.input, seconds) : 0;
+  const int64_t written = CountPackets(line.output);
+  if (written == account.pictures && written + account.lost.Count() >= decodable) return true;
+  log_error("test", "decodable %lld, in the output %lld, written %lld, lost %lld",
+            static_cast<long long>(decodable), static_cast<long long>(written),
+            static_cast<long long>(account.pictures), static_cast<long long>(account.lost.Count()));
+  return false;
+}
+
 int RunCase(const SandboxCase& one, const std::string& scratch) {
   codec::ffmpeg::InstallLogBridge();
   if (one.body) return one.body(scratch);
@@ -86,8 +117,13 @@ int RunCase(const SandboxCase& one, const std::string& scratch) {
   line.output = scratch + "-out.mp4";
   line.start = one.start;
   line.end = one.end;
-  if (app::RunReverse(line) != 0) return kRefusedStatus;
-  return IsPlayable(line.output) ? kReversedStatus : kUnplayableStatus;
+  codec::JobAccount account;
+  double seconds = 0;
+  auto job = std::make_unique<WatchedJob>(line, &account, &seconds);
+  app::SwitchOnAdditions(line, job.get());
+  if (app::RunJob(std::move(job), line) != 0) return kRefusedStatus;
+  if (!IsPlayable(line.output)) return kUnplayableStatus;
+  return IsCounted(line, account, seconds) ? kReversedStatus : kUncountedStatus;
 }
 
 [[noreturn]] void RunBody(const RunLimits& limits, const std::string& logPath,
@@ -100,7 +136,8 @@ int RunCase(const SandboxCase& one, const std::string& scratch) {
   const rlimit noCore{0, 0};
   setrlimit(RLIMIT_CORE, &noCore);
   int status = body();
-  if ((status == kReversedStatus || status == kUnplayableStatus || status == kRefusedStatus) &&
+  if ((status == kReversedStatus || status == kUncountedStatus || status == kUnplayableStatus ||
+       status == kRefusedStatus) &&
       HasLeaks()) {
     status = kLeakedStatus;
   }
@@ -142,6 +179,8 @@ Verdict Judge(int waitStatus, bool overTime, bool hasError) {
       return Verdict::kReversed;
     case kUnplayableStatus:
       return Verdict::kUnplayable;
+    case kUncountedStatus:
+      return Verdict::kUncounted;
     case kRefusedStatus:
       return hasError ? Verdict::kRefused : Verdict::kSilent;
     default:
@@ -271,19 +310,20 @@ int64_t Tally::Bad() const {
 }
 
 std::string Tally::Heading() {
-  return "input                  tried reversed  refused unplayable silent crashed   hung "
+  return "input                  tried reversed  refused unplayable uncounted silent crashed   "
+         "hung "
          "too large  peak MB  longest s";
 }
 
 std::string Tally::Row(const std::string& title) const {
   std::array<char, 256> row{};
   std::snprintf(row.data(), row.size(),
-                "%-20s %7lld %8lld %8lld %10lld %6lld %7lld %6lld %9lld %8ld %10.2f", title.c_str(),
-                static_cast<long long>(Tried()), static_cast<long long>(counts[0]),
+                "%-20s %7lld %8lld %8lld %10lld %9lld %6lld %7lld %6lld %9lld %8ld %10.2f",
+                title.c_str(), static_cast<long long>(Tried()), static_cast<long long>(counts[0]),
                 static_cast<long long>(counts[1]), static_cast<long long>(counts[2]),
                 static_cast<long long>(counts[3]), static_cast<long long>(counts[4]),
-                static_cast<long long>(counts[5]), static_cast<long long>(counts[6]), peakMegabytes,
-                longestCpuSeconds);
+                static_cast<long long>(counts[5]), static_cast<long long>(counts[6]),
+                static_cast<long long>(counts[7]), peakMegabytes, longestCpuSeconds);
   return row.data();
 }
 

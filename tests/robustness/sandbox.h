@@ -36,18 +36,20 @@ struct SandboxCase {
 // Exit statuses of a body.
 constexpr int kReversedStatus = 0;
 constexpr int kUnplayableStatus = 100;
+constexpr int kUncountedStatus = 102;
 constexpr int kRefusedStatus = 255;
 
 enum class Verdict {
   kReversed,    // status 0, and the output can be played
   kRefused,     // status -1, and an error line says why
   kUnplayable,  // status 0, but the output lacks packets, or pictures at all
+  kUncounted,   // status 0, but pictures are missing that the job's account does not tell as lost
   kSilent,      // status -1 without an error line
   kCrashed,     // a signal, a sanitizer's finding, a leak, another exit status
   kHung,        // over a limit of time
   kTooLarge,    // over the limit of memory
 };
-constexpr size_t kVerdicts = 7;
+constexpr size_t kVerdicts = 8;
 const char* VerdictName(Verdict verdict);
 // Whether a run that meets any input may end like this.
 bool IsGood(Verdict verdict);

@@ -2,18 +2,23 @@
 #include "tests/support/command.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
+
+#include "tests/support/picture_count.h"
 
 extern char** environ;
 
@@ -113,11 +118,37 @@ void AppendWords(const std::string& text, std::vector<std::string>* words) {
   while (stream >> word) words->push_back(word);
 }
 
+namespace {
+
+// What a run says of its pictures must be what its output holds. Runs that say nothing are those
+// that failed, show a text, or are told to be quiet or plain.
+void ExpectHonestAccount(const std::vector<std::string>& arguments, const CommandResult& result) {
+  const std::string text = ReversedLine(result.err);
+  const auto output = std::find(arguments.begin(), arguments.end(), "-o");
+  if (result.status != 0 || text.empty() || output == arguments.end()) return;
+  std::error_code ignored;
+  const std::string& path = *std::next(output);
+  if (!std::filesystem::is_regular_file(path, ignored)) return;
+  EXPECT_EQ(std::stoll(text), CountPackets(path)) << path << "\n" << result.err;
+}
+
+}  // namespace
+
 std::string ProgramPath() { return CLIPREVERSE_PROGRAM; }
 
 CommandResult RunProgram(std::vector<std::string> arguments, std::chrono::seconds limit) {
   arguments.insert(arguments.begin(), ProgramPath());
-  return Run(arguments, limit);
+  const CommandResult result = Run(arguments, limit);
+  ExpectHonestAccount(arguments, result);
+  return result;
+}
+
+std::string ReversedLine(const std::string& log) {
+  const size_t end = log.find(" reversed\n");
+  if (end == std::string::npos) return "";
+  const std::string tag = "] ";
+  const size_t begin = log.rfind(tag, end) + tag.size();
+  return log.substr(begin, end - begin) + " reversed";
 }
 
 std::string FrameTimingOption() {

@@ -22,9 +22,14 @@ struct CommandResult {
 CommandResult Run(const std::vector<std::string>& arguments,
                   std::chrono::seconds limit = std::chrono::seconds(240));
 
-// Runs the built clip-reverse with these arguments.
+// Runs the built clip-reverse with these arguments. A run that tells how many pictures it has
+// reversed fails the test if its output does not hold as many.
 CommandResult RunProgram(std::vector<std::string> arguments,
                          std::chrono::seconds limit = std::chrono::seconds(240));
+
+// The line of a program's standard error that says what was reversed, without time and tag; empty
+// if there is none.
+std::string ReversedLine(const std::string& log);
 
 // Adds the words of a text, parted by spaces, to a program's arguments.
 void AppendWords(const std::string& text, std::vector<std::string>* words);

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+// Counts the pictures of a stretch of a clip without decoding any.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "codec/decoder/packet_source.h"
+
+namespace codec {
+
+class JoinedParts;
+
+// Reads all packets of a file, so that pictures count whose times go back. A backward walk does not
+// meet such pictures: a seek by their times leads elsewhere.
+class PictureScan {
+ public:
+  // Pictures at or after `from` and before `to` count, both in seconds of the file's stamps.
+  PictureScan(double from, double to) : mFrom(from), mTo(to) {}
+
+  // Reads the best video stream of a local file. 0, or -1 with the reason logged. `parts` as for
+  // InputFile::Join; null if the clock does not restart.
+  int Read(const std::string& path, const std::shared_ptr<const JoinedParts>& parts);
+  // Reads `source` to its end. `packet` is scratch.
+  void Run(const AVStream* video, PacketSource* source, AVPacket* packet);
+
+  int64_t Pictures() const { return mPictures; }
+
+ private:
+  const double mFrom;
+  const double mTo;
+  int64_t mPictures = 0;
+};
+
+}  // namespace codec

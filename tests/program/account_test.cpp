@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+// What a run says of what it has reversed and lost.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tests/support/clips.h"
+#include "tests/support/command.h"
+#include "tests/support/media_reading.h"
+#include "tests/support/picture_count.h"
+
+namespace test_support {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kFailure = 255;
+
+std::string Bytes(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string Write(const std::string& name, const std::string& bytes) {
+  const std::string path = ScratchPath(name);
+  std::ofstream(path, std::ios::binary) << bytes;
+  return path;
+}
+
+// Two seconds of pictures that each stand alone, 25 a second, with sound in packets of 1024 samples
+// of 48 kHz.
+std::string Motion() {
+  return CustomClip("account_motion.mov",
+                    {"-f",   "lavfi", "-i",       SceneFilter(320, 180, "25"),
+                     "-f",   "lavfi", "-i",       SweepFilter(48000, "stereo"),
+                     "-t",   "2",     "-c:v",     "mjpeg",
+                     "-q:v", "5",     "-pix_fmt", "yuvj420p",
+                     "-c:a", "aac",   "-fflags",  "+bitexact"});
+}
+
+// Fields of the packets of a stream, in the order of the file.
+std::vector<std::string> PacketFields(const std::string& clip, const std::string& stream,
+                                      const std::string& fields) {
+  const CommandResult packets =
+      Run({"ffprobe", "-v", "error", "-select_streams", stream, "-show_entries", "packet=" + fields,
+           "-of", "default=nk=1:nw=1", clip});
+  std::vector<std::string> words;
+  AppendWords(packets.out, &words);
+  return words;
+}
+
+// A copy without the bytes of these packets of a stream: they are zero.
+std::string Blanked(const std::string& clip, const std::string& stream,
+                    const std::vector<size_t>& numbers, const std::string& name) {
+  const std::vector<std::string> packets = PacketFields(clip, stream, "size,pos");
+  std::string bytes = Bytes(clip);
+  for (const size_t number : numbers) {
+    const size_t size = std::stoul(packets.at(2 * number));
+    bytes.replace(std::stoul(packets.at(2 * number + 1)), size, size, '\0');
+  }
+  return Write(name, bytes);
+}
+
+// The line of a warning of the program itself that has this text; empty if there is none.
+std::string Warning(const CommandResult& result, const std::string& text) {
+  const size_t at = result.err.find(text);
+  if (at == std::string::npos) return "";
+  const size_t begin = result.err.rfind('\n', at) + 1;
+  const std::string line = result.err.substr(begin, result.err.find('\n', at) - begin);
+  return line.find("warning [reverse::Main] ") == std::string::npos ? "" : line;
+}
+
+TEST(Account, SaysWhatWasReversed) {
+  const CommandResult result =
+      RunProgram({"-i", Clip(ClipKind::kH264), "-o", ScratchPath("whole.mp4"), "--strict"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(ReversedLine(result.err), "150 pictures and 6.000 s of sound reversed");
+  EXPECT_EQ(Warning(result, "could not"), "");
+}
+
+TEST(Account, CountsTheRangeAlone) {
+  const CommandResult result = RunProgram(
+      {"-i", Clip(ClipKind::kH264NoAudio), "-o", ScratchPath("range.mp4"), "-s", "1", "-e", "3"});
+  EXPECT_EQ(ReversedLine(result.err), "50 pictures reversed");
+}
+
+TEST(Account, TellsThePicturesThatCannotBeDecoded) {
+  const std::string clip = Blanked(Motion(), "v:0", {10, 31, 32}, "blank_pictures.mov");
+  ASSERT_EQ(CountDecodable(clip, 2), 47);
+  const CommandResult result = RunProgram({"-i", clip, "-o", ScratchPath("pictures.mp4")});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(ReversedLine(result.err), "47 pictures and 2.000 s of sound reversed");
+  EXPECT_NE(Warning(result, "3 pictures could not be decoded (the first at 0.400 s)"), "")
+      << result.err;
+}
+
+// Of a range only what was lost in it.
+TEST(Account, TellsTheLossesOfTheRangeAlone) {
+  const std::string clip = Blanked(Motion(), "v:0", {10, 31, 32}, "blank_range.mov");
+  const CommandResult result =
+      RunProgram({"-i", clip, "-o", ScratchPath("partly.mp4"), "-s", "1", "-e", "1.28"});
+  EXPECT_NE(Warning(result, "1 picture could not be decoded (the first at 1.240 s)"), "")
+      << result.err;
+  const CommandResult before = RunProgram(
+      {"-i", clip, "-o", ScratchPath("before.mp4"), "-s", "0.6", "-e", "1.2", "--strict"});
+  EXPECT_EQ(before.status, 0) << before.err;
+}
+
+TEST(Account, TellsTheSoundThatCannotBeDecoded) {
+  const std::string clip = Blanked(Motion(), "a:0", {40, 41, 42}, "blank_sound.mov");
+  const CommandResult result = RunProgram({"-i", clip, "-o", ScratchPath("sound.mp4")});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(ReversedLine(result.err), "50 pictures and 2.000 s of sound reversed");
+  EXPECT_NE(Warning(result, "0.064 s of sound could not be decoded (the first at 0.8"), "")
+      << result.err;
+}
+
+// A recording that was cut in the middle of a group: its sound begins, and no picture can be shown.
+TEST(Account, TellsThePicturesBeforeTheFirstKeyPicture) {
+  const std::string whole = CustomClip("account_groups.ts", {"-f",
+                                                             "lavfi",
+                                                             "-i",
+                                                             SceneFilter(320, 180, "25"),
+                                                             "-f",
+                                                             "lavfi",
+                                                             "-i",
+                                                             SweepFilter(48000, "stereo"),
+                                                             "-t",
+                                                             "4",
+                                                             "-c:v",
+                                                             "libx264",
+                                                             "-g",
+                                                             "25",
+                                                             "-sc_threshold",
+                                                             "0",
+                                                             "-bf",
+                                                             "0",
+                                                             "-c:a",
+                                                             "aac"});
+  const std::vector<std::string> positions = PacketFields(whole, "v:0", "pos");
+  const std::string cut =
+      Write("cut_in_group.ts", Bytes(whole).substr(std::stoul(positions.at(15))));
+  const CommandResult result = RunProgram({"-i", cut, "-o", ScratchPath("cut.mp4")});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(ReversedLine(result.err).find("75 pictures and "), std::string::npos) << result.err;
+  EXPECT_NE(Warning(result, " pictures could not be decoded (the first at 0.0"), "") << result.err;
+}
+
+TEST(Account, MakesAFailureOfALossIfAsked) {
+  const std::string clip = Blanked(Motion(), "v:0", {10}, "blank_strict.mov");
+  const std::string output = Write("strict.mp4", "before");
+  const CommandResult result = RunProgram({"-i", clip, "-o", output, "--strict"});
+  EXPECT_EQ(result.status, kFailure);
+  EXPECT_EQ(Bytes(output), "before");
+  EXPECT_NE(Warning(result, "1 picture could not be decoded (the first at 0.400 s)"), "");
+  EXPECT_NE(result.err.find("[reverse::Main] " + clip +
+                            " cannot be reversed without a loss; leave "
+                            "--strict out to reverse what is left\n"),
+            std::string::npos)
+      << result.err;
+}
+
+// Of pictures of one time a player shows the last.
+TEST(Account, TellsThePicturesWithoutATimeOfTheirOwn) {
+  const std::string clip =
+      CustomClip("account_pairs.mkv", {"-f", "lavfi", "-i", SceneFilter(640, 360, "25"), "-t", "2",
+                                       "-vf", "setpts='floor(N/2)*2/25/TB'", FrameTimingOption(),
+                                       "passthrough", "-c:v", "libx264", "-bf", "0"});
+  const std::string output = ScratchPath("pairs.mkv");
+  const CommandResult result = RunProgram({"-i", clip, "-o", output});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(ReversedLine(result.err), "25 pictures reversed");
+  EXPECT_NE(Warning(result, "25 pictures shared a time with the next"), "") << result.err;
+  int number = 49;
+  for (const Picture& picture : DecodeLuma(output)) {
+    EXPECT_EQ(ReadFrameNumber(picture), number);
+    number -= 2;
+  }
+}
+
+TEST(Account, LeavesThePlainReversalAsItIs) {
+  const CommandResult result =
+      RunProgram({"-i", Clip(ClipKind::kH264), "-o", ScratchPath("plain.mp4"), "--plain"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(ReversedLine(result.err), "");
+}
+
+}  // namespace
+}  // namespace test_support
