@@ -23,8 +23,8 @@
 #include "codec/ffmpeg/compat.h"
 #include "codec/ffmpeg/log_bridge.h"
 #include "codec/ffmpeg/owned.h"
-#include "tests/support/picture_count.h"
 #include "tests/support/command.h"
+#include "tests/support/picture_count.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
