@@ -110,7 +110,7 @@ void SegmentReader::NoteEnd(const FrameBuffer& frame, bool* videoDone, bool* aud
   }
   if (frame.type != kVideoFrame) return;
   *videoDone = true;
-  if (!mPictureAfter) mPictureAfter = frame.pts;
+  if (!mPictureAfter) mPictureAfter = {frame.pts, frame.size};
   double known = mBoundaries.video + kUsualSeconds;
   if (mSoundEnds && mKnownSoundEnds) known = std::max(known, *mKnownSoundEnds);
   if (mHasRead && frame.pts >= known) *audioDone = true;
@@ -207,14 +207,14 @@ void SegmentReader::MoveBoundaries(const Segment& part) {
     const FrameBuffer& frame = *part.frames[i];
     if (!mRange.Holds(frame)) continue;
     (frame.type == kAudioFrame ? mEarliest.audio : mEarliest.video) = frame.pts;
+    if (frame.type == kVideoFrame) mEarliestPicture = {frame.pts, frame.size};
   }
 }
 
 // If times go back in a file, some pictures are not where their times lead, and no step reads them.
 // Then a step that ends with the wrong picture shows this.
 bool SegmentReader::IsTorn() const {
-  const bool hasLater = mBoundaries.video < mRange.end;
-  if (hasLater) return mPictureAfter != mBoundaries.video;
+  if (mEarliestPicture.has_value()) return mPictureAfter != mEarliestPicture;
   return mRange.isToEnd && mPictureAfter.has_value();
 }
 

@@ -130,9 +130,16 @@ class SegmentReader {
   bool mHasRead = false;        // a step is done
   bool mSawLater = false;       // a picture that lies after a step
   bool mUsedUpPicture = false;  // by the seek of the current step
-  // Time of the picture that ended the reading of the current step, in seconds. Nothing if no
-  // picture came after the step.
-  std::optional<double> mPictureAfter;
+  // A time alone does not tell a picture: in a file whose times go back others may have it.
+  struct PictureMark {
+    double time = 0;    // seconds
+    uint32_t size = 0;  // bytes of its packet
+    friend bool operator==(const PictureMark& a, const PictureMark& b) {
+      return a.time == b.time && a.size == b.size;
+    }
+  };
+  std::optional<PictureMark> mEarliestPicture;  // of those given out
+  std::optional<PictureMark> mPictureAfter;     // that ended the reading of the current step
 
   // Time of the first picture that came after some sound in a reading, in seconds. Infinite if
   // there was sound, but no picture after it. Nothing if there was no sound.

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -179,6 +180,45 @@ TEST(Account, TellsThePicturesWithoutATimeOfTheirOwn) {
   for (const Picture& picture : DecodeLuma(output)) {
     EXPECT_EQ(ReadFrameNumber(picture), number);
     number -= 2;
+  }
+}
+
+// A copy of a Matroska file whose cluster of this time, in milliseconds, says another.
+std::string WithClusterMoved(const std::string& clip, unsigned from, unsigned to,
+                             const std::string& name) {
+  const auto time = [](unsigned milliseconds) {
+    return std::string("\xE7\x82") + static_cast<char>(milliseconds >> 8) +
+           static_cast<char>(milliseconds & 0xFF);
+  };
+  std::string bytes = Bytes(clip);
+  const size_t at = bytes.find(time(from));
+  if (at == std::string::npos) return "";
+  return Write(name, bytes.replace(at, 4, time(to)));
+}
+
+// Where times go back in the file, a seek leads elsewhere: some pictures stand where no step reads
+// them, others come after pictures that they should come before.
+TEST(Account, TellsThePicturesThatNoSeekFinds) {
+  const std::string whole =
+      CustomClip("account_clusters.mkv",
+                 {"-f", "lavfi", "-i", SceneFilter(160, 90, "25"), "-t", "4", "-c:v", "mjpeg",
+                  "-cluster_time_limit", "400", "-cluster_size_limit", "9000000"});
+  ASSERT_EQ(CountPackets(whole), 100);
+  for (const unsigned to : {3000U, 300U}) {
+    const std::string clip =
+        WithClusterMoved(whole, 1640, to, "moved_" + std::to_string(to) + ".mkv");
+    ASSERT_NE(clip, "");
+    const std::string output = ScratchPath("moved.mkv");
+    EXPECT_EQ(RunProgram({"-i", clip, "-o", output, "--strict"}).status, kFailure);
+    const CommandResult reversed = RunProgram({"-i", clip, "-o", output});
+    const std::string warning = Warning(reversed, " pictures s");
+    const std::regex count("([0-9]+) pictures? (could|shared|stood)");
+    long lost = 0;
+    for (std::sregex_iterator one(warning.begin(), warning.end(), count), none; one != none;
+         ++one) {
+      lost += std::stol((*one)[1]);
+    }
+    EXPECT_EQ(std::stol(ReversedLine(reversed.err)) + lost, 100) << reversed.err;
   }
 }
 
