@@ -10,6 +10,7 @@
 #include "codec/encoder/container.h"
 #include "codec/encoder/output_tags.h"
 #include "codec/encoder/sample_rates.h"
+#include "codec/utils/field_order.h"
 #include "codec/utils/orientation.h"
 #include "codec/utils/picture_colors.h"
 #include "reverse/output_description.h"
@@ -68,6 +69,7 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
   decoder->SetZero(zero);
   if (mSound != nullptr) mSound->SetZero(zero);
   mDuration = decoder->Duration();
+  info->field_order = decoder->Fields();
   info->duration = static_cast<float>(mDuration);
   return 0;
 }
@@ -147,6 +149,15 @@ void DescribeOrientation(const MediaInfo& info, MediaFormat* format) {
   format->SetInt32("sample_aspect_den", info.sample_aspect_num);
 }
 
+// Each picture stays as it is, so that the field that was shown last has to be shown first.
+void DescribeFields(const MediaInfo& info, MediaFormat* format) {
+  if (IsWoven(info.field_order)) {
+    format->SetString("field-order", FieldOrderName(OppositeOrder(info.field_order)));
+  } else if (info.field_order == FieldOrder::kSingle) {
+    log_warn(kTag, "the pictures of the clip are single fields, which the output does not say");
+  }
+}
+
 void DescribeTags(const ClipTags& tags, const std::vector<Chapter>& chapters, MediaFormat* format) {
   for (const auto& [name, value] : tags.tags) {
     format->SetString(("tag." + name).c_str(), value.c_str());
@@ -191,9 +202,7 @@ void MirrorReversal::Describe(const MediaInfo& info, double start, double end,
   DescribeTags(info.tags, MirroredChapters(info.tags.chapters, mZero, start, end), format);
   // As fast as the source.
   format->SetDouble("speed", 1.0);
-  if (info.is_interlaced) {
-    log_warn(kTag, "the clip is interlaced, which the output does not say");
-  }
+  DescribeFields(info, format);
   const bool isConstant = info.has_constant_rate != 0;
   format->SetInt32("stamp-rate", StampRate(info.frame_rate, isConstant));
   format->SetInt32("has-constant-rate", isConstant ? 1 : 0);

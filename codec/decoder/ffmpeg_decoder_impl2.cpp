@@ -10,6 +10,7 @@
 #include "base/log.h"
 #include "codec/decoder/decode_session.h"
 #include "codec/decoder/decoder_tag.h"
+#include "codec/decoder/field_probe.h"
 #include "codec/decoder/frame_receiver.h"
 #include "codec/decoder/frame_source.h"
 #include "codec/decoder/packet_decoder.h"
@@ -35,6 +36,7 @@ struct FFmpegDecoderImpl2::Parts {
 
   // Seconds of the file's stamps at which the last packet ends, if the length was scanned for.
   std::optional<double> scannedEnd;
+  FieldOrder firstFields = FieldOrder::kProgressive;  // of the first picture
   // An exception may leave the parts in the middle of a change.
   bool isWhole = true;
 
@@ -204,10 +206,22 @@ void FFmpegDecoderImpl2::LeaveSoundOut() {
 double FFmpegDecoderImpl2::FirstPictureTime() {
   if (mParts == nullptr || mParts->session.video == nullptr) return 0;
   WithParts([this] {
-    TimeProbe(&mParts->session).Run();
+    TimeProbe probe(&mParts->session);
+    probe.Run();
+    mParts->firstFields = probe.FirstFields();
     return 0;
   });
   return mParts->session.times.FirstVideo();
+}
+
+FieldOrder FFmpegDecoderImpl2::Fields() {
+  FieldOrder order = FieldOrder::kProgressive;
+  if (mParts == nullptr || mParts->session.video == nullptr) return order;
+  WithParts([this, &order] {
+    order = FieldProbe(&mParts->session).Run(mParts->firstFields);
+    return 0;
+  });
+  return order;
 }
 
 void FFmpegDecoderImpl2::SetZero(double seconds) {

@@ -11,6 +11,7 @@
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/first_failure.h"
 #include "codec/decoder/open_failure.h"
+#include "codec/utils/field_order.h"
 
 namespace codec {
 
@@ -58,7 +59,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   int HostError() override;
   LostPictures TakeLost(double from, double to) override;
 
-  // The next four are for a caller that reads the sound itself, and counts the times of sound and
+  // The next five are for a caller that reads the sound itself, and counts the times of sound and
   // pictures from one zero. To be called after Init, before the first seek or read.
   //
   // FFmpeg's number of the stream of the sound; -1 if there is no sound.
@@ -67,6 +68,9 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   void LeaveSoundOut();
   // Time of the first picture in the file's stamps, in seconds; decodes it.
   double FirstPictureTime();
+  // How the pictures are interlaced, by what the first one says; decodes more of them if the header
+  // says something else. To be called after FirstPictureTime.
+  FieldOrder Fields();
   // The time in the file's stamps, in seconds, that counts as 0 for pictures and sound.
   void SetZero(double seconds);
 

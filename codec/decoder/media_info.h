@@ -6,6 +6,7 @@
 #include <string>
 
 #include "codec/decoder/clip_tags.h"
+#include "codec/utils/field_order.h"
 #include "codec/utils/picture_colors.h"
 
 namespace codec {
@@ -35,8 +36,8 @@ struct MediaInfo {
   // mirroring, which no turn tells.
   int32_t orientation = 1;
   ClipTags tags;  // read where this is switched on
-  // Whether each picture is two fields, taken one after the other.
-  bool is_interlaced = false;
+  // Of the fields of each picture; found by the mirror only.
+  FieldOrder field_order = FieldOrder::kProgressive;
   PictureColors colors;           // of the source's pictures
   uint8_t has_constant_rate = 0;  // 1 if all pictures seem to last equally long
 };

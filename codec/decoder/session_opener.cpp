@@ -143,8 +143,6 @@ void SessionOpener::DescribeVideo() {
   mInfo->orientation =
       ffmpeg::MatrixOrientation(stream).value_or(OrientationOfTurn(mInfo->rotation));
   if (mInfo->orientation == 0) mInfo->orientation = OrientationOfTurn(mInfo->rotation);
-  const AVFieldOrder order = stream->codecpar->field_order;
-  mInfo->is_interlaced = order != AV_FIELD_UNKNOWN && order != AV_FIELD_PROGRESSIVE;
   mFrameRate = FrameRate(stream->avg_frame_rate, ffmpeg::RealBaseRate(stream),
                          ffmpeg::CodecTimeBase(stream), ffmpeg::TicksPerFrame(context->codec_id))
                    .value_or(0);

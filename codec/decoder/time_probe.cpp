@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "codec/decoder/time_probe.h"
 
+#include "codec/ffmpeg/compat.h"
+
 namespace codec {
 
 void TimeProbe::Run() {
@@ -46,6 +48,7 @@ std::optional<int64_t> TimeProbe::Try(StreamDecoder* decoder, bool* settled) {
   }
   const ffmpeg::FrameGuard guard(frame);
   *settled = true;
+  if (frame->width > 0) mFirstFields = ffmpeg::FieldsOf(frame);
   if (frame->best_effort_timestamp == AV_NOPTS_VALUE) return std::nullopt;
   return frame->best_effort_timestamp;
 }

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "codec/decoder/decode_session.h"
+#include "codec/utils/field_order.h"
 
 namespace codec {
 
@@ -18,6 +19,9 @@ class TimeProbe {
   // session's first times. A time that cannot be found is not changed. The reading position is
   // somewhere after the start then. Does nothing if there is no memory.
   void Run();
+
+  // What the first picture says of its fields; kProgressive without one.
+  FieldOrder FirstFields() const { return mFirstFields; }
 
  private:
   // A stream is settled if it has given its frame, can give none, or does not exist.
@@ -32,6 +36,7 @@ class TimeProbe {
   bool mVideoSettled = false;
   bool mAudioSettled = false;
   bool mEnded = false;
+  FieldOrder mFirstFields = FieldOrder::kProgressive;
 };
 
 }  // namespace codec

@@ -7,6 +7,7 @@
 
 #include "base/log.h"
 #include "codec/encoder/h264_level.h"
+#include "codec/encoder/interlacing.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/utils/image_utils.h"
 #include "codec/utils/numbers.h"
@@ -59,11 +60,23 @@ void SetRateControl(const EncoderSettings& settings, EncoderOptions* options) {
   (*options)["bufsize"] = std::to_string(settings.bufSize < 1 ? 5 * bitRate : settings.bufSize);
 }
 
+// The usual profile has no fields. The encoder does without weighted prediction of them, and
+// without its two slowest searches, and would warn of both.
+void SetFieldCoding(FieldOrder order, EncoderOptions* options) {
+  (*options)["profile"] = "main";
+  (*options)["weightp"] = "none";
+  // What the pictures say would come too late for the first of them.
+  (*options)["x264-params"] = order == FieldOrder::kTopFirst ? "tff=1" : "bff=1";
+  const std::string& preset = (*options)["preset"];
+  if (preset == "placebo" || preset == "9") (*options)["motion-est"] = "umh";
+}
+
 // Tells decoders what they need, once all that it hangs on is settled.
-void SetTrueLevel(const EncoderSettings& settings, EncoderOptions* options) {
+void SetTrueLevel(const EncoderSettings& settings, const std::string& codecName,
+                  EncoderOptions* options) {
   const H264Load load =
       H264LoadOf(settings, (*options)["preset"], std::stoll((*options)["maxrate"]),
-                 std::stoll((*options)["bufsize"]));
+                 std::stoll((*options)["bufsize"]), IsWoven(EncodedFields(settings, codecName)));
   (*options)["level"] = std::to_string(H264Level(load));
 }
 
@@ -81,7 +94,10 @@ void ApplyVideoOptions(const EncoderSettings& settings, const std::string& codec
   }
   SetKeyFrameInterval(settings, options);
   SetRateControl(settings, options);
-  if (settings.hasTrueLevel && codecName == kSoftwareCodec) SetTrueLevel(settings, options);
+  const FieldOrder fields = EncodedFields(settings, codecName);
+  if (IsWoven(fields)) SetFieldCoding(fields, options);
+  if (settings.hasTrueLevel && codecName == kSoftwareCodec)
+    SetTrueLevel(settings, codecName, options);
   if (codecName == "gif") {
     for (const char* key : {"profile", "preset", "level"}) options->erase(key);
   }

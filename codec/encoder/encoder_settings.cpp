@@ -25,7 +25,7 @@ struct Row {
 };
 
 using S = EncoderSettings;
-constexpr std::array<Row, 41> kRows = {{
+constexpr std::array<Row, 42> kRows = {{
     {"file-format", &S::fileFormat},
     {"output-path", &S::outputPath},
     {"write-path", &S::writePath},
@@ -48,6 +48,7 @@ constexpr std::array<Row, 41> kRows = {{
     {"preset", &S::preset},
     {"profile", &S::profile},
     {"level", &S::level},
+    {"field-order", &S::fieldOrder},
     {"true-level", &S::hasTrueLevel},
     {"color-range", &S::colorRange},
     {"color-space", &S::colorSpace},

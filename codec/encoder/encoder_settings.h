@@ -34,6 +34,7 @@ struct EncoderSettings {
   std::string preset;
   std::string profile = "baseline";  // kept; the stream's own is decided when it is created
   std::string level = "31";          // the same
+  std::string fieldOrder;            // a name of utils/field_order.h; empty: progressive
   bool hasTrueLevel = false;         // H.264 names the level that it needs, not always 4
   // FFmpeg's names of what the pictures' numbers stand for; empty ones are not told.
   std::string colorRange;

@@ -18,6 +18,7 @@ struct LevelRow {
   int64_t held;          // of all references together
   int64_t maxRate;       // 1000 bit/s
   int64_t bufferSize;    // 1000 bits
+  bool hasFields = false;
 };
 
 constexpr std::array<LevelRow, 19> kLevels = {{
@@ -26,13 +27,13 @@ constexpr std::array<LevelRow, 19> kLevels = {{
     {12, 6000, 396, 2376, 384, 1000},
     {13, 11880, 396, 2376, 768, 2000},
     {20, 11880, 396, 2376, 2000, 2000},
-    {21, 19800, 792, 4752, 4000, 4000},
-    {22, 20250, 1620, 8100, 4000, 4000},
-    {30, 40500, 1620, 8100, 10000, 10000},
-    {31, 108000, 3600, 18000, 14000, 14000},
-    {32, 216000, 5120, 20480, 20000, 20000},
-    {40, 245760, 8192, 32768, 20000, 25000},
-    {41, 245760, 8192, 32768, 50000, 62500},
+    {21, 19800, 792, 4752, 4000, 4000, true},
+    {22, 20250, 1620, 8100, 4000, 4000, true},
+    {30, 40500, 1620, 8100, 10000, 10000, true},
+    {31, 108000, 3600, 18000, 14000, 14000, true},
+    {32, 216000, 5120, 20480, 20000, 20000, true},
+    {40, 245760, 8192, 32768, 20000, 25000, true},
+    {41, 245760, 8192, 32768, 50000, 62500, true},
     {42, 522240, 8704, 34816, 50000, 62500},
     {50, 589824, 22080, 110400, 135000, 135000},
     {51, 983040, 36864, 184320, 240000, 240000},
@@ -62,10 +63,15 @@ constexpr int kMostReferences = 16;
 
 int64_t Blocks(int pixels) { return (int64_t{pixels} + 15) / 16; }
 
+// Fields are made of whole blocks, too.
+int64_t Rows(const H264Load& load) {
+  return load.hasFields ? 2 * Blocks((load.height + 1) / 2) : Blocks(load.height);
+}
+
 bool Allows(const LevelRow& row, const H264Load& load) {
   constexpr int64_t kKilo = 1000;
   const int64_t wide = Blocks(load.width);
-  const int64_t high = Blocks(load.height);
+  const int64_t high = Rows(load);
   const int64_t blocks = wide * high;
   const int64_t longestSide = row.blocks * 8;  // squared
   return blocks <= row.blocks && wide * wide <= longestSide && high * high <= longestSide &&
@@ -77,6 +83,9 @@ bool Allows(const LevelRow& row, const H264Load& load) {
 }  // namespace
 
 int H264Level(const H264Load& load) {
+  for (const LevelRow& row : kLevels) {
+    if (row.hasFields >= load.hasFields && Allows(row, load)) return row.level;
+  }
   const auto row = std::find_if(kLevels.begin(), kLevels.end(),
                                 [&load](const LevelRow& level) { return Allows(level, load); });
   return row == kLevels.end() ? kLevels.back().level : row->level;
@@ -90,7 +99,7 @@ int H264References(const std::string& preset) {
 }
 
 H264Load H264LoadOf(const EncoderSettings& settings, const std::string& preset, int64_t maxRate,
-                    int64_t bufferSize) {
+                    int64_t bufferSize, bool hasFields) {
   H264Load load;
   load.width = settings.width;
   load.height = settings.height;
@@ -98,6 +107,7 @@ H264Load H264LoadOf(const EncoderSettings& settings, const std::string& preset, 
   load.maxRate = maxRate;
   load.bufferSize = bufferSize;
   load.references = H264References(preset);
+  load.hasFields = hasFields;
   return load;
 }
 

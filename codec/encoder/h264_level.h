@@ -17,17 +17,21 @@ struct H264Load {
   int64_t maxRate = 0;     // bit/s
   int64_t bufferSize = 0;  // bits
   int references = 1;      // pictures that a picture may refer to
+  bool hasFields = false;  // pictures are interlaced
 };
 
 // The lowest level that allows this, as ten times its number; 62, the highest, where none does.
+// There are fields in the middle levels only. Below, the lowest of those is named. Above, where
+// fields that large or fast are in no level, the one is named that allows the rest.
 int H264Level(const H264Load& load);
 
 // The pictures that the encoder refers to with a preset of this name or number; 16, the most that
 // there may be, with one that is not known.
 int H264References(const std::string& preset);
 
-// What the stream of these settings demands, if it is encoded with this preset and rate control.
+// What the stream of these settings demands, if it is encoded with this preset and rate control,
+// as fields or not.
 H264Load H264LoadOf(const EncoderSettings& settings, const std::string& preset, int64_t maxRate,
-                    int64_t bufferSize);
+                    int64_t bufferSize, bool hasFields);
 
 }  // namespace codec

@@ -10,6 +10,7 @@
 #include "base/log.h"
 #include "codec/encoder/container.h"
 #include "codec/encoder/encoder_context.h"
+#include "codec/encoder/interlacing.h"
 #include "codec/encoder/stream_colors.h"
 #include "codec/ffmpeg/compat.h"
 #include "codec/utils/numbers.h"
@@ -71,6 +72,7 @@ int VideoEncoder::Create(const EncoderOptions& defaults) {
 
   Describe(codec);
   if (SetColors(mSettings, mContext.get()) != 0) return -1;
+  if (TellFields(mSettings, mContext.get()) != 0) return -1;
   const int applied = ApplyOptionsTo(mContext.get(), mSettings, defaults, name);
   ChooseThreads();
   if (applied < 0 || avcodec_open2(mContext.get(), codec, nullptr) < 0) {
@@ -131,6 +133,7 @@ int VideoEncoder::PreparePicture() {
   mPicture->format = mContext->pix_fmt;
   mPicture->width = mContext->width;
   mPicture->height = mContext->height;
+  ffmpeg::SetFields(EncodedFields(mSettings, mContext->codec->name), mPicture.get());
 
   // Only now are the encoder's own parameters known, and nothing may replace them later: the
   // display matrix lives beside them on newer releases.

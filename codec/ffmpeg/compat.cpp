@@ -18,6 +18,7 @@ extern "C" {
 #define HAS_CHANNEL_LAYOUT (LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(59, 24, 100))    // FFmpeg 5.1
 #define HAS_INDEX_CALLS (LIBAVFORMAT_VERSION_MAJOR >= 59)                             // FFmpeg 5.0
 #define HAS_COPY_OPAQUE (LIBAVCODEC_VERSION_MAJOR >= 60)                              // FFmpeg 6.0
+#define HAS_FIELD_FLAGS (LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100))         // FFmpeg 6.1
 #define HAS_PARAMETER_SIDE_DATA (LIBAVCODEC_VERSION_MAJOR >= 61)                      // FFmpeg 7.0
 #define HAS_SUPPORTED_CONFIG (LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100))  // FFmpeg 7.1
 #define HAS_RECEIVING_THREADS (LIBAVCODEC_VERSION_MAJOR >= 62)                        // FFmpeg 8.0
@@ -350,6 +351,29 @@ int SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degr
   matrix[6] = angle == 90 ? height : angle == 180 ? width : 0;
   matrix[7] = angle == 180 ? height : angle == 270 ? width : 0;
   return result;
+}
+
+FieldOrder FieldsOf(const AVFrame* picture) {
+#if HAS_FIELD_FLAGS
+  const bool isInterlaced = (picture->flags & AV_FRAME_FLAG_INTERLACED) != 0;
+  const bool isTopFirst = (picture->flags & AV_FRAME_FLAG_TOP_FIELD_FIRST) != 0;
+#else
+  const bool isInterlaced = picture->interlaced_frame != 0;
+  const bool isTopFirst = picture->top_field_first != 0;
+#endif
+  if (!isInterlaced) return FieldOrder::kProgressive;
+  return isTopFirst ? FieldOrder::kTopFirst : FieldOrder::kBottomFirst;
+}
+
+void SetFields(FieldOrder order, AVFrame* picture) {
+#if HAS_FIELD_FLAGS
+  picture->flags &= ~(AV_FRAME_FLAG_INTERLACED | AV_FRAME_FLAG_TOP_FIELD_FIRST);
+  if (IsWoven(order)) picture->flags |= AV_FRAME_FLAG_INTERLACED;
+  if (order == FieldOrder::kTopFirst) picture->flags |= AV_FRAME_FLAG_TOP_FIELD_FIRST;
+#else
+  picture->interlaced_frame = IsWoven(order) ? 1 : 0;
+  picture->top_field_first = order == FieldOrder::kTopFirst ? 1 : 0;
+#endif
 }
 
 std::string ErrorText(int error) {

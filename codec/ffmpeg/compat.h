@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "codec/ffmpeg/owned.h"
+#include "codec/utils/field_order.h"
 
 namespace codec::ffmpeg {
 
@@ -100,6 +101,13 @@ bool KeepsRotation(const AVOutputFormat* format);
 // `avcodec_parameters_from_context`, which wipes the display matrix on newer releases. 0 or a
 // negative error.
 int SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degrees);
+
+// Fields.
+
+// What a decoded picture says of its fields; never FieldOrder::kSingle.
+FieldOrder FieldsOf(const AVFrame* picture);
+// Says it of a picture that is going to be encoded.
+void SetFields(FieldOrder order, AVFrame* picture);
 
 // Errors.
 

@@ -12,6 +12,7 @@
 #include "codec/utils/image_utils.h"
 #include "codec/utils/orientation.h"
 #include "codec/writer/media_writer_impl.h"
+#include "codec/writer/output_fields.h"
 #include "codec/writer/picture_sizes.h"
 #include "codec/writer/writer_model.h"
 
@@ -132,6 +133,7 @@ MediaWriter* MakeMediaWriterWithFilter(MediaFormat& format) {
   const PictureSizes sizes(format);
   output.SetInt32("width", sizes.Output().width);
   output.SetInt32("height", sizes.Output().height);
+  SettleFieldOrder(format, &output);
   std::unique_ptr<MediaEncoder> encoder = MakeEncoder(output);
   if (!encoder) return nullptr;
   StoreFrameSize(format, sizes.Unturned());
