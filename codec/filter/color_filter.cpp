@@ -4,9 +4,11 @@
 #include <array>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "base/log.h"
 #include "codec/ffmpeg/owned.h"
+#include "codec/utils/field_order.h"
 #include "codec/utils/image_utils.h"
 #include "codec/writer/media_buffer_pool.h"
 
@@ -27,9 +29,59 @@ struct Planes {
     return av_image_fill_arrays(data.data(), strides.data(), picture, format, width, height, 1) >=
            0;
   }
+  // Leaves every `step`th row from the first or the second on.
+  void Take(int first, int step) {
+    for (size_t i = 0; i < data.size(); ++i) {
+      if (data[i] != nullptr) data[i] += int64_t{first} * strides[i];
+      strides[i] *= step;
+    }
+  }
 };
 
+bool HalvesColorRows(AVPixelFormat format) {
+  const AVPixFmtDescriptor* const facts = av_pix_fmt_desc_get(format);
+  return facts != nullptr && facts->log2_chroma_h == 1;
+}
+
+// Converts without scaling. `colorPlace` as in Rows below. Null where a format or memory does not
+// serve.
+ffmpeg::UniqueScaler NewScaler(int width, int height, AVPixelFormat from, AVPixelFormat to,
+                               int colorPlace) {
+  if (colorPlace < 0) {
+    return ffmpeg::UniqueScaler(
+        sws_getContext(width, height, from, width, height, to, 0, nullptr, nullptr, nullptr));
+  }
+  ffmpeg::UniqueScaler scaler(sws_alloc_context());
+  if (scaler == nullptr) return nullptr;
+  const std::pair<const char*, int> options[] = {
+      {"srcw", width},
+      {"srch", height},
+      {"dstw", width},
+      {"dsth", height},
+      {"src_format", from},
+      {"dst_format", to},
+      {"sws_flags", 0},
+      {"src_v_chr_pos", HalvesColorRows(from) ? colorPlace : -513},
+      {"dst_v_chr_pos", HalvesColorRows(to) ? colorPlace : -513}};
+  for (const auto& [name, value] : options) av_opt_set_int(scaler.get(), name, value, 0);
+  return sws_init_context(scaler.get(), nullptr, nullptr) < 0 ? nullptr : std::move(scaler);
+}
+
+// Fields need whole samples of color each.
+bool KeepsFields(const MediaFormat& format, int height) {
+  std::string name;
+  format.GetString("field-order", name);
+  return height % 4 == 0 && IsWoven(FieldOrderOf(name).value_or(FieldOrder::kProgressive));
+}
+
 }  // namespace
+
+// Of a picture, or of one of its fields.
+struct ColorFilter::Rows {
+  int first;
+  int step;
+  int colorPlace;  // of halved rows of color, in 256ths of a row; below 0 as swscale takes it
+};
 
 int ColorFilter::Configure(MediaFormat& format) {
   if (MediaFilter::Configure(format) != 0) return -1;
@@ -57,6 +109,8 @@ int ColorFilter::Configure(MediaFormat& format) {
     return -1;
   }
   log_info(kTag, "color convert model:%d", model);
+  mKeepsFields = (mModel->output == BufferRule::kAnyFormat || input == "yuv411p") &&
+                 KeepsFields(format, height);
   return SizeBuffers(output.c_str());
 }
 
@@ -99,32 +153,37 @@ MediaBuffer* ColorFilter::Process(uint8_t* picture) {
 }
 
 void ColorFilter::Convert(const uint8_t* picture, uint8_t* out) const {
-  if (mModel->convert != nullptr) {
+  if (mKeepsFields) {
+    // The rows of color of a field lie nearer to the field's own rows.
+    for (const Rows& field : {Rows{0, 2, 64}, Rows{1, 2, 192}}) ConvertRows(picture, out, field);
+  } else if (mModel->convert != nullptr) {
     mModel->convert(picture, out, width, height);
   } else if (mModel->swscale) {
-    ConvertBySwscale(picture, out);
+    ConvertRows(picture, out, {0, 1, -1});
   } else {
     std::memcpy(out, picture, static_cast<size_t>(mInputSize));
   }
 }
 
-void ColorFilter::ConvertBySwscale(const uint8_t* picture, uint8_t* out) const {
+void ColorFilter::ConvertRows(const uint8_t* picture, uint8_t* out, const Rows& rows) const {
   const bool configured = mModel->from == AV_PIX_FMT_NONE;
   const AVPixelFormat from = configured ? mInputFormat : mModel->from;
   const AVPixelFormat to = configured ? mOutputFormat : mModel->to;
+  const int count = height / rows.step;
   Planes source;
   Planes target;
   ffmpeg::UniqueScaler scaler;
   // A context of its own for every picture: none of it carries over from one to the next.
   if (source.Fill(picture, from, width, height) && target.Fill(out, to, width, height)) {
-    scaler.reset(
-        sws_getContext(width, height, from, width, height, to, 0, nullptr, nullptr, nullptr));
+    scaler = NewScaler(width, count, from, to, rows.colorPlace);
   }
   if (scaler == nullptr) {
     log_error(kTag, "sws_getContext falied");
     return;
   }
-  if (sws_scale(scaler.get(), source.data.data(), source.strides.data(), 0, height,
+  source.Take(rows.first, rows.step);
+  target.Take(rows.first, rows.step);
+  if (sws_scale(scaler.get(), source.data.data(), source.strides.data(), 0, count,
                 target.data.data(), target.strides.data()) < 0) {
     log_error(kTag, "sws_scale failed");
   }

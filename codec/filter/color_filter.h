@@ -13,7 +13,8 @@ namespace codec {
 class ColorFilter : public MediaFilter {
  public:
   // Reads "color-convert-model" (1 to 23), "input-color-format" and "output-color-format" besides
-  // the size. 0, or -1 after an error line.
+  // the size, and "field-order": the colors of two fields are not mixed where the general model or
+  // the one of "yuv411p" makes fewer rows of colors. 0, or -1 after an error line.
   int Configure(MediaFormat& format) override;
 
   // Model 1 in front of another filter passes `picture` itself on.
@@ -22,7 +23,8 @@ class ColorFilter : public MediaFilter {
  private:
   int SizeBuffers(const char* outputName);
   void Convert(const uint8_t* picture, uint8_t* out) const;
-  void ConvertBySwscale(const uint8_t* picture, uint8_t* out) const;
+  struct Rows;
+  void ConvertRows(const uint8_t* picture, uint8_t* out, const Rows& rows) const;
 
   const ColorModel* mModel = nullptr;
   WorkingBuffer mWorking;
@@ -31,6 +33,7 @@ class ColorFilter : public MediaFilter {
   AVPixelFormat mOutputFormat = AV_PIX_FMT_NONE;
   // What a buffer of the pool must hold.
   int32_t mOutputSize = 0;
+  bool mKeepsFields = false;
 };
 
 }  // namespace codec

@@ -127,13 +127,13 @@ MediaWriter* MakeMediaWriterWithFilter(MediaFormat& format) {
   log_info(kTag, "MakeMediaWriterWithFilter begin...");
   format.Dump();
   if (!CheckInput(format)) return nullptr;
+  SettleFieldOrder(&format);
   std::unique_ptr<MediaFilter> filters = MakeFilters(format);
   if (!filters || AppendOrientation(format, filters.get()) != 0) return nullptr;
   MediaFormat output = format;
   const PictureSizes sizes(format);
   output.SetInt32("width", sizes.Output().width);
   output.SetInt32("height", sizes.Output().height);
-  SettleFieldOrder(format, &output);
   std::unique_ptr<MediaEncoder> encoder = MakeEncoder(output);
   if (!encoder) return nullptr;
   StoreFrameSize(format, sizes.Unturned());

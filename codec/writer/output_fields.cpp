@@ -22,20 +22,20 @@ bool KeepsRows(const MediaFormat& format, int orientation) {
 
 }  // namespace
 
-void SettleFieldOrder(const MediaFormat& input, MediaFormat* output) {
+void SettleFieldOrder(MediaFormat* format) {
   std::string name;
-  input.GetString("field-order", name);
+  format->GetString("field-order", name);
   const FieldOrder order = FieldOrderOf(name).value_or(FieldOrder::kProgressive);
   if (!IsWoven(order)) return;
   int orientation = kUpright;
-  input.GetInt32("orientation", orientation);
-  if (!KeepsRows(input, orientation)) {
+  format->GetInt32("orientation", orientation);
+  if (!KeepsRows(*format, orientation)) {
     log_warn(kTag,
-             "the pictures are interlaced, which scaled or turned ones cannot be; a deinterlacer "
-             "should come first");
-    output->SetString("field-order", FieldOrderName(FieldOrder::kProgressive));
+             "the pictures are interlaced, which scaled or turned ones cannot be; deinterlace the "
+             "clip first");
+    format->SetString("field-order", FieldOrderName(FieldOrder::kProgressive));
   } else if (orientation == kTurn180 || orientation == kFlip) {
-    output->SetString("field-order", FieldOrderName(OppositeOrder(order)));
+    format->SetString("field-order", FieldOrderName(OppositeOrder(order)));
   }
 }
 

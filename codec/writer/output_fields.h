@@ -6,9 +6,9 @@
 
 namespace codec {
 
-// Sets "field-order" of the encoder's format by what the filters of `input` do to the pictures.
-// Filters that mix or turn rows leave no fields; a warning tells. On their heads, the fields come
-// in the opposite order.
-void SettleFieldOrder(const MediaFormat& input, MediaFormat* output);
+// Makes "field-order", which is that of the pictures that come in, the one of those that go out, by
+// the other keys of the format. Filters that mix or turn rows leave no fields; a warning tells. On
+// their heads, the fields come in the opposite order.
+void SettleFieldOrder(MediaFormat* format);
 
 }  // namespace codec

@@ -36,7 +36,16 @@ const std::vector<Stream> kStreams = {
     {3840, 2160, 60, 53000, "superfast"}, {3840, 2160, 120, 53000, "superfast"},
     {7680, 4320, 30, 53000, "ultrafast"}, {7680, 4320, 60, 80000, "ultrafast"}};
 
-H264Load LoadOf(const Stream& stream) {
+// Those that levels with fields allow.
+const std::vector<Stream> kInterlacedStreams = {
+    {176, 144, 15, 64, "medium"},         {352, 288, 25, 500, "superfast"},
+    {352, 576, 25, 700, "fast"},          {352, 560, 25, 700, "slower"},
+    {720, 576, 25, 1000, "superfast"},    {720, 576, 25, 2500, "slower"},
+    {720, 480, 30, 2500, "superfast"},    {1440, 1080, 25, 4000, "superfast"},
+    {1920, 1080, 25, 8000, "superfast"},  {1920, 1080, 30, 8000, "superfast"},
+    {1920, 1080, 30, 10000, "superfast"}, {960, 1040, 25, 2500, "medium"}};
+
+H264Load LoadOf(const Stream& stream, bool hasFields = false) {
   H264Load load;
   load.width = stream.width;
   load.height = stream.height;
@@ -44,12 +53,13 @@ H264Load LoadOf(const Stream& stream) {
   load.maxRate = int64_t{stream.kilobits} * 1000;
   load.bufferSize = 5 * load.maxRate;
   load.references = H264References(stream.preset);
+  load.hasFields = hasFields;
   return load;
 }
 
 // The level that x264 writes where none is asked for: it has a table of its own. The byte stands in
 // the sequence parameters of the stream's header.
-int LevelOfX264(const Stream& stream) {
+int LevelOfX264(const Stream& stream, bool hasFields = false) {
   const ffmpeg::UniqueCodecContext context(
       avcodec_alloc_context3(avcodec_find_encoder_by_name("libx264")));
   context->width = stream.width;
@@ -57,12 +67,14 @@ int LevelOfX264(const Stream& stream) {
   context->time_base = {1, stream.frameRate};
   context->pix_fmt = AV_PIX_FMT_YUV420P;
   context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+  if (hasFields) context->flags |= AV_CODEC_FLAG_INTERLACED_DCT;
   context->thread_count = 1;
   context->bit_rate = int64_t{stream.kilobits} * 1000;
   context->rc_max_rate = context->bit_rate;
   context->rc_buffer_size = static_cast<int>(5 * context->bit_rate);
-  for (const auto& [key, value] :
-       {std::pair{"preset", stream.preset}, {"tune", "zerolatency"}, {"profile", "baseline"}}) {
+  for (const auto& [key, value] : {std::pair{"preset", stream.preset},
+                                   {"tune", "zerolatency"},
+                                   {"profile", hasFields ? "main" : "baseline"}}) {
     EXPECT_GE(av_opt_set(context->priv_data, key, value, 0), 0);
   }
   EXPECT_EQ(avcodec_open2(context.get(), nullptr, nullptr), 0);
@@ -76,6 +88,19 @@ TEST(H264Level, IsTheOneThatTheEncoderFindsByItself) {
         << stream.width << "x" << stream.height << " " << stream.frameRate << " " << stream.kilobits
         << " " << stream.preset;
   }
+}
+
+TEST(H264Level, IsThatOfTheEncoderForFieldsToo) {
+  for (const Stream& stream : kInterlacedStreams) {
+    EXPECT_EQ(H264Level(LoadOf(stream, true)), LevelOfX264(stream, true))
+        << stream.width << "x" << stream.height << " " << stream.frameRate << " " << stream.kilobits
+        << " " << stream.preset;
+  }
+}
+
+TEST(H264Level, GoesByTheRestIfNoLevelHasSuchFields) {
+  const Stream large = {3840, 2160, 30, 35000, "superfast"};
+  EXPECT_EQ(H264Level(LoadOf(large, true)), H264Level(LoadOf(large)));
 }
 
 TEST(H264Level, RisesWithEachDemandAlone) {

@@ -381,5 +381,63 @@ TEST(ColorModelTable, HoldsTheBufferRules) {
   EXPECT_EQ(FindColorModel(23)->working, BufferRule::kAnyFormat);
 }
 
+// A picture whose even rows of color are 60 and whose odd ones are 200; `rows` of color.
+Bytes StripedColors(Size size, int colorBytes, int rows) {
+  Bytes picture(static_cast<size_t>(size.width * size.height), 128);
+  for (int plane = 0; plane < 2; ++plane) {
+    for (int row = 0; row < rows; ++row) {
+      picture.insert(picture.end(), static_cast<size_t>(colorBytes), row % 2 == 0 ? 60 : 200);
+    }
+  }
+  return picture;
+}
+
+Bytes ConvertFields(const ModelRow& row, Size size, const char* order, const Bytes& picture) {
+  const int bytes = FrameSize(size.width, size.height, row.output);
+  const PoolOf pool(bytes);
+  ColorFilter filter;
+  MediaFormat format = ModelFormat(size, row.model, row.input, row.output);
+  format.SetString("field-order", order);
+  EXPECT_EQ(filter.Configure(format), 0);
+  return Filtered(filter, picture, bytes);
+}
+
+TEST(ColorFilterFields, DoNotMixTheirColors) {
+  constexpr Size kSize = {64, 48};
+  struct Input {
+    ModelRow row;
+    int colorBytes;  // of a row
+  };
+  for (const Input& input : {Input{{23, "yuv422p", "yuv420p"}, 32},
+                             {{23, "yuv444p", "yuv420p"}, 64},
+                             {{2, "yuv411p", "yuv420p"}, 16}}) {
+    const Bytes picture = StripedColors(kSize, input.colorBytes, kSize.height);
+    const Bytes striped = StripedColors(kSize, kSize.width / 2, kSize.height / 2);
+    for (const char* order : {"tt", "bb"}) {
+      const Bytes out = ConvertFields(input.row, kSize, order, picture);
+      ASSERT_EQ(out.size(), striped.size()) << input.row.input;
+      for (size_t i = 0; i < out.size(); ++i) {
+        ASSERT_NEAR(out[i], striped[i], 1) << input.row.input << " " << i;
+      }
+    }
+    const Bytes mixed = ConvertFields(input.row, kSize, "progressive", picture);
+    EXPECT_NEAR(mixed.back(), 130, 15) << input.row.input;
+  }
+}
+
+TEST(ColorFilterFields, AreConvertedAsAPictureIfOneHasHalfARowOfColors) {
+  constexpr Size kSize = {64, 46};
+  const ModelRow row = {23, "yuv422p", "yuv420p"};
+  const Bytes picture = Noise(int64_t{kSize.width} * kSize.height * 2);
+  EXPECT_EQ(ConvertFields(row, kSize, "tt", picture), Convert(row, kSize, picture));
+}
+
+TEST(ColorFilterFields, AreOfNoConcernIfRowsOfColorStay) {
+  constexpr Size kSize = {64, 48};
+  const ModelRow row = {3, "yuv420p10le", "yuv420p"};
+  const Bytes picture = Noise(int64_t{kSize.width} * kSize.height * 3);
+  EXPECT_EQ(ConvertFields(row, kSize, "tt", picture), Convert(row, kSize, picture));
+}
+
 }  // namespace
 }  // namespace codec
