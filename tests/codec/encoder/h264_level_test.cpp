@@ -43,7 +43,7 @@ const std::vector<Stream> kInterlacedStreams = {
     {720, 576, 25, 1000, "superfast"},    {720, 576, 25, 2500, "slower"},
     {720, 480, 30, 2500, "superfast"},    {1440, 1080, 25, 4000, "superfast"},
     {1920, 1080, 25, 8000, "superfast"},  {1920, 1080, 30, 8000, "superfast"},
-    {1920, 1080, 30, 10000, "superfast"}, {960, 1040, 25, 2500, "medium"}};
+    {1920, 1080, 30, 10000, "superfast"}, {720, 400, 36, 1000, "superfast"}};
 
 H264Load LoadOf(const Stream& stream, bool hasFields = false) {
   H264Load load;
