@@ -32,6 +32,7 @@ std::optional<DecoderShare> JobMemory::ShareFor(const PictureFacts& facts) {
   needs.pictureBytes = facts.bytes;
   needs.picturesHeld = facts.held;
   needs.outputBytes = (mOutputPixels > 0 ? mOutputPixels : pixels) * 3 / 2;
+  needs.hasFields = facts.hasFields;
   needs.frameRate = facts.frameRate;
   needs.seconds = facts.seconds;
   needs.cores = host.Cores();

@@ -25,6 +25,7 @@ constexpr int64_t kThreadTenths = 45;    // each further thread of the decoder
 constexpr int64_t kHandTenths = 20;      // a picture being read, another being written
 constexpr int64_t kWriterTenths = 50;    // the writer's buffers
 constexpr int64_t kEncoderTenths = 120;  // the encoder's references and interpolated pictures
+constexpr int64_t kFieldTenths = 100;    // the same of single fields
 
 // Bytes a frame in the tables of muxer and demuxer, and frames of sound a second.
 constexpr int64_t kIndexBytes = 256;
@@ -66,8 +67,12 @@ int64_t MemoryPlan::Fixed(int threads) const {
   const double frames = mNeeds.seconds * (mNeeds.frameRate + kSoundFrames);
   const auto index = static_cast<int64_t>(std::clamp(frames, 0.0, 1e9)) * kIndexBytes;
   return mNeeds.held + kBaseBytes + index + DecoderBytes(threads) +
-         Tenths(mNeeds.pictureBytes, kHandTenths) +
-         Tenths(mNeeds.outputBytes, kWriterTenths + kEncoderTenths);
+         Tenths(mNeeds.pictureBytes, kHandTenths) + OutputBytes();
+}
+
+int64_t MemoryPlan::OutputBytes() const {
+  const int64_t fields = mNeeds.hasFields ? kFieldTenths : 0;
+  return Tenths(mNeeds.outputBytes, kWriterTenths + kEncoderTenths + fields);
 }
 
 int64_t MemoryPlan::Least() const { return LimitFor(Fixed(1) + mNeeds.pictureBytes); }

@@ -13,6 +13,7 @@ struct MemoryNeeds {
   int64_t pictureBytes = 0;  // of one packed picture of the input
   int picturesHeld = 0;      // by the decoder, beside the present one
   int64_t outputBytes = 0;   // of one packed picture of the output
+  bool hasFields = false;    // whether the output's pictures may be interlaced
   double frameRate = 0;      // frames per second
   double seconds = 0;        // length of the output
   int cores = 1;             // that may be used at once
@@ -52,6 +53,7 @@ class MemoryPlan {
   static int64_t Usable(int64_t limit);
   static int64_t LimitFor(int64_t bytes);
   int64_t DecoderBytes(int threads) const;
+  int64_t OutputBytes() const;
   // Bytes that the process takes before any picture is kept.
   int64_t Fixed(int threads) const;
   int64_t Left() const { return Usable(mNeeds.limit) - Fixed(mThreads); }

@@ -19,8 +19,9 @@ struct PictureFacts {
   // Whether the streams have been probed, which decodes pictures. Before that, all other members
   // are guesses.
   bool isProbed = false;
-  double frameRate = 0;  // frames per second
-  double seconds = 0;    // length of the input
+  double frameRate = 0;    // frames per second
+  double seconds = 0;      // length of the input
+  bool hasFields = false;  // the header says that pictures are interlaced
 };
 
 // What a decoder may take.

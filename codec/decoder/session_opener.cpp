@@ -10,6 +10,7 @@
 #include "base/log.h"
 #include "codec/decoder/decoder_choice.h"
 #include "codec/decoder/decoder_tag.h"
+#include "codec/decoder/field_probe.h"
 #include "codec/decoder/key_frame_scan.h"
 #include "codec/decoder/length_scan.h"
 #include "codec/decoder/part_scan.h"
@@ -38,6 +39,7 @@ PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream, bool l
   facts.height = parameters->height;
   facts.bytes = std::max(0, av_image_get_buffer_size(format, facts.width, facts.height, 1));
   facts.held = PicturesHeld(parameters);
+  facts.hasFields = IsWoven(NamedOrder(parameters->field_order));
   facts.frameRate = stream->avg_frame_rate.den > 0 ? av_q2d(stream->avg_frame_rate) : 0;
   facts.seconds = DurationSeconds(file->duration, stream->duration, stream->time_base);
   return facts;

@@ -114,6 +114,38 @@ INSTANTIATE_TEST_SUITE_P(
              Outcome::kEveryPicture}),
     [](const testing::TestParamInfo<Case>& test) { return std::string(test.param.name); });
 
+// The encoder keeps single fields beside whole pictures.
+TEST(MemoryGroupsOfFields, GetEveryPictureOrARefusalAndNoKill) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer takes memory of its own";
+#endif
+  constexpr int kPictures = 20;
+  std::vector<std::string> words = {"-f",  "lavfi",
+                                    "-i",  SceneFilter(1920, 1080, "50"),
+                                    "-vf", "tinterlace=mode=interleave_top,setfield=tff"};
+  AppendWords(
+      "-c:v libx264 -preset superfast -pix_fmt yuv420p -flags +ildct+ilme -x264-params "
+      "tff=1 -g 6 -frames:v " +
+          std::to_string(kPictures),
+      &words);
+  const std::string clip = CustomClip("limit_fields.mp4", words);
+  for (const int megabytes : {140, 170}) {
+    const std::string output = ScratchPath("limit_fields.mp4");
+    const MemoryGroup group(megabytes * kMegabyte);
+    if (!group.Exists()) GTEST_SKIP() << "the host gives no control group with a limit of memory";
+    const CommandResult result = group.Run({ProgramPath(), "-i", clip, "-o", output});
+    EXPECT_EQ(group.Kills(), 0);
+    if (megabytes == 140) {
+      EXPECT_EQ(result.status, 255) << result.err;
+      EXPECT_NE(result.err.find(" MB of memory, there are 140 MB"), std::string::npos);
+      continue;
+    }
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(StreamFields(output, "v").at("field_order"), "bb");
+    EXPECT_EQ(DecodeLuma(output).size(), static_cast<size_t>(kPictures));
+  }
+}
+
 TEST(MemoryOption, IsKeptTo) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "a sanitizer takes memory of its own";

@@ -64,6 +64,17 @@ TEST(MemoryPlan, FitsIntoTheLeastLimitAndIntoNoSmallerOne) {
   }
 }
 
+TEST(MemoryPlan, NeedsTenPicturesMoreForFieldsOfTheOutput) {
+  for (const int64_t picture : kPictures) {
+    MemoryNeeds needs = Needs(kGigabyte, picture);
+    needs.outputBytes = picture / 2;
+    const int64_t least = MemoryPlan(needs).Least();
+    needs.hasFields = true;
+    EXPECT_GE(MemoryPlan(needs).Least(), least + 10 * (picture / 2) - 100);
+    EXPECT_LT(MemoryPlan(needs).Least(), least + 11 * (picture / 2));
+  }
+}
+
 TEST(MemoryPlan, NeedsLessForProbing) {
   for (const int64_t picture : kPictures) {
     const MemoryPlan plan(Needs(kGigabyte, picture));
