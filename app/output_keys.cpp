@@ -111,7 +111,7 @@ std::vector<OutputKey> MakeKeys() {
       Text("chroma-location", "the same: `left`"),
       Text("field-order",
            "`tt` or `bb` encodes each picture as two fields, of which the top or the bottom one is "
-           "shown first, `progressive` (unless set) as a whole; `libx264` only"),
+           "shown first, `progressive` (unless set) as a whole; `libx264` only, in profile Main"),
       Flag(
           "true-level",
           "1 has `libx264` name the H.264 level that size, rate, buffer and preset need, 0 (unless "

@@ -72,11 +72,10 @@ void SetFieldCoding(FieldOrder order, EncoderOptions* options) {
 }
 
 // Tells decoders what they need, once all that it hangs on is settled.
-void SetTrueLevel(const EncoderSettings& settings, const std::string& codecName,
-                  EncoderOptions* options) {
+void SetTrueLevel(const EncoderSettings& settings, bool hasFields, EncoderOptions* options) {
   const H264Load load =
       H264LoadOf(settings, (*options)["preset"], std::stoll((*options)["maxrate"]),
-                 std::stoll((*options)["bufsize"]), IsWoven(EncodedFields(settings, codecName)));
+                 std::stoll((*options)["bufsize"]), hasFields);
   (*options)["level"] = std::to_string(H264Level(load));
 }
 
@@ -95,9 +94,10 @@ void ApplyVideoOptions(const EncoderSettings& settings, const std::string& codec
   SetKeyFrameInterval(settings, options);
   SetRateControl(settings, options);
   const FieldOrder fields = EncodedFields(settings, codecName);
-  if (IsWoven(fields)) SetFieldCoding(fields, options);
-  if (settings.hasTrueLevel && codecName == kSoftwareCodec)
-    SetTrueLevel(settings, codecName, options);
+  const bool hasFields = IsWoven(fields);
+  if (hasFields) SetFieldCoding(fields, options);
+  const bool tellsLevel = settings.hasTrueLevel && codecName == kSoftwareCodec;
+  if (tellsLevel) SetTrueLevel(settings, hasFields, options);
   if (codecName == "gif") {
     for (const char* key : {"profile", "preset", "level"}) options->erase(key);
   }

@@ -9,6 +9,7 @@
 #include "base/log.h"
 #include "codec/encoder/encoder_options.h"
 #include "codec/encoder/ffmpeg_encoder_impl.h"
+#include "codec/ffmpeg/log_bridge.h"
 #include "tests/codec/encoder/encoder_fixture.h"
 #include "tests/support/command.h"
 #include "tests/support/media_reading.h"
@@ -92,7 +93,9 @@ TEST(Interlacing, IsReadBackFromEveryContainer) {
   }
 }
 
+// The encoder's own lines count.
 TEST(Interlacing, IsKeptAtAnyPresetWithoutAWarning) {
+  ffmpeg::InstallLogBridge();
   for (const char* preset : {"ultrafast", "superfast", "medium", "placebo", "9"}) {
     const LogCapture log;
     const std::string path = ScratchPath("preset.mp4");
@@ -109,6 +112,7 @@ TEST(Interlacing, IsKeptAtAnyPresetWithoutAWarning) {
       EXPECT_GT(line.level, kLogWarn) << line.text;
     }
   }
+  av_log_set_callback(av_log_default_callback);
 }
 
 TEST(Interlacing, IsLeftOffWithOneWarningIfTheHeightHasNoRoomForIt) {
