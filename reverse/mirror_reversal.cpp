@@ -119,8 +119,7 @@ bool MirrorReversal::MayBeQuiet(double start, double end) {
 int MirrorReversal::PrepareRate() {
   const int rate = mSound->SampleRate();
   const int encoded = NearestSampleRate(kAudioEncoder, rate);
-  if (encoded == rate) return 0;
-  log_info(kTag, "sound of %d Hz is resampled to %d Hz", rate, encoded);
+  if (encoded != rate) log_info(kTag, "sound of %d Hz is resampled to %d Hz", rate, encoded);
   mResampler = std::make_unique<SoundResampler>();
   return mResampler->Open(rate, encoded);
 }

@@ -47,7 +47,7 @@ class MirrorReversal : public Reversal {
   double mZero = 0;                            // of the mirror, in the file's stamps, in seconds
   std::unique_ptr<SoundWalk> mSound;           // null without sound
   double mDuration = 0;                        // seconds
-  std::unique_ptr<SoundResampler> mResampler;  // null if the encoder takes the sound's rate
+  std::unique_ptr<SoundResampler> mResampler;  // to the encoder's rate; null without sound
 };
 
 }  // namespace codec

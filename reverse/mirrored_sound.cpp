@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "codec/decoder/ffmpeg_decoder.h"
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "reverse/audio_samples.h"
 #include "reverse/stamp_rounding.h"
 
@@ -38,7 +39,6 @@ void MirroredSound::WriteDownTo(double seconds) {
 
 void MirroredSound::Finish() {
   WriteDownTo(mStart);
-  mBlockNumbers.clear();
   WritePieces(mTimeline.Finish());
   if (mResampler == nullptr) return;
   mResampler->Finish(&mResampled);
@@ -52,19 +52,35 @@ void MirroredSound::WriteNextSecond() {
   // A failure of the host is kept by the reader, and ends the job. Its sound is silent.
   if (mReader->Read(from, mTop + kOverlap, &mStretch) != 0) mStretch.Clear();
   NoteLost(from);
-  mBlockNumbers.clear();
-  std::vector<SampleBlock> blocks;
-  const size_t newOnes = CountNew();
-  for (size_t i = 0; i < newOnes; ++i) {
-    const StretchBlock& block = mStretch.blocks[i];
-    if (block.time + static_cast<double>(block.samples) / mRange.rate <= from) continue;
-    mBlockNumbers.push_back(i);
-    blocks.push_back({mRange.At(block.time), block.samples});
-  }
-  UndoRounding(&blocks, mRange.rate);
-  WritePieces(mTimeline.Step(blocks, mRange.At(from)));
-  if (!blocks.empty()) mEarliest = mStretch.blocks[mBlockNumbers.front()].time;
+  TakeBlocks(from);
+  UndoRounding(&mBlocks, mRange.rate);
+  WritePieces(mTimeline.Step(mBlocks, mRange.At(from)));
+  if (!mBlocks.empty()) mEarliest = mStretch.blocks[mBlockNumbers.front()].time;
   mTop = from;
+}
+
+// Newest first, so that lengths add up over all readings.
+void MirroredSound::TakeBlocks(double from) {
+  mBlockNumbers.clear();
+  mBlocks.clear();
+  for (size_t i = CountNew(); i-- > 0;) {
+    const StretchBlock& block = mStretch.blocks[i];
+    if (block.time + block.Seconds() <= from) continue;
+    mBlockNumbers.push_back(i);
+    mBlocks.push_back({mRange.At(block.time), LengthOnLine(block)});
+  }
+  std::reverse(mBlockNumbers.begin(), mBlockNumbers.end());
+  std::reverse(mBlocks.begin(), mBlocks.end());
+}
+
+// At the rate of the line a block of another rate does not last for whole samples. So the lengths
+// are rounded such that those of all such blocks in turn are right.
+int64_t MirroredSound::LengthOnLine(const StretchBlock& block) {
+  if (block.rate != mTakenRate) mTaken = 0;
+  mTakenRate = block.rate;
+  const int64_t before = av_rescale(mTaken, mRange.rate, block.rate);
+  mTaken += block.samples;
+  return av_rescale(mTaken, mRange.rate, block.rate) - before;
 }
 
 // The blocks before the one that was taken last are new. Stamps may overlap by half a block, as
@@ -76,8 +92,7 @@ size_t MirroredSound::CountNew() const {
     return std::abs(block.time - mEarliest) < kSame;
   };
   const auto isLater = [this](const StretchBlock& block) {
-    const double middle = block.time + static_cast<double>(block.samples) / mRange.rate / 2;
-    return middle >= mEarliest;
+    return block.time + block.Seconds() / 2 >= mEarliest;
   };
   const auto begin = mStretch.blocks.begin();
   const auto end = mStretch.blocks.end();
@@ -107,28 +122,39 @@ void MirroredSound::WritePieces(const std::vector<SoundPiece>& pieces) {
       WriteSilence(piece.samples);
       continue;
     }
-    const StretchBlock& block = mStretch.blocks[mBlockNumbers[piece.block]];
-    float* const samples =
-        mStretch.samples.data() + block.offset + static_cast<size_t>(piece.first) * kChannels;
-    const auto bytes = static_cast<uint32_t>(piece.samples * kChannels * sizeof(float));
-    ReverseAudioSamples(reinterpret_cast<uint8_t*>(samples), bytes, kChannels, kPackedFloat);
-    Write(samples, piece.samples);
+    WriteBlock(mStretch.blocks[mBlockNumbers[piece.block]], mBlocks[piece.block].samples, piece);
   }
+}
+
+// The piece is a part of the block's length on the line.
+void MirroredSound::WriteBlock(const StretchBlock& block, int64_t length, const SoundPiece& piece) {
+  const int64_t first = av_rescale(piece.first, block.samples, length);
+  const int64_t count = av_rescale(piece.first + piece.samples, block.samples, length) - first;
+  float* const samples =
+      mStretch.samples.data() + block.offset + static_cast<size_t>(first) * kChannels;
+  const auto bytes = static_cast<uint32_t>(count * kChannels * sizeof(float));
+  ReverseAudioSamples(reinterpret_cast<uint8_t*>(samples), bytes, kChannels, kPackedFloat);
+  mWritten += piece.samples;
+  Write(samples, count, block.rate);
 }
 
 // A pause may be hours long; it is written in parts of a second.
 void MirroredSound::WriteSilence(int64_t samples) {
+  mWritten += samples;
   for (int64_t left = samples; left > 0;) {
     const int64_t part = std::min<int64_t>(left, mRange.rate);
     mSilence.resize(static_cast<size_t>(mRange.rate) * kChannels);
-    Write(mSilence.data(), part);
+    Write(mSilence.data(), part, mRange.rate);
     left -= part;
   }
 }
 
-void MirroredSound::Write(float* samples, int64_t count) {
-  mWritten += count;
-  if (mResampler == nullptr) {
+void MirroredSound::Write(float* samples, int64_t count, int rate) {
+  if (mResampler != nullptr && mResampler->InputRate() != rate) {
+    mResampler->ChangeInputRate(rate, &mResampled);
+    HandOver(mResampled.data(), static_cast<int64_t>(mResampled.size()) / kChannels);
+  }
+  if (mResampler == nullptr || mResampler->PassesThrough()) {
     HandOver(samples, count);
     return;
   }

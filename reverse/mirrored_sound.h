@@ -21,8 +21,9 @@ namespace codec {
 // Used by one thread. Reader, writer and resampler belong to the caller.
 class MirroredSound {
  public:
-  // The range is [start, end) in seconds; `rate` in samples a second. Where there is a resampler,
-  // the sound passes through it on its way to the writer.
+  // The range is [start, end) in seconds; `rate` in samples a second, of the time line. The sound
+  // passes through the resampler, opened for `rate`, on its way to the writer. The resampler may be
+  // null if all sound comes at `rate`, and the writer takes this rate.
   MirroredSound(SoundReader* reader, MediaWriter* writer, double start, double end, int rate,
                 SoundResampler* resampler = nullptr);
 
@@ -41,9 +42,12 @@ class MirroredSound {
   void WriteNextSecond();
   size_t CountNew() const;
   void NoteLost(double from);
+  void TakeBlocks(double from);
+  int64_t LengthOnLine(const StretchBlock& block);
   void WritePieces(const std::vector<SoundPiece>& pieces);
+  void WriteBlock(const StretchBlock& block, int64_t length, const SoundPiece& piece);
   void WriteSilence(int64_t samples);
-  void Write(float* samples, int64_t count);
+  void Write(float* samples, int64_t count, int rate);
   void HandOver(float* samples, int64_t count);
 
   SoundReader* const mReader;
@@ -55,13 +59,17 @@ class MirroredSound {
 
   double mTop;  // sound at or after this time, in seconds, has been read
   double mEarliest = std::numeric_limits<double>::infinity();  // start of the block taken last
+  // Samples of the blocks taken since their rate changed last, and this rate.
+  int64_t mTaken = 0;
+  int mTakenRate = 0;
   // Samples of a channel: of the range, and of what the writer was given.
   int64_t mWritten = 0;
   int64_t mHandedOver = 0;
   SoundAccount mAccount;  // of what was lost
 
   SoundStretch mStretch;              // of the second being written
-  std::vector<size_t> mBlockNumbers;  // in mStretch, of the blocks given to the time line
+  std::vector<SampleBlock> mBlocks;   // given to the time line
+  std::vector<size_t> mBlockNumbers;  // of these in mStretch
   std::vector<float> mSilence;        // zeros
   std::vector<float> mResampled;
 };

@@ -86,9 +86,16 @@ bool AudioConverter::SetForm(const SoundForm& form) {
   return true;
 }
 
+void AudioConverter::AdaptChangesFrom(const AVFrame* first) {
+  mFirstRate = first->sample_rate;
+  mFirstChannels = ffmpeg::Channels(first);
+}
+
 int AudioConverter::Deliver(const AVFrame* frame, uint8_t* buffer) {
   if (frame->nb_samples <= 0) return -1;
-  if (frame->sample_rate != mSampleRate) return Drop("audio frame has another sample rate");
+  const bool adapts = mFirstRate > 0;
+  const bool hasRate = adapts ? frame->sample_rate > 0 : frame->sample_rate == mSampleRate;
+  if (!hasRate) return Drop("audio frame has another sample rate");
   // A stream may change its form in its middle, and with AAC the first frame may bring out that a
   // stream announced as mono is stereo.
   if (!SetForm(FormOf(static_cast<AVSampleFormat>(frame->format), ffmpeg::Channels(frame),
@@ -100,7 +107,18 @@ int AudioConverter::Deliver(const AVFrame* frame, uint8_t* buffer) {
   const int bytes = IsConverting() ? Convert(frame, buffer) : Copy(frame, buffer);
   if (bytes < 0) return Drop("audio frame could not be converted");
   mDrops.Delivered();
+  if (adapts) WarnOfChange(frame);
   return bytes;
+}
+
+void AudioConverter::WarnOfChange(const AVFrame* frame) {
+  const int channels = ffmpeg::Channels(frame);
+  const bool isFirst = frame->sample_rate == mFirstRate && channels == mFirstChannels;
+  if (mHasWarned || isFirst) return;
+  mHasWarned = true;
+  log_warn(kDecoderTag,
+           "sound is %d Hz with %d channels instead of %d Hz with %d, such sound is converted",
+           frame->sample_rate, channels, mFirstRate, mFirstChannels);
 }
 
 int AudioConverter::Copy(const AVFrame* frame, uint8_t* buffer) {
@@ -117,7 +135,7 @@ int AudioConverter::Convert(const AVFrame* frame, uint8_t* buffer) {
       swr_convert(mResampler.get(), &buffer, frame->nb_samples,
                   const_cast<const uint8_t**>(frame->extended_data), frame->nb_samples);
   if (mFailure.Note(samples) < 0) return -1;
-  mConvertedSeconds += static_cast<double>(samples) / mSampleRate;
+  mConvertedSeconds += static_cast<double>(samples) / frame->sample_rate;
   if (samples == 0) return 0;
   return av_samples_get_buffer_size(nullptr, kTargetChannels, samples, kTargetFormat, 1);
 }

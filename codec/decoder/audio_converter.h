@@ -39,6 +39,11 @@ class AudioConverter {
   // unless called.
   void NormalizeMix() { mNormalizes = true; }
 
+  // Sound of another sample rate than announced is delivered at the rate of its frame, instead of
+  // being dropped. One warning tells of sound whose rate or channels differ from those of `first`,
+  // the stream's first frame. Off unless called.
+  void AdaptChangesFrom(const AVFrame* first);
+
   // Copies or converts a frame into `buffer`, which holds MaxBlockBytes(), and returns the bytes
   // that count. A frame that cannot be delivered is dropped with a warning and gives -1.
   //
@@ -63,11 +68,16 @@ class AudioConverter {
   int Copy(const AVFrame* frame, uint8_t* buffer);
   int Convert(const AVFrame* frame, uint8_t* buffer);
   int Drop(const char* reason);
+  void WarnOfChange(const AVFrame* frame);
 
   int mSampleRate = 0;
   int mMaxBlockBytes = 0;
   bool mWholeBlocks = false;
   bool mNormalizes = false;
+  // Of the stream's first frame; 0 if changes are not adapted.
+  int mFirstRate = 0;
+  int mFirstChannels = 0;
+  bool mHasWarned = false;
   AVSampleFormat mDeliveredFormat = AV_SAMPLE_FMT_NONE;
   // Nothing if the converter could not be made.
   std::optional<SoundForm> mForm;

@@ -44,6 +44,7 @@ void SoundCut::Keep(const AVFrame* frame, double time) {
   StretchBlock block;
   block.time = time;
   block.samples = static_cast<int>(delivered);
+  block.rate = frame->sample_rate;
   block.offset = offset;
   block.begins = mBegins;
   mOut->blocks.push_back(block);

@@ -11,9 +11,12 @@ namespace codec {
 struct StretchBlock {
   double time = 0;      // of the first sample, in seconds
   int samples = 0;      // a channel
+  int rate = 0;         // samples a second; a stream may change it
   size_t offset = 0;    // of the first sample in SoundStretch::samples
   bool begins = false;  // the stream's first block
   bool ends = false;    // the stream's last block
+
+  double Seconds() const { return rate > 0 ? static_cast<double>(samples) / rate : 0; }
 };
 
 // A packet that could not be decoded.

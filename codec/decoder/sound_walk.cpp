@@ -55,6 +55,9 @@ int SoundWalk::FindFirstTime() {
     mDecoder.Send(more ? packet.get() : nullptr);
     if (!mDecoder.Receive(mFrame.get())) continue;
     const ffmpeg::FrameGuard frameGuard(mFrame.get());
+    // A decoder may have been announced another rate than the one that it gives.
+    if (mFrame->sample_rate > 0) mSampleRate = mFrame->sample_rate;
+    mConverter.AdaptChangesFrom(mFrame.get());
     const int64_t stamp = mFrame->best_effort_timestamp;
     mFirstTime = stamp == AV_NOPTS_VALUE ? 0 : mInput.Seconds(stamp);
     // Not every container says how long a packet lasts.

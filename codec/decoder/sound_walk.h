@@ -47,7 +47,7 @@ class SoundWalk : public SoundReader {
 
   int Read(double from, double to, SoundStretch* out) override;
 
-  // Samples a second, of a channel.
+  // Samples a second of a channel, at the start of the stream.
   int SampleRate() const { return mSampleRate; }
   // FFmpeg's number of the first failure that is the host's (want of memory); 0 while there was
   // none.

@@ -2,6 +2,7 @@
 #include "codec/utils/sound_resampler.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "base/log.h"
@@ -16,32 +17,56 @@ constexpr size_t kChannels = 2;
 }  // namespace
 
 int SoundResampler::Open(int inRate, int outRate) {
-  mInRate = inRate;
   mOutRate = outRate;
+  mOwed = 0;
+  return Begin(inRate) < 0 ? -1 : 0;
+}
+
+int SoundResampler::Begin(int inRate) {
+  mInRate = inRate;
   mTaken = 0;
   mGiven = 0;
-  mContext = ffmpeg::NewRateConverter(inRate, outRate);
-  if (mContext != nullptr && swr_init(mContext.get()) >= 0) return 0;
   mContext.reset();
-  log_error(kTag, "no way from %d Hz to %d Hz", inRate, outRate);
-  return -1;
+  const bool passes = PassesThrough() && inRate > 0;
+  if (!passes) mContext = ffmpeg::NewRateConverter(inRate, mOutRate);
+  const int created = passes || mContext != nullptr ? 0 : AVERROR(ENOMEM);
+  const int result = created == 0 && !passes ? swr_init(mContext.get()) : created;
+  mIsReady = result >= 0;
+  if (!mIsReady) log_error(kTag, "no way from %d Hz to %d Hz", inRate, mOutRate);
+  return result;
+}
+
+int SoundResampler::ChangeInputRate(int inRate, std::vector<float>* out) {
+  const double whole = Whole();
+  Finish(out);
+  mOwed = whole - static_cast<double>(mGiven);
+  return mFailure.Keep(Begin(inRate));
+}
+
+double SoundResampler::Whole() const {
+  return mIsReady ? static_cast<double>(mTaken) * mOutRate / mInRate + mOwed : mOwed;
 }
 
 int SoundResampler::Convert(const float* samples, int64_t count, std::vector<float>* out) {
   out->clear();
-  if (mContext == nullptr || count > std::numeric_limits<int>::max()) return AVERROR(EINVAL);
+  if (!mIsReady || count > std::numeric_limits<int>::max()) return AVERROR(EINVAL);
   if (count <= 0) return 0;
   mTaken += count;
+  if (mContext == nullptr) {
+    out->assign(samples, samples + static_cast<size_t>(count) * kChannels);
+    mGiven += count;
+    return 0;
+  }
   return Run(samples, static_cast<int>(count), out);
 }
 
 int SoundResampler::Finish(std::vector<float>* out) {
   out->clear();
-  if (mContext == nullptr) return AVERROR(EINVAL);
-  const int64_t whole = av_rescale_rnd(mTaken, mOutRate, mInRate, AV_ROUND_NEAR_INF);
-  const int64_t left = std::max<int64_t>(whole - mGiven, 0);
-  const int result = left == 0 ? 0 : Run(nullptr, 0, out);
-  mGiven = std::max(whole, mGiven);
+  if (!mIsReady) return AVERROR(EINVAL);
+  const int64_t before = mGiven;
+  const int64_t left = std::max<int64_t>(std::llround(Whole()) - before, 0);
+  const int result = left == 0 || mContext == nullptr ? 0 : Run(nullptr, 0, out);
+  mGiven = before + left;
   out->resize(static_cast<size_t>(left) * kChannels);
   return result;
 }

@@ -47,6 +47,7 @@ class FakeSound : public SoundReader {
       StretchBlock given;
       given.time = time;
       given.samples = block.length;
+      given.rate = kRate;
       given.offset = out->samples.size();
       out->blocks.push_back(given);
       for (int i = 0; i < block.length; ++i) {

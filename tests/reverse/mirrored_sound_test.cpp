@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "tests/reverse/mirror_fakes.h"
@@ -94,6 +96,98 @@ TEST(MirroredSound, StampsTenHoursWithoutAnError) {
   mirrored.Finish();
   EXPECT_EQ(mirrored.Written(), int64_t{36000} * kRate);
   EXPECT_TRUE(writer.isContiguous);
+}
+
+// What a player hears of one channel: two tones that glide, and so tell the time.
+float Sweep(double seconds) {
+  constexpr double kTurn = 2 * 3.14159265358979323846;
+  return static_cast<float>(0.3 * std::sin(kTurn * (220 * seconds + 90 * seconds * seconds)) +
+                            0.2 * std::sin(kTurn * (1500 * seconds - 37 * seconds * seconds)));
+}
+
+// The sweep in blocks of 1024 samples. Their rate changes, their stamps have ticks of 90 kHz.
+class ChangingSound : public SoundReader {
+ public:
+  // From the time at which the sound before ends, for at least so many seconds.
+  void Add(int rate, double seconds) {
+    const double from = mEnd;
+    for (int i = 0; mEnd < from + seconds; ++i) {
+      mBlocks.push_back({rate, from + static_cast<double>(i) * kLength / rate});
+      mEnd = from + static_cast<double>(i + 1) * kLength / rate;
+    }
+  }
+  double End() const { return mEnd; }
+
+  int Read(double from, double to, SoundStretch* out) override {
+    out->Clear();
+    for (const Block& block : mBlocks) {
+      StretchBlock given;
+      given.time = std::round(block.time * 90000) / 90000;
+      given.samples = kLength;
+      given.rate = block.rate;
+      given.offset = out->samples.size();
+      if (given.time + given.Seconds() <= from || given.time >= to) continue;
+      out->blocks.push_back(given);
+      for (int i = 0; i < kLength; ++i) {
+        const float sample = Sweep(block.time + static_cast<double>(i) / block.rate);
+        out->samples.insert(out->samples.end(), {sample, -sample});
+      }
+    }
+    return 0;
+  }
+
+ private:
+  static constexpr int kLength = 1024;
+  struct Block {
+    int rate;
+    double time;
+  };
+  std::vector<Block> mBlocks;
+  double mEnd = 0;
+};
+
+// Keeps the left channel.
+class SampleWriter : public FakeSoundWriter {
+ public:
+  void WriteFrame(int /*type*/, uint8_t* data, uint32_t size, int64_t /*pts*/) override {
+    const auto* const floats = reinterpret_cast<const float*>(data);
+    for (size_t i = 0; i < size / sizeof(float); i += 2) left.push_back(floats[i]);
+  }
+  std::vector<float> left;
+};
+
+// The sweep as a formula gives it at the rate of the line. Left out is a twentieth of a second
+// around each change, where filters look beyond the sound. Stamps are rounded, so that one stretch
+// may lie half a sample beside the other.
+TEST(MirroredSound, PutsOtherRatesInTheirPlace) {
+  constexpr int kLine = 48000;
+  constexpr double kMargin = 0.05;
+  ChangingSound sound;
+  std::vector<double> changes = {0};
+  for (const auto& [rate, seconds] :
+       {std::pair{48000, 2.3}, {44100, 3.4}, {32000, 1.1}, {48000, 0.7}}) {
+    sound.Add(rate, seconds);
+    changes.push_back(sound.End());
+  }
+  for (const auto& [start, end] : {std::pair{0.0, sound.End()}, {1.37, 4.9}, {3.1, 6.3}}) {
+    SoundResampler resampler;
+    ASSERT_EQ(resampler.Open(kLine, kLine), 0);
+    SampleWriter writer;
+    MirroredSound mirrored(&sound, &writer, start, end, kLine, &resampler);
+    mirrored.Finish();
+    const SampleRange range = SampleRange::Of(start, end, kLine);
+    EXPECT_EQ(mirrored.Written(), range.Samples());
+    // One of rounding.
+    ASSERT_NEAR(static_cast<double>(writer.left.size()), static_cast<double>(range.Samples()), 1);
+    changes.back() = end;
+    for (size_t i = 0; i < writer.left.size(); ++i) {
+      const double time = static_cast<double>(range.end - 1 - static_cast<int64_t>(i)) / kLine;
+      const auto isNear = [time](double change) { return std::abs(time - change) < kMargin; };
+      if (std::any_of(changes.begin(), changes.end(), isNear) || isNear(start)) continue;
+      constexpr double kSteepest = 2 * 3.1416 * (0.3 * 1700 + 0.2 * 1500);  // a second
+      ASSERT_NEAR(writer.left[i], Sweep(time), kSteepest * 1.1 / kLine) << start << " " << time;
+    }
+  }
 }
 
 }  // namespace

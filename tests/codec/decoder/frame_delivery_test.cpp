@@ -254,6 +254,30 @@ TEST_F(SoundDelivery, DropsAnotherSampleRateWithOneWarningARun) {
             2);
 }
 
+// The samples of a frame are its own, whatever its rate; only what follows from the rate changes.
+TEST_F(SoundDelivery, DeliversOtherRatesAndChannelsWithOneWarningIfAskedTo) {
+  ASSERT_EQ(Open(AV_SAMPLE_FMT_FLTP, 2, 24000), 0);
+  mConverter.AdaptChangesFrom(MakeSound(AV_SAMPLE_FMT_FLTP, 2, 48000, 64).get());
+  const LogCapture log;
+  EXPECT_EQ(Deliver(MakeSound(AV_SAMPLE_FMT_FLTP, 2, 48000, 48)), 48 * 8);
+  EXPECT_DOUBLE_EQ(mConverter.ConvertedSeconds(), 0.001);
+  EXPECT_TRUE(log.Lines().empty());
+  auto other = MakeSound(AV_SAMPLE_FMT_FLTP, 2, 44100, 441);
+  Floats(other, 0)[440] = 0.25F;
+  Floats(other, 1)[440] = -0.5F;
+  EXPECT_EQ(Deliver(other), 441 * 8);
+  EXPECT_EQ(mBlock[880], 0.25F);
+  EXPECT_EQ(mBlock[881], -0.5F);
+  EXPECT_DOUBLE_EQ(mConverter.ConvertedSeconds(), 0.011);
+  EXPECT_EQ(Deliver(MakeSound(AV_SAMPLE_FMT_S16, 6, 48000, 64)), 64 * 8);
+  EXPECT_EQ(Deliver(MakeSound(AV_SAMPLE_FMT_FLTP, 2, 0, 64)), -1);
+  EXPECT_EQ(log.CountContaining(kLogWarn, kDecoderTestTag, "such sound is converted"), 1);
+  EXPECT_EQ(log.Count(kLogWarn, kDecoderTestTag,
+                      "sound is 44100 Hz with 2 channels instead of 48000 Hz with 2, such sound is "
+                      "converted"),
+            1);
+}
+
 TEST_F(SoundDelivery, DropsABlockLargerThanTheRoom) {
   ASSERT_EQ(Open(AV_SAMPLE_FMT_U8, 1, 48000), 0);
   EXPECT_EQ(mConverter.MaxBlockBytes(), 131072 * 8);

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace codec {
@@ -90,6 +92,63 @@ TEST(SoundResampler, GivesSoundOfTheSameLengthHoweverShortItIs) {
                 std::llround(static_cast<double>(samples) * to / from));
     }
   }
+}
+
+// A tone of a second at each of these rates in turn. Each second has whole periods.
+TEST(SoundResampler, GivesATonePureThatComesAtChangingRates) {
+  constexpr int kOut = 48000;
+  constexpr int kIn[] = {44100, 48000, 32000, 96000, 48000};
+  SoundResampler resampler;
+  ASSERT_EQ(resampler.Open(kIn[0], kOut), 0);
+  std::vector<float> all;
+  std::vector<float> part;
+  for (const int rate : kIn) {
+    ASSERT_EQ(resampler.ChangeInputRate(rate, &part), 0);
+    all.insert(all.end(), part.begin(), part.end());
+    EXPECT_EQ(all.size() % (2 * kOut), 0U);
+    EXPECT_EQ(resampler.InputRate(), rate);
+    EXPECT_EQ(resampler.PassesThrough(), rate == kOut);
+    ASSERT_EQ(resampler.Convert(Tone(440, rate, rate).data(), rate, &part), 0);
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  ASSERT_EQ(resampler.Finish(&part), 0);
+  all.insert(all.end(), part.begin(), part.end());
+  ASSERT_EQ(all.size(), 5U * 2 * kOut);
+  for (int second = 0; second < 5; ++second) {
+    const auto from = all.begin() + std::ptrdiff_t{second} * 2 * kOut;
+    EXPECT_LT(Decibels({from, from + 2 * kOut}, Tone(440, kOut, kOut), kOut), -90) << second;
+  }
+}
+
+// Of a single stretch each would be rounded by up to half a sample.
+TEST(SoundResampler, KeepsTheLengthOverManyChangesOfRate) {
+  constexpr int kOut = 48000;
+  constexpr std::pair<int, int> kStretches[] = {{44100, 1001}, {32000, 1}, {48000, 3}, {11025, 7}};
+  SoundResampler resampler;
+  ASSERT_EQ(resampler.Open(kOut, kOut), 0);
+  std::vector<float> part;
+  size_t given = 0;
+  double seconds = 0;
+  for (int i = 0; i < 400; ++i) {
+    const auto& [rate, samples] = kStretches[i % 4];
+    ASSERT_EQ(resampler.ChangeInputRate(rate, &part), 0);
+    given += part.size() / 2;
+    EXPECT_NEAR(static_cast<double>(given), seconds * kOut, 0.5001) << i;
+    ASSERT_EQ(resampler.Convert(Tone(100, rate, samples).data(), samples, &part), 0);
+    given += part.size() / 2;
+    seconds += static_cast<double>(samples) / rate;
+  }
+  EXPECT_EQ(resampler.Failure(), 0);
+}
+
+TEST(SoundResampler, TellsOfARateThatItCannotGoOnWith) {
+  SoundResampler resampler;
+  ASSERT_EQ(resampler.Open(44100, 48000), 0);
+  std::vector<float> out;
+  EXPECT_LT(resampler.ChangeInputRate(0, &out), 0);
+  EXPECT_LT(resampler.Failure(), 0);
+  const float samples[2] = {};
+  EXPECT_LT(resampler.Convert(samples, 1, &out), 0);
 }
 
 TEST(SoundResampler, RefusesRatesThatAreNone) {
