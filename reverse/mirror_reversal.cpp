@@ -2,6 +2,7 @@
 #include "reverse/mirror_reversal.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string>
 
 #include "base/log.h"
@@ -28,6 +29,9 @@ constexpr double kSeekEarly = 0.02;
 // Sound that begins earlier than the first picture by more than this is heard before it; less is
 // how containers interleave.
 constexpr double kEarlySound = 0.1;
+
+// Samples of a frame of the encoder.
+constexpr int kSoundFrame = 1024;
 
 // Of stretches without picture or sound, in seconds: one that counts, and how much of the range
 // they may take together.
@@ -68,7 +72,7 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
   mZero = zero;
   decoder->SetZero(zero);
   if (mSound != nullptr) mSound->SetZero(zero);
-  mDuration = decoder->Duration();
+  mDuration = WithoutRounding(decoder->Duration());
   info->field_order = decoder->Fields();
   info->duration = static_cast<float>(mDuration);
   return 0;
@@ -97,6 +101,26 @@ void MirrorReversal::Limit(double start, double end, MediaInfo* info) {
            mPath.c_str(), quiet / kMinute);
   mSound.reset();
   info->has_audio = 0;
+}
+
+// A container rounds its length, mostly up to a millisecond. If its sound was made of whole frames,
+// the surplus would open another frame. A clip that is reversed again and again would grow by 21 ms
+// each time. So a surplus without sound is left out.
+double MirrorReversal::WithoutRounding(double end) {
+  constexpr double kMostRounding = 0.0015;
+  constexpr double kEnough = 0.1;
+  if (mSound == nullptr) return end;
+  const double frame = static_cast<double>(kSoundFrame) / mResampler->OutputRate();
+  const double whole = std::floor(end / frame) * frame;
+  if (end - whole > kMostRounding) return end;
+  // A failure of the host ends the job.
+  SoundStretch last;
+  if (mSound->Read(end - kEnough, end + kEnough, &last) != 0) return end;
+  double heard = 0;
+  for (const StretchBlock& block : last.blocks) {
+    heard = std::max(heard, block.time + block.Seconds());
+  }
+  return heard > whole + mSound->StampSeconds() ? end : whole;
 }
 
 // Listens twice in each stretch that would count.
@@ -177,12 +201,11 @@ void DescribeTags(const ClipTags& tags, const std::vector<Chapter>& chapters, Me
 // More than the encoder can use at a rate it would clip with a warning.
 void LimitSoundBitRate(MediaFormat* format) {
   constexpr int64_t kMostBits = 6144 * 2;  // of a frame of two channels
-  constexpr int64_t kFrame = 1024;         // samples
   int bitRate = 0;
   int rate = 0;
   format->GetInt32("audio-bit-rate", bitRate);
   format->GetInt32("sample-rate", rate);
-  const int64_t most = kMostBits * rate / kFrame;
+  const int64_t most = kMostBits * rate / kSoundFrame;
   if (rate > 0 && bitRate > most) format->SetInt32("audio-bit-rate", static_cast<int32_t>(most));
 }
 

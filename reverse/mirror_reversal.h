@@ -40,6 +40,7 @@ class MirrorReversal : public Reversal {
   int OpenSound(const std::string& path, int stream);
   bool MayBeQuiet(double start, double end);
   int PrepareRate();
+  double WithoutRounding(double end);
 
   std::string mPath;
   std::shared_ptr<const JoinedParts> mJoined;  // null unless the clock restarts

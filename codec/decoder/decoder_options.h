@@ -47,7 +47,8 @@ struct DecoderAdditions {
   bool cutsToEvenSize = false;
   // A rate below one picture a second is told, too.
   bool tellsLowRates = false;
-  // If an input does not tell its length, all of its packets are read to find it.
+  // If an input does not tell its length, or stamps begin late and the length may count from 0 or
+  // from there, all of its packets are read to find it.
   bool scansLength = false;
   // Anything but kUnseen reads all packets of an input whose format allows restarts.
   Restarts restarts = Restarts::kUnseen;

@@ -17,6 +17,7 @@
 #include "codec/decoder/pending_frame.h"
 #include "codec/decoder/seeker.h"
 #include "codec/decoder/session_opener.h"
+#include "codec/decoder/stream_facts.h"
 #include "codec/decoder/time_probe.h"
 
 namespace codec {
@@ -230,13 +231,14 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
   session.times.SetFirstVideo(seconds);
   session.times.SetFirstAudio(seconds);
   mParts->seeker.LeaveTimesAsTheyAre();
-  if (!mParts->scannedEnd.has_value()) return;
-  const double length = std::max(0.0, *mParts->scannedEnd - seconds);
-  // The container's own length counts, unless it begins at packets that cannot be decoded.
+  const std::optional<double> told =
+      session.input.Joined() == nullptr ? ToldEnd(session.input.Context()) : std::nullopt;
+  const std::optional<double> scanned = mParts->scannedEnd;
+  if (!told.has_value() && !scanned.has_value()) return;
+  // The container's own word counts, unless its packets say something else.
   constexpr double kAsLong = 0.1;
-  const bool isTold = session.input.Context()->duration > 0 && session.input.Joined() == nullptr;
-  if (isTold && std::abs(length - session.duration) < kAsLong) return;
-  session.duration = length;
+  const bool isTrue = told.has_value() && !(scanned && std::abs(*scanned - *told) >= kAsLong);
+  session.duration = std::max(0.0, (isTrue ? *told : *scanned) - seconds);
   mInfo.duration = static_cast<float>(session.duration);
 }
 

@@ -83,7 +83,8 @@ int SessionOpener::Open(const std::string& path) {
   log_debug(kDecoderTag, "first video pts:%lld, first audio pts:%lld",
             static_cast<long long>(session.first_video_pts_),
             static_cast<long long>(mFirstAudioTicks));
-  if (mOptions.additions.scansLength && !(session.duration > 0)) ScanLength();
+  const bool isUntold = !(session.duration > 0) || IsLengthVague(session.input.Context());
+  if (mOptions.additions.scansLength && isUntold && !mScannedEnd.has_value()) ScanLength();
   if (session.video != nullptr && session.first_video_pts_ != AV_NOPTS_VALUE) {
     session.times.SetFirstVideo(session.video->Seconds(session.first_video_pts_));
   }

@@ -49,6 +49,8 @@ class SoundWalk : public SoundReader {
 
   // Samples a second of a channel, at the start of the stream.
   int SampleRate() const { return mSampleRate; }
+  // The step of the stream's stamps, in seconds.
+  double StampSeconds() const { return mInput.Seconds(1); }
   // FFmpeg's number of the first failure that is the host's (want of memory); 0 while there was
   // none.
   int Failure() const;

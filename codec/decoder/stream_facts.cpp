@@ -133,6 +133,20 @@ double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRation
   return static_cast<double>(timeBase.num) * static_cast<double>(streamDuration) / timeBase.den;
 }
 
+bool IsLengthVague(const AVFormatContext* file) {
+  constexpr int64_t kLate = AV_TIME_BASE / 1000;
+  return file->duration > 0 && file->start_time != AV_NOPTS_VALUE && file->start_time > kLate &&
+         file->duration_estimation_method != AVFMT_DURATION_FROM_PTS;
+}
+
+// What FFmpeg works out of stamps counts from the first one.
+std::optional<double> ToldEnd(const AVFormatContext* file) {
+  if (file->duration <= 0 || IsLengthVague(file)) return std::nullopt;
+  const bool isFromFirst = file->duration_estimation_method == AVFMT_DURATION_FROM_PTS &&
+                           file->start_time != AV_NOPTS_VALUE;
+  return static_cast<double>(file->duration + (isFromFirst ? file->start_time : 0)) / AV_TIME_BASE;
+}
+
 AVPixelFormat FoldedPixelFormat(AVPixelFormat format) {
   for (const auto& [fullRange, ordinary] : kFoldedFormats) {
     if (format == fullRange) return ordinary;

@@ -26,6 +26,14 @@ bool IsConstantRate(AVRational average, AVRational realBase);
 // AV_NOPTS_VALUE stands for unknown; 0 if both are.
 double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRational timeBase);
 
+// Whether the file tells a length, but not from when on: its stamps begin later than 0, and some
+// writers count the length from 0, some from the first stamp.
+bool IsLengthVague(const AVFormatContext* file);
+
+// The end in the file's stamps, in seconds, that the file tells. Nothing if it tells no length, or
+// a vague one.
+std::optional<double> ToldEnd(const AVFormatContext* file);
+
 // The ordinary format of a full-range planar one; other formats are their own.
 AVPixelFormat FoldedPixelFormat(AVPixelFormat format);
 
