@@ -23,9 +23,16 @@ using test_support::Clip;
 using test_support::ClipKind;
 using test_support::CustomClip;
 
-double Length(const std::string& path) {
-  return std::stod(test_support::ContainerFields(path)["duration"]);
+// A clip's stamps as seconds from the zero of the mirror.
+double Zero(const std::vector<double>& pictures, const LinearSound& sound) {
+  constexpr double kEarly = 0.1;
+  const double first = pictures.front();
+  if (sound.blocks.empty()) return first;
+  return sound.blocks.front().time < first - kEarly ? sound.blocks.front().time : first;
 }
+
+// What is at most left out at the end of a clip: what containers round its length up by.
+constexpr double kRounding = 0.0015;
 
 bool TellsLength(const std::string& path) {
   const std::string length = test_support::ContainerFields(path)["duration"];
@@ -38,14 +45,6 @@ struct Range {
 };
 // One of them is a picture long, one is silent in clips whose sound is late or has a hole.
 constexpr Range kRanges[] = {{0, 0}, {2, 5}, {1.3, 4.7}, {3.08, 3.12}, {2.2, 3.2}};
-
-// A clip's stamps as seconds from the zero of the mirror.
-double Zero(const std::vector<double>& pictures, const LinearSound& sound) {
-  constexpr double kEarly = 0.1;
-  const double first = pictures.front();
-  if (sound.blocks.empty()) return first;
-  return sound.blocks.front().time < first - kEarly ? sound.blocks.front().time : first;
-}
 
 // The linear decode on the time line: silence where nothing sounds, blocks within 40 ms of where
 // the one before them ends are contiguous.
@@ -106,9 +105,14 @@ TEST_P(MirrorSound, IsOneLinearDecodeBackward) {
   for (const Range& range : kRanges) {
     // What the length of a file is that does not tell it, is not a matter of its sound.
     if (range.end <= 0 && !TellsLength(path)) continue;
-    const double end = range.end > 0 ? range.end : Length(path);
-    const std::vector<float> expected = Backward(LaidOut(sound, zero, range.start, end));
+    const double end = range.end > 0 ? range.end : test_support::EndTime(path) - zero;
+    std::vector<float> expected = Backward(LaidOut(sound, zero, range.start, end));
     const MirrorRecord record = Mirror(path, range.start, range.end);
+    if (range.end <= 0 && record.samples.size() < expected.size()) {
+      const size_t left = expected.size() - record.samples.size();
+      ASSERT_LE(static_cast<double>(left) / 2 / sound.sampleRate, kRounding);
+      expected.erase(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(left));
+    }
     ASSERT_EQ(record.samples.size(), expected.size()) << range.start << " " << range.end;
     const size_t window = std::min<size_t>(1024, expected.size() / 2 / 4);
     int wrong = 0;
@@ -159,7 +163,7 @@ TEST(MirrorLossless, GivesEachSampleInItsPlace) {
                     "-g", "25", "-c:a", sound});
     const LinearSound linear = DecodeLinearly(path, Mix::kNormalized);
     for (const Range& range : kRanges) {
-      const double end = range.end > 0 ? range.end : Length(path);
+      const double end = range.end > 0 ? range.end : test_support::EndTime(path);
       const MirrorRecord record = Mirror(path, range.start, range.end);
       EXPECT_TRUE(record.samples == Backward(LaidOut(linear, 0, range.start, end)))
           << sound << " " << range.start << " to " << range.end;
@@ -249,7 +253,7 @@ TEST(MirrorPictures, AreShownForTheirOwnTimes) {
     const std::vector<test_support::Picture> pictures = test_support::DecodeLuma(clip.path);
     ASSERT_EQ(times.size(), pictures.size()) << clip.name;
     const double zero = times.front();
-    const double length = Length(clip.path);
+    const double length = test_support::EndTime(clip.path) - zero;
     std::vector<Range> ranges = {{0, 0}, {1, 3}, {1.3, 3.7}};
     // On a picture, between two, and the last one alone.
     ranges.push_back({times[times.size() / 2] - zero, length});

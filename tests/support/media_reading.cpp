@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/media_reading.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <sstream>
@@ -94,6 +95,25 @@ std::map<std::string, std::string> StreamFields(const std::string& path, const s
 std::map<std::string, std::string> ContainerFields(const std::string& path) {
   return ParseFields(Output(
       {"ffprobe", "-v", "error", "-show_format", "-of", "default=noprint_wrappers=1", path}));
+}
+
+double EndTime(const std::string& path) {
+  const auto fields = ContainerFields(path);
+  const double start = std::stod(fields.at("start_time"));
+  const double length = std::stod(fields.at("duration"));
+  if (fields.at("format_name").find("mpeg") == 0) return start + length;
+  constexpr double kLate = 1e-3;
+  if (start <= kLate) return length;
+  std::istringstream lines(Output({"ffprobe", "-v", "error", "-show_entries",
+                                   "packet=pts_time,duration_time", "-of", "csv=p=0", path}));
+  double end = 0;
+  for (std::string line; std::getline(lines, line);) {
+    const size_t comma = line.find(',');
+    if (comma == std::string::npos || line.compare(0, 3, "N/A") == 0) continue;
+    const std::string lasts = line.substr(comma + 1);
+    end = std::max(end, std::stod(line) + (lasts.compare(0, 3, "N/A") == 0 ? 0 : std::stod(lasts)));
+  }
+  return end;
 }
 
 double Psnr(const Picture& a, const Picture& b) {

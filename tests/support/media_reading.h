@@ -38,6 +38,11 @@ std::vector<float> DecodeStereo(const std::string& path);
 std::map<std::string, std::string> StreamFields(const std::string& path, const std::string& kind);
 std::map<std::string, std::string> ContainerFields(const std::string& path);
 
+// When a file ends, in seconds of its stamps, as its container says. FFmpeg works the length of
+// MPEG streams out from the first stamp on; others tell it from 0 on. If a file begins later, only
+// its packets say what is meant.
+double EndTime(const std::string& path);
+
 // Peak signal-to-noise ratio in dB of the luma of two pictures of one size; 100 for equal ones.
 double Psnr(const Picture& a, const Picture& b);
 
