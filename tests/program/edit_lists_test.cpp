@@ -49,6 +49,8 @@ struct Edited {
   friend void PrintTo(const Edited& edited, std::ostream* out) { *out << edited.name; }
 };
 
+// Of several edits each begins and ends with a frame of the sound: what FFmpeg makes of others
+// overlaps by a part of a frame.
 const Edited kEdited[] = {
     {"CutAtHalfASecond", [] { return CutAt("0.5", ".mp4"); }},
     {"CutAtOneAndAThird", [] { return CutAt("1.3", ".mp4"); }},
@@ -66,11 +68,11 @@ const Edited kEdited[] = {
      }},
     {"TwoEdits",
      [] {
-       return WithEdits(Whole(".mp4"), "edited_two.mp4", {{1.2, 0.4}, {1.4, 2.32}});
+       return WithEdits(Whole(".mp4"), "edited_two.mp4", {{1.28, 0.64}, {1.28, 2.56}});
      }},
     {"TwoEditsBackward",
      [] {
-       return WithEdits(Whole(".mp4"), "edited_back.mp4", {{1.2, 2.4}, {1.2, 0.32}});
+       return WithEdits(Whole(".mp4"), "edited_back.mp4", {{1.28, 2.56}, {1.28, 0.64}});
      }},
 };
 
