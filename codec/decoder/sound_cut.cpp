@@ -2,6 +2,7 @@
 #include "codec/decoder/sound_cut.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "codec/decoder/packet_clock.h"
 
@@ -10,11 +11,22 @@ namespace codec {
 double SoundCut::TimeOf(const AVFrame* frame) {
   double time = mNext;
   if (frame->best_effort_timestamp != AV_NOPTS_VALUE) {
-    time = Seconds(frame->best_effort_timestamp, mTimeBase) - mZero;
+    time = TrueTime(frame, Seconds(frame->best_effort_timestamp, mTimeBase) - mZero);
   }
+  mFollowsMiscounted = frame->sample_rate != mCountedAt;
   mNext = time;
   if (frame->sample_rate > 0) mNext += static_cast<double>(frame->nb_samples) / frame->sample_rate;
   return time;
+}
+
+// If frames are shorter than they are counted, stamps of the file's own are earlier than those that
+// were counted before; if longer, later.
+double SoundCut::TrueTime(const AVFrame* frame, double stamped) const {
+  constexpr double kOneStamp = 0.5;  // of what has one stamp in the file
+  const bool isMiscounted = mCountedAt > 0 && frame->sample_rate != mCountedAt;
+  const bool follows = mFollowsMiscounted && std::abs(stamped - mNext) < kOneStamp;
+  if (!isMiscounted || !follows) return stamped;
+  return frame->sample_rate > mCountedAt ? std::min(stamped, mNext) : std::max(stamped, mNext);
 }
 
 void SoundCut::Take(const AVFrame* frame) {

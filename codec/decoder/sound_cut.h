@@ -31,6 +31,10 @@ class SoundCut {
         mOut(out),
         mNext(first) {}
 
+  // The rate that the file announces, in samples a second. FFmpeg counts with it the stamps that
+  // the file does not have. If a frame has another rate, these run early or late until the file
+  // gives a stamp again. Such frames follow the one before them.
+  void CountedAt(int rate) { mCountedAt = rate; }
   // The next frame is the stream's first.
   void BeginStream() { mBegins = true; }
   // The next frame, if its samples are wrong because the decoder has only just started.
@@ -49,6 +53,7 @@ class SoundCut {
 
  private:
   double TimeOf(const AVFrame* frame);
+  double TrueTime(const AVFrame* frame, double stamped) const;
   void Keep(const AVFrame* frame, double time);
 
   SoundSpan mRange;
@@ -57,6 +62,8 @@ class SoundCut {
   AudioConverter* mConverter;
   SoundStretch* mOut;
   double mNext;  // time of a frame without a stamp
+  int mCountedAt = 0;
+  bool mFollowsMiscounted = false;
   bool mBegins = false;
   bool mLastWasKept = false;
   double mEndBefore = -std::numeric_limits<double>::infinity();

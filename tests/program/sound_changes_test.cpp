@@ -22,6 +22,10 @@ constexpr int kHeight = 64;
 constexpr int kPartPictures = 32;
 constexpr double kPartSeconds = 1.28;
 
+// FFmpeg counts the last packets as if they were as long as the first ones. So it is not sure when
+// the file ends.
+constexpr double kMiscounted = 0.08;
+
 struct Form {
   int rate;
   const char* layout;
@@ -133,12 +137,11 @@ TEST_P(SoundChanges, AreMadeLikeTheFirst) {
   const PlayerView seen = ViewOf(once, words);
   {
     SCOPED_TRACE("once");
-    ExpectSame(Mirrored(source), seen, -kLengthRounding, kLengthRounding);
+    ExpectSame(Mirrored(source), seen, -kMiscounted, kMiscounted);
   }
   source.pictureTick += seen.pictureTick;
   source.soundTick += seen.soundTick;
-  ExpectSame(source, ViewOf(twice, words), -2 * kLengthRounding,
-             SoundFrame(source.rate) + 2 * kLengthRounding);
+  ExpectSame(source, ViewOf(twice, words), -kMiscounted, SoundFrame(source.rate) + kMiscounted);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, SoundChanges, testing::ValuesIn(Cases()),
