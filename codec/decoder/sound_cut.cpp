@@ -3,30 +3,36 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 #include "codec/decoder/packet_clock.h"
+#include "codec/ffmpeg/compat.h"
 
 namespace codec {
 
 double SoundCut::TimeOf(const AVFrame* frame) {
   double time = mNext;
   if (frame->best_effort_timestamp != AV_NOPTS_VALUE) {
-    time = TrueTime(frame, Seconds(frame->best_effort_timestamp, mTimeBase) - mZero);
+    time = Seconds(Corrected(frame), mTimeBase) - mZero;
   }
-  mFollowsMiscounted = frame->sample_rate != mCountedAt;
   mNext = time;
   if (frame->sample_rate > 0) mNext += static_cast<double>(frame->nb_samples) / frame->sample_rate;
   return time;
 }
 
-// If frames are shorter than they are counted, stamps of the file's own are earlier than those that
-// were counted before; if longer, later.
-double SoundCut::TrueTime(const AVFrame* frame, double stamped) const {
-  constexpr double kOneStamp = 0.5;  // of what has one stamp in the file
-  const bool isMiscounted = mCountedAt > 0 && frame->sample_rate != mCountedAt;
-  const bool follows = mFollowsMiscounted && std::abs(stamped - mNext) < kOneStamp;
-  if (!isMiscounted || !follows) return stamped;
-  return frame->sample_rate > mCountedAt ? std::min(stamped, mNext) : std::max(stamped, mNext);
+// A stamp that is not the counted one comes from the file.
+int64_t SoundCut::Corrected(const AVFrame* frame) {
+  constexpr int64_t kRounding = 2;
+  const int64_t stamp = frame->best_effort_timestamp;
+  const int64_t told = ffmpeg::Duration(frame);
+  if (!mCorrects || told <= 0 || frame->sample_rate <= 0) return stamp;
+  if (mCounted == AV_NOPTS_VALUE || std::abs(stamp - mCounted) > kRounding) mOff = 0;
+  const auto corrected = static_cast<int64_t>(std::llround(static_cast<double>(stamp) - mOff));
+  mCounted = stamp + told;
+  const double lasts = static_cast<double>(frame->nb_samples) / frame->sample_rate;
+  const double error = static_cast<double>(told) - lasts / av_q2d(mTimeBase);
+  if (std::abs(error) > static_cast<double>(kRounding)) mOff += error;
+  return corrected;
 }
 
 void SoundCut::Take(const AVFrame* frame) {

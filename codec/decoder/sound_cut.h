@@ -31,10 +31,10 @@ class SoundCut {
         mOut(out),
         mNext(first) {}
 
-  // The rate that the file announces, in samples a second. FFmpeg counts with it the stamps that
-  // the file does not have. If a frame has another rate, these run early or late until the file
-  // gives a stamp again. Such frames follow the one before them.
-  void CountedAt(int rate) { mCountedAt = rate; }
+  // FFmpeg counts the stamps that the file does not have. After a change of rate it goes on with
+  // the old length of a frame for a while, so that stamps run early or late until the file gives
+  // one again. Such stamps are put right.
+  void CorrectCounted() { mCorrects = true; }
   // The next frame is the stream's first.
   void BeginStream() { mBegins = true; }
   // The next frame, if its samples are wrong because the decoder has only just started.
@@ -53,7 +53,7 @@ class SoundCut {
 
  private:
   double TimeOf(const AVFrame* frame);
-  double TrueTime(const AVFrame* frame, double stamped) const;
+  int64_t Corrected(const AVFrame* frame);
   void Keep(const AVFrame* frame, double time);
 
   SoundSpan mRange;
@@ -62,8 +62,9 @@ class SoundCut {
   AudioConverter* mConverter;
   SoundStretch* mOut;
   double mNext;  // time of a frame without a stamp
-  int mCountedAt = 0;
-  bool mFollowsMiscounted = false;
+  bool mCorrects = false;
+  int64_t mCounted = AV_NOPTS_VALUE;  // the stamp that FFmpeg counts for the next frame, in ticks
+  double mOff = 0;                    // by how much it is late, in ticks
   bool mBegins = false;
   bool mLastWasKept = false;
   double mEndBefore = -std::numeric_limits<double>::infinity();

@@ -87,7 +87,7 @@ int SoundWalk::Read(double from, double to, SoundStretch* out) {
   const double first = mHeld.Size() > 0 ? mInput.SecondsOf(mHeld.At(0)) - mZero : 0;
   SoundCut cut(range, mInput.Stream()->time_base, mZero, std::isnan(first) ? 0 : first, &mConverter,
                out);
-  if (mInput.CountsStamps()) cut.CountedAt(mInput.Stream()->codecpar->sample_rate);
+  if (mInput.CountsStamps()) cut.CorrectCounted();
   Decode(range, &cut);
   RememberSilence(range, cut, *out);
   mHeld.StartOver(0);

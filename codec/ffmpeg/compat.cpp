@@ -19,6 +19,7 @@ extern "C" {
 #define HAS_INDEX_CALLS (LIBAVFORMAT_VERSION_MAJOR >= 59)                             // FFmpeg 5.0
 #define HAS_COPY_OPAQUE (LIBAVCODEC_VERSION_MAJOR >= 60)                              // FFmpeg 6.0
 #define HAS_FIELD_FLAGS (LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100))         // FFmpeg 6.1
+#define HAS_FRAME_DURATION (LIBAVUTIL_VERSION_MAJOR >= 58)                            // FFmpeg 6.0
 #define HAS_PARAMETER_SIDE_DATA (LIBAVCODEC_VERSION_MAJOR >= 61)                      // FFmpeg 7.0
 #define HAS_SUPPORTED_CONFIG (LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100))  // FFmpeg 7.1
 #define HAS_RECEIVING_THREADS (LIBAVCODEC_VERSION_MAJOR >= 62)                        // FFmpeg 8.0
@@ -155,6 +156,22 @@ AVRational RealBaseRate(const AVStream* stream) {
   }
 #endif
   return stream->r_frame_rate;
+}
+
+int64_t Duration(const AVFrame* frame) {
+#if HAS_FRAME_DURATION
+  return frame->duration;
+#else
+  return frame->pkt_duration;
+#endif
+}
+
+void SetDuration(AVFrame* frame, int64_t ticks) {
+#if HAS_FRAME_DURATION
+  frame->duration = ticks;
+#else
+  frame->pkt_duration = ticks;
+#endif
 }
 
 void StampFirstSample(AVFrame* frame) {

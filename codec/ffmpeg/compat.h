@@ -40,6 +40,10 @@ int DecodeOne(AVCodecContext* context, AVFrame* frame, AVFrame* spare, int* gotF
 // stamp if samples at the start were trimmed.
 void StampFirstSample(AVFrame* frame);
 
+// How long the frame lasts by its packet, in ticks; 0 if unknown.
+int64_t Duration(const AVFrame* frame);
+void SetDuration(AVFrame* frame, int64_t ticks);
+
 // Fields of a frame count as two ticks of the codec's time base for the field-coded codecs.
 int TicksPerFrame(AVCodecID id);
 // Time base of the stream's opened decoder: 1 / (frame rate x ticks per frame).

@@ -98,18 +98,19 @@ TEST_F(SoundCutTest, TakesNoOtherBlockForTheFirstOrTheLast) {
   EXPECT_FALSE(mStretch.blocks[0].ends);
 }
 
-// Of three frames one has a stamp in the file; the others are stamped as if they had another rate.
+// Of three frames one has a stamp in the file. The others are counted as if they were longer or
+// shorter.
 TEST_F(SoundCutTest, PutsFramesOfAMiscountedRateEndToEnd) {
   for (const int counted : {500, 2000}) {
     mConverter.AdaptChangesFrom(Frame(0, 100, 1));
     mStretch.Clear();
     SoundCut cut = Cut(-1, 10);
-    cut.CountedAt(counted);
-    // A frame amid such three comes first: its place is not known yet.
-    cut.Pass(Frame(counted < kRate ? 20 : 5, 100, 0));
+    cut.CorrectCounted();
     for (int i = 0; i < 9; ++i) {
       const int counts = i % 3 * 10 * kRate / counted;
-      cut.Take(Frame(20 + i / 3 * 30 + counts, 100, 1));
+      Frame(20 + i / 3 * 30 + counts, 100, 1);
+      ffmpeg::SetDuration(mFrame.get(), 10 * kRate / counted);
+      cut.Take(mFrame.get());
     }
     ASSERT_EQ(mStretch.blocks.size(), 9U);
     for (size_t i = 0; i < 9; ++i) {
