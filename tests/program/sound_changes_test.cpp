@@ -44,12 +44,10 @@ struct Changing {
 std::vector<Changing> Cases() {
   return {
       {"AacRate", "aac -b:a 192k", {{48000, "stereo"}, {44100, "stereo"}}, ".mp4"},
-      {"AacRateUp", "aac -b:a 192k", {{32000, "stereo"}, {48000, "mono"}}, ".mp4"},
       {"Ac3Channels",
        "ac3 -b:a 448k",
        {{48000, "mono"}, {48000, "stereo"}, {48000, "5.1"}},
        ".mp4"},
-      {"Mp3Rate", "libmp3lame -b:a 192k", {{44100, "stereo"}, {48000, "mono"}}, ".ts"},
   };
 }
 
