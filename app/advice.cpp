@@ -59,6 +59,7 @@ struct ErrorRow {
 constexpr std::array kErrorRows = {
     ErrorRow{ENOENT, " lies in a folder that does not exist; make the folder or choose another"},
     ErrorRow{ENOTDIR, " lies in what is no folder; choose another"},
+    ErrorRow{EEXIST, " was made by another program during the run; choose another name for -o"},
     ErrorRow{EISDIR, " is a folder; name a file in it"},
     ErrorRow{EACCES, " may not be written; choose a folder that you may write to"},
     ErrorRow{EPERM, " may not be written; choose a folder that you may write to"},

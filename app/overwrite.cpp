@@ -36,6 +36,11 @@ std::string WhyNotOverwritten(const CommandLine& line, const Ask& ask) {
   return line.output + " stays as it is; choose another name for -o";
 }
 
+bool KeepsExisting(const CommandLine& line) {
+  if (line.overwrite == Overwrite::kAsk) return !IsFile(but::LocalPath(line.output));
+  return line.overwrite == Overwrite::kNo;
+}
+
 Ask AskAtTerminal() {
   if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) return nullptr;
   return [](const std::string& question) {

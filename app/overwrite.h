@@ -17,6 +17,10 @@ using Ask = std::function<std::string(const std::string& question)>;
 // file counts, not a device or a pipe, nor the input, which the job refuses by itself.
 std::string WhyNotOverwritten(const CommandLine& line, const Ask& ask);
 
+// Whether a file that comes to stand at the output during the run has to stay: nobody has allowed
+// to replace it. To be called before WhyNotOverwritten.
+bool KeepsExisting(const CommandLine& line);
+
 // Asks on standard error and reads standard input; null unless both are at a terminal.
 Ask AskAtTerminal();
 

@@ -108,6 +108,7 @@ int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,
            ProgressObserver* observer) {
   ProgressLines lines;
   if (observer == nullptr) observer = &lines;
+  job->SetKeepExisting(KeepsExisting(commandLine));
   std::string advice = WhyNotOverwritten(commandLine, AskAtTerminal());
   if (advice.empty()) {
     const std::optional<Failure> failure = Run(std::move(job), commandLine, observer);

@@ -72,8 +72,8 @@ const char* WhyNotReplaced(const FolderEntry& place, const struct stat& old) {
 
 }  // namespace
 
-NewFile::NewFile(const std::string& name)
-    : mName(name), mPath(LocalPath(name)), mIsNew(IsAbsent(mPath)) {}
+NewFile::NewFile(const std::string& name, bool mayReplace)
+    : mName(name), mPath(LocalPath(name)), mMayReplace(mayReplace), mIsNew(IsAbsent(mPath)) {}
 
 NewFile::~NewFile() = default;
 
@@ -86,7 +86,9 @@ int NewFile::WriteAside() {
   struct stat old {};
   const bool replaces = place.Look(&old) == 0;
   if (replaces) {
-    if (!S_ISREG(old.st_mode) || access(mPath.c_str(), W_OK) != 0) return 0;
+    if (!S_ISREG(old.st_mode)) return 0;
+    if (!mMayReplace) return Refuse(EEXIST);
+    if (access(mPath.c_str(), W_OK) != 0) return 0;
     if (const char* reason = WhyNotReplaced(place, old)) return StayInPlace(reason);
   }
   auto aside = std::make_unique<ReplacementFile>(std::move(place));
@@ -105,6 +107,17 @@ int NewFile::WriteAside() {
   return 0;
 }
 
+int NewFile::WriteInPlace() {
+  FolderEntry place;
+  // What cannot be made here cannot be opened either, which says why.
+  if (mMayReplace || place.Find(mPath) != 0 || place.IsOpenFile()) return 0;
+  const Descriptor made(
+      openat(place.Folder(), place.Name().c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
+  if (made.IsOpen() || errno != EEXIST || !IsRegular(mPath)) return 0;
+  mIsNew = false;
+  return Refuse(EEXIST);
+}
+
 int NewFile::StayInPlace(const char* reason) const {
   log_warn(kTag, "%s is overwritten in place, and lost if the run fails: %s", mName.c_str(),
            reason);
@@ -118,7 +131,7 @@ int NewFile::Refuse(int error) const {
 
 int NewFile::Finish() {
   if (!IsAside()) return 0;
-  const int error = mAside->PutIntoPlace();
+  const int error = mAside->PutIntoPlace(mMayReplace);
   mAside.reset();
   return error == 0 ? 0 : Refuse(error);
 }

@@ -16,7 +16,10 @@ class NewFile {
  public:
   // To be constructed before the file is opened. The name is read as by LocalPath; log lines show
   // it as it is given here.
-  explicit NewFile(const std::string& name);
+  //
+  // Unless it `mayReplace`, a file that stands there by WriteAside, WriteInPlace or Finish stays as
+  // it is: these give EEXIST.
+  explicit NewFile(const std::string& name, bool mayReplace = true);
   // Gives up what is aside.
   ~NewFile();
   NewFile(const NewFile&) = delete;
@@ -28,6 +31,9 @@ class NewFile {
   // where the opening of the path is going to fail anyhow, and, after a warning, where a file that
   // may be written cannot be replaced by another.
   int WriteAside();
+  // Stays with writing in place. 0, or the host's error number after an error line. If nothing may
+  // be replaced, the empty file is made here, so that no other process has made what is written.
+  int WriteInPlace();
   // Until Finish or Discard.
   bool IsAside() const { return mAside != nullptr; }
   // The path to write to.
@@ -47,7 +53,8 @@ class NewFile {
 
   const std::string mName;
   const std::string mPath;
-  const bool mIsNew;
+  const bool mMayReplace;
+  bool mIsNew;  // nothing stood there before
   bool mIsInPlace = true;
   std::unique_ptr<ReplacementFile> mAside;
 };

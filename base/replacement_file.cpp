@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <vector>
 
 namespace but {
@@ -131,15 +132,30 @@ int ReplacementFile::LinkHidden() {
   return error;
 }
 
-int ReplacementFile::PutIntoPlace() {
+int ReplacementFile::MoveIfFree() {
+  const char* const hidden = mHidden.c_str();
+  const char* const name = mPlace.Name().c_str();
+  const int folder = mPlace.Folder();
+  if (renameat2(folder, hidden, folder, name, RENAME_NOREPLACE) == 0) {
+    mHidden.clear();
+    return 0;
+  }
+  // Disks that do not know this flag, as those of networks, know links. The destructor takes the
+  // hidden name away.
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  return ErrorOf(linkat(folder, hidden, folder, name, 0));
+}
+
+int ReplacementFile::PutIntoPlace(bool mayReplace) {
   if ((mMode & kOwnAccess) != kOwnAccess && fchmod(mFile.Number(), mMode) != 0) return errno;
   if (fsync(mFile.Number()) != 0) return errno;
   const char* const name = mPlace.Name().c_str();
   if (mHidden.empty()) {
     // Puts it there at once, but never over another file.
     if (linkat(AT_FDCWD, mPath.c_str(), mPlace.Folder(), name, AT_SYMLINK_FOLLOW) == 0) return 0;
-    if (errno != EEXIST) return errno;
+    if (errno != EEXIST || !mayReplace) return errno;
   }
+  if (!mayReplace) return MoveIfFree();
   if (const int error = ObstacleInPlace(); error != 0) return error;
   if (mHidden.empty()) {
     if (const int error = LinkHidden(); error != 0) return error;

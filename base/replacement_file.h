@@ -34,12 +34,12 @@ class ReplacementFile {
   // Where it is written, by this process only.
   const std::string& Path() const { return mPath; }
 
-  // Brings its bytes to the disk and puts it into its place, over a file or a symbolic link there.
-  // What else has come to stand there stays. 0, or the host's error number.
+  // Brings its bytes to the disk and puts it into its place, over a file or a symbolic link there
+  // if it `mayReplace` one. What else has come to stand there stays. 0, or the host's error number.
   //
   // Over another file an unnamed one needs a hidden name between two calls to the host: a process
   // that is killed between these leaves the whole new file under that name.
-  int PutIntoPlace();
+  int PutIntoPlace(bool mayReplace);
 
  private:
   int OpenUnnamed();
@@ -48,6 +48,8 @@ class ReplacementFile {
   // The host's error number that stands against replacing what is there now.
   int ObstacleInPlace() const;
   int LinkHidden();
+  // Gives the hidden file its name, unless another file has the name.
+  int MoveIfFree();
 
   const FolderEntry mPlace;
   Descriptor mFile;

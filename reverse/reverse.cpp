@@ -184,9 +184,9 @@ int Reverse::CreateWriter() {
 }
 
 int Reverse::PlaceOutput(MediaFormat& format) {
-  mOutputFile = std::make_unique<but::NewFile>(mOutputPath);
+  mOutputFile = std::make_unique<but::NewFile>(mOutputPath, !mKeepsExisting);
   mOutputKind = but::UnseekableKind(but::LocalPath(mOutputPath));
-  if (!mIsSafeOutput || WritesSeveralFiles(mOutputPath.c_str())) return 0;
+  if (!mIsSafeOutput || WritesSeveralFiles(mOutputPath.c_str())) return mOutputFile->WriteInPlace();
   if (const int error = mOutputFile->WriteAside(); error != 0) return error;
   if (mOutputFile->IsAside()) format.SetString("write-path", mOutputFile->WritePath().c_str());
   return 0;

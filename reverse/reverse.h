@@ -108,6 +108,10 @@ class Reverse {
   // changes nothing. Off unless set: then the path is written from Init on. To be called before
   // Init. but::NewFile tells which outputs are written in place in any case.
   void SetSafeOutput(bool isSafe) { mIsSafeOutput = isSafe; }
+  // A file that exists at the output's path, or comes to stand there before the job is done, stays,
+  // and the job fails with EEXIST. Off unless set: then the file is overwritten. Devices and pipes
+  // are written in any case. To be called before Init.
+  void SetKeepExisting(bool keeps) { mKeepsExisting = keeps; }
   // Mirrors in time what a player shows of the source. Pictures and sound have one zero, each
   // picture is shown for its own time, the sound is reversed sample by sample, and the output names
   // its colours. Off unless set: then frames are stamped with their distance from the end of the
@@ -175,6 +179,7 @@ class Reverse {
   bool mAudioEnabled = true;
   bool mIsSafeOutput = false;
   bool mIsStrict = false;
+  bool mKeepsExisting = false;
   MediaFormat mOutputParameters;  // of the caller; they replace the job's own
 
   // Shared by the caller's thread and the worker.

@@ -152,6 +152,10 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        },
        "out.mp4 may not be written; choose a folder that you may write to"},
       {[](Failure* f) {
+         f->cause = {FailedStep::kWriteOutput, AVERROR(EEXIST)};
+       },
+       "out.mp4 was made by another program during the run; choose another name for -o"},
+      {[](Failure* f) {
          f->cause = {FailedStep::kWriteOutput, AVERROR(ENOSPC)};
        },
        "out.mp4 did not fit on its disk, which is full; free some room or use another disk"},

@@ -71,5 +71,15 @@ TEST(Overwrite, AsksAndTakesOnlyAYes) {
             path + " exists, and there is no terminal to ask at; use --overwrite yes or no");
 }
 
+TEST(Overwrite, KeepsWhatNobodyHasAllowedToReplace) {
+  const std::string stands = MakeFile("stands.mp4");
+  const std::string absent = ScratchPath("absent.mp4");
+  EXPECT_FALSE(KeepsExisting(Line(absent, Overwrite::kYes)));
+  EXPECT_TRUE(KeepsExisting(Line(absent, Overwrite::kNo)));
+  EXPECT_TRUE(KeepsExisting(Line(stands, Overwrite::kNo)));
+  EXPECT_TRUE(KeepsExisting(Line(absent, Overwrite::kAsk))) << "nobody is asked";
+  EXPECT_FALSE(KeepsExisting(Line(stands, Overwrite::kAsk))) << "the answer was yes, or no run is";
+}
+
 }  // namespace
 }  // namespace app

@@ -195,6 +195,45 @@ TEST_P(NewFileAside, KeepsFoldersAndPipesThatHaveComeMeanwhile) {
   EXPECT_EQ(NamesIn(mFolder), std::set<std::string>{"out.mp4"});
 }
 
+TEST_P(NewFileAside, ReplacesNothingIfItMayNot) {
+  const LogCapture log;
+  {
+    NewFile alone(mPath, false);
+    WriteAside(&alone, "first");
+    EXPECT_EQ(alone.Finish(), 0);
+    NewFile late(mPath, false);
+    EXPECT_EQ(late.WriteAside(), EEXIST);
+    EXPECT_FALSE(late.IsAside());
+    late.Discard();
+    EXPECT_EQ(Bytes(mPath), "first");
+    fs::remove(mPath);
+    NewFile early(mPath, false);
+    WriteAside(&early, "second");
+    Write(mPath, "another's");
+    EXPECT_EQ(early.Finish(), EEXIST);
+  }
+  EXPECT_EQ(log.Count(kLogError, kTag, "'" + mPath + "': File exists"), 2);
+  EXPECT_EQ(Bytes(mPath), "another's");
+  EXPECT_EQ(NamesIn(mFolder), std::set<std::string>{"out.mp4"});
+}
+
+TEST_P(NewFileAside, ReplacesNothingOnADiskThatCannotRenameWithoutReplacing) {
+  if (!HasNames()) GTEST_SKIP() << "what has no name is not renamed";
+  for (const bool isTaken : {false, true}) {
+    {
+      NewFile file(mPath, false);
+      WriteAside(&file);
+      if (isTaken) Write(mPath, "another's");
+      const Fault fault(FaultCall::renameat2, 0, EINVAL);
+      EXPECT_EQ(file.Finish(), isTaken ? EEXIST : 0);
+      EXPECT_EQ(fault.Failed(), 1);
+    }
+    EXPECT_EQ(Bytes(mPath), isTaken ? "another's" : "new");
+    EXPECT_EQ(NamesIn(mFolder), std::set<std::string>{"out.mp4"});
+    fs::remove(mPath);
+  }
+}
+
 TEST_P(NewFileAside, FollowsItsFolderButNotItsRemoval) {
   const std::string moved = ScratchPath("moved");
   fs::remove_all(moved);
@@ -363,6 +402,28 @@ TEST(NewFileInPlace, WritesWhatIsNoRegularFile) {
     EXPECT_EQ(file.Finish(), 0);
   }
   EXPECT_TRUE(log.Texts(kTag).empty());
+}
+
+TEST(NewFileInPlace, MakesTheFileAtOnceIfNothingMayBeReplaced) {
+  const std::string path = ScratchPath("claimed");
+  NewFile file(path, false);
+  EXPECT_EQ(file.WriteInPlace(), 0);
+  EXPECT_EQ(Bytes(path), "");
+  EXPECT_TRUE(fs::exists(path));
+  file.Discard();
+  EXPECT_FALSE(fs::exists(path));
+
+  const LogCapture log;
+  NewFile late(path, false);
+  Write(path, "another's");
+  EXPECT_EQ(late.WriteInPlace(), EEXIST);
+  EXPECT_TRUE(log.Has(kLogError, kTag, "'" + path + "': File exists"));
+  late.Discard();
+  EXPECT_EQ(Bytes(path), "another's");
+  EXPECT_EQ(NewFile(path).WriteInPlace(), 0) << "may be replaced";
+  for (const char* other : {"/dev/null", "/dev/stdout", "none/x"}) {
+    EXPECT_EQ(NewFile(other, false).WriteInPlace(), 0) << other;
+  }
 }
 
 TEST(NewFileInPlace, WritesWhatAProcessHasOpen) {

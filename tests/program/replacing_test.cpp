@@ -39,6 +39,11 @@ constexpr char kStarted[] =
     "until grep -q progress: \"$2\".log; do kill -0 $run && sleep 0.01 || exit 99; done; "
     "rm \"$2\".log; ";
 
+// Waits until the run of that number has opened the file without a name that it writes.
+constexpr char kUntilAside[] =
+    "until [[ -n $(find /proc/$run/fd -lname '*(deleted)' 2>/dev/null) ]]; do "
+    "kill -0 $run && sleep 0.01 || exit 99; done; ";
+
 std::string Source() { return Clip(ClipKind::kH264Short); }
 
 std::string Bytes(const std::string& path) {
@@ -266,15 +271,30 @@ TEST_F(Replacing, KeepsWhatAnotherProcessHasPutThereWhereTheRunFails) {
 
 TEST_F(Replacing, TellsWhereAFolderHasComeThereMeanwhile) {
   const std::string output = mFolder + "/out.mp4";
-  const CommandResult result = Shell(
-      "env \"$0\" -i \"$1\" -o \"$2\" & run=$!; "
-      "until [[ -n $(find /proc/$run/fd -lname '*(deleted)' 2>/dev/null) ]]; do "
-      "kill -0 $run && sleep 0.01 || exit 99; done; mkdir \"$2\"; wait $run",
-      output);
+  const CommandResult result = Shell("env \"$0\" -i \"$1\" -o \"$2\" & run=$!; " +
+                                         std::string(kUntilAside) + "mkdir \"$2\"; wait $run",
+                                     output);
   ExpectHonest(result, output, " is a folder; name a file in it");
   EXPECT_TRUE(Contains(result.err, "could not write " + output + ": Is a directory"));
   EXPECT_TRUE(fs::is_empty(output));
   EXPECT_EQ(Names(), std::set<std::string>{"out.mp4"});
+}
+
+TEST_F(Replacing, KeepsWhatHasComeThereMeanwhileIfNobodyAllowsToReplaceIt) {
+  const std::string output = mFolder + "/out.mp4";
+  for (const char* how : {"no", "ask"}) {
+    const CommandResult result =
+        Shell("env \"$0\" -i \"$1\" -o \"$2\" --overwrite " + std::string(how) + " & run=$!; " +
+                  kUntilAside + "echo -n other >\"$2\"; wait $run",
+              output);
+    ExpectHonest(result, output,
+                 " was made by another program during the run; choose another name for -o");
+    EXPECT_EQ(Bytes(output), "other");
+    EXPECT_EQ(Names(), std::set<std::string>{"out.mp4"});
+    fs::remove(output);
+  }
+  EXPECT_EQ(Reverse(output, {"--overwrite", "no"}).status, 0);
+  ExpectOnlyNew(output);
 }
 
 TEST_F(Replacing, LetsTwoRunsWriteOneOutput) {

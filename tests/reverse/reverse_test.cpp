@@ -3,11 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <thread>
 #include <vector>
 
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/log_capture.h"
@@ -188,6 +191,35 @@ TEST(Reverse, RefusesToOverwriteItsInput) {
     EXPECT_EQ(job.Init(), -1);
     EXPECT_EQ(log.CountContaining(kLogError, kTag, "is the input file"), 1);
     EXPECT_EQ(std::filesystem::file_size(input), size);
+  }
+}
+
+TEST(Reverse, KeepsAnExistingOutputIfItIsTold) {
+  const std::string output = ScratchPath("kept.mp4");
+  std::ofstream(output) << "before";
+  for (const bool isSafe : {false, true}) {
+    Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
+    job.SetSafeOutput(isSafe);
+    job.SetKeepExisting(true);
+    EXPECT_EQ(job.Init(), -1);
+    EXPECT_EQ(job.Failure().step, FailedStep::kOpenOutput);
+    EXPECT_EQ(job.Failure().error, AVERROR(EEXIST));
+    EXPECT_EQ(std::filesystem::file_size(output), 6U);
+  }
+}
+
+TEST(Reverse, WritesANewFileIfItMayReplaceNone) {
+  for (const bool isSafe : {false, true}) {
+    const std::string output = ScratchPath("free.mp4");
+    Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());
+    job.SetSafeOutput(isSafe);
+    job.SetKeepExisting(true);
+    ASSERT_EQ(job.Init(), 0);
+    ASSERT_EQ(job.Start(), 0);
+    Finish(&job);
+    EXPECT_EQ(job.Result(), 0);
+    EXPECT_EQ(test_support::VideoTimes(output).size(), 75U);
+    std::filesystem::remove(output);
   }
 }
 
