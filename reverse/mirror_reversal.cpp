@@ -6,6 +6,7 @@
 #include <string>
 
 #include "base/log.h"
+#include "base/plain_number.h"
 #include "codec/decoder/picture_scan.h"
 #include "codec/decoder/quiet_scan.h"
 #include "codec/encoder/container.h"
@@ -231,7 +232,7 @@ void MirrorReversal::Describe(const MediaInfo& info, double start, double end,
   format->SetInt32("true-level", 1);
   // The picture written last is the first of the range, which may stand for long. Where all stand
   // equally long, the container would tell another rate if this one was made longer.
-  if (!isConstant) format->SetString("video-length", std::to_string(end - start).c_str());
+  if (!isConstant) format->SetString("video-length", but::PlainNumberText(end - start).c_str());
   // Slides, less than one a second, are key pictures all.
   int gop = 0;
   format->GetInt32("gop", gop);

@@ -4,9 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 #include <utility>
+
+#include "base/plain_number.h"
 
 namespace codec {
 namespace {
@@ -95,7 +96,7 @@ int HevcReferences(int level, int64_t pixels) {
 double RotationDegrees(const std::string& text) {
   if (text.empty() || text == "0") return 0;
   char* rest = nullptr;
-  double degrees = std::strtod(text.c_str(), &rest);
+  double degrees = but::ReadPlainNumber(text.c_str(), &rest);
   if (*rest != '\0') degrees = 0;
   // The bias takes the angles that fixed-point matrices leave just below a full turn to just below
   // 0 instead.

@@ -2,11 +2,11 @@
 #include "codec/encoder/encoder_settings.h"
 
 #include <array>
-#include <cstdlib>
 #include <string_view>
 #include <variant>
 
 #include "base/log.h"
+#include "base/plain_number.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/utils/numbers.h"
 
@@ -77,7 +77,7 @@ class Store {
 
   void operator()(std::monostate) const {}
   void operator()(int S::*member) const { mSettings->*member = ParseInt(mValue); }
-  void operator()(double S::*member) const { mSettings->*member = std::atof(mValue); }
+  void operator()(double S::*member) const { mSettings->*member = but::ReadPlainNumber(mValue); }
   void operator()(bool S::*member) const { mSettings->*member = ParseInt(mValue) != 0; }
   void operator()(std::string S::*member) const { mSettings->*member = mValue; }
 

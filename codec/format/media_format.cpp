@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "base/log.h"
+#include "base/plain_number.h"
 
 namespace codec {
 namespace {
@@ -47,7 +48,7 @@ int MediaFormat::GetInt32(const char* key, int& value) const {
 int MediaFormat::GetDouble(const char* key, double& value) const {
   const auto entry = mEntries.find(key);
   if (entry == mEntries.end()) return -1;
-  value = std::atof(entry->second.c_str());
+  value = but::ReadPlainNumber(entry->second.c_str());
   return 0;
 }
 
