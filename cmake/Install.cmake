@@ -21,7 +21,9 @@ add_custom_target(man_page ALL DEPENDS "${MAN_PAGE}")
 
 install(TARGETS clip-reverse RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tool)
 install(FILES "${MAN_PAGE}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tool)
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md LICENSE SECURITY.md DESTINATION "${DOC_DIR}" COMPONENT tool)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION "${DOC_DIR}" COMPONENT tool)
+# A component of its own, because Debian's packages have the licence in their file "copyright".
+install(FILES LICENSE DESTINATION "${DOC_DIR}" COMPONENT licence)
 install(DIRECTORY docs/ DESTINATION "${DOC_DIR}/docs" COMPONENT tool
         FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
 install(FILES completions/clip-reverse.bash RENAME clip-reverse COMPONENT tool

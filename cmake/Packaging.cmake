@@ -10,11 +10,12 @@ if(NOT newest MATCHES "^clip-reverse \\(${PROJECT_VERSION}\\) ")
 endif()
 
 # Files that only Debian's packages have.
+configure_file(packaging/changelog "${PROJECT_BINARY_DIR}/debian-changelog" @ONLY)
 set(CHANGELOG "${PROJECT_BINARY_DIR}/changelog.gz")
 add_custom_command(
   OUTPUT "${CHANGELOG}"
-  COMMAND "${GZIP}" -9nc "${PROJECT_SOURCE_DIR}/packaging/changelog" > "${CHANGELOG}"
-  DEPENDS packaging/changelog
+  COMMAND "${GZIP}" -9nc "${PROJECT_BINARY_DIR}/debian-changelog" > "${CHANGELOG}"
+  DEPENDS "${PROJECT_BINARY_DIR}/debian-changelog"
   VERBATIM)
 add_custom_target(changelog ALL DEPENDS "${CHANGELOG}")
 install(FILES packaging/copyright "${CHANGELOG}" COMPONENT tool EXCLUDE_FROM_ALL
@@ -23,17 +24,21 @@ install(FILES packaging/copyright "${CHANGELOG}" COMPONENT development EXCLUDE_F
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/libclipreverse-dev")
 install(FILES completions/_clip-reverse COMPONENT tool EXCLUDE_FROM_ALL
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/zsh/vendor-completions")
+install(FILES packaging/lintian-overrides RENAME clip-reverse COMPONENT tool EXCLUDE_FROM_ALL
+        DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL tool development)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_STRIP_FILES ON)
+set(CPACK_STRIP_PROGRAM "${CMAKE_STRIP}")
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/strip.cmake")
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ
                                                 GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 set(CPACK_PACKAGE_NAME clip-reverse)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "reverses a media clip in bounded memory")
-set(CPACK_PACKAGE_CONTACT "The clip-reverse developers <developers@clip-reverse.example>")
+set(CPACK_PACKAGE_CONTACT "${CLIPREVERSE_CONTACT}")
 set(CPACK_PACKAGE_VENDOR "the clip-reverse developers")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
