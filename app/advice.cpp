@@ -88,6 +88,16 @@ std::string RangeText(const Failure& f) {
   return "from " + SecondsText(f.start) + " to " + SecondsText(f.end);
 }
 
+// What other programs read or write that is no file: an address, or "-" for a standard stream.
+bool IsNoFileName(const std::string& name) {
+  return name == "-" || name.find("://") != std::string::npos;
+}
+
+bool HasNoExtension(const std::string& name) {
+  const size_t dot = name.rfind('.');
+  return dot == std::string::npos || name.find('/', dot) != std::string::npos;
+}
+
 struct Row {
   bool (*applies)(const Failure&);
   std::string (*text)(const Failure&);
@@ -98,6 +108,12 @@ struct Row {
 const std::array kRows = {
     Row{[](const Failure& f) { return f.line.input.empty(); },
         [](const Failure&) -> std::string { return "no input is named; name it with -i FILE"; }},
+    Row{[](const Failure& f) {
+          return IsAt(f, FailedStep::kOpenInput, ENOENT) && IsNoFileName(f.line.input);
+        },
+        [](const Failure& f) {
+          return f.line.input + " is no file; save what it leads to, and name that file with -i";
+        }},
     Row{[](const Failure& f) { return IsAt(f, FailedStep::kOpenInput, ENOENT); },
         [](const Failure& f) { return f.line.input + " does not exist; check the name after -i"; }},
     Row{[](const Failure& f) { return IsAt(f, FailedStep::kOpenInput, EACCES); },
@@ -173,6 +189,13 @@ const std::array kRows = {
         [](const Failure& f) {
           return f.line.input + " has sound of " + std::to_string(f.info.sample_rate) +
                  " Hz, which AAC cannot hold; convert it to 48000 Hz first";
+        }},
+    Row{[](const Failure& f) {
+          return f.notTaken != nullptr && IsRefusedByContainer(f) && HasNoExtension(f.line.output);
+        },
+        [](const Failure& f) {
+          return f.line.output +
+                 " has no extension that says what to write; use .mp4, .mov, .mkv, .avi or .ts";
         }},
     Row{[](const Failure& f) { return f.notTaken != nullptr && IsRefusedByContainer(f); },
         [](const Failure& f) {

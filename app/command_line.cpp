@@ -29,18 +29,23 @@ constexpr std::array kUsage = {
     "  -e <end time> End time ms",
 };
 
+// After --help; "--help keys" is what people type as well as "--help=keys".
+constexpr std::string_view kKeysWord = "keys";
+
 // A page wins over everything else on the line, errors included: who asks for help gets help.
 bool FindsPage(int argc, const char* const* argv, CommandLine* line) {
   for (int i = 1; i < argc && line->page == Page::kNone; ++i) {
     const Option* const option = FindOption(argv[i]).option;
     if (option != nullptr && option->IsPage()) option->store(line, nullptr);
+    const bool isLast = i + 1 == argc;
+    if (line->page == Page::kHelp && !isLast && argv[i + 1] == kKeysWord) line->page = Page::kKeys;
   }
   return line->page != Page::kNone;
 }
 
 void WarnIgnored(const char* word) {
   if (*word != '-') {
-    log_warn(kTag, "%s belongs to no option, and is ignored", word);
+    log_warn(kTag, "%s belongs to no option, and is ignored; name files with -i and -o", word);
     return;
   }
   const std::string nearest = NearestOption(word);

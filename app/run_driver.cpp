@@ -33,6 +33,9 @@ Progress ProgressOf(codec::Reverse* job) {
 void WarnOfRange(const CommandLine& line, const codec::Reverse& job) {
   constexpr double kUsualRounding = 1;
   const double duration = static_cast<double>(job.InputInfo().duration);
+  if (line.start < 0) {
+    log_warn(kTag, "-s %g lies before the start of the clip, where the range starts", line.start);
+  }
   if (std::isfinite(line.end) && line.end > duration + kUsualRounding) {
     log_warn(
         kTag,

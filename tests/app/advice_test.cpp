@@ -41,6 +41,16 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        },
        "in.mp4 does not exist; check the name after -i"},
       {[](Failure* f) {
+         f->line.input.assign(1, '-');
+         f->cause = {FailedStep::kOpenInput, AVERROR(ENOENT)};
+       },
+       "- is no file; save what it leads to, and name that file with -i"},
+      {[](Failure* f) {
+         f->line.input = "https://host/in.mp4";
+         f->cause = {FailedStep::kOpenInput, AVERROR(ENOENT)};
+       },
+       "https://host/in.mp4 is no file; save what it leads to, and name that file with -i"},
+      {[](Failure* f) {
          f->cause = {FailedStep::kOpenInput, AVERROR(EACCES)};
        },
        "in.mp4 may not be read; allow it with chmod +r, or ask its owner"},
@@ -122,6 +132,12 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
          f->cause = {FailedStep::kWriteOutput, AVERROR(EINVAL)};
        },
        "out.mp4 cannot hold H.264; use .mp4, .mov, .mkv, .avi or .ts"},
+      {[](Failure* f) {
+         f->line.output = "my.clips/out";
+         f->notTaken = "H.264";
+         f->cause = {FailedStep::kWriteOutput, AVERROR(EINVAL)};
+       },
+       "my.clips/out has no extension that says what to write; use .mp4, .mov, .mkv, .avi or .ts"},
       {[](Failure* f) {
          f->cause = {FailedStep::kWriteOutput, AVERROR(EINVAL), "a pipe (FIFO)"};
        },

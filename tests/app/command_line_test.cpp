@@ -144,7 +144,8 @@ TEST(CommandLine, NamesTheWordsThatItIgnores) {
   const test_support::LogCapture bare;
   Parsed({"-i", "a.mp4", "b.mp4"});
   EXPECT_EQ(bare.Texts("reverse::Main"),
-            (std::vector<std::string>{"b.mp4 belongs to no option, and is ignored"}));
+            (std::vector<std::string>{
+                "b.mp4 belongs to no option, and is ignored; name files with -i and -o"}));
 }
 
 TEST(CommandLine, ShowsPagesWhateverElseTheLineHolds) {
@@ -153,6 +154,8 @@ TEST(CommandLine, ShowsPagesWhateverElseTheLineHolds) {
   EXPECT_EQ(Parsed({"--memory", "none", "-h"}).page, Page::kHelp);
   EXPECT_EQ(Parsed({"--version"}).page, Page::kVersion);
   EXPECT_EQ(Parsed({"--help=keys", "-s"}).page, Page::kKeys);
+  EXPECT_EQ(Parsed({"--help", "keys"}).page, Page::kKeys);
+  EXPECT_EQ(Parsed({"--help", "key"}).page, Page::kHelp);
 }
 
 TEST(CommandLine, ReadsTheKeysOfTheOutput) {

@@ -99,7 +99,7 @@ TEST(RunDriver, TellsItsObserverOfAFailureBeforeTheWork) {
   EXPECT_EQ(notes.ends[0].advice, "absent.mp4 does not exist; check the name after -i");
 }
 
-TEST(RunDriver, WarnsOfAnEndThatIsNotMeant) {
+TEST(RunDriver, WarnsOfARangeThatIsNotMeant) {
   struct Row {
     double start;
     double end;
@@ -110,6 +110,7 @@ TEST(RunDriver, WarnsOfAnEndThatIsNotMeant) {
        "-e 5000 lies beyond the end of the clip at 3.000 s, where the range ends; times are "
        "seconds"},
       {2, 1, "-e 1 is not after the start at 2 s; the output holds no pictures"},
+      {-1, 2, "-s -1 lies before the start of the clip, where the range starts"},
       {2.5, 3.9, nullptr},
       {2.5, std::numeric_limits<double>::infinity(), nullptr},
       {2.5, 0, nullptr},
@@ -118,7 +119,7 @@ TEST(RunDriver, WarnsOfAnEndThatIsNotMeant) {
     const LogCapture log;
     EXPECT_EQ(
         RunReverse({Clip(ClipKind::kH264Short), ScratchPath("meant.mp4"), row.start, row.end}), 0);
-    const int warnings = log.CountContaining(kLogWarn, "reverse::Main", "-e ");
+    const int warnings = log.CountContaining(kLogWarn, "reverse::Main", "-");
     EXPECT_EQ(warnings, row.warning == nullptr ? 0 : 1) << row.end;
     if (row.warning != nullptr) {
       EXPECT_TRUE(log.Has(kLogWarn, "reverse::Main", row.warning));
