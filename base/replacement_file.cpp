@@ -136,14 +136,13 @@ int ReplacementFile::MoveIfFree() {
   const char* const hidden = mHidden.c_str();
   const char* const name = mPlace.Name().c_str();
   const int folder = mPlace.Folder();
-  if (renameat2(folder, hidden, folder, name, RENAME_NOREPLACE) == 0) {
-    mHidden.clear();
-    return 0;
-  }
-  // Disks that do not know this flag, as those of networks, know links. The destructor takes the
-  // hidden name away.
-  if (errno != EINVAL && errno != ENOSYS) return errno;
-  return ErrorOf(linkat(folder, hidden, folder, name, 0));
+  // The destructor takes the hidden name away.
+  if (linkat(folder, hidden, folder, name, 0) == 0) return 0;
+  if (errno == EEXIST) return EEXIST;
+  // Disks without links (FAT) know this flag. Those of networks know links and not the flag.
+  if (renameat2(folder, hidden, folder, name, RENAME_NOREPLACE) != 0) return errno;
+  mHidden.clear();
+  return 0;
 }
 
 int ReplacementFile::PutIntoPlace(bool mayReplace) {

@@ -92,7 +92,6 @@
   CALL(fsync, 1, -1) \
   CALL(linkat, 5, -1) \
   CALL(renameat, 4, -1) \
-  CALL(renameat2, 5, -1) \
   FAULT_TABLE_OF_LAYOUTS(CALL) \
   FAULT_TABLE_OF_CONVERTERS(CALL) \
   FAULT_TABLE_OF_SIDE_DATA(CALL)
