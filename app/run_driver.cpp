@@ -10,6 +10,7 @@
 #include "app/advice.h"
 #include "app/overwrite.h"
 #include "app/progress_lines.h"
+#include "base/guarded.h"
 #include "base/log.h"
 #include "base/platform.h"
 #include "codec/ffmpeg/compat.h"
@@ -70,7 +71,8 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
   }
   job->Release();
   const int error = job->Result();
-  if (!commandLine.isPlain) TellAccount(*job);
+  // The output is done: without memory for the account it is as good as with one.
+  if (!commandLine.isPlain) but::Guarded(kTag, [&job] { TellAccount(*job); });
   if (error == 0) return std::nullopt;
   log_error(kTag, "could not write %s: %s", commandLine.output.c_str(),
             codec::ffmpeg::ErrorText(error).c_str());
