@@ -23,6 +23,20 @@ SoundForm FormOf(AVSampleFormat format, int channels, uint64_t mask) {
   return {format, channels, mask};
 }
 
+int BitsOf(const AVCodecContext* context) {
+  constexpr int kMostDelivered = 24;
+  switch (av_get_packed_sample_fmt(context->sample_fmt)) {
+    case AV_SAMPLE_FMT_U8:
+      return 8;
+    case AV_SAMPLE_FMT_S16:
+      return 16;
+    case AV_SAMPLE_FMT_S32:
+      return kMostDelivered;
+    default:
+      return 32;
+  }
+}
+
 uint64_t TargetMask() {
   switch (AudioConverter::kTargetChannels) {
     case 1:
@@ -50,6 +64,7 @@ int AudioConverter::Open(const AVCodecContext* context) {
   mSampleRate = context->sample_rate;
   const SoundForm form =
       FormOf(context->sample_fmt, ffmpeg::Channels(context), ffmpeg::ChannelMask(context));
+  mSourceBits = BitsOf(context);
   mDeliveredFormat = IsTarget(form) ? form.format : kTargetFormat;
   if (!IsTarget(form)) {
     log_debug(kDecoderTag, "audio sample format is %s, convert it to %s ", NameOf(form.format),

@@ -56,6 +56,8 @@ class AudioConverter {
   int MaxBlockBytes() const { return mMaxBlockBytes; }
   // The sample format of the blocks that the announced sound gives.
   AVSampleFormat DeliveredFormat() const { return mDeliveredFormat; }
+  // Bits of the announced samples, 32 for floats, or 0 if not opened. The blocks hold 24 of them.
+  int SourceBits() const { return mSourceBits; }
   // Whether there is a converter at the moment.
   bool IsConverting() const { return mResampler != nullptr; }
   // The first failure of the host that has cost sound; 0 if there was none.
@@ -72,6 +74,7 @@ class AudioConverter {
 
   int mSampleRate = 0;
   int mMaxBlockBytes = 0;
+  int mSourceBits = 0;
   bool mWholeBlocks = false;
   bool mNormalizes = false;
   // Of the stream's first frame; 0 if changes are not adapted.

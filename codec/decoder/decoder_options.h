@@ -60,6 +60,8 @@ struct DecoderAdditions {
   bool adaptsChanges = false;
   // Tags, languages and chapters are read.
   bool readsTags = false;
+  // The loop filter is never skipped: all pictures are those that players show.
+  bool keepsLoopFilter = false;
   // A file without a stream of sound is opened without an error line.
   bool expectsSilence = false;
 };

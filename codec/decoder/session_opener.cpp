@@ -113,6 +113,7 @@ int SessionOpener::OpenVideo() {
                                       additions.laysOverBlack);
   if (session.video == nullptr) return 0;
   AVCodecContext* const context = session.video->Context();
+  if (additions.keepsLoopFilter) session.video->KeepLoopFilter();
   if (additions.adaptsChanges) session.pictures.AdaptChanges();
   if (additions.laysOverBlack) {
     session.pictures.LayOverBlack();

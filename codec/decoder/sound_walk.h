@@ -51,6 +51,8 @@ class SoundWalk : public SoundReader {
   int SampleRate() const { return mSampleRate; }
   // The step of the stream's stamps, in seconds.
   double StampSeconds() const { return mInput.Seconds(1); }
+  // Bits of the source's samples, 32 for floats.
+  int SourceBits() const { return mConverter.SourceBits(); }
   // FFmpeg's number of the first failure that is the host's (want of memory); 0 while there was
   // none.
   int Failure() const;

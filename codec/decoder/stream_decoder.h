@@ -49,7 +49,11 @@ class StreamDecoder : public PictureDecoder {
   void Rest() { mResting = true; }
   bool IsResting() const { return mResting; }
   // Leaves the loop filter out for pictures that no other refers to. Works on the open decoder.
-  void SkipLoopFilter() { mContext->skip_loop_filter = AVDISCARD_NONREF; }
+  void SkipLoopFilter() {
+    if (!mKeepsLoopFilter) mContext->skip_loop_filter = AVDISCARD_NONREF;
+  }
+  // Calls of the above do nothing from now on.
+  void KeepLoopFilter() { mKeepsLoopFilter = true; }
 
   double TicksPerSecond() const { return mTicksPerSecond; }
   // Ticks of the stream in seconds.
@@ -73,6 +77,7 @@ class StreamDecoder : public PictureDecoder {
   bool mResting = false;
   bool mAwaitingKey = false;
   bool mFed = false;
+  bool mKeepsLoopFilter = false;
 };
 
 // Logs a decoder's error as the decoder reports it for its kind of stream.

@@ -12,6 +12,7 @@
 #include "codec/encoder/audio_job.h"
 #include "codec/encoder/encoder_options.h"
 #include "codec/encoder/encoder_settings.h"
+#include "codec/encoder/media_tracks.h"
 #include "codec/encoder/output_file.h"
 #include "codec/ffmpeg/owned.h"
 
@@ -26,30 +27,23 @@ namespace codec {
 //   the writer hands over next hangs on the time of the last packet of sound. An encoder that gives
 //   one packet for each frame, always as many samples behind, has a packet's time known before it
 //   is there; any other one, and a host without a second thread, is waited for with each frame.
-class AudioEncoder : private PendingPackets {
+class AudioEncoder : public AudioTrack, private PendingPackets {
  public:
   AudioEncoder(const EncoderSettings& settings, OutputFile* file)
       : mSettings(settings), mFile(file) {}
 
-  // Adds the stream to the file and opens its encoder. 0, or -1 after an error line.
-  int Create(const EncoderOptions& defaults);
-  bool Exists() const { return mTrack.stream != nullptr; }
+  int Create(const EncoderOptions& defaults) override;
+  bool Exists() const override { return mTrack.stream != nullptr; }
 
-  // Encodes one frame of interleaved samples in the configured format and writes what comes out,
-  // now or before the file's next packet. Time is the running count of samples. 0, or -1 after an
-  // error line.
-  int Encode(const uint8_t* data, size_t size);
-  // Writes what the encoder still holds: AVERROR_EOF when that was all.
-  int Drain();
-  // Frees the encoder; its stream goes with the file.
-  void Close();
+  int Encode(const uint8_t* data, size_t size) override;
+  int Drain() override;
+  void Close() override;
 
-  // Samples per channel that the encoder takes at once; below 1 when it takes any number.
-  int FrameSize() const { return mContext == nullptr ? 0 : mContext->frame_size; }
-  int SampleRate() const { return mContext == nullptr ? 0 : mContext->sample_rate; }
-  int StreamIndex() const { return mTrack.stream->index; }
+  int FrameSize() const override { return mContext == nullptr ? 0 : mContext->frame_size; }
+  int SampleRate() const override { return mContext == nullptr ? 0 : mContext->sample_rate; }
+  int StreamIndex() const override { return mTrack.stream->index; }
   // Seconds of the last packet, be it written or on its way.
-  double LastTime() const;
+  double LastTime() const override;
 
  private:
   void Describe();

@@ -11,11 +11,48 @@
 namespace codec {
 namespace {
 
-constexpr std::array kCodecs = {std::pair{AV_CODEC_ID_H264, "H.264"},
-                                std::pair{AV_CODEC_ID_AAC, "AAC"}};
+// What people call them.
+constexpr std::array kNames = {std::pair{AV_CODEC_ID_H264, "H.264"},
+                               std::pair{AV_CODEC_ID_AAC, "AAC"}};
 
-// FFmpeg's flag for containers that may vary is not set for all of them.
-constexpr std::array<std::string_view, 3> kFixedRateContainers = {"avi", "mxf", "mxf_opatom"};
+// Transport streams answer for no codec, and write those that they do not know as bytes without a
+// name.
+constexpr std::array kOfTransport = {
+    AV_CODEC_ID_H264,    AV_CODEC_ID_HEVC, AV_CODEC_ID_MPEG1VIDEO, AV_CODEC_ID_MPEG2VIDEO,
+    AV_CODEC_ID_MPEG4,   AV_CODEC_ID_VC1,  AV_CODEC_ID_DIRAC,      AV_CODEC_ID_CAVS,
+    AV_CODEC_ID_AAC,     AV_CODEC_ID_MP2,  AV_CODEC_ID_MP3,        AV_CODEC_ID_AC3,
+    AV_CODEC_ID_EAC3,    AV_CODEC_ID_DTS,  AV_CODEC_ID_TRUEHD,     AV_CODEC_ID_OPUS,
+    AV_CODEC_ID_JPEG2000};
+
+constexpr std::array kVideoEncoders = {"libx264",   "libx265", "libvpx-vp9", "libsvtav1",
+                                       "libtheora", "libvpx",  "mpeg4",      "mpeg2video",
+                                       "mjpeg",     "dnxhd",   "gif"};
+constexpr std::array kAudioEncoders = {"aac", "libopus", "libvorbis", "libmp3lame", "mp2",
+                                       "ac3", "flac",    "pcm_s16le", "pcm_s16be"};
+
+// 1 if the container takes the codec, 0 if it does not, negative if it does not tell.
+int Query(const AVOutputFormat& format, AVCodecID codec) {
+  if (std::string_view(format.name) != "mpegts") {
+    return avformat_query_codec(&format, codec, FF_COMPLIANCE_NORMAL);
+  }
+  return std::find(kOfTransport.begin(), kOfTransport.end(), codec) != kOfTransport.end() ? 1 : 0;
+}
+
+// Releases differ in whether a codec that is not taken is refused or merely not known of.
+bool Takes(const AVOutputFormat& format, AVCodecID codec) { return Query(format, codec) == 1; }
+
+template <size_t Count>
+const char* FirstTaken(const AVOutputFormat& format, const std::array<const char*, Count>& names) {
+  for (const char* const name : names) {
+    const AVCodec* const encoder = avcodec_find_encoder_by_name(name);
+    if (encoder != nullptr && Takes(format, encoder->id)) return name;
+  }
+  return nullptr;
+}
+
+// FFmpeg's flag for containers that may vary is not set for all of them. Ogg counts pictures.
+constexpr std::array<std::string_view, 5> kFixedRateContainers = {"avi", "mxf", "mxf_opatom", "ogg",
+                                                                  "ogv"};
 
 }  // namespace
 
@@ -34,15 +71,35 @@ bool TellsRotation(const char* path) {
   return format != nullptr && ffmpeg::KeepsRotation(format);
 }
 
-const char* CodecNotTaken(const char* path) {
+const char* CodecNotTaken(const char* path, const char* encoder) {
   const AVOutputFormat* const format = ChooseContainer(path);
-  // Transport streams take both and answer for neither.
-  if (format == nullptr || std::string_view(format->name) == "mpegts") return nullptr;
-  // Releases differ in whether one that is not taken is refused or merely not known of.
-  for (const auto& [codec, name] : kCodecs) {
-    if (avformat_query_codec(format, codec, FF_COMPLIANCE_NORMAL) != 1) return name;
+  const AVCodec* const codec = avcodec_find_encoder_by_name(encoder);
+  if (format == nullptr || codec == nullptr || Takes(*format, codec->id)) return nullptr;
+  for (const auto& [id, name] : kNames) {
+    if (id == codec->id) return name;
   }
-  return nullptr;
+  return avcodec_get_name(codec->id);
+}
+
+const char* CodecNotTaken(const char* path) {
+  const char* const video = CodecNotTaken(path, "libx264");
+  return video != nullptr ? video : CodecNotTaken(path, "aac");
+}
+
+bool RefusesCodec(const char* path, const char* encoder) {
+  // Others hold codecs that they have no name of their own for, or decide by more than the codec.
+  constexpr std::array<std::string_view, 2> kStrict = {"mpegts", "webm"};
+  const AVOutputFormat* const format = ChooseContainer(path);
+  const AVCodec* const codec = avcodec_find_encoder_by_name(encoder);
+  if (format == nullptr || codec == nullptr) return false;
+  const bool isStrict = std::find(kStrict.begin(), kStrict.end(), format->name) != kStrict.end();
+  return isStrict && Query(*format, codec->id) == 0;
+}
+
+EncoderPair EncodersTaken(const char* path) {
+  const AVOutputFormat* const format = ChooseContainer(path);
+  if (format == nullptr) return {};
+  return {FirstTaken(*format, kVideoEncoders), FirstTaken(*format, kAudioEncoders)};
 }
 
 bool WritesSeveralFiles(const char* path) {

@@ -19,9 +19,22 @@ bool HasFixedRate(const AVOutputFormat& format);
 // to be turned.
 bool TellsRotation(const char* path);
 
-// Names the first of H.264 and AAC that the path's container does not take; null where it takes
-// both. Containers that tell by their header only count as taking neither.
+// Names the codec of this encoder if the path's container does not take it; null if it does.
+// Containers that tell by their header only count as taking nothing.
+const char* CodecNotTaken(const char* path, const char* encoder);
+// The first of H.264 and AAC that it does not take; null where it takes both.
 const char* CodecNotTaken(const char* path);
+
+// Whether the container says so before its header is written.
+bool RefusesCodec(const char* path, const char* encoder);
+
+// FFmpeg's names of encoders; null for none.
+struct EncoderPair {
+  const char* video = nullptr;
+  const char* audio = nullptr;
+};
+// The encoders of this FFmpeg, the best first, whose codecs the path's container takes.
+EncoderPair EncodersTaken(const char* path);
 
 // Whether the path's container opens files of its own, as those of numbered pictures and of
 // playlists do.

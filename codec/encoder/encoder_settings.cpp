@@ -25,7 +25,7 @@ struct Row {
 };
 
 using S = EncoderSettings;
-constexpr std::array<Row, 42> kRows = {{
+constexpr std::array<Row, 48> kRows = {{
     {"file-format", &S::fileFormat},
     {"output-path", &S::outputPath},
     {"write-path", &S::writePath},
@@ -55,6 +55,11 @@ constexpr std::array<Row, 42> kRows = {{
     {"color-primaries", &S::colorPrimaries},
     {"color-trc", &S::colorTransfer},
     {"chroma-location", &S::chromaLocation},
+    {"mastering-display", &S::masteringDisplay},
+    {"content-light", &S::contentLight},
+    {"any-encoder", &S::takesAnyEncoder},
+    {"crf", &S::crf},
+    {"qp", &S::qp},
     {"thread-count", &S::threadCount},
     {"thread-type", &S::threadType},
     {"has-audio", &S::hasAudio},
@@ -63,12 +68,24 @@ constexpr std::array<Row, 42> kRows = {{
     {"sample-rate", &S::sampleRate},
     {"channel-count", &S::channelCount},
     {"sample-format", &S::sampleFormat},
+    {"sample-bits", &S::sampleBits},
     {"video-language", &S::videoLanguage},
     {"audio-language", &S::audioLanguage},
     {"chapters", &S::chapters},
     // Known to callers that share a bag with other encoders; without effect here.
     {"enable-video-encode-time", std::monostate{}},
     {"input-by-surface", std::monostate{}},
+}};
+
+// Keys whose name goes on with a name of FFmpeg's.
+struct PrefixRow {
+  std::string_view prefix;
+  std::map<std::string, std::string> S::*member;
+};
+constexpr std::array<PrefixRow, 3> kPrefixes = {{
+    {"tag.", &S::tags},
+    {"video-opt:", &S::videoOptions},
+    {"audio-opt:", &S::audioOptions},
 }};
 
 class Store {
@@ -91,10 +108,10 @@ class Store {
 void EncoderSettings::SetParameter(const char* key, const char* value) {
   if (key == nullptr || value == nullptr) return;
   log_debug(kTag, "SetParameter:%s = %s", key, value);
-  constexpr std::string_view kTagPrefix = "tag.";
   const std::string_view name = key;
-  if (name.substr(0, kTagPrefix.size()) == kTagPrefix) {
-    tags[std::string(name.substr(kTagPrefix.size()))] = value;
+  for (const auto& [prefix, member] : kPrefixes) {
+    if (name.substr(0, prefix.size()) != prefix) continue;
+    (this->*member)[std::string(name.substr(prefix.size()))] = value;
     return;
   }
   for (const Row& row : kRows) {
@@ -102,6 +119,9 @@ void EncoderSettings::SetParameter(const char* key, const char* value) {
     std::visit(Store(this, value), row.member);
     // A codec named "none" revokes the video that an earlier key asked for.
     if (row.key == "video-codec" && videoCodec == "none") hasVideo = false;
+    // The members themselves have defaults that are of no use to an encoder.
+    if (row.key == "profile") ownProfile = value;
+    if (row.key == "level") ownLevel = value;
     return;
   }
   log_info(kTag, "ignore %s:%s", key, value);

@@ -42,6 +42,18 @@ struct EncoderSettings {
   std::string colorPrimaries;
   std::string colorTransfer;
   std::string chromaLocation;
+  // How bright pictures may be; as x265 writes it, see hdr_light.h; empty ones are not told.
+  std::string masteringDisplay;
+  std::string contentLight;
+  // How encoders are driven that need more than one call for a picture, see delayed_encoder.h. With
+  // the next ones, which only such an encoder is given; empty ones are not set.
+  bool takesAnyEncoder = false;
+  std::string crf;
+  std::string qp;
+  std::string ownProfile;                           // `profile` if its key was set
+  std::string ownLevel;                             // the same
+  std::map<std::string, std::string> videoOptions;  // by FFmpeg's names
+  std::map<std::string, std::string> audioOptions;
   int threadCount = 0;
   std::string threadType;
 
@@ -51,6 +63,7 @@ struct EncoderSettings {
   int sampleRate = 44100;    // Hz
   int channelCount = 2;
   int sampleFormat = 8;  // FFmpeg's number; planar float
+  int sampleBits = 0;    // that the source's samples have; 0 if nobody knows, 32 for floats
 
   // For people, see output_tags.h: by FFmpeg's names, and a line for each chapter.
   std::map<std::string, std::string> tags;

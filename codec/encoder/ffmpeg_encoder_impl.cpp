@@ -2,9 +2,11 @@
 #include "codec/encoder/ffmpeg_encoder_impl.h"
 
 #include <array>
+#include <string>
 #include <string_view>
 
 #include "base/log.h"
+#include "codec/encoder/encoder_choice.h"
 
 namespace codec {
 namespace {
@@ -14,12 +16,12 @@ constexpr char kTag[] = "codec::FFmpegEncoderImpl";
 // What GetParameter answers to "next-frame-type".
 enum NextFrame { kNeither = 0, kVideo = 1, kAudio = 2 };
 
-int AudioFrameSize(const AudioEncoder& audio) {
+int AudioFrameSize(const AudioTrack& audio) {
   return audio.FrameSize() < 1 ? 1024 : audio.FrameSize();
 }
 
 // Microseconds.
-int AudioFrameDuration(const AudioEncoder& audio) {
+int AudioFrameDuration(const AudioTrack& audio) {
   if (audio.SampleRate() < 1) return 0;
   return static_cast<int>(static_cast<int64_t>(AudioFrameSize(audio)) * 1000000 /
                           audio.SampleRate());
@@ -27,19 +29,23 @@ int AudioFrameDuration(const AudioEncoder& audio) {
 
 struct AudioParameter {
   std::string_view key;
-  int (*value)(const AudioEncoder&);
+  int (*value)(const AudioTrack&);
 };
 
 constexpr std::array<AudioParameter, 3> kAudioParameters = {{
     {"audio-frame-size", &AudioFrameSize},
     {"audio-frame-duration", &AudioFrameDuration},
-    {"sample-rate", [](const AudioEncoder& audio) { return audio.SampleRate(); }},
+    {"sample-rate", [](const AudioTrack& audio) { return audio.SampleRate(); }},
 }};
 
 }  // namespace
 
 FFmpegEncoderImpl::FFmpegEncoderImpl()
-    : mOptions(DefaultEncoderOptions()), mVideo(mOpened, &mFile), mAudio(mOpened, &mFile) {}
+    : mOptions(DefaultEncoderOptions()),
+      mUsualVideo(mOpened, &mFile),
+      mUsualAudio(mOpened, &mFile),
+      mDelayedVideo(mOpened, &mFile),
+      mDelayedAudio(mOpened, &mFile) {}
 
 FFmpegEncoderImpl::~FFmpegEncoderImpl() { log_debug(kTag, "FFmpegEncoderImpl destructor"); }
 
@@ -60,13 +66,20 @@ int FFmpegEncoderImpl::Open() {
     log_error(kTag, "h264_zqmediacodec|hevc_zqmediacodec only support android");
     return -1;
   }
+  const std::string why = WhyNotEncoded(mOpened);
+  if (!why.empty()) {
+    log_error(kTag, "%s", why.c_str());
+    return -1;
+  }
+  if (DelaysVideo(mOpened)) mVideo = &mDelayedVideo;
+  if (DelaysAudio(mOpened)) mAudio = &mDelayedAudio;
   if (mFile.Create(mOpened.outputPath, mOptions, mOpened.writePath) != 0) return -1;
   if (CreateStreams() != 0) return -1;
   mFile.Tag(mOpened);
   mFile.StampMetadata();
   const int result = mFile.OpenFileAndWriteHeader();
   if (mOpened.hasVideo) {
-    const AVRational timeBase = mVideo.StreamTimeBase();
+    const AVRational timeBase = mVideo->StreamTimeBase();
     log_debug(kTag, "video stream time_base::%d/%d, after WriteHeader", timeBase.num, timeBase.den);
   }
   return result;
@@ -74,18 +87,18 @@ int FFmpegEncoderImpl::Open() {
 
 int FFmpegEncoderImpl::CreateStreams() {
   if (mOpened.hasVideo) {
-    if (mVideo.Create(mOptions) != 0) {
+    if (mVideo->Create(mOptions) != 0) {
       log_error(kTag, "Create video stream failed.");
       return -1;
     }
-    log_debug(kTag, "Create video stream:%d successfully.", mVideo.StreamIndex());
+    log_debug(kTag, "Create video stream:%d successfully.", mVideo->StreamIndex());
   }
   if (mOpened.hasAudio) {
-    if (mAudio.Create(mOptions) != 0) {
+    if (mAudio->Create(mOptions) != 0) {
       log_error(kTag, "Create audio stream failed.");
       return -1;
     }
-    log_debug(kTag, "Create audio stream:%d successfully.", mAudio.StreamIndex());
+    log_debug(kTag, "Create audio stream:%d successfully.", mAudio->StreamIndex());
   }
   return 0;
 }
@@ -94,9 +107,9 @@ int FFmpegEncoderImpl::GetParameter(const char* key) {
   if (key == nullptr) return 0;
   const std::string_view name = key;
   if (name == "next-frame-type") return NextFrameType();
-  if (name == "surface" || !mAudio.Exists()) return 0;
+  if (name == "surface" || !mAudio->Exists()) return 0;
   for (const AudioParameter& parameter : kAudioParameters) {
-    if (parameter.key == name) return parameter.value(mAudio);
+    if (parameter.key == name) return parameter.value(*mAudio);
   }
   log_error(kTag, "Get invalid parameter key:%s", key);
   return 0;
@@ -106,39 +119,40 @@ int FFmpegEncoderImpl::GetParameter(const char* key) {
 int FFmpegEncoderImpl::NextFrameType() const {
   if (!Current().hasVideo) return Current().hasAudio ? kAudio : kNeither;
   if (!Current().hasAudio || !mFile.HeaderWritten()) return kVideo;
-  return mVideo.LastTime() > mAudio.LastTime() ? kAudio : kVideo;
+  return mVideo->LastTime() > mAudio->LastTime() ? kAudio : kVideo;
 }
 
 int FFmpegEncoderImpl::EncodeVideo(uint8_t* data, int /*ignored*/, int64_t ptsUs) {
-  return Current().hasVideo ? mVideo.Encode(data, ptsUs) : 0;
+  return Current().hasVideo ? mVideo->Encode(data, ptsUs) : 0;
 }
 
 int FFmpegEncoderImpl::EncodeAudio(uint8_t* data, size_t size) {
   // Sound that comes before the header has no place in the file.
   if (!Current().hasAudio || !mFile.HeaderWritten()) return 0;
-  return mAudio.Encode(data, size);
+  return mAudio->Encode(data, size);
 }
 
 void FFmpegEncoderImpl::Close() {
   log_debug(kTag, "_Flush Decoder...");
   Drain();
-  mVideo.Finish();
+  mVideo->Finish();
   log_debug(kTag, "_Flush Decoder done");
   mFile.WriteTrailer();
-  mVideo.Close();
-  mAudio.Close();
+  mVideo->Close();
+  mAudio->Close();
   mFile.Close();
-  log_info(kTag, "encode video frames:%d,pkt queue:%d", mVideo.PicturesTaken(),
-           mVideo.StampsWaiting());
+  log_info(kTag, "encode video frames:%d,pkt queue:%d", mVideo->PicturesTaken(),
+           mVideo->StampsWaiting());
 }
 
 void FFmpegEncoderImpl::Drain() {
   const int next = NextFrameType();
   if (next == kNeither) return;
-  if (next == kVideo && mVideo.UsesSendReceive()) mVideo.Drain();
-  const int result = mAudio.Drain();
+  const bool isDelayed = mVideo == &mDelayedVideo;
+  if (isDelayed || (next == kVideo && mVideo->HoldsPictures())) mVideo->Drain();
+  const int result = mAudio->Drain();
   // The one-call video encoder holds nothing; the audio encoder gets a second chance to finish.
-  if (next == kVideo && !mVideo.UsesSendReceive() && result != AVERROR_EOF) mAudio.Drain();
+  if (next == kVideo && !mVideo->HoldsPictures() && result != AVERROR_EOF) mAudio->Drain();
 }
 
 }  // namespace codec

@@ -6,6 +6,8 @@
 #include <cstdint>
 
 #include "codec/encoder/audio_encoder.h"
+#include "codec/encoder/delayed_audio_encoder.h"
+#include "codec/encoder/delayed_video_encoder.h"
 #include "codec/encoder/encoder_options.h"
 #include "codec/encoder/encoder_settings.h"
 #include "codec/encoder/ffmpeg_encoder.h"
@@ -30,7 +32,7 @@ class FFmpegEncoderImpl : public FFmpegEncoder {
   int OutputError() const override { return mFile.OutputError(); }
 
   // Encodes video by the send/receive interface whatever the codec; to be called after Open.
-  void ForceSendReceive() { mVideo.SetSendReceive(true); }
+  void ForceSendReceive() { mUsualVideo.SetSendReceive(true); }
 
  private:
   int CreateStreams();
@@ -47,8 +49,13 @@ class FFmpegEncoderImpl : public FFmpegEncoder {
   EncoderOptions mOptions;
   // The file outlives the streams' encoders, which hold pointers into it.
   OutputFile mFile;
-  VideoEncoder mVideo;
-  AudioEncoder mAudio;
+  VideoEncoder mUsualVideo;
+  AudioEncoder mUsualAudio;
+  DelayedVideoEncoder mDelayedVideo;
+  DelayedAudioEncoder mDelayedAudio;
+  // Those that the settings call for.
+  VideoTrack* mVideo = &mUsualVideo;
+  AudioTrack* mAudio = &mUsualAudio;
 };
 
 }  // namespace codec

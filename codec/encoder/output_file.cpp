@@ -27,6 +27,14 @@ static_assert(sizeof(kDescription) - 1 == 104);
 // any other without a complaint: a file that nothing can play.
 bool TakesStreams(const AVFormatContext& context) {
   const AVOutputFormat& format = *context.oformat;
+  // AVI names a codec by its tag only, and writes those without one all the same.
+  const bool needsTags = std::string_view(format.name) == "avi";
+  for (unsigned i = 0; needsTags && i < context.nb_streams; ++i) {
+    const AVCodecParameters& codec = *context.streams[i]->codecpar;
+    if (codec.codec_tag == 0 && av_codec_get_tag(format.codec_tag, codec.codec_id) == 0) {
+      return false;
+    }
+  }
   if ((format.flags & AVFMT_NOTIMESTAMPS) == 0) return true;
   for (unsigned i = 0; i < context.nb_streams; ++i) {
     const AVCodecID codec = context.streams[i]->codecpar->codec_id;

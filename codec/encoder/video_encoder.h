@@ -8,6 +8,7 @@
 
 #include "codec/encoder/encoder_options.h"
 #include "codec/encoder/encoder_settings.h"
+#include "codec/encoder/media_tracks.h"
 #include "codec/encoder/output_file.h"
 #include "codec/encoder/picture_clock.h"
 #include "codec/ffmpeg/owned.h"
@@ -15,36 +16,31 @@
 namespace codec {
 
 // Settings and file belong to the caller and outlive it.
-class VideoEncoder {
+class VideoEncoder : public VideoTrack {
  public:
   VideoEncoder(const EncoderSettings& settings, OutputFile* file)
       : mSettings(settings), mFile(file) {}
 
-  // Adds the stream to the file and opens its encoder. 0, or -1 after an error line.
-  int Create(const EncoderOptions& defaults);
+  int Create(const EncoderOptions& defaults) override;
   bool Exists() const { return mTrack.stream != nullptr; }
 
-  // Encodes one packed picture at this time in microseconds and writes what comes out. 0 or a
-  // negative error.
-  int Encode(const uint8_t* picture, int64_t ptsUs);
-  // Writes what the encoder still holds. Only for encoders of the send/receive interface: the
-  // one-call interface has nothing left, because it runs without delay.
-  int Drain();
-  // Writes the last picture, if it was kept back because the length of the video is known.
-  void Finish();
-  // Frees the encoder; its stream goes with the file.
-  void Close();
+  int Encode(const uint8_t* picture, int64_t ptsUs) override;
+  // Only for encoders of the send/receive interface: the one-call interface has nothing left,
+  // because it runs without delay.
+  int Drain() override;
+  void Finish() override;
+  void Close() override;
 
   // Hardware encoders take pictures and give packets at different times.
-  bool UsesSendReceive() const { return mSendReceive; }
+  bool HoldsPictures() const override { return mSendReceive; }
   void SetSendReceive(bool on) { mSendReceive = on; }
 
-  AVRational StreamTimeBase() const { return mTrack.stream->time_base; }
-  int StreamIndex() const { return mTrack.stream->index; }
+  AVRational StreamTimeBase() const override { return mTrack.stream->time_base; }
+  int StreamIndex() const override { return mTrack.stream->index; }
   // Seconds of the last packet, be it written or kept back.
-  double LastTime() const { return mTrack.lastTime; }
-  int PicturesTaken() const { return mPicturesTaken; }
-  int StampsWaiting() const { return static_cast<int>(mStamps.size()); }
+  double LastTime() const override { return mTrack.lastTime; }
+  int PicturesTaken() const override { return mPicturesTaken; }
+  int StampsWaiting() const override { return static_cast<int>(mStamps.size()); }
 
  private:
   void Describe(const AVCodec* codec);

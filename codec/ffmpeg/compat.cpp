@@ -45,18 +45,6 @@ const int32_t* DisplayMatrix(const AVStream* stream) {
 #endif
 }
 
-int32_t* NewDisplayMatrix(AVStream* stream) {
-#if HAS_PARAMETER_SIDE_DATA
-  AVPacketSideData* data = av_packet_side_data_new(
-      &stream->codecpar->coded_side_data, &stream->codecpar->nb_coded_side_data,
-      AV_PKT_DATA_DISPLAYMATRIX, kDisplayMatrixBytes, 0);
-  return data == nullptr ? nullptr : reinterpret_cast<int32_t*>(data->data);
-#else
-  return reinterpret_cast<int32_t*>(
-      av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, kDisplayMatrixBytes));
-#endif
-}
-
 #if HAS_CHANNEL_LAYOUT
 uint64_t MaskOf(const AVChannelLayout& layout) {
   return layout.order == AV_CHANNEL_ORDER_NATIVE ? layout.u.mask : 0;
@@ -313,21 +301,63 @@ UniqueResampler NewRateConverter(int inRate, int outRate) {
   return converter;
 }
 
-std::vector<int> SampleRates(const AVCodec* encoder) {
-  const int* rates = nullptr;
-#if HAS_SUPPORTED_CONFIG
-  const void* list = nullptr;
-  if (avcodec_get_supported_config(nullptr, encoder, AV_CODEC_CONFIG_SAMPLE_RATE, 0, &list,
-                                   nullptr) < 0) {
-    return {};
+namespace {
+
+// The values of a list that ends with `end`; none if there is no list.
+template <typename Value, typename IsEnd>
+std::vector<Value> Listed(const void* list, const IsEnd& isEnd) {
+  std::vector<Value> all;
+  if (list == nullptr) return all;
+  for (const auto* value = static_cast<const Value*>(list); !isEnd(*value); ++value) {
+    all.push_back(*value);
   }
-  rates = static_cast<const int*>(list);
-#else
-  rates = encoder->supported_samplerates;
-#endif
-  std::vector<int> all;
-  for (; rates != nullptr && *rates != 0; ++rates) all.push_back(*rates);
   return all;
+}
+
+#if HAS_SUPPORTED_CONFIG
+const void* Supported(const AVCodec* encoder, AVCodecConfig config) {
+  const void* list = nullptr;
+  const int result = avcodec_get_supported_config(nullptr, encoder, config, 0, &list, nullptr);
+  return result < 0 ? nullptr : list;
+}
+#endif
+
+}  // namespace
+
+std::vector<int> SampleRates(const AVCodec* encoder) {
+#if HAS_SUPPORTED_CONFIG
+  const void* const list = Supported(encoder, AV_CODEC_CONFIG_SAMPLE_RATE);
+#else
+  const void* const list = encoder->supported_samplerates;
+#endif
+  return Listed<int>(list, [](int rate) { return rate == 0; });
+}
+
+std::vector<AVPixelFormat> PixelFormats(const AVCodec* encoder) {
+#if HAS_SUPPORTED_CONFIG
+  const void* const list = Supported(encoder, AV_CODEC_CONFIG_PIX_FORMAT);
+#else
+  const void* const list = encoder->pix_fmts;
+#endif
+  return Listed<AVPixelFormat>(list, [](AVPixelFormat f) { return f == AV_PIX_FMT_NONE; });
+}
+
+std::vector<AVSampleFormat> SampleFormats(const AVCodec* encoder) {
+#if HAS_SUPPORTED_CONFIG
+  const void* const list = Supported(encoder, AV_CODEC_CONFIG_SAMPLE_FORMAT);
+#else
+  const void* const list = encoder->sample_fmts;
+#endif
+  return Listed<AVSampleFormat>(list, [](AVSampleFormat f) { return f == AV_SAMPLE_FMT_NONE; });
+}
+
+std::vector<AVRational> FrameRates(const AVCodec* encoder) {
+#if HAS_SUPPORTED_CONFIG
+  const void* const list = Supported(encoder, AV_CODEC_CONFIG_FRAME_RATE);
+#else
+  const void* const list = encoder->supported_framerates;
+#endif
+  return Listed<AVRational>(list, [](AVRational rate) { return rate.num == 0; });
 }
 
 std::string RotateText(const AVFormatContext* input, const AVStream* stream) {
@@ -354,11 +384,22 @@ std::optional<int> MatrixOrientation(const AVStream* stream) {
 
 bool KeepsRotation(const AVOutputFormat* format) { return IsMovFamily(format); }
 
+uint8_t* NewSideData(AVStream* stream, AVPacketSideDataType type, size_t bytes) {
+#if HAS_PARAMETER_SIDE_DATA
+  AVPacketSideData* data = av_packet_side_data_new(
+      &stream->codecpar->coded_side_data, &stream->codecpar->nb_coded_side_data, type, bytes, 0);
+  return data == nullptr ? nullptr : data->data;
+#else
+  return av_stream_new_side_data(stream, type, bytes);
+#endif
+}
+
 int SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degrees) {
   const int result = av_dict_set(&stream->metadata, "rotate", degrees, 0);
   const int angle = std::atoi(degrees);
   if (!IsMovFamily(format) || (angle != 90 && angle != 180 && angle != 270)) return result;
-  int32_t* matrix = NewDisplayMatrix(stream);
+  auto* const matrix = reinterpret_cast<int32_t*>(
+      NewSideData(stream, AV_PKT_DATA_DISPLAYMATRIX, kDisplayMatrixBytes));
   if (matrix == nullptr) return AVERROR(ENOMEM);
   av_display_rotation_set(matrix, angle);
   // The turned picture is moved back into view: by its height, its width or both, in 16.16 fixed

@@ -90,6 +90,14 @@ UniqueResampler NewResampler(uint64_t outMask, AVSampleFormat outFormat, uint64_
 UniqueResampler NewRateConverter(int inRate, int outRate);
 // The sample rates that an encoder takes; none if it takes any.
 std::vector<int> SampleRates(const AVCodec* encoder);
+// The same for its sample formats.
+std::vector<AVSampleFormat> SampleFormats(const AVCodec* encoder);
+
+// Pictures.
+
+// The pixel formats that an encoder takes, and its frame rates; none if it takes any.
+std::vector<AVPixelFormat> PixelFormats(const AVCodec* encoder);
+std::vector<AVRational> FrameRates(const AVCodec* encoder);
 
 // Rotation.
 
@@ -99,6 +107,10 @@ std::string RotateText(const AVFormatContext* input, const AVStream* stream);
 // What the display matrix of a demuxed stream asks for, as a number of utils/orientation.h; 0 for
 // what is no such number; nothing where there is no matrix.
 std::optional<int> MatrixOrientation(const AVStream* stream);
+// Bytes that stand beside a stream, for its container: owned by the stream, replacing those of this
+// type; null when memory runs out. To be called after `avcodec_parameters_from_context`, which
+// wipes them on newer releases.
+uint8_t* NewSideData(AVStream* stream, AVPacketSideDataType type, size_t bytes);
 // Whether a file of this format keeps the turn that SetRotation asks for.
 bool KeepsRotation(const AVOutputFormat* format);
 // Makes a stream that is going to be muxed ask for this turn. To be called after

@@ -40,6 +40,8 @@ using UniqueParser =
     std::unique_ptr<AVCodecParserContext, PlainDeleter<AVCodecParserContext, av_parser_close>>;
 using UniqueFrame = std::unique_ptr<AVFrame, ClearingDeleter<AVFrame, av_frame_free>>;
 using UniquePacket = std::unique_ptr<AVPacket, ClearingDeleter<AVPacket, av_packet_free>>;
+using UniqueBufferPool =
+    std::unique_ptr<AVBufferPool, ClearingDeleter<AVBufferPool, av_buffer_pool_uninit>>;
 using UniqueDictionary = std::unique_ptr<AVDictionary, ClearingDeleter<AVDictionary, av_dict_free>>;
 using UniqueResampler = std::unique_ptr<SwrContext, ClearingDeleter<SwrContext, swr_free>>;
 using UniqueScaler = std::unique_ptr<SwsContext, PlainDeleter<SwsContext, sws_freeContext>>;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "codec/filter/color_filter.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <string>
@@ -120,7 +121,12 @@ int ColorFilter::SizeBuffers(const char* outputName) {
   int64_t output = RuleBytes(mModel->output, pixels);
   const bool copies = mModel->output == BufferRule::kInput;
   const bool anyFormat = mModel->output == BufferRule::kAnyFormat;
-  if (copies) output = mInputSize;
+  if (copies) {
+    // Formats that the name rule does not know may be deeper than four bytes a pixel.
+    mInputSize =
+        std::max<int64_t>(mInputSize, av_image_get_buffer_size(mInputFormat, width, height, 1));
+    output = mInputSize;
+  }
   if (anyFormat) {
     working = av_image_get_buffer_size(mOutputFormat, width, height, 2);
     output = FrameSize(width, height, outputName);

@@ -42,7 +42,7 @@ void AudioFramer::Flush() {
   if (count < mFrameBytes) {
     std::memset(buffer->Data() + count, 0, static_cast<size_t>(mFrameBytes - count));
   }
-  Append(std::move(buffer));
+  Append(std::move(buffer), mHasShortLast ? count : mFrameBytes);
 }
 
 void AudioFramer::PlaceFrame(const AudioTimeline::Block& block) {
@@ -59,7 +59,7 @@ void AudioFramer::PlaceFrame(const AudioTimeline::Block& block) {
       return;
     }
   }
-  Append(std::move(buffer));
+  Append(std::move(buffer), mFrameBytes);
 }
 
 void AudioFramer::InsertSilence(const AudioTimeline::Block& block) {
@@ -67,7 +67,7 @@ void AudioFramer::InsertSilence(const AudioTimeline::Block& block) {
     PooledBuffer buffer = TakeBuffer();
     if (!buffer) return;
     std::memset(buffer->Data(), 0, static_cast<size_t>(mFrameBytes));
-    Append(std::move(buffer));
+    Append(std::move(buffer), mFrameBytes);
     log_debug(kTag, "Add empty audio frame");
   } while (mTimeline.BehindStart(block));
 }
@@ -83,9 +83,9 @@ PooledBuffer AudioFramer::TakeBuffer() {
   return buffer;
 }
 
-void AudioFramer::Append(PooledBuffer buffer) {
+void AudioFramer::Append(PooledBuffer buffer, int32_t bytes) {
   buffer->SetPts(mTimeline.Stamp());
-  buffer->SetSize(mFrameBytes);
+  buffer->SetSize(bytes);
   mQueue->Append(std::move(buffer));
 }
 

@@ -26,11 +26,15 @@ class AudioFramer {
   // Whether silence is inserted and frames are dropped to keep step with the video.
   void SetSync(bool enabled) { mSync = enabled; }
 
+  // The last frame holds only the samples that are left, without silence after them. Off unless
+  // set.
+  void SetShortLast(bool enabled) { mHasShortLast = enabled; }
+
   // 0, or -1 when the process refuses the block.
   int Write(const uint8_t* data, uint32_t size, int64_t pts);
   // Whether a frame has been lost because there was no buffer for it.
   bool IsOutOfBuffers() const { return mIsOutOfBuffers; }
-  // Queues what is left as a last frame, filled up with silence.
+  // Queues what is left as a last frame, filled up with silence unless it may be short.
   void Flush();
 
  private:
@@ -38,13 +42,14 @@ class AudioFramer {
   void InsertSilence(const AudioTimeline::Block& block);
   // A pool buffer with room for a frame; null, after an error line, when there is none.
   PooledBuffer TakeBuffer();
-  void Append(PooledBuffer buffer);
+  void Append(PooledBuffer buffer, int32_t bytes);
 
   FrameQueue* const mQueue;
   std::unique_ptr<vux::AudioProcess> mProcess;
   AudioTimeline mTimeline;
   int32_t mFrameBytes = 0;
   bool mSync = true;
+  bool mHasShortLast = false;
   bool mIsOutOfBuffers = false;
 };
 

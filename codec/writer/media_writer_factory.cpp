@@ -8,6 +8,7 @@
 
 #include "base/log.h"
 #include "codec/encoder/media_encoder_impl.h"
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/filter/filter_factory.h"
 #include "codec/utils/image_utils.h"
 #include "codec/utils/orientation.h"
@@ -96,7 +97,12 @@ std::unique_ptr<MediaEncoder> MakeEncoder(const MediaFormat& format) {
 void StoreFrameSize(MediaFormat& format, const PictureSize& size) {
   std::string colorFormat;
   format.GetString("output-color-format", colorFormat);
-  format.SetInt32("video-frame-size", FrameSize(size.width, size.height, colorFormat.c_str()));
+  const int named = FrameSize(size.width, size.height, colorFormat.c_str());
+  // Formats that the name rule does not know may be deeper than four bytes a pixel.
+  const int whole =
+      av_image_get_buffer_size(av_get_pix_fmt(colorFormat.c_str()), size.width, size.height, 1);
+  const bool isDeep = named > 0 && whole > WithSlack(named);
+  format.SetInt32("video-frame-size", isDeep ? whole : named);
 }
 
 MediaWriter* MakeConfigured(MediaFormat& format, std::unique_ptr<MediaEncoder> encoder,

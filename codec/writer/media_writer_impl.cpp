@@ -64,6 +64,7 @@ int MediaWriterImpl::Configure(MediaFormat& format) {
   pool->SetVideoBufferSize(mSettings.video_frame_size);
   pool->RefillVideo(mSettings.video_frame_size);
   mFramer.SetSync(mSettings.enable_av_sync);
+  mFramer.SetShortLast(mSettings.has_short_last_frame);
   if (mSettings.has_audio && ConfigureAudio(format) != 0) return -1;
   mSettings.ReadThreading(format);
   WakeSignal* const wake = mSettings.use_thread_ ? &mWake : nullptr;

@@ -32,6 +32,7 @@ int WriterSettings::Read(const MediaFormat& format) {
   format.GetInt32("channel-count", channel_count);
   has_audio = false;
   ReadFlag(format, "has-audio", has_audio);
+  ReadFlag(format, "short-last-frame", has_short_last_frame);
   return 0;
 }
 

@@ -22,8 +22,9 @@ struct WriterSettings {
   bool enable_av_sync = true;
   bool use_thread_ = false;
   bool has_audio = false;
-  int32_t video_frame_size = 0;  // bytes
-  int32_t sample_format = 8;     // FFmpeg's number; 8 is planar float
+  bool has_short_last_frame = false;  // sound ends with its last sample
+  int32_t video_frame_size = 0;       // bytes
+  int32_t sample_format = 8;          // FFmpeg's number; 8 is planar float
   int32_t channel_count = 0;
   int32_t sample_rate = 0;  // Hz
   double speed = 1.0;
