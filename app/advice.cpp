@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "codec/encoder/container.h"
+#include "app/codec_advice.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 
 namespace app {
@@ -198,10 +198,7 @@ const std::array kRows = {
                  " has no extension that says what to write; use .mp4, .mov, .mkv, .avi or .ts";
         }},
     Row{[](const Failure& f) { return f.notTaken != nullptr && IsRefusedByContainer(f); },
-        [](const Failure& f) {
-          return f.line.output + " cannot hold " + f.notTaken +
-                 "; use .mp4, .mov, .mkv, .avi or .ts";
-        }},
+        [](const Failure& f) { return ContainerAdvice(f.line, f.notTaken); }},
     Row{[](const Failure& f) { return f.cause.kind != nullptr && IsRefusedByContainer(f); },
         [](const Failure& f) {
           return f.line.output + " is " + f.cause.kind +
@@ -244,7 +241,7 @@ Failure FailureOf(const CommandLine& line, const codec::Reverse& job) {
   failure.end = failure.start + job.RangeSeconds();
   failure.memoryNeeded = job.MemoryNeeded();
   failure.memoryGranted = job.MemoryGranted();
-  failure.notTaken = codec::CodecNotTaken(line.output.c_str());
+  failure.notTaken = NotTaken(line);
   return failure;
 }
 

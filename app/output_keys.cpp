@@ -50,11 +50,32 @@ std::vector<OutputKey> MakeKeys() {
        "shape of a pixel, width: its width to its height is as this number to the next one"},
       {"sample_aspect_den", true, T::kInt, 1, 65535, "", "", "sample_aspect_num",
        "shape of a pixel, height"},
-      {"preset", true, T::kChoice, 0, 0, "", kPresets, "",
-       "how much time the H.264 encoder takes for a smaller file; `superfast` in a reversal, else "
-       "`veryfast`"},
-      {"video-bitrate", true, T::kInt, 1000, kMostBits, "bit/s", "", "",
-       "bit rate of the pictures; a reversal goes by their size and rate"},
+      {"video-codec", true, T::kText, 0, 0, "", "", "",
+       "FFmpeg's name of the video encoder: `libx264` (unless set), `libx265`, `prores_ks`, ..."},
+      {"audio-codec", true, T::kText, 0, 0, "", "", "",
+       "FFmpeg's name of the sound's encoder: `aac` (unless set), `libopus`, `flac`, ..."},
+      {"crf", true, T::kText, 0, 0, "", "", "",
+       "constant quality by the video encoder's own scale, lower is better; instead of "
+       "`video-bitrate`"},
+      {"qp", true, T::kText, 0, 0, "", "", "",
+       "the same for encoders without `crf`: how coarse pictures are, lower is better"},
+      {"preset", true, T::kPreset, 0, 0, "", kPresets, "",
+       "how much time the video encoder takes for a smaller file, or a number for encoders that "
+       "count; `superfast` in a usual reversal, else the encoder's own"},
+      {"profile", true, T::kText, 0, 0, "", "", "",
+       "the video encoder's profile: `high10`, `main10`, `dnxhr_hqx`; the encoder chooses unless "
+       "set, a usual reversal is `baseline`"},
+      {"level", true, T::kText, 0, 0, "", "", "",
+       "the video encoder's level: `4.1`; the encoder chooses unless set"},
+      {"video-opt:NAME", true, T::kText, 0, 0, "", "", "",
+       "any option of the video encoder by FFmpeg's name: `video-opt:tune=film`"},
+      {"audio-opt:NAME", true, T::kText, 0, 0, "", "", "", "the same of the sound's encoder"},
+      {"output-color-format", true, T::kText, 0, 0, "", "", "",
+       "FFmpeg's name of the pixel format that is written: `yuv420p`; with a `video-codec`, the "
+       "nearest to the clip's that it takes"},
+      {"video-bitrate", true, T::kInt, 0, kMostBits, "bit/s", "", "",
+       "bit rate of the pictures, 0 for none; a usual reversal goes by their size and rate, other "
+       "encoders by quality"},
       {"maxrate", true, T::kInt, 1000, kMostBits, "bit/s", "", "",
        "highest bit rate of the pictures; as `video-bitrate` in a reversal"},
       {"bufsize", true, T::kInt, 1000, kMostBits, "bits", "", "",
@@ -85,11 +106,9 @@ std::vector<OutputKey> MakeKeys() {
           "where the bytes go instead, if not to `output-path`, which log lines name all the same"),
       Flag("has-video", "whether pictures are written"),
       Flag("has-audio", "whether sound is written"),
-      Text("video-codec", "FFmpeg's name of the video encoder: `libx264`"),
       Int("width", "pixels", "width of the pictures that come in"),
       Int("height", "pixels", "height of the pictures that come in"),
       Text("input-color-format", "FFmpeg's name of the pixel format that comes in: `bgra`"),
-      Text("output-color-format", "FFmpeg's name of the pixel format that is written: `yuv420p`"),
       Double("frame-rate", "pictures/s", "pictures a second"),
       Int("stamp-rate", "ticks/s",
           "ticks that the times of pictures are kept at: a multiple of `frame-rate`, or 90000 if "
@@ -116,6 +135,11 @@ std::vector<OutputKey> MakeKeys() {
           "true-level",
           "1 has `libx264` name the H.264 level that size, rate, buffer and preset need, 0 (unless "
           "set) names level 4.0"),
+      Text("mastering-display",
+           "the screen that pictures of high dynamic range were made on, as x265 writes it: "
+           "`G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(10000000,500)`"),
+      Text("content-light",
+           "their brightest pixel and picture, in cd/m2: `1000,400`; both with `any-encoder`"),
       Int("orientation", "",
           "1 (unless set) to 8, as EXIF numbers them: turns and mirrors the pictures themselves, "
           "after all else; for `yuv420p`"),
@@ -123,7 +147,6 @@ std::vector<OutputKey> MakeKeys() {
       Text("video-language", "of the pictures' stream: `eng`"),
       Text("audio-language", "of the sound's stream: `eng`"),
       Text("chapters", "a line for each: start and end in milliseconds, and its title"),
-      Text("audio-codec", "FFmpeg's name of the sound's encoder: `aac`"),
       Int("sample-rate", "Hz",
           "of the sound that comes in; the encoder has to take it: `codec::NearestSampleRate` "
           "tells "
@@ -131,6 +154,15 @@ std::vector<OutputKey> MakeKeys() {
       Int("channel-count", "channels", "of the sound that comes in"),
       Int("sample-format", "",
           "FFmpeg's number of the type that the encoder takes: 8, planar float, for `aac`"),
+      Int("sample-bits", "bits",
+          "that the samples of the source have, 32 for floats, for encoders that can choose"),
+      Flag("any-encoder",
+           "1 gives the pictures and sound of other encoders than `libx264` and `aac` to a driver "
+           "that fits all of FFmpeg's, in the format nearest to theirs, and `libx264` itself if "
+           "`crf`, `qp`, `profile`, `level` or an option is set; 0 (unless set) treats all alike"),
+      Flag("short-last-frame",
+           "1 ends the sound with its last sample, 0 (unless set) fills its last frame up with "
+           "silence"),
       Flag("auto-discard-video",
            "1 (unless set) leaves a picture out when no buffer is free, 0 waits"),
       Flag("auto-discard-audio",
@@ -140,9 +172,20 @@ std::vector<OutputKey> MakeKeys() {
   };
 }
 
+// A name that ends so stands for all names that begin alike.
+constexpr std::string_view kAnyName = ":NAME";
+
+bool IsNamed(const OutputKey& key, std::string_view name) {
+  const std::string_view pattern = key.name;
+  const size_t colon = pattern.find(kAnyName);
+  if (colon == std::string_view::npos) return name == pattern;
+  const size_t length = colon + 1;
+  return name.size() > length && name.substr(0, length) == pattern.substr(0, length);
+}
+
 const OutputKey* Find(const std::string& name) {
   for (const OutputKey& key : OutputKeys()) {
-    if (key.isSettable && name == key.name) return &key;
+    if (key.isSettable && IsNamed(key, name)) return &key;
   }
   return nullptr;
 }
@@ -182,6 +225,11 @@ bool IsInRange(const OutputKey& key, const std::string& text) {
   return isStep && key.lowest <= number && number <= key.highest;
 }
 
+bool IsNumber(const std::string& text) {
+  return !text.empty() && text.size() <= 2 &&
+         std::all_of(text.begin(), text.end(), [](char c) { return '0' <= c && c <= '9'; });
+}
+
 bool Takes(const OutputKey& key, const std::string& text) {
   switch (key.type) {
     case KeyType::kInt:
@@ -191,6 +239,8 @@ bool Takes(const OutputKey& key, const std::string& text) {
       return text == "0" || text == "1";
     case KeyType::kChoice:
       return IsOneOf(key.choices, text);
+    case KeyType::kPreset:
+      return IsOneOf(key.choices, text) || IsNumber(text);
     case KeyType::kText:
     case KeyType::kFile:
     case KeyType::kDouble:
@@ -207,7 +257,8 @@ const std::vector<OutputKey>& OutputKeys() {
 }
 
 const char* TypeName(KeyType type) {
-  constexpr const char* kNames[] = {"text", "file", "flag", "choice", "int", "int", "double"};
+  constexpr const char* kNames[] = {"text",   "file", "flag", "choice",
+                                    "choice", "int",  "int",  "double"};
   return kNames[static_cast<size_t>(type)];
 }
 
@@ -223,6 +274,7 @@ std::string RangeText(const OutputKey& key) {
     case KeyType::kFlag:
       return "0, 1";
     case KeyType::kChoice:
+    case KeyType::kPreset:
       return Joined(key.choices) + unit;
     case KeyType::kDouble:
       return key.unit;

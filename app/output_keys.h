@@ -14,6 +14,7 @@ enum class KeyType {
   kFile,    // the path of a file
   kFlag,    // 0 or 1
   kChoice,  // one of some words
+  kPreset,  // the same, or a number
   kInt,
   kEven,  // an even int
   kDouble,

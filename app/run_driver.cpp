@@ -8,6 +8,7 @@
 
 #include "app/account_text.h"
 #include "app/advice.h"
+#include "app/codec_advice.h"
 #include "app/overwrite.h"
 #include "app/progress_lines.h"
 #include "base/guarded.h"
@@ -114,7 +115,8 @@ int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,
   ProgressLines lines;
   if (observer == nullptr) observer = &lines;
   job->SetKeepExisting(KeepsExisting(commandLine));
-  std::string advice = WhyNotOverwritten(commandLine, AskAtTerminal());
+  std::string advice = WhyNotEncodable(commandLine);
+  if (advice.empty()) advice = WhyNotOverwritten(commandLine, AskAtTerminal());
   if (advice.empty()) {
     const std::optional<Failure> failure = Run(std::move(job), commandLine, observer);
     if (failure) advice = Advice(*failure);

@@ -7,9 +7,11 @@
 
 #include "base/log.h"
 #include "base/plain_number.h"
+#include "codec/decoder/hdr_light.h"
 #include "codec/decoder/picture_scan.h"
 #include "codec/decoder/quiet_scan.h"
 #include "codec/encoder/container.h"
+#include "codec/encoder/encoder_choice.h"
 #include "codec/encoder/output_tags.h"
 #include "codec/encoder/sample_rates.h"
 #include "codec/utils/field_order.h"
@@ -41,6 +43,23 @@ constexpr double kMostQuiet = 1800;
 
 }  // namespace
 
+MirrorReversal::MirrorReversal() { SetWishes("", MediaFormat()); }
+
+void MirrorReversal::SetWishes(const std::string& outputPath, const MediaFormat& parameters) {
+  mWishes = EncoderSettings();
+  mWishes.takesAnyEncoder = true;
+  mWishes.hasAudio = true;
+  mWishes.outputPath = outputPath;
+  mWishes.videoCodec = kVideoEncoder;
+  mWishes.audioCodec = kAudioEncoder;
+  int rotation = 0;
+  parameters.GetInt32("rotation", rotation);
+  mTurnsPictures = rotation != 0;
+  for (const auto& [key, value] : parameters.Entries()) {
+    mWishes.SetParameter(key.c_str(), value.c_str());
+  }
+}
+
 DecoderAdditions MirrorReversal::Additions() const {
   DecoderAdditions additions;
   additions.keepsMetPicture = true;
@@ -52,6 +71,7 @@ DecoderAdditions MirrorReversal::Additions() const {
   additions.adaptsChanges = true;
   additions.readsTags = true;
   additions.expectsSilence = true;
+  additions.keepsLoopFilter = DelaysVideo(mWishes);
   return additions;
 }
 
@@ -143,7 +163,7 @@ bool MirrorReversal::MayBeQuiet(double start, double end) {
 
 int MirrorReversal::PrepareRate() {
   const int rate = mSound->SampleRate();
-  const int encoded = NearestSampleRate(kAudioEncoder, rate);
+  const int encoded = NearestSampleRate(mWishes.audioCodec.c_str(), rate);
   if (encoded != rate) log_info(kTag, "sound of %d Hz is resampled to %d Hz", rate, encoded);
   mResampler = std::make_unique<SoundResampler>();
   return mResampler->Open(rate, encoded);
@@ -199,6 +219,16 @@ void DescribeTags(const ClipTags& tags, const std::vector<Chapter>& chapters, Me
   if (!lines.empty()) format->SetString("chapters", lines.c_str());
 }
 
+// Only pictures of high dynamic range tell their light, so that others need not be looked at.
+void DescribeLight(const std::string& path, const std::string& transfer, MediaFormat* format) {
+  if (transfer != "smpte2084" && transfer != "arib-std-b67") return;
+  const HdrLight light = ReadHdrLight(path);
+  if (!light.masteringDisplay.empty()) {
+    format->SetString("mastering-display", light.masteringDisplay.c_str());
+  }
+  if (!light.contentLight.empty()) format->SetString("content-light", light.contentLight.c_str());
+}
+
 // More than the encoder can use at a rate it would clip with a warning.
 void LimitSoundBitRate(MediaFormat* format) {
   constexpr int64_t kMostBits = 6144 * 2;  // of a frame of two channels
@@ -212,16 +242,39 @@ void LimitSoundBitRate(MediaFormat* format) {
 
 }  // namespace
 
+// What the job sets for its usual encoders is not for others: they go by their own idea of a good
+// picture, and get pictures as they are in the source.
+void MirrorReversal::DescribeEncoders(const MediaInfo& info, MediaFormat* format) const {
+  format->SetInt32("any-encoder", 1);
+  if (DelaysAudio(mWishes)) {
+    format->SetInt32("audio-bit-rate", 0);
+    format->SetInt32("short-last-frame", 1);
+    if (mSound != nullptr) format->SetInt32("sample-bits", mSound->SourceBits());
+  } else {
+    LimitSoundBitRate(format);
+  }
+  if (!DelaysVideo(mWishes)) return;
+  for (const char* const key : {"profile", "level", "preset"}) format->SetString(key, "");
+  for (const char* const key : {"video-bitrate", "maxrate", "bufsize"}) format->SetInt32(key, 0);
+  int orientation = kUpright;
+  format->GetInt32("orientation", orientation);
+  DescribeLight(mPath, info.colors.transfer, format);
+  // The filters that turn pictures know one format.
+  if (orientation != kUpright || mTurnsPictures) return;
+  format->SetString("output-color-format", info.pixel_format_name.c_str());
+}
+
 void MirrorReversal::Describe(const MediaInfo& info, double start, double end,
                               MediaFormat* format) const {
+  if (mResampler != nullptr) format->SetInt32("sample-rate", mResampler->OutputRate());
+  DescribeOrientation(info, format);
+  DescribeEncoders(info, format);
   std::string input;
   std::string output;
   format->GetString("input-color-format", input);
   format->GetString("output-color-format", output);
+  if (!mWishes.outputColorFormat.empty()) output = mWishes.outputColorFormat;
   SetColorKeys(ConvertedColors(info.colors, input, output), format);
-  if (mResampler != nullptr) format->SetInt32("sample-rate", mResampler->OutputRate());
-  LimitSoundBitRate(format);
-  DescribeOrientation(info, format);
   DescribeTags(info.tags, MirroredChapters(info.tags.chapters, mZero, start, end), format);
   // As fast as the source.
   format->SetDouble("speed", 1.0);

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "codec/decoder/sound_walk.h"
+#include "codec/encoder/encoder_settings.h"
 #include "codec/utils/sound_resampler.h"
 #include "reverse/reversal.h"
 
@@ -24,6 +25,8 @@ namespace codec {
 //   slides and recordings of a screen have them. How large the file is does not matter.
 class MirrorReversal : public Reversal {
  public:
+  MirrorReversal();
+  void SetWishes(const std::string& outputPath, const MediaFormat& parameters) override;
   DecoderAdditions Additions() const override;
   int Prepare(FFmpegDecoderImpl2* decoder, const std::string& path, bool withSound,
               MediaInfo* info) override;
@@ -41,7 +44,10 @@ class MirrorReversal : public Reversal {
   bool MayBeQuiet(double start, double end);
   int PrepareRate();
   double WithoutRounding(double end);
+  void DescribeEncoders(const MediaInfo& info, MediaFormat* format) const;
 
+  EncoderSettings mWishes;      // what the caller wants of the encoders
+  bool mTurnsPictures = false;  // the caller wants turned pictures
   std::string mPath;
   std::shared_ptr<const JoinedParts> mJoined;  // null unless the clock restarts
   int mSoundStream = -1;                       // FFmpeg's number; -1 without sound

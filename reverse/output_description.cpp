@@ -106,7 +106,7 @@ int DescribeOutput(const MediaInfo& info, bool hasAudio, const std::string& outp
   format.SetString("level", "2.1");
   format.SetString("preset", "superfast");
   format.SetString("audio-codec", kAudioEncoder);
-  format.SetString("video-codec", "libx264");
+  format.SetString("video-codec", kVideoEncoder);
   format.SetString("input-color-format", info.pixel_format_name.c_str());
   format.SetString("output-color-format", "yuv420p");
   format.SetString("output-path", outputPath.c_str());

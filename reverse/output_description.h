@@ -10,7 +10,8 @@
 
 namespace codec {
 
-// FFmpeg's name of the encoder of the sound.
+// FFmpeg's names of the encoders of the pictures and of the sound.
+constexpr char kVideoEncoder[] = "libx264";
 constexpr char kAudioEncoder[] = "aac";
 
 // Video bit rate in bit/s by picture size and frame rate.

@@ -27,6 +27,8 @@ class Reversal {
   Reversal(const Reversal&) = delete;
   Reversal& operator=(const Reversal&) = delete;
 
+  // What the caller wants of the output, by the keys of its description, before anything is opened.
+  virtual void SetWishes(const std::string& /*outputPath*/, const MediaFormat& /*parameters*/) {}
   // How the decoder is to be opened. An input whose clock restarts would lose most of its pictures
   // without a word, so it is refused.
   virtual DecoderAdditions Additions() const;

@@ -89,6 +89,7 @@ int Reverse::CreateDecoder() {
   mOutputParameters.GetInt32("target-height", height);
   mMemory->SetOutputSize(int64_t{width} * height);
   DecoderOptions options = mMemory->Options();
+  mReversal->SetWishes(mOutputPath, mOutputParameters);
   options.additions = mReversal->Additions();
   auto decoder = std::make_unique<FFmpegDecoderImpl2>(mInputPath.c_str(), options);
   if (decoder->Init() != 0) {
