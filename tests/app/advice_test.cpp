@@ -131,7 +131,8 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
          f->notTaken = "H.264";
          f->cause = {FailedStep::kWriteOutput, AVERROR(EINVAL)};
        },
-       "out.mp4 cannot hold H.264; use .mp4, .mov, .mkv, .avi or .ts"},
+       "out.mp4 cannot hold H.264; use --set video-codec=libx264 --set audio-codec=aac, or .mp4, "
+       ".mov, .mkv, .avi or .ts"},
       {[](Failure* f) {
          f->line.output = "my.clips/out";
          f->notTaken = "H.264";

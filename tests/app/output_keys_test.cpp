@@ -15,7 +15,8 @@ TEST(OutputKeys, HaveANameAndASentenceOnce) {
   for (const OutputKey& key : OutputKeys()) {
     EXPECT_TRUE(names.insert(key.name).second) << key.name;
     EXPECT_STRNE(key.sentence, "") << key.name;
-    EXPECT_EQ(key.type == KeyType::kChoice, *key.choices != '\0') << key.name;
+    const bool hasChoices = key.type == KeyType::kChoice || key.type == KeyType::kPreset;
+    EXPECT_EQ(hasChoices, *key.choices != '\0') << key.name;
     EXPECT_LE(key.lowest, key.highest) << key.name;
   }
   for (const OutputKey& key : OutputKeys()) {
@@ -25,11 +26,12 @@ TEST(OutputKeys, HaveANameAndASentenceOnce) {
 
 TEST(OutputKeys, TakeTheValuesOfTheirRange) {
   const std::vector<OutputValue> good = {
-      {"preset", "ultrafast"},  {"preset", "placebo"},    {"gop", "1"},
-      {"gop", "1000000"},       {"target-width", "2"},    {"target-height", "16384"},
-      {"rotation", "270"},      {"use-thread", "0"},      {"use-thread", "1"},
-      {"thread-count", "0"},    {"thread-type", "slice"}, {"logo-path", "a b=c.png"},
-      {"maxrate", "2147483647"}};
+      {"preset", "ultrafast"},   {"preset", "placebo"},    {"gop", "1"},
+      {"gop", "1000000"},        {"target-width", "2"},    {"target-height", "16384"},
+      {"rotation", "270"},       {"use-thread", "0"},      {"use-thread", "1"},
+      {"thread-count", "0"},     {"thread-type", "slice"}, {"logo-path", "a b=c.png"},
+      {"maxrate", "2147483647"}, {"preset", "12"},         {"video-codec", "libx265"},
+      {"video-opt:bf", "3"},     {"audio-opt:q", "2"},     {"video-bitrate", "0"}};
   for (const OutputValue& value : good) EXPECT_EQ(WhyNotSet(value), "") << value.key;
 }
 

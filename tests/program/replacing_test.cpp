@@ -13,6 +13,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "reverse/reverse.h"
@@ -169,9 +170,15 @@ TEST_F(Replacing, IsLeftOutInAPlainRun) {
 }
 
 TEST_F(Replacing, KeepsTheOldFileWhereTheContainerTakesNoH264) {
-  for (const char* name : {"out.webm", "out.gif", "out.yuv"}) {
+  const std::pair<const char*, const char*> outputs[] = {
+      {"out.webm", "--set video-codec=libvpx-vp9 --set audio-codec=libopus, or "},
+      {"out.gif", "--set video-codec=gif, or "},
+      {"out.yuv", ""}};
+  for (const auto& [name, codecs] : outputs) {
     const std::string output = PutOld(name);
-    ExpectHonest(Reverse(output), output, " cannot hold H.264; use .mp4, .mov, .mkv, .avi or .ts");
+    ExpectHonest(
+        Reverse(output), output,
+        std::string(" cannot hold H.264; use ") + codecs + ".mp4, .mov, .mkv, .avi or .ts");
     ExpectOnlyOld(output);
     fs::remove(output);
   }
@@ -391,7 +398,8 @@ TEST_F(ReplacingWithoutProc, WritesUnderAHiddenName) {
 TEST_F(ReplacingWithoutProc, LeavesNothingWhereTheRunFails) {
   const std::string output = PutOld("out.webm");
   ExpectHonest(Hidden("exec \"$0\" -i \"$1\" -o \"$2\"", output), output,
-               " cannot hold H.264; use .mp4, .mov, .mkv, .avi or .ts");
+               " cannot hold H.264; use --set video-codec=libvpx-vp9 --set audio-codec=libopus, "
+               "or .mp4, .mov, .mkv, .avi or .ts");
   ExpectOnlyOld(output);
 }
 

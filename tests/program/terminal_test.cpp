@@ -138,14 +138,15 @@ TEST(TerminalProgram, WritesPlainLinesIntoAPipe) {
 }
 
 TEST(TerminalProgram, EndsAFailedRunWithWhatToDo) {
-  const TerminalRun run = RunOnTerminal(200, kPlainSettings, Reversal("refused.webm"));
+  const TerminalRun run = RunOnTerminal(300, kPlainSettings, Reversal("refused.webm"));
   EXPECT_EQ(WEXITSTATUS(run.waitStatus), kFailure);
-  const std::vector<std::string> lines = ScreenLines(200, run.bytes);
+  const std::vector<std::string> lines = ScreenLines(300, run.bytes);
   ASSERT_GT(lines.size(), 3U);
   EXPECT_EQ(lines.back(), "");
   EXPECT_THAT(lines[lines.size() - 2],
               EndsWith(ScratchPath("refused.webm") +
-                       " cannot hold H.264; use .mp4, .mov, .mkv, .avi or .ts"));
+                       " cannot hold H.264; use --set video-codec=libvpx-vp9 --set "
+                       "audio-codec=libopus, or .mp4, .mov, .mkv, .avi or .ts"));
   EXPECT_THAT(lines, Not(Contains(HasSubstr("%"))));
 }
 

@@ -20,7 +20,7 @@ TEST(EncoderForms, PicturesKeepDepthAndChromaWhereTheEncoderCan) {
       {"libx264", AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV422P},
       {"libx264", AV_PIX_FMT_YUV422P12LE, AV_PIX_FMT_YUV422P10LE},
       {"mpeg4", AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_YUV420P},
-      {"mpeg2video", AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV422P},
+      {"mpeg2video", AV_PIX_FMT_YUV422P10LE, AV_PIX_FMT_YUV422P},
       {"prores_ks", AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P10LE},
       {"dnxhd", AV_PIX_FMT_YUV422P10LE, AV_PIX_FMT_YUV422P10LE},
       // Full range is another name of the same planes, or all that the encoder has.
