@@ -87,7 +87,7 @@ void JsonProgress::OnProgress(const Progress& progress) {
 }
 
 void JsonProgress::OnEnd(const RunEnd& end) {
-  std::string line = Fields();
+  std::string line = Fields() + AccountFields();
   line += end.isDone ? ",\"result\":\"done\"" : ",\"result\":\"failed\",\"advice\":";
   if (!end.isDone) line += JsonText(end.advice);
   Write(line);
@@ -105,6 +105,15 @@ std::string JsonProgress::Fields() const {
   add("left", NumberOrNull(mPace.Left(mClock()), 1));
   add("bytes", std::to_string(mLast.bytes));
   return fields;
+}
+
+// After the run only, with a comma before the first one. Empty if there is no account.
+std::string JsonProgress::AccountFields() const {
+  if (!mAccount.has_value()) return "";
+  return ",\"pictures\":" + std::to_string(mAccount->pictures) +
+         ",\"sound\":" + Number(mAccount->sound.written, 3) +
+         ",\"lost_pictures\":" + std::to_string(mAccount->lost.Count()) +
+         ",\"lost_sound\":" + Number(mAccount->sound.lost, 3);
 }
 
 // In one write, so that no line of the log comes between.

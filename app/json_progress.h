@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "app/progress_observer.h"
@@ -20,7 +21,8 @@ std::string JsonText(const std::string& text);
 //
 // Position and length of the range in seconds, speed as a multiple of playing, seconds left, bytes
 // written. What is not known yet is null. The last line has "result" too, "done" or "failed", and
-// for the latter "advice", a sentence.
+// for the latter "advice", a sentence. Of a run that was begun the last line also tells the
+// "pictures" and the seconds of "sound" that were reversed, "lost_pictures" and "lost_sound".
 class JsonProgress : public ProgressObserver {
  public:
   // `file` is open and stays so. `clock` gives seconds that never run backwards.
@@ -29,16 +31,19 @@ class JsonProgress : public ProgressObserver {
   explicit JsonProgress(std::FILE* file);
 
   void OnProgress(const Progress& progress) override;
+  void OnAccount(const codec::JobAccount& account) override { mAccount = account; }
   void OnEnd(const RunEnd& end) override;
 
  private:
   std::string Fields() const;
+  std::string AccountFields() const;
   void Write(const std::string& fields);
 
   std::FILE* const mFile;
   const std::function<double()> mClock;
   RunPace mPace;
   Progress mLast;
+  std::optional<codec::JobAccount> mAccount;
 };
 
 }  // namespace app

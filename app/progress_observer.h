@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+#include "reverse/account.h"
+
 namespace app {
 
 // How far a run is.
@@ -35,6 +37,8 @@ class ProgressObserver {
   // Some times a second, and a last time at 100 percent, after a failure too. Not at all if the run
   // fails before it begins.
   virtual void OnProgress(const Progress& progress) = 0;
+  // What the run has reversed and lost. Once after a run that was begun, unless it was a plain one.
+  virtual void OnAccount(const codec::JobAccount& /*account*/) {}
   // Once, after everything else. Failures have been logged before.
   virtual void OnEnd(const RunEnd& /*end*/) {}
 };

@@ -51,7 +51,8 @@ void WarnOfRange(const CommandLine& line, const codec::Reverse& job) {
 }
 
 // What was lost is told of runs that are done, and of those that the loss has made a failure.
-void TellAccount(const codec::Reverse& job) {
+void TellAccount(const codec::Reverse& job, ProgressObserver* observer) {
+  observer->OnAccount(job.Account());
   if (job.Result() == 0) log_info(kTag, "%s", ReversedText(job.Account()).c_str());
   if (job.Result() != 0 && job.Failure().step != codec::FailedStep::kLoss) return;
   const std::string loss = LossText(job.Account());
@@ -73,7 +74,7 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
   job->Release();
   const int error = job->Result();
   // The output is done: without memory for the account it is as good as with one.
-  if (!commandLine.isPlain) but::Guarded(kTag, [&job] { TellAccount(*job); });
+  if (!commandLine.isPlain) but::Guarded(kTag, [&] { TellAccount(*job, observer); });
   if (error == 0) return std::nullopt;
   log_error(kTag, "could not write %s: %s", commandLine.output.c_str(),
             codec::ffmpeg::ErrorText(error).c_str());

@@ -61,6 +61,23 @@ TEST(JsonProgress, WritesAnObjectALine) {
             "\"left\":0.0,\"bytes\":5,\"result\":\"done\"}\n");
 }
 
+TEST(JsonProgress, TellsTheAccountInItsLastLine) {
+  JsonFile file;
+  JsonProgress json(file.File(), [] { return 0.0; });
+  codec::JobAccount account;
+  account.pictures = 150;
+  account.sound.written = 6;
+  account.lost.undecoded = 2;
+  account.lost.unread = 1;
+  account.sound.lost = 0.064;
+  json.OnAccount(account);
+  json.OnEnd({true, "out.mp4", ""});
+  EXPECT_EQ(file.Text(),
+            "{\"percent\":0.000,\"position\":0.000,\"length\":0.000,\"speed\":null,\"left\":null,"
+            "\"bytes\":0,\"pictures\":150,\"sound\":6.000,\"lost_pictures\":3,\"lost_sound\":0.064,"
+            "\"result\":\"done\"}\n");
+}
+
 TEST(JsonProgress, TellsWhatToDoAboutAFailure) {
   JsonFile file;
   JsonProgress json(file.File(), [] { return 0.0; });
