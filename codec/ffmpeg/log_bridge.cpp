@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <new>
 #include <string>
 
@@ -23,6 +24,10 @@ int OurLevel(int ffmpegLevel) {
   return kLogVerbose;
 }
 
+// A remark on how swscale is called, once for each picture of a full-range clip. The range is set
+// correctly, and a user can do nothing about it.
+constexpr char kRemark[] = "deprecated pixel format used";
+
 std::string TagOf(void* speaker) {
   const AVClass* const* object = static_cast<const AVClass* const*>(speaker);
   if (object == nullptr || *object == nullptr) return "ffmpeg";
@@ -35,6 +40,7 @@ std::string TagOf(void* speaker) {
                                           va_list args) {
   // The higher bits of a level ask for a colour.
   if (level >= 0) level &= 0xff;
+  if (level == AV_LOG_WARNING && std::strstr(format, kRemark) != nullptr) level = AV_LOG_INFO;
   // FFmpeg's trace level prints whole packets; it says nothing about a run.
   if (level > AV_LOG_DEBUG || !log_enabled(OurLevel(level))) return;
   std::array<char, 1024> text;

@@ -56,6 +56,15 @@ TEST_F(LogBridge, MapsTheLevels) {
                   LogLine{kLogVerbose, tag, "level 48"}));
 }
 
+TEST_F(LogBridge, TellsNobodyHowSwscaleIsCalled) {
+  const LogCapture log;
+  const UniqueScaler scaler(sws_getContext(16, 16, AV_PIX_FMT_YUVJ420P, 16, 16, AV_PIX_FMT_YUV420P,
+                                           0, nullptr, nullptr, nullptr));
+  ASSERT_NE(scaler, nullptr);
+  EXPECT_EQ(log.CountContaining(kLogWarn, "ffmpeg:swscaler", ""), 0);
+  EXPECT_EQ(log.CountContaining(kLogDebug, "ffmpeg:swscaler", "deprecated pixel format"), 1);
+}
+
 TEST_F(LogBridge, TakesAColouredLevelForItsRank) {
   const LogCapture log;
   av_log(nullptr, AV_LOG_ERROR | AV_LOG_C(134), "red\n");
