@@ -7,18 +7,17 @@
 #include <cstdint>
 #include <limits>
 
-#include "base/file_gauge.h"
 #include "base/file_identity.h"
 #include "base/guarded.h"
 #include "base/local_file.h"
 #include "base/log.h"
-#include "base/new_file.h"
 #include "base/platform.h"
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
-#include "codec/encoder/container.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/writer/media_writer_factory.h"
+#include "reverse/closed_account.h"
 #include "reverse/job_memory.h"
+#include "reverse/job_output.h"
 #include "reverse/mirror_reversal.h"
 #include "reverse/output_description.h"
 #include "reverse/reverse_loop.h"
@@ -33,12 +32,11 @@ constexpr char kTag[] = "codec::Reverse";
 
 Reverse::Reverse(const char* inputPath, double start, double end, const char* outputPath)
     : mInputPath(inputPath),
-      mOutputPath(outputPath),
+      mOutput(std::make_unique<JobOutput>(outputPath)),
       mMemory(std::make_unique<JobMemory>()),
       mReversal(std::make_unique<Reversal>()),
       mStart(start),
-      mEnd(end),
-      mOutputGauge(std::make_unique<but::FileGauge>()) {}
+      mEnd(end) {}
 
 Reverse::~Reverse() { Release(); }
 
@@ -50,6 +48,10 @@ void Reverse::SetMirror(bool isMirror) {
   mReversal = isMirror ? std::make_unique<MirrorReversal>() : std::make_unique<Reversal>();
 }
 
+void Reverse::SetSafeOutput(bool isSafe) { mOutput->SetSafe(isSafe); }
+
+void Reverse::SetKeepExisting(bool keeps) { mOutput->SetKeepExisting(keeps); }
+
 void Reverse::SetMemoryLimit(int64_t bytes) { mMemory->SetLimit(bytes); }
 
 int64_t Reverse::MemoryNeeded() const { return mMemory->Needed(); }
@@ -60,20 +62,18 @@ int Reverse::Init() {
   const int result = but::Guarded(kTag, [this] { return CreateParts(); });
   if (result == 0) return 0;
   Fail(FailedStep::kHost, result);
-  if (mOutputFile != nullptr) {
-    // Closed before it is removed.
-    mLoop.reset();
-    mWriter.reset();
-    mOutputFile->Discard();
-  }
+  // Closed before it is removed.
+  mLoop.reset();
+  mWriter.reset();
+  mOutput->Discard();
   return -1;
 }
 
 int Reverse::CreateParts() {
   log_debug(kTag, "==========Init==========");
   // Opening the output empties it, which must never happen to the input.
-  if (but::IsSameFile(but::LocalPath(mInputPath), but::LocalPath(mOutputPath))) {
-    log_error(kTag, "output %s is the input file, choose another name", mOutputPath.c_str());
+  if (but::IsSameFile(but::LocalPath(mInputPath), but::LocalPath(mOutput->Path()))) {
+    log_error(kTag, "output %s is the input file, choose another name", mOutput->Path().c_str());
     return Fail(FailedStep::kSameFile);
   }
   if (CreateDecoder() != 0) return -1;
@@ -89,7 +89,7 @@ int Reverse::CreateDecoder() {
   mOutputParameters.GetInt32("target-height", height);
   mMemory->SetOutputSize(int64_t{width} * height);
   DecoderOptions options = mMemory->Options();
-  mReversal->SetWishes(mOutputPath, mOutputParameters);
+  mReversal->SetWishes(mOutput->Path(), mOutputParameters);
   options.additions = mReversal->Additions();
   auto decoder = std::make_unique<FFmpegDecoderImpl2>(mInputPath.c_str(), options);
   if (decoder->Init() != 0) {
@@ -150,14 +150,14 @@ int Reverse::CreateWriter() {
   const bool hasAudio = mAudioEnabled && info.has_audio != 0;
 
   MediaFormat format;
-  if (DescribeOutput(info, hasAudio, mOutputPath, format) != 0) {
+  if (DescribeOutput(info, hasAudio, mOutput->Path(), format) != 0) {
     return Fail(FailedStep::kReadFacts);
   }
   mReversal->Describe(info, mStart, mEnd, &format);
   for (const auto& [key, value] : mOutputParameters.Entries()) {
     format.SetString(key.c_str(), value.c_str());
   }
-  if (const int error = PlaceOutput(format); error != 0) {
+  if (const int error = mOutput->Place(&format); error != 0) {
     return Fail(FailedStep::kOpenOutput, AVERROR(error));
   }
   mWriter.reset(MakeWriter(format));
@@ -165,9 +165,9 @@ int Reverse::CreateWriter() {
     log_error(kTag, "Make MediaWriter error");
     int error = 0;
     format.GetInt32("output-error", error);
-    return Fail(FailedStep::kOpenOutput, error, mOutputKind);
+    return Fail(FailedStep::kOpenOutput, error, mOutput->Kind());
   }
-  mOutputGauge->Open(mOutputFile->WritePath());
+  mOutput->Measure();
 
   ReverseRange range;
   range.start = mStart;
@@ -182,20 +182,6 @@ int Reverse::CreateWriter() {
   std::unique_ptr<FramePlacement> placement = mReversal->Place(mWriter.get(), &range);
   mLoop = std::make_unique<ReverseLoop>(mDecoder.get(), std::move(placement), range);
   return 0;
-}
-
-int Reverse::PlaceOutput(MediaFormat& format) {
-  mOutputFile = std::make_unique<but::NewFile>(mOutputPath, !mKeepsExisting);
-  mOutputKind = but::UnseekableKind(but::LocalPath(mOutputPath));
-  if (!mIsSafeOutput || WritesSeveralFiles(mOutputPath.c_str())) return mOutputFile->WriteInPlace();
-  if (const int error = mOutputFile->WriteAside(); error != 0) return error;
-  if (mOutputFile->IsAside()) format.SetString("write-path", mOutputFile->WritePath().c_str());
-  return 0;
-}
-
-int Reverse::FinishOutput() {
-  if (mOutputFile == nullptr) return 0;
-  return but::Guarded(kTag, [this] { return AVERROR(mOutputFile->Finish()); });
 }
 
 MediaWriter* Reverse::MakeWriter(MediaFormat& format) { return MakeMediaWriter(format); }
@@ -215,7 +201,7 @@ int Reverse::Fail(FailedStep step, int error, const char* kind) {
 void Reverse::Settle(FailedStep step, int error) {
   if (mResult != 0 || error == 0) return;
   mResult = error;
-  Fail(step, error, step == FailedStep::kWriteOutput ? mOutputKind : nullptr);
+  Fail(step, error, step == FailedStep::kWriteOutput ? mOutput->Kind() : nullptr);
 }
 
 int Reverse::StartThreads() {
@@ -247,7 +233,7 @@ float Reverse::GetProgress() {
   return mProgress;
 }
 
-int64_t Reverse::BytesWritten() const { return mOutputGauge->Bytes(); }
+int64_t Reverse::BytesWritten() const { return mOutput->Bytes(); }
 
 bool Reverse::WaitForEnd(int milliseconds) {
   return mEndSignal.Wait(std::chrono::milliseconds(milliseconds));
@@ -265,8 +251,8 @@ void Reverse::Release() {
   mLoop.reset();
   mWriter.reset();
   mDecoder.reset();
-  if (mResult != 0 && mOutputFile != nullptr) mOutputFile->Discard();
-  mOutputFile.reset();
+  if (mResult != 0) mOutput->Discard();
+  mOutput->Drop();
 }
 
 int Reverse::DoReverse() {
@@ -303,28 +289,25 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
   }
   if (mResult == 0 && mLoop != nullptr && mLoop->FoundNoPicture()) mResult = MissPictures();
   CloseAccount();
-  if (mResult == 0) Settle(FailedStep::kWriteOutput, FinishOutput());
+  if (mResult == 0) {
+    Settle(FailedStep::kWriteOutput, but::Guarded(kTag, [this] { return mOutput->Finish(); }));
+  }
   FreePictures();
   mProgress = 100;
   mEndSignal.End();
 }
 
-// The writer takes no picture that has the time of the one before. Where such pictures are, or
-// times go back, there may be others that no seek has found.
+// An output that is whole does not fail because there was no memory to count what is in it, unless
+// that matters.
 void Reverse::CloseAccount() {
   if (mLoop == nullptr || mWriter == nullptr) return;
-  mAccount = mLoop->Account();
-  LostPictures& lost = mAccount.lost;
-  const int64_t taken = mWriter->PicturesWritten();
-  if (taken >= 0 && taken < mAccount.pictures) {
-    lost.timeless += mAccount.pictures - taken;
-    mAccount.pictures = taken;
-  }
-  if (mResult == 0 && (mLoop->IsTorn() || lost.timeless > 0)) {
-    const int64_t met = mReversal->CountPictures(mStart, mEnd);
-    lost.unread = std::max<int64_t>(met - mAccount.pictures - lost.Count(), 0);
-  }
-  if (mIsStrict && !mAccount.IsWhole()) Settle(FailedStep::kLoss, AVERROR_INVALIDDATA);
+  const int error = but::Guarded(kTag, [this] {
+    mAccount = ClosedAccount(*mLoop, mWriter.get(), *mReversal);
+    return 0;
+  });
+  if (!mIsStrict) return;
+  Settle(FailedStep::kHost, error);
+  if (!mAccount.IsWhole()) Settle(FailedStep::kLoss, AVERROR_INVALIDDATA);
 }
 
 // A range without pictures is an error. It is not if the last seek has used up its only picture,

@@ -16,14 +16,10 @@
 #include "reverse/end_signal.h"
 #include "reverse/job_failure.h"
 
-namespace but {
-class FileGauge;
-class NewFile;
-}  // namespace but
-
 namespace codec {
 
 class JobMemory;
+class JobOutput;
 class Reversal;
 class ReverseLoop;
 class ReverseWorkThread;
@@ -107,11 +103,11 @@ class Reverse {
   // replaces the old one in one step, with its permissions. So a run that fails or is killed
   // changes nothing. Off unless set: then the path is written from Init on. To be called before
   // Init. but::NewFile tells which outputs are written in place in any case.
-  void SetSafeOutput(bool isSafe) { mIsSafeOutput = isSafe; }
+  void SetSafeOutput(bool isSafe);
   // A file that exists at the output's path, or comes to stand there before the job is done, stays,
   // and the job fails with EEXIST. Off unless set: then the file is overwritten. Devices and pipes
   // are written in any case. To be called before Init.
-  void SetKeepExisting(bool keeps) { mKeepsExisting = keeps; }
+  void SetKeepExisting(bool keeps);
   // Mirrors in time what a player shows of the source. Pictures and sound have one zero, each
   // picture is shown for its own time, the sound is reversed sample by sample, and the output names
   // its colours. Off unless set: then frames are stamped with their distance from the end of the
@@ -140,18 +136,14 @@ class Reverse {
   // Brings the range inside the clip. -1 if the range begins at or after the end of the clip.
   int CheckRange();
   int CreateWriter();
-  // Decides at which path the output is written, and tells `format`.
-  int PlaceOutput(MediaFormat& format);
   // Keeps the first failure. -1.
   int Fail(FailedStep step, int error = 0, const char* kind = nullptr);
   // Keeps the first error of the running work.
   void Settle(FailedStep step, int error);
   // The result of a range without written pictures: 0 or an error, logged.
   int MissPictures();
-  int FinishOutput();
-  // Fills the account, and makes an error of a loss if the output has to be whole.
-  void CloseAccount();
   int StartThreads();
+  void CloseAccount();
   // The first failure of the host that has cost a frame; 0 if there was none.
   int HostError() const;
   void FreePictures();
@@ -159,7 +151,7 @@ class Reverse {
   int32_t FrameBufferSize(const MediaInfo& info);
 
   const std::string mInputPath;
-  const std::string mOutputPath;
+  const std::unique_ptr<JobOutput> mOutput;
   const std::unique_ptr<JobMemory> mMemory;
 
   // Set by Init. While the worker runs, nobody else uses them. The worker frees decoder and loop at
@@ -171,15 +163,11 @@ class Reverse {
   double mStart;
   double mEnd;
   MediaInfo mInputInfo;
-  std::unique_ptr<but::NewFile> mOutputFile;  // stays until Release
-  const char* mOutputKind = nullptr;          // as in JobFailure
   JobFailure mFailure;
   JobAccount mAccount;
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;
-  bool mIsSafeOutput = false;
   bool mIsStrict = false;
-  bool mKeepsExisting = false;
   MediaFormat mOutputParameters;  // of the caller; they replace the job's own
 
   // Shared by the caller's thread and the worker.
@@ -189,7 +177,6 @@ class Reverse {
   EndSignal mEndSignal;
 
   // Touched by the caller's thread only.
-  std::unique_ptr<but::FileGauge> mOutputGauge;  // never null
   std::unique_ptr<ReverseWorkThread> mWorkThread;
 };
 

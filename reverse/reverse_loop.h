@@ -39,6 +39,8 @@ class ReverseLoop {
   ReverseLoop(const ReverseLoop&) = delete;
   ReverseLoop& operator=(const ReverseLoop&) = delete;
 
+  const ReverseRange& Range() const { return mRange; }
+
   // One step: 0 if more work may remain, -1 if the range is done.
   int Step();
 
@@ -48,6 +50,8 @@ class ReverseLoop {
   // The part still to do is [start, Cursor()).
   double Cursor() const { return mCursor; }
 
+  // Whether nothing of the range is left to do.
+  bool IsDone() const { return mCursor <= mRange.start; }
   // Whether the range had a length, is done, and gave no picture.
   bool FoundNoPicture() const {
     return mRange.start < mRange.end && mCursor <= mRange.start && mPictures == 0;

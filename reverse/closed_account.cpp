@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#include "reverse/closed_account.h"
+
+#include <algorithm>
+
+namespace codec {
+
+JobAccount ClosedAccount(const ReverseLoop& loop, MediaWriter* writer, const Reversal& reversal) {
+  JobAccount account = loop.Account();
+  LostPictures& lost = account.lost;
+  // The writer takes no picture that has the time of the one before.
+  const int64_t taken = writer->PicturesWritten();
+  if (taken >= 0 && taken < account.pictures) {
+    lost.timeless += account.pictures - taken;
+    account.pictures = taken;
+  }
+  const bool isDone = loop.IsDone() && writer->OutputError() == 0;
+  if (isDone && (loop.IsTorn() || lost.timeless > 0)) {
+    const int64_t met = reversal.CountPictures(loop.Range().start, loop.Range().end);
+    lost.unread = std::max<int64_t>(met - account.pictures - lost.Count(), 0);
+  }
+  return account;
+}
+
+}  // namespace codec

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+// The account of a walk that is over.
+#pragma once
+
+#include "codec/writer/media_writer.h"
+#include "reverse/account.h"
+#include "reverse/reversal.h"
+#include "reverse/reverse_loop.h"
+
+namespace codec {
+
+// What the loop has met, held against what the writer has taken. Where pictures have the time of
+// others, or times go back, the packets of the whole file are counted: there may be pictures that
+// no seek has found. The writer has been stopped.
+JobAccount ClosedAccount(const ReverseLoop& loop, MediaWriter* writer, const Reversal& reversal);
+
+}  // namespace codec
