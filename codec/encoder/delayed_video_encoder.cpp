@@ -12,6 +12,7 @@
 #include "codec/encoder/encoder_context.h"
 #include "codec/encoder/encoder_forms.h"
 #include "codec/encoder/hdr_metadata.h"
+#include "codec/encoder/interlacing.h"
 #include "codec/encoder/own_options.h"
 #include "codec/encoder/stream_colors.h"
 #include "codec/ffmpeg/compat.h"
@@ -78,6 +79,7 @@ int DelayedVideoEncoder::Create(const EncoderOptions& /*defaults*/) {
   }
   Describe(codec);
   if (SetColors(mSettings, mContext.get()) != 0) return -1;
+  if (TellFields(mSettings, mContext.get()) != 0) return -1;
   DescribeColors();
   return OpenEncoder(codec) == 0 && OpenConverter() == 0 ? OpenStream() : -1;
 }
@@ -192,6 +194,7 @@ int DelayedVideoEncoder::Encode(const uint8_t* picture, int64_t ptsUs) {
   frame->color_primaries = mContext->color_primaries;
   frame->color_trc = mContext->color_trc;
   frame->chroma_location = mContext->chroma_sample_location;
+  ffmpeg::SetFields(EncodedFields(mSettings, mContext->codec->name), frame);
   ++mPicturesTaken;
   result = mFile->Remember(mPump.Send(frame));
   if (result < 0) log_error(kTag, "Error encoding video frame");

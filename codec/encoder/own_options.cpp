@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "codec/encoder/hdr_metadata.h"
+#include "codec/encoder/interlacing.h"
 
 namespace codec {
 namespace {
@@ -102,6 +103,13 @@ bool Knows(AVCodecContext* context, const std::string& name) {
          av_opt_find(context, name.c_str(), nullptr, flags, AV_OPT_SEARCH_CHILDREN) != nullptr;
 }
 
+// What the pictures themselves say of their fields would come too late for the first of them.
+void AddFieldOptions(FieldOrder order, EncoderOptions* options) {
+  if (!IsWoven(order)) return;
+  options->emplace("x264-params", order == FieldOrder::kTopFirst ? "tff=1" : "bff=1");
+  options->emplace("weightp", "none");
+}
+
 }  // namespace
 
 bool HasOwnOption(const AVCodec* encoder, const char* name) {
@@ -123,6 +131,7 @@ EncoderOptions OwnVideoOptions(const EncoderSettings& settings, const AVCodec* e
     if (rate > 0) options.emplace(name, std::to_string(rate));
   }
   AddHdrOptions(settings, encoder, &options);
+  AddFieldOptions(EncodedFields(settings, encoder->name), &options);
   AddDefaults(encoder, depth, &options);
   // FFmpeg's usual bit rate stands against the encoder's own idea of quality.
   if (HasOwnOption(encoder, "crf")) options.emplace("b", "0");

@@ -43,6 +43,20 @@ std::vector<std::string> Extensions(const FieldClip& clip) {
 
 class Interlaced : public testing::TestWithParam<FieldClip> {};
 
+// The same encoder, driven as itself.
+TEST_P(Interlaced, KeepsTheOrderAtAQualityOfItsOwn) {
+  const FieldClip& clip = GetParam();
+  const std::string input = MakeFieldClip(clip);
+  std::vector<Picture> expected = Fields(input, "expected_crf");
+  std::reverse(expected.begin(), expected.end());
+  const std::string output = ScratchPath("crf.mkv");
+  const CommandResult result = RunProgram({"-i", input, "-o", output, "--set", "crf=18"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(StreamFields(output, "v").at("field_order"), Order(!clip.isTopFirst)) << output;
+  EXPECT_EQ(result.err.find("interlaced"), std::string::npos) << result.err;
+  ExpectAlike(Fields(output, "fields_crf"), expected, output);
+}
+
 TEST_P(Interlaced, ShowsEachFieldInTheOppositeOrder) {
   const FieldClip& clip = GetParam();
   const std::string input = MakeFieldClip(clip);
