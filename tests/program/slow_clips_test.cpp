@@ -60,7 +60,11 @@ TEST_P(SlowClips, GiveAllTheirPicturesNewestFirstAndAllTheirSound) {
   for (int i = kPictures; i-- > 0;) expected.push_back(i * kDistance);
   EXPECT_EQ(numbers, expected);
   const std::vector<double> times = VideoTimes(output);
-  for (size_t i = 1; i < times.size(); ++i) EXPECT_NEAR(times[i] - times[i - 1], 3, 0.05);
+  // The last picture of the clip, now the first, is shown up to the end of the sound, which begins
+  // and ends two frames of AAC earlier than the pictures in MPEG-TS.
+  for (size_t i = 1; i < times.size(); ++i) {
+    EXPECT_NEAR(times[i] - times[i - 1], 3, i == 1 ? 0.1 : 0.05);
+  }
   const double sound = static_cast<double>(DecodeStereo(output).size()) / 2 / 48000;
   EXPECT_NEAR(sound, kSeconds, 0.15);
 }

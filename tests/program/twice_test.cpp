@@ -56,11 +56,15 @@ std::string CutAmidAGroup() {
   return CutBegin("twice_cut.ts", whole.path, 0.12);
 }
 
+// Only the pictures are joined. Sound of two parts would overlap by a part of a frame.
 std::string Resized() {
-  const std::string words = "-c:v libx264 -preset veryfast -bf 0 -c:a aac";
+  const std::string words = "-c:v libx264 -preset veryfast -bf 0 -an";
   const std::string first = Made("sized_0.ts", words);
   const std::string second = Made("sized_1.ts", words + " -vf scale=320:96 -output_ts_offset 2.4");
-  return JoinFiles("twice_sized.ts", {first, second});
+  const std::string silent = JoinFiles("twice_sized.ts", {first, second});
+  return CustomClip("twice_sized_sound.ts",
+                    {"-i", silent, "-f", "lavfi", "-i", SweepFilter(48000, "stereo"), "-map", "0:v",
+                     "-map", "1:a", "-t", "4.8", "-c:v", "copy", "-c:a", "aac"});
 }
 
 const std::vector<Kind>& Kinds() {
