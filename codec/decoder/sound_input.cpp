@@ -156,6 +156,12 @@ double SoundInput::Seconds(int64_t ticks) const {
   return codec::Seconds(ticks, Stream()->time_base);
 }
 
+bool SoundInput::CountsStamps() const {
+  const AVRational sample = {1, Stream()->codecpar->sample_rate};
+  const bool ticksAreSamples = av_cmp_q(Stream()->time_base, sample) == 0;
+  return (mInput->Context()->iformat->flags & AVFMT_TS_DISCONT) != 0 && !ticksAreSamples;
+}
+
 double SoundInput::SecondsOf(const AVPacket* packet) const {
   const int64_t stamp = StampOf(packet);
   if (stamp == AV_NOPTS_VALUE) return std::numeric_limits<double>::quiet_NaN();

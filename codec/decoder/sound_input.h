@@ -45,8 +45,9 @@ class SoundInput {
   double Seconds(int64_t ticks) const;
   // The packet's time in the file's stamps, in seconds; not a number when it has no stamp.
   double SecondsOf(const AVPacket* packet) const;
-  // Whether the file gives a stamp to some packets only, and FFmpeg counts those of the others.
-  bool CountsStamps() const { return (mInput->Context()->iformat->flags & AVFMT_TS_DISCONT) != 0; }
+  // Whether the file gives a stamp to some packets only, and FFmpeg counts those of the others by a
+  // sample rate. Ticks that are samples, as in Ogg, know no rate.
+  bool CountsStamps() const;
   // How long the packet lasts; 0 when the file does not say.
   double LengthOf(const AVPacket* packet) const;
 

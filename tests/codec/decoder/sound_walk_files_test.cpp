@@ -197,6 +197,16 @@ TEST(SoundWalkFiles, StampsMayGoBackAndForth) {
   }
 }
 
+// Clicks make short blocks, and FFmpeg tells another length of the first one than it has samples.
+// All is read from the start: after a seek FFmpeg tells other stamps of such sound.
+TEST(SoundWalkFiles, BlocksMayBeOfTwoLengths) {
+  ExpectLinear(test_support::CustomClip(
+                   "sound_clicks.ogg",
+                   {"-f", "lavfi", "-i", "aevalsrc='lt(mod(t,1),0.02)*sin(5000*t)':s=44100:d=12",
+                    "-c:a", "libvorbis"}),
+               20);
+}
+
 TEST(SoundWalkFiles, EditListsTrimAsInALinearDecode) {
   const std::string whole = LongClip("sound_long.mp4", "");
   for (const char* const from : {"10.3", "0.013"}) {
