@@ -58,7 +58,7 @@ void SoundCut::Keep(const AVFrame* frame, double time) {
   const int bytes = mConverter->Deliver(frame, reinterpret_cast<uint8_t*>(samples.data() + offset));
   const size_t delivered = static_cast<size_t>(std::max(bytes, 0)) / sizeof(float) / kChannels;
   samples.resize(offset + delivered * kChannels);
-  if (delivered == 0) return;
+  if (delivered == 0) return Miss(time, mNext - time);
   StretchBlock block;
   block.time = time;
   block.samples = static_cast<int>(delivered);
@@ -70,6 +70,7 @@ void SoundCut::Keep(const AVFrame* frame, double time) {
 }
 
 void SoundCut::Miss(double time, double seconds) {
+  mHasMissed = true;
   if (time < mRange.to && time + seconds > mRange.from) mOut->lost.push_back({time, seconds});
 }
 

@@ -43,6 +43,8 @@ class SoundCut {
   void Take(const AVFrame* frame);
   // A packet of this time and length, in seconds, could not be decoded.
   void Miss(double time, double seconds);
+  // Whether there was such a packet, in the range or beside it.
+  bool HasMissed() const { return mHasMissed; }
   // There is no frame after the last one.
   void EndStream();
 
@@ -67,6 +69,7 @@ class SoundCut {
   double mOff = 0;                    // by how much it is late, in ticks
   bool mBegins = false;
   bool mLastWasKept = false;
+  bool mHasMissed = false;
   double mEndBefore = -std::numeric_limits<double>::infinity();
   double mStartAfter = std::numeric_limits<double>::infinity();
 };

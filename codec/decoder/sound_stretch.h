@@ -19,7 +19,7 @@ struct StretchBlock {
   double Seconds() const { return rate > 0 ? static_cast<double>(samples) / rate : 0; }
 };
 
-// A packet that could not be decoded.
+// A packet that could not be decoded, or a frame that could not be converted.
 struct LostSound {
   double time = 0;     // at which it begins, in seconds
   double seconds = 0;  // that it lasts

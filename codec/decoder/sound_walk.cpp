@@ -198,7 +198,8 @@ bool SoundWalk::DecodePacket(AVPacket* packet, bool heard, SoundCut* cut) {
 void SoundWalk::RememberSilence(const SoundSpan& range, const SoundCut& cut,
                                 const SoundStretch& out) {
   const bool knowsBefore = mHoldsFirst || !std::isinf(cut.EndBefore());
-  if (!knowsBefore) return;
+  // Silence that was lost has to be told by each reading.
+  if (!knowsBefore || cut.HasMissed()) return;
   mSilence.from = cut.EndBefore();
   if (!out.blocks.empty()) {
     mSilence.to = out.blocks.front().time;

@@ -120,6 +120,18 @@ TEST(Account, TellsTheSoundThatCannotBeDecoded) {
       << result.err;
 }
 
+// Nothing is heard for more than a second, which takes several readings.
+TEST(Account, TellsALongStretchOfSoundThatCannotBeDecoded) {
+  std::vector<size_t> numbers;
+  for (size_t i = 0; i < 70; ++i) numbers.push_back(i);
+  const std::string clip = Blanked(Motion(), "a:0", numbers, "blank_start.mov");
+  const CommandResult result = RunProgram({"-i", clip, "-o", ScratchPath("start.mp4")});
+  EXPECT_EQ(result.status, 0) << result.err;
+  // 70 packets, but the first one lies before the clip.
+  EXPECT_NE(Warning(result, "1.472 s of sound could not be decoded (the first at 0.0"), "")
+      << result.err;
+}
+
 // A recording that was cut in the middle of a group: its sound begins, and no picture can be shown.
 TEST(Account, TellsThePicturesBeforeTheFirstKeyPicture) {
   const std::string whole = CustomClip("account_groups.ts", {"-f",

@@ -132,6 +132,9 @@ TEST_F(SoundCutTest, LeavesOutWhatCannotBeConverted) {
   EXPECT_DOUBLE_EQ(mStretch.blocks[0].time, 0.05);
   EXPECT_EQ(mStretch.samples.size(), 200U);
   EXPECT_EQ(mStretch.samples[0], 2);
+  ASSERT_EQ(mStretch.lost.size(), 1U);
+  EXPECT_DOUBLE_EQ(mStretch.lost[0].time, 0);
+  EXPECT_DOUBLE_EQ(mStretch.lost[0].seconds, 0.05);
 }
 
 }  // namespace
