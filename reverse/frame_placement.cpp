@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "reverse/frame_placement.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "reverse/audio_samples.h"
@@ -48,7 +49,8 @@ bool MirrorPlacement::Write(FrameBuffer* frame) {
   if (frame->type != kVideoFrame || !isHeld) return false;
   // No player shows a picture whose successor has the same time.
   if (frame->pts >= mSuccessor - kMicrosecond / 2) {
-    ++mTimeless;
+    ++mTimeless.timeless;
+    mTimeless.first = std::min(mTimeless.first, frame->pts);
     return false;
   }
   if (mSound != nullptr) mSound->WriteDownTo(frame->pts);

@@ -27,9 +27,9 @@ class FramePlacement {
   // All frames of a step were given. The part of the range before `cursor`, in seconds, is still to
   // come. Nothing is to come if the cursor is not after the start of the range.
   virtual void EndStep(double cursor) = 0;
-  // Pictures of the range that were not written, because their successor has the same time, or an
-  // earlier one.
-  virtual int64_t Timeless() const { return 0; }
+  // The pictures of the range that were not written, because their successor has the same time, or
+  // an earlier one.
+  virtual LostPictures Timeless() const { return {}; }
   // The sound that was written so far.
   virtual SoundAccount Sound() const = 0;
 };
@@ -66,14 +66,14 @@ class MirrorPlacement : public FramePlacement {
 
   bool Write(FrameBuffer* frame) override;
   void EndStep(double cursor) override;
-  int64_t Timeless() const override { return mTimeless; }
+  LostPictures Timeless() const override { return mTimeless; }
   SoundAccount Sound() const override;
 
  private:
   MediaWriter* const mWriter;
   const ReverseRange mRange;
   double mSuccessor;  // time of the picture written last; at first the end
-  int64_t mTimeless = 0;
+  LostPictures mTimeless;
   std::unique_ptr<MirroredSound> mSound;  // null without sound
 };
 

@@ -45,7 +45,7 @@ JobAccount ReverseLoop::Account() const {
   JobAccount account;
   account.pictures = mPictures;
   account.lost = mLost;
-  account.lost.timeless = mPlacement->Timeless();
+  account.lost.Add(mPlacement->Timeless());
   account.sound = mPlacement->Sound();
   return account;
 }
