@@ -129,7 +129,7 @@ std::vector<OutputKey> MakeKeys() {
       Text("color-trc", "the same: `bt709`"),
       Text("chroma-location", "the same: `left`"),
       Text("field-order",
-           "`tt` or `bb` encodes each picture as two fields, of which the top or the bottom one is "
+           "`tt` or `bb` encodes each picture as two fields, the top or the bottom one to be "
            "shown first, `progressive` (unless set) as a whole; `libx264` only, in profile Main"),
       Flag(
           "true-level",
