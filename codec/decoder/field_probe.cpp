@@ -26,6 +26,9 @@ FieldOrder AsDecoded(FieldOrder order, AVCodecID codec) {
 
 }  // namespace
 
+// AV_FIELD_TB and AV_FIELD_BT are documented by FFmpeg the other way round. But muxers, its own
+// too, write them for fields of one picture, and mean by the first letter the field that is shown
+// first.
 FieldOrder NamedOrder(AVFieldOrder order) {
   switch (order) {
     case AV_FIELD_TT:

@@ -30,7 +30,7 @@ class FieldProbe {
   const ffmpeg::UniquePacket mPacket;
 };
 
-// The order that a header names. Of both fields in one picture, the coded order says nothing.
+// The order that a header names; kProgressive if it names none.
 FieldOrder NamedOrder(AVFieldOrder order);
 
 }  // namespace codec
