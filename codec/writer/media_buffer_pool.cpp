@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "codec/writer/media_buffer_pool.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -40,14 +41,14 @@ void MediaBufferPool::RefillVideo(int32_t size) {
 MediaBuffer* MediaBufferPool::TakeVideo() {
   mVideoLock.Lock();
   const but::LockGuard guard(&mVideoLock);
-  return mVideoIdle.PopFront().release();
+  return HandOutVideo();
 }
 
 MediaBuffer* MediaBufferPool::TakeVideo(int32_t bytes) {
   mVideoLock.Lock();
   const but::LockGuard guard(&mVideoLock);
   DropSmall(mVideoIdle, bytes);
-  return mVideoIdle.PopFront().release();
+  return HandOutVideo();
 }
 
 MediaBuffer* MediaBufferPool::TakeAudio() {
@@ -68,6 +69,17 @@ MediaBuffer* MediaBufferPool::TakeAudio(int32_t bytes) {
   return mAudioIdle.PopFront().release();
 }
 
+MediaBuffer* MediaBufferPool::HandOutVideo() {
+  if (!mVideoIdle.Empty()) ++mVideoTaken;
+  return mVideoIdle.PopFront().release();
+}
+
+bool MediaBufferPool::HasTakenVideo() {
+  mVideoLock.Lock();
+  const but::LockGuard guard(&mVideoLock);
+  return mVideoTaken > 0;
+}
+
 bool MediaBufferPool::IsOutOfVideo() {
   mVideoLock.Lock();
   const but::LockGuard guard(&mVideoLock);
@@ -84,10 +96,19 @@ void MediaBufferPool::Give(MediaBuffer* buffer) {
   if (buffer->type == kVideoType) {
     Keep(mVideoIdle, kVideoCount, std::unique_ptr<MediaBuffer>(buffer), mVideoLock,
          mVideoAvailable);
+    // Only now, so that the buffer always counts as taken or as idle.
+    TakeBackVideo();
   } else if (buffer->type == kAudioType) {
     Keep(mAudioIdle, kAudioIdleLimit, std::unique_ptr<MediaBuffer>(buffer), mAudioLock,
          mAudioAvailable);
   }
+}
+
+// Records may be given that were never taken.
+void MediaBufferPool::TakeBackVideo() {
+  mVideoLock.Lock();
+  const but::LockGuard guard(&mVideoLock);
+  mVideoTaken = std::max(mVideoTaken - 1, 0);
 }
 
 void MediaBufferPool::Reset() {

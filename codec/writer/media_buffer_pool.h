@@ -43,6 +43,8 @@ class MediaBufferPool {
 
   // Whether no video buffer is idle.
   bool IsOutOfVideo();
+  // Whether a video buffer is taken, which may still be given back.
+  bool HasTakenVideo();
 
   // Waits, once, until a buffer of this frame type has been given back; at once when one is idle or
   // the type is neither 1 nor 2.
@@ -63,6 +65,8 @@ class MediaBufferPool {
  private:
   using Buffers = BufferRing<std::unique_ptr<MediaBuffer>>;
 
+  MediaBuffer* HandOutVideo();
+  void TakeBackVideo();
   static void Add(Buffers& idle, int count, int32_t type, int32_t bytes);
   static void DropSmall(Buffers& idle, int32_t bytes);
   static void Wait(const Buffers& idle, but::Mutex& lock, pthread_cond_t& available);
@@ -79,6 +83,7 @@ class MediaBufferPool {
 
   // Under mVideoLock.
   Buffers mVideoIdle;
+  int mVideoTaken = 0;
   // Under mAudioLock.
   Buffers mAudioIdle;
 

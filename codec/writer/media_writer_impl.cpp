@@ -235,19 +235,39 @@ void MediaWriterImpl::WriteVideo(uint8_t* data, uint32_t size, int64_t pts) {
   ++mVideoFrames;
   // Where the pool has run dry for want of memory, nobody would end the wait.
   if (mIsOutOfBuffers) return;
-  if (!mSettings.auto_discard_video) MediaBufferPool::Instance()->WaitForFree(1);
+  if (!mSettings.auto_discard_video && !AwaitVideoBuffer()) return LosePicture();
   PooledBuffer buffer = FilledBuffer(data, size);
   if (!buffer) {
     log_debug(kTag, "discard video frame");
-    if (!mSettings.auto_discard_video && MediaBufferPool::Instance()->IsOutOfVideo()) {
-      log_error(kTag, "no memory for pictures");
-      mIsOutOfBuffers = true;
-      mEncoder.Fail(AVERROR(ENOMEM));
-    }
+    if (!mSettings.auto_discard_video && MediaBufferPool::Instance()->IsOutOfVideo()) LosePicture();
     return;
   }
   buffer->SetPts(pts);
   mVideoQueue.Append(std::move(buffer));
+}
+
+// Waits until a buffer is idle. False if none is, and none will be.
+bool MediaWriterImpl::AwaitVideoBuffer() {
+  MediaBufferPool* const pool = MediaBufferPool::Instance();
+  while (pool->IsOutOfVideo() && GivesBuffersBack()) pool->WaitForFree(1);
+  return !pool->IsOutOfVideo();
+}
+
+// Whether another thread will give a buffer back while this one waits.
+bool MediaWriterImpl::GivesBuffersBack() {
+  const int wanted = mEncoder.GetParameter("next-frame-type");
+  return running && mScheduler != nullptr && (wanted == 1 || wanted == 2) &&
+         MediaBufferPool::Instance()->HasTakenVideo();
+}
+
+void MediaWriterImpl::LosePicture() {
+  if (MediaBufferPool::Instance()->HasTakenVideo()) {
+    log_error(kTag, "a picture is lost: nobody encodes those before it");
+    return mEncoder.Fail(AVERROR(EINVAL));
+  }
+  log_error(kTag, "no memory for pictures");
+  mIsOutOfBuffers = true;
+  mEncoder.Fail(AVERROR(ENOMEM));
 }
 
 // False when the frame ends the call it came with.

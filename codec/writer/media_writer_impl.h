@@ -67,6 +67,9 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work {
 
   void WriteVideo(uint8_t* data, uint32_t size, int64_t pts);
   bool WriteAudio(const uint8_t* data, uint32_t size, int64_t pts);
+  bool AwaitVideoBuffer();
+  bool GivesBuffersBack();
+  void LosePicture();
   PooledBuffer FilledBuffer(uint8_t* data, uint32_t size);
   PooledBuffer CopiedBuffer(const uint8_t* data, uint32_t size);
   void StopScheduler();

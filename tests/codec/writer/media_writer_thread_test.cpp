@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/codec/writer/writer_fixture.h"
 #include "tests/support/no_threads.h"
 
@@ -91,6 +92,42 @@ TEST_F(WriterThread, WaitsForTheEncoderRatherThanDrop) {
   writer->Stop();
   EXPECT_EQ(state->VideoTimes().size(), 200U);
   EXPECT_EQ(Logged(kLogDebug, "discard video frame"), 0);
+}
+
+// Nobody would ever give a buffer back.
+TEST_F(WriterThread, WaitsForNobody) {
+  struct Row {
+    const char* what;
+    int useThread;
+    int nextType;
+    bool isStarted;
+  };
+  for (const Row& row : {Row{"not started", 1, 1, false}, Row{"no stream", 1, 0, true},
+                         Row{"no stream, one thread", 0, 0, true}}) {
+    SetUp();
+    MediaFormat format = VideoFormat();
+    format.SetInt32("use-thread", row.useThread);
+    format.SetInt32("auto-discard-video", 0);
+    state->nextType = [&row] { return row.nextType; };
+    Make();
+    ASSERT_EQ(writer->Configure(format), 0) << row.what;
+    if (row.isStarted) writer->Start();
+    for (int i = 1; i <= 7; ++i) Video(i * 1000);
+    EXPECT_EQ(writer->OutputError(), AVERROR(EINVAL)) << row.what;
+    TearDown();
+  }
+}
+
+TEST_F(WriterThread, WaitsForNobodyAfterStop) {
+  MediaFormat format = VideoFormat();
+  format.SetInt32("use-thread", 1);
+  format.SetInt32("auto-discard-video", 0);
+  Begin(format);
+  Video(1000);
+  writer->Stop();
+  for (int i = 2; i <= 9; ++i) Video(i * 1000);
+  EXPECT_NE(writer->OutputError(), 0);
+  EXPECT_EQ(state->VideoTimes().size(), 1U);
 }
 
 TEST_F(WriterThread, DropsWhatASlowEncoderCannotTake) {
