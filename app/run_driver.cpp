@@ -76,8 +76,11 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
   // The output is done: without memory for the account it is as good as with one.
   if (!commandLine.isPlain) but::Guarded(kTag, [&] { TellAccount(*job, observer); });
   if (error == 0) return std::nullopt;
-  log_error(kTag, "could not write %s: %s", commandLine.output.c_str(),
-            codec::ffmpeg::ErrorText(error).c_str());
+  // Nothing was wrong with the output of a job that has lost a part of its clip.
+  if (job->Failure().step != codec::FailedStep::kLoss) {
+    log_error(kTag, "could not write %s: %s", commandLine.output.c_str(),
+              codec::ffmpeg::ErrorText(error).c_str());
+  }
   return FailureOf(commandLine, *job);
 }
 

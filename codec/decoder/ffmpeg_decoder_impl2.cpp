@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "base/guarded.h"
@@ -225,9 +226,24 @@ FieldOrder FFmpegDecoderImpl2::Fields() {
   return order;
 }
 
+namespace {
+
+// AVI tells only when packets are decoded. If pictures are reordered, the first one comes some
+// pictures later than its packet, and so does the end of the last one. In seconds.
+double LateBy(const DecodeSession& session) {
+  const bool isAvi = std::string_view(session.input.Context()->iformat->name) == "avi";
+  if (session.video == nullptr || !isAvi) return 0;
+  const int64_t first = session.first_video_pts_;
+  if (first == AV_NOPTS_VALUE) return 0;
+  return std::max(0.0, session.times.FirstVideo() - session.video->Seconds(first));
+}
+
+}  // namespace
+
 void FFmpegDecoderImpl2::SetZero(double seconds) {
   if (mParts == nullptr) return;
   DecodeSession& session = mParts->session;
+  const double late = LateBy(session);
   session.times.SetFirstVideo(seconds);
   session.times.SetFirstAudio(seconds);
   mParts->seeker.LeaveTimesAsTheyAre();
@@ -238,7 +254,7 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
   // The container's own word counts, unless its packets say something else.
   constexpr double kAsLong = 0.1;
   const bool isTrue = told.has_value() && !(scanned && std::abs(*scanned - *told) >= kAsLong);
-  session.duration = std::max(0.0, (isTrue ? *told : *scanned) - seconds);
+  session.duration = std::max(0.0, (isTrue ? *told : *scanned) + late - seconds);
   mInfo.duration = static_cast<float>(session.duration);
 }
 

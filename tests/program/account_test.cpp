@@ -169,6 +169,7 @@ TEST(Account, MakesAFailureOfALossIfAsked) {
   const CommandResult result = RunProgram({"-i", clip, "-o", output, "--strict"});
   EXPECT_EQ(result.status, kFailure);
   EXPECT_EQ(Bytes(output), "before");
+  EXPECT_EQ(result.err.find("could not write"), std::string::npos) << result.err;
   EXPECT_NE(Warning(result, "1 picture could not be decoded (the first at 0.400 s)"), "");
   EXPECT_NE(result.err.find("[reverse::Main] " + clip +
                             " cannot be reversed without a loss; leave "
@@ -232,6 +233,19 @@ TEST(Account, TellsThePicturesThatNoSeekFinds) {
       lost += std::stol((*one)[1]);
     }
     EXPECT_EQ(std::stol(ReversedLine(reversed.err)) + lost, 100) << reversed.err;
+  }
+}
+
+// AVI tells when packets are decoded; the last pictures come later than that.
+TEST(Account, HasTheLastPicturesOfAnAviWithReorderedOnes) {
+  for (const std::string coding : {"libx264", "mpeg4"}) {
+    const std::string clip = CustomClip("account_" + coding + ".avi",
+                                        {"-f", "lavfi", "-i", SceneFilter(400, 80, "25"), "-t", "3",
+                                         "-c:v", coding, "-bf", "2", "-q:v", "2"});
+    const std::string output = ScratchPath(coding + ".mp4");
+    const CommandResult result = RunProgram({"-i", clip, "-o", output});
+    EXPECT_EQ(ReversedLine(result.err), "75 pictures reversed") << coding;
+    EXPECT_EQ(ReadFrameNumber(DecodeLuma(output).front()), 74) << coding;
   }
 }
 
