@@ -52,10 +52,14 @@ std::string TagOf(void* speaker) {
   // FFmpeg builds some lines piece by piece; they are joined until the newline comes. Each thread
   // has its own unfinished line, because decoder threads speak at the same time.
   thread_local std::string line;
+  thread_local std::string last;
   try {
     line += text.data();
     if (line.empty() || (line.back() != '\n' && !cut && line.size() < kLongestLine)) return;
-    log_text(OurLevel(level), TagOf(speaker).c_str(), line.c_str());
+    // A decoder may say the same of each block of a damaged picture.
+    const bool isRepeated = line == last && level <= AV_LOG_WARNING;
+    log_text(isRepeated ? kLogDebug : OurLevel(level), TagOf(speaker).c_str(), line.c_str());
+    last.swap(line);
   } catch (const std::bad_alloc&) {
     // FFmpeg, which is between here and whoever could catch it, cannot pass it on.
   }

@@ -56,6 +56,16 @@ TEST_F(LogBridge, MapsTheLevels) {
                   LogLine{kLogVerbose, tag, "level 48"}));
 }
 
+TEST_F(LogBridge, ShowsALineThatIsRepeatedOnce) {
+  const LogCapture log;
+  for (int i = 0; i < 3; ++i) av_log(nullptr, AV_LOG_ERROR, "again\n");
+  av_log(nullptr, AV_LOG_WARNING, "other\n");
+  av_log(nullptr, AV_LOG_ERROR, "again\n");
+  EXPECT_EQ(log.Count(kLogError, "ffmpeg", "again"), 2);
+  EXPECT_EQ(log.Count(kLogDebug, "ffmpeg", "again"), 2);
+  EXPECT_EQ(log.Count(kLogWarn, "ffmpeg", "other"), 1);
+}
+
 TEST_F(LogBridge, TellsNobodyHowSwscaleIsCalled) {
   const LogCapture log;
   const UniqueScaler scaler(sws_getContext(16, 16, AV_PIX_FMT_YUVJ420P, 16, 16, AV_PIX_FMT_YUV420P,
