@@ -253,8 +253,10 @@ void MirrorReversal::DescribeEncoders(const MediaInfo& info, MediaFormat* format
   } else {
     LimitSoundBitRate(format);
   }
+  // Told by the user alone: an encoder that is asked for them is driven as itself.
+  for (const char* const key : {"profile", "level"}) format->SetString(key, "");
   if (!DelaysVideo(mWishes)) return;
-  for (const char* const key : {"profile", "level", "preset"}) format->SetString(key, "");
+  format->SetString("preset", "");
   for (const char* const key : {"video-bitrate", "maxrate", "bufsize"}) format->SetInt32(key, 0);
   int orientation = kUpright;
   format->GetInt32("orientation", orientation);

@@ -82,7 +82,8 @@ TEST(Program, WritesJsonInPlaceOfTheProgressLines) {
       RunProgram({"-i", Clip(ClipKind::kH264Short), "-o", output, "--progress=json", "--quiet"});
   EXPECT_EQ(result.status, 0);
   const std::string end = ",\"bytes\":" + std::to_string(std::filesystem::file_size(output)) +
-                          ",\"result\":\"done\"}\n";
+                          ",\"pictures\":75,\"sound\":3.000,\"lost_pictures\":0,"
+                          "\"lost_sound\":0.000,\"result\":\"done\"}\n";
   ASSERT_GT(result.err.size(), end.size());
   EXPECT_EQ(result.err.substr(result.err.size() - end.size()), end);
   EXPECT_EQ(result.err.find("progress:"), std::string::npos);
