@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -229,13 +230,18 @@ FieldOrder FFmpegDecoderImpl2::Fields() {
 namespace {
 
 // AVI tells only when packets are decoded. If pictures are reordered, the first one comes some
-// pictures later than its packet, and so does the end of the last one. In seconds.
-double LateBy(const DecodeSession& session) {
+// pictures later than its packet, and so does the end of the last one, which is given here in
+// seconds of the file's stamps. Minus infinity for other files.
+double PicturesEnd(const DecodeSession& session) {
+  constexpr double kUnknown = -std::numeric_limits<double>::infinity();
   const bool isAvi = std::string_view(session.input.Context()->iformat->name) == "avi";
-  if (session.video == nullptr || !isAvi) return 0;
   const int64_t first = session.first_video_pts_;
-  if (first == AV_NOPTS_VALUE) return 0;
-  return std::max(0.0, session.times.FirstVideo() - session.video->Seconds(first));
+  if (session.video == nullptr || !isAvi || first == AV_NOPTS_VALUE) return kUnknown;
+  const AVStream* const stream = session.video->Stream();
+  if (stream->duration <= 0 || session.times.FirstVideo() <= session.video->Seconds(first)) {
+    return kUnknown;
+  }
+  return session.times.FirstVideo() + session.video->Seconds(stream->duration);
 }
 
 }  // namespace
@@ -243,7 +249,7 @@ double LateBy(const DecodeSession& session) {
 void FFmpegDecoderImpl2::SetZero(double seconds) {
   if (mParts == nullptr) return;
   DecodeSession& session = mParts->session;
-  const double late = LateBy(session);
+  const double picturesEnd = PicturesEnd(session);
   session.times.SetFirstVideo(seconds);
   session.times.SetFirstAudio(seconds);
   mParts->seeker.LeaveTimesAsTheyAre();
@@ -254,7 +260,8 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
   // The container's own word counts, unless its packets say something else.
   constexpr double kAsLong = 0.1;
   const bool isTrue = told.has_value() && !(scanned && std::abs(*scanned - *told) >= kAsLong);
-  session.duration = std::max(0.0, (isTrue ? *told : *scanned) + late - seconds);
+  const double end = std::max(isTrue ? *told : *scanned, picturesEnd);
+  session.duration = std::max(0.0, end - seconds);
   mInfo.duration = static_cast<float>(session.duration);
 }
 
