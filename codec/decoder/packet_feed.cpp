@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "codec/decoder/fresh_start.h"
-#include "codec/decoder/packet_clock.h"
 
 namespace codec {
 
@@ -42,8 +41,8 @@ void PacketFeed::Read(const Look& look) {
 void PacketFeed::SendPicture() {
   StreamDecoder* const video = mSession->video.get();
   if (video->IsResting()) return;
-  PictureLosses& losses = mSession->losses;
-  losses.Expect(StampOf(mPacket.get()), losses.AwaitsKey() && video->IsKey(mPacket.get()));
+  // Stamps of decoding are none of pictures.
+  mSession->losses.Expect(mPacket->pts);
   const bool awaited = video->IsAwaitingKey();
   if (video->PassesOver(mPacket.get())) return;
   if (awaited) mSession->times.RestartVideo(mPacket.get());

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
+#include <vector>
 
 #include "codec/decoder/lost_pictures.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
@@ -20,14 +22,11 @@ class PictureLosses {
 
   // A seek begins to read at another packet.
   void Restart();
-  // To be called for each packet of the video. Decoders drop the pictures that lean on packets
-  // before the first one, and report no error. Such packets come before the first key packet, or
-  // follow it and are shown before it. They count as lost until their pictures come.
-  //
-  // `stamp` in ticks of the stream. `isKey`: decoding can begin at the packet; false will do if
-  // AwaitsKey is false.
-  void Expect(int64_t stamp, bool isKey);
-  bool AwaitsKey() const { return mFirstKey == kNoKey; }
+  // A packet of the video was read that shows a picture of this stamp, in ticks of the stream.
+  // Decoders drop the pictures that lean on packets before the first one, and report no error:
+  // those that are shown before the first picture that comes. So these count as lost until they
+  // come.
+  void Expect(int64_t stamp);
 
   // The picture of this stamp, in ticks of the stream, could not be delivered.
   void Lose(int64_t stamp, Loss loss);
@@ -40,11 +39,12 @@ class PictureLosses {
   LostPictures Take(double from, double to, AVRational base, double zero);
 
  private:
-  static constexpr int64_t kNoKey = INT64_MIN;
+  void NoteFirst(int64_t stamp);
 
   std::map<int64_t, Loss> mLost;  // by stamp
-  int64_t mFirstKey = kNoKey;     // stamp of the first key packet
-  bool mIsSettled = false;        // nothing leans on packets before the first one any more
+  // Since Restart.
+  std::vector<int64_t> mExpected;      // before the first picture came
+  std::optional<int64_t> mFirstGiven;  // stamp of the first picture
 };
 
 }  // namespace codec

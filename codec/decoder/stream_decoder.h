@@ -43,8 +43,6 @@ class StreamDecoder : public PictureDecoder {
   // Whether this packet of the video is passed over, because a key is awaited. If not, the waiting
   // is over.
   bool PassesOver(const AVPacket* packet);
-  // Whether decoding can begin at this packet of the video.
-  bool IsKey(const AVPacket* packet) { return mKeyPackets->IsKey(packet); }
   // Until the next flush packets are passed over and Receive answers as a drained decoder does.
   void Rest() { mResting = true; }
   bool IsResting() const { return mResting; }

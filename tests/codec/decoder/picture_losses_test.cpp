@@ -56,39 +56,46 @@ TEST(PictureLosses, CountsTimesFromZero) {
   EXPECT_DOUBLE_EQ(losses.Take(0, 1, kMilliseconds, 10).first, 0.5);
 }
 
-// A recording that was cut in the middle of a group, and begins its next group openly.
-TEST(PictureLosses, ExpectsNothingOfPacketsWithoutReferences) {
+// A recording that was cut in the middle of a group, and begins its next group openly. The decoder
+// has two threads: the first picture comes after the packet that follows its own.
+TEST(PictureLosses, ExpectsNothingOfPicturesBeforeTheFirstThatComes) {
   PictureLosses losses;
   losses.Restart();
-  losses.Expect(0, false);
-  losses.Expect(40, false);
-  EXPECT_TRUE(losses.AwaitsKey());
-  losses.Expect(160, true);
-  losses.Expect(80, false);
-  losses.Expect(120, false);
-  losses.Expect(280, false);
-  losses.Expect(200, false);  // needs nothing from before the key packet
-  losses.Give(120);           // but this decoder has made something of it
+  for (const int64_t stamp : {0, 40, 160, 280}) losses.Expect(stamp);
+  losses.Give(160);
+  for (const int64_t stamp : {80, 120, 200, 240}) losses.Expect(stamp);
+  losses.Give(120);  // this decoder has made something of it
   EXPECT_EQ(losses.Take(0, 1, kMilliseconds, 0).undecoded, 3);
+}
+
+TEST(PictureLosses, KeepsErrorsOfPicturesAfterTheFirst) {
+  PictureLosses losses;
+  losses.Expect(0);
+  losses.Expect(40);
+  losses.Lose(40, Loss::kUndecoded);
+  losses.Expect(80);
+  losses.Give(0);
+  EXPECT_EQ(losses.Take(0, 1, kMilliseconds, 0).undecoded, 1);
 }
 
 TEST(PictureLosses, ExpectsTheSameAfterEachRestart) {
   PictureLosses losses;
-  losses.Expect(0, true);
-  losses.Expect(40, false);
-  EXPECT_FALSE(losses.AwaitsKey());
+  losses.Expect(0);
+  losses.Give(0);
   losses.Restart();
-  losses.Expect(40, false);
-  losses.Expect(80, true);
-  losses.Expect(60, false);
+  losses.Expect(40);
+  losses.Expect(80);
+  losses.Give(80);
+  losses.Expect(60);
   EXPECT_EQ(losses.Take(0, 1, kMilliseconds, 0).undecoded, 2);
 }
 
-TEST(PictureLosses, TakesNoPictureForEarlierThanAKeyWithoutAStamp) {
+TEST(PictureLosses, CountsAllIfNoPictureComes) {
   PictureLosses losses;
-  losses.Expect(kNone, true);
-  losses.Expect(-40, false);
-  EXPECT_EQ(losses.Take(-1, 1, kMilliseconds, 0).Count(), 0);
+  losses.Expect(0);
+  losses.Expect(40);
+  losses.Expect(kNone);
+  EXPECT_EQ(losses.Take(0, 1, kMilliseconds, 0).undecoded, 2);
 }
 
 }  // namespace
