@@ -301,6 +301,7 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
 // that matters.
 void Reverse::CloseAccount() {
   if (mLoop == nullptr || mWriter == nullptr) return;
+  mAccount = mLoop->Account();
   const int error = but::Guarded(kTag, [this] {
     mAccount = ClosedAccount(*mLoop, mWriter.get(), *mReversal);
     return 0;
