@@ -4,10 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/log.h"
-#include "codec/decoder/decoder_tag.h"
-#include "codec/decoder/input_file.h"
 #include "codec/decoder/packet_clock.h"
+#include "codec/decoder/scan_input.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
@@ -25,23 +23,12 @@ int64_t MinuteOf(int64_t ticks, AVRational base) {
 
 int QuietScan::Read(const std::string& path, int soundStream,
                     const std::shared_ptr<const JoinedParts>& parts) {
-  InputFile file;
-  const ffmpeg::UniquePacket packet(av_packet_alloc());
-  if (packet == nullptr) {
-    log_error(kDecoderTag, "Could not allocate packet");
-    return -1;
+  ScanInput input;
+  if (input.Open(path, soundStream, parts) != 0) return -1;
+  for (const AVStream* const stream : {input.video, input.sound}) {
+    if (stream != nullptr) Add(stream);
   }
-  if (file.Open(path) != 0) return -1;
-  if (parts != nullptr) file.Join(parts);
-  const int video = av_find_best_stream(file.Context(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  for (int i = 0; i < static_cast<int>(file.Context()->nb_streams); ++i) {
-    if (i == video || i == soundStream) {
-      Add(file.Context()->streams[i]);
-    } else {
-      file.LeaveOut(i);
-    }
-  }
-  Run(&file, packet.get());
+  Run(&input.file, input.packet.get());
   mStreams.clear();
   return 0;
 }

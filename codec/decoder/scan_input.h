@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// An input that is read for the stamps of its packets alone.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "codec/decoder/input_file.h"
+#include "codec/ffmpeg/owned.h"
+
+namespace codec {
+
+struct ScanInput {
+  InputFile file;
+  ffmpeg::UniquePacket packet;      // scratch for who reads
+  const AVStream* video = nullptr;  // the best one, as the next one owned by the file; null if none
+  const AVStream* sound = nullptr;  // the one that was asked for
+
+  // Opens a local file, of which only the packets of these two streams are read. `soundStream`
+  // below 0 for none. `parts` as for InputFile::Join. 0, or -1 with the reason logged.
+  int Open(const std::string& path, int soundStream,
+           const std::shared_ptr<const JoinedParts>& parts);
+};
+
+}  // namespace codec
