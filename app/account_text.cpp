@@ -1,19 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "app/account_text.h"
 
-#include <array>
 #include <cmath>
-#include <cstdio>
 #include <vector>
+
+#include "app/seconds_text.h"
 
 namespace app {
 namespace {
-
-std::string SecondsText(double seconds) {
-  std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), "%.3f s", seconds);
-  return text.data();
-}
 
 std::string PicturesText(int64_t count) {
   return std::to_string(count) + (count == 1 ? " picture" : " pictures");

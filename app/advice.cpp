@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include "app/codec_advice.h"
+#include "app/seconds_text.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 
 namespace app {
@@ -15,12 +15,6 @@ namespace {
 
 // The encoder's AAC ends here.
 constexpr int kHighestSampleRate = 96000;
-
-std::string SecondsText(double seconds) {
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), "%.3f s", seconds);
-  return text.data();
-}
 
 std::string MegabytesText(int64_t bytes) {
   constexpr int64_t kMegabyte = int64_t{1} << 20;
@@ -214,8 +208,7 @@ const std::array kRows = {
     Row{[](const Failure& f) { return f.cause.step == FailedStep::kLoss; },
         [](const Failure& f) {
           return f.line.input +
-                 " cannot be reversed without a loss; leave --strict out to reverse " +
-                 "what is left";
+                 " cannot be reversed without a loss; leave --strict out to reverse what is left";
         }},
     Row{[](const Failure& f) { return f.cause.step == FailedStep::kReadRange; },
         [](const Failure& f) {
