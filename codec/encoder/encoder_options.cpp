@@ -60,13 +60,11 @@ void SetRateControl(const EncoderSettings& settings, EncoderOptions* options) {
   (*options)["bufsize"] = std::to_string(settings.bufSize < 1 ? 5 * bitRate : settings.bufSize);
 }
 
-// The usual profile has no fields. The encoder does without weighted prediction of them, and
-// without its two slowest searches, and would warn of both.
+// The usual profile has no fields. The encoder does without its two slowest searches of them, and
+// would warn.
 void SetFieldCoding(FieldOrder order, EncoderOptions* options) {
   (*options)["profile"] = "main";
-  (*options)["weightp"] = "none";
-  // What the pictures say would come too late for the first of them.
-  (*options)["x264-params"] = order == FieldOrder::kTopFirst ? "tff=1" : "bff=1";
+  for (const auto& [name, value] : FieldOptions(order)) (*options)[name] = value;
   const std::string& preset = (*options)["preset"];
   if (preset == "placebo" || preset == "9") (*options)["motion-est"] = "umh";
 }

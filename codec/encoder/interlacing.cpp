@@ -35,6 +35,13 @@ FieldOrder EncodedFields(const EncoderSettings& settings, const std::string& cod
   return isKept ? WantedFields(settings) : FieldOrder::kProgressive;
 }
 
+// The encoder does without weighted prediction of fields, and would warn of it. What the pictures
+// say of their fields would come too late for the first of them.
+EncoderOptions FieldOptions(FieldOrder order) {
+  if (!IsWoven(order)) return {};
+  return {{"weightp", "none"}, {"x264-params", order == FieldOrder::kTopFirst ? "tff=1" : "bff=1"}};
+}
+
 int TellFields(const EncoderSettings& settings, AVCodecContext* context) {
   if (!settings.fieldOrder.empty() && !FieldOrderOf(settings.fieldOrder)) {
     log_error(kTag, "Invalid field-order: %s", settings.fieldOrder.c_str());

@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <string_view>
 #include <utility>
 
+#include "base/plain_number.h"
 #include "codec/encoder/hdr_metadata.h"
 #include "codec/encoder/interlacing.h"
 
@@ -53,7 +53,7 @@ bool IsQuality(std::string_view name) {
   return std::find(kQualities.begin(), kQualities.end(), name) != kQualities.end();
 }
 
-// Whether the value is a list of parameters, of which the last of a name counts.
+// Whether the value is a list of parameters. If the list has a name twice, the last one counts.
 bool IsList(std::string_view name) {
   constexpr std::string_view kEnd = "-params";
   return name.size() > kEnd.size() && name.substr(name.size() - kEnd.size()) == kEnd;
@@ -82,7 +82,7 @@ void AddIfSet(const char* name, const std::string& value, EncoderOptions* option
 // FFmpeg's general quality is a number of another scale, and needs a flag.
 bool SetQuality(AVCodecContext* context, const std::string& value) {
   char* rest = nullptr;
-  const double quality = std::strtod(value.c_str(), &rest);
+  const double quality = but::ReadPlainNumber(value.c_str(), &rest);
   constexpr double kMost = 1000;
   if (value.empty() || *rest != '\0' || !(quality >= 0 && quality <= kMost)) return false;
   context->flags |= AV_CODEC_FLAG_QSCALE;
@@ -101,13 +101,6 @@ bool Knows(AVCodecContext* context, const std::string& name) {
                                                                : AV_OPT_FLAG_VIDEO_PARAM);
   return name == "q" ||
          av_opt_find(context, name.c_str(), nullptr, flags, AV_OPT_SEARCH_CHILDREN) != nullptr;
-}
-
-// What the pictures themselves say of their fields would come too late for the first of them.
-void AddFieldOptions(FieldOrder order, EncoderOptions* options) {
-  if (!IsWoven(order)) return;
-  options->emplace("x264-params", order == FieldOrder::kTopFirst ? "tff=1" : "bff=1");
-  options->emplace("weightp", "none");
 }
 
 }  // namespace
@@ -131,7 +124,7 @@ EncoderOptions OwnVideoOptions(const EncoderSettings& settings, const AVCodec* e
     if (rate > 0) options.emplace(name, std::to_string(rate));
   }
   AddHdrOptions(settings, encoder, &options);
-  AddFieldOptions(EncodedFields(settings, encoder->name), &options);
+  options.merge(FieldOptions(EncodedFields(settings, encoder->name)));
   AddDefaults(encoder, depth, &options);
   // FFmpeg's usual bit rate stands against the encoder's own idea of quality.
   if (HasOwnOption(encoder, "crf")) options.emplace("b", "0");
