@@ -81,11 +81,6 @@ const char* CodecNotTaken(const char* path, const char* encoder) {
   return avcodec_get_name(codec->id);
 }
 
-const char* CodecNotTaken(const char* path) {
-  const char* const video = CodecNotTaken(path, "libx264");
-  return video != nullptr ? video : CodecNotTaken(path, "aac");
-}
-
 bool RefusesCodec(const char* path, const char* encoder) {
   // Others hold codecs that they have no name of their own for, or decide by more than the codec.
   constexpr std::array<std::string_view, 2> kStrict = {"mpegts", "webm"};

@@ -22,8 +22,6 @@ bool TellsRotation(const char* path);
 // Names the codec of this encoder if the path's container does not take it; null if it does.
 // Containers that tell by their header only count as taking nothing.
 const char* CodecNotTaken(const char* path, const char* encoder);
-// The first of H.264 and AAC that it does not take; null where it takes both.
-const char* CodecNotTaken(const char* path);
 
 // Whether the container says so before its header is written.
 bool RefusesCodec(const char* path, const char* encoder);

@@ -83,11 +83,13 @@ bool Allows(const LevelRow& row, const H264Load& load) {
 }  // namespace
 
 int H264Level(const H264Load& load) {
-  for (const LevelRow& row : kLevels) {
-    if (row.hasFields >= load.hasFields && Allows(row, load)) return row.level;
-  }
-  const auto row = std::find_if(kLevels.begin(), kLevels.end(),
-                                [&load](const LevelRow& level) { return Allows(level, load); });
+  const auto lowest = [&load](bool hasFields) {
+    return std::find_if(kLevels.begin(), kLevels.end(), [&](const LevelRow& row) {
+      return row.hasFields >= hasFields && Allows(row, load);
+    });
+  };
+  auto row = lowest(load.hasFields);
+  if (row == kLevels.end()) row = lowest(false);
   return row == kLevels.end() ? kLevels.back().level : row->level;
 }
 

@@ -20,9 +20,10 @@ struct H264Load {
   bool hasFields = false;  // pictures are interlaced
 };
 
-// The lowest level that allows this, as ten times its number; 62, the highest, where none does.
-// There are fields in the middle levels only. Below, the lowest of those is named. Above, where
-// fields that large or fast are in no level, the one is named that allows the rest.
+// The lowest level that allows this, as ten times its number; 62, the highest, if none does.
+// Only the middle levels have fields. Smaller fields get the lowest level of these. Fields that are
+// too large or too fast for all of these get the lowest level that allows such pictures without
+// fields.
 int H264Level(const H264Load& load);
 
 // The pictures that the encoder refers to with a preset of this name or number; 16, the most that
