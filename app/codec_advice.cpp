@@ -8,12 +8,9 @@
 namespace app {
 
 codec::EncoderSettings WishesOf(const CommandLine& line) {
-  codec::EncoderSettings wishes;
+  codec::EncoderSettings wishes = codec::UsualEncoders(line.output);
   wishes.takesAnyEncoder = !line.isPlain;
   wishes.hasAudio = !line.hasNoSound;
-  wishes.outputPath = line.output;
-  wishes.videoCodec = codec::kVideoEncoder;
-  wishes.audioCodec = codec::kAudioEncoder;
   for (const OutputValue& given : line.outputValues) {
     wishes.SetParameter(given.key.c_str(), given.value.c_str());
   }

@@ -46,12 +46,7 @@ constexpr double kMostQuiet = 1800;
 MirrorReversal::MirrorReversal() { SetWishes("", MediaFormat()); }
 
 void MirrorReversal::SetWishes(const std::string& outputPath, const MediaFormat& parameters) {
-  mWishes = EncoderSettings();
-  mWishes.takesAnyEncoder = true;
-  mWishes.hasAudio = true;
-  mWishes.outputPath = outputPath;
-  mWishes.videoCodec = kVideoEncoder;
-  mWishes.audioCodec = kAudioEncoder;
+  mWishes = UsualEncoders(outputPath);
   int rotation = 0;
   parameters.GetInt32("rotation", rotation);
   mTurnsPictures = rotation != 0;

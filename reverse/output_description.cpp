@@ -72,6 +72,16 @@ int Check(const MediaInfo& info, bool hasAudio) {
 
 }  // namespace
 
+EncoderSettings UsualEncoders(const std::string& outputPath) {
+  EncoderSettings usual;
+  usual.takesAnyEncoder = true;
+  usual.hasAudio = true;
+  usual.outputPath = outputPath;
+  usual.videoCodec = kVideoEncoder;
+  usual.audioCodec = kAudioEncoder;
+  return usual;
+}
+
 int32_t VideoBitRate(int64_t pixels, float frameRate) {
   for (const BitRateRow& row : kBitRates) {
     if (pixels >= row.pixels) return frameRate > 40 ? row.fast : row.normal;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "codec/decoder/media_info.h"
+#include "codec/encoder/encoder_settings.h"
 #include "codec/format/media_format.h"
 
 namespace codec {
@@ -13,6 +14,9 @@ namespace codec {
 // FFmpeg's names of the encoders of the pictures and of the sound.
 constexpr char kVideoEncoder[] = "libx264";
 constexpr char kAudioEncoder[] = "aac";
+
+// What encoders are asked for unless the user says otherwise: these two, for this file.
+EncoderSettings UsualEncoders(const std::string& outputPath);
 
 // Video bit rate in bit/s by picture size and frame rate.
 int32_t VideoBitRate(int64_t pixels, float frameRate);
