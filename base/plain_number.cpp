@@ -10,7 +10,8 @@
 namespace but {
 
 double ReadPlainNumber(const char* text, char** rest) {
-  // Stays until the process ends. Where it cannot be made, the numbers are the program's own.
+  // Stays until the process ends. If the host has no memory for it, numbers are read in the
+  // program's own locale.
   static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
   return plain == nullptr ? std::strtod(text, rest) : strtod_l(text, rest, plain);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a job has met and what it has written.
+// How many pictures and how much sound a job has written and lost.
 #pragma once
 
 #include <cstdint>

@@ -62,7 +62,8 @@ class ReverseLoop {
   // Whether pictures were met that lie before the start of the range, and any after its end.
   bool PassedPicture() const { return mPassedPicture; }
   bool SawLaterPicture() const { return mSawLaterPicture; }
-  // Whether pictures may stand where no step has read them, because times go back in the file.
+  // Whether some pictures may not have been read: times go back in the file, so that seeks miss
+  // them.
   bool IsTorn() const { return mIsTorn; }
   // Whether sound was written.
   bool HasSound() const { return mHasSound; }

@@ -218,7 +218,8 @@ bool SegmentReader::IsTorn() const {
   return mRange.isToEnd && mPictureAfter.has_value();
 }
 
-// A step may go back a little further than its second. So the cursor tells what has been settled.
+// The losses of the stretch from the cursor to the place at which the last call has stopped. A step
+// may go back a little further than its second, so its begin would not do.
 LostPictures SegmentReader::TakeLost() {
   constexpr double kMicrosecond = 1e-6;
   const double from = std::max(mCursor, mRange.start) - kMicrosecond;

@@ -45,8 +45,9 @@ struct EncoderSettings {
   // How bright pictures may be; as x265 writes it, see hdr_light.h; empty ones are not told.
   std::string masteringDisplay;
   std::string contentLight;
-  // How encoders are driven that need more than one call for a picture, see delayed_encoder.h. With
-  // the next ones, which only such an encoder is given; empty ones are not set.
+  // How encoders are driven that need more than one call for a picture, see
+  // delayed_video_encoder.h. With the next ones, which only such an encoder is given; empty ones
+  // are not set.
   bool takesAnyEncoder = false;
   std::string crf;
   std::string qp;

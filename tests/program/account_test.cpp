@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a run says of what it has reversed and lost.
+// What a run tells of its pictures and its sound, and of losses.
 #include <gtest/gtest.h>
 
 #include <filesystem>
