@@ -121,6 +121,9 @@ std::vector<OutputKey> MakeKeys() {
       Flag("has-constant-rate",
            "1 has the container tell `frame-rate` to players, 0 (unless set) leaves them to "
            "measure it"),
+      Flag("even-slots",
+           "1 keeps pictures in AVI, which knows no times but slots of one length, on their slots "
+           "if the sound begins before them; 0 (unless set) may leave the second slot empty"),
       Text("color-range",
            "FFmpeg's name of what the numbers of the output's pictures stand for: `tv`; players "
            "guess what is not set"),

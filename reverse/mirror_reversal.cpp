@@ -280,6 +280,7 @@ void MirrorReversal::Describe(const MediaInfo& info, double start, double end,
   format->SetInt32("stamp-rate", StampRate(info.frame_rate, isConstant));
   format->SetInt32("has-constant-rate", isConstant ? 1 : 0);
   format->SetInt32("true-level", 1);
+  format->SetInt32("even-slots", 1);
   // The picture written last is the first of the range, which may stand for long. Where all stand
   // equally long, the container would tell another rate if this one was made longer.
   if (!isConstant) format->SetString("video-length", but::PlainNumberText(end - start).c_str());

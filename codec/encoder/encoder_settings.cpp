@@ -25,7 +25,7 @@ struct Row {
 };
 
 using S = EncoderSettings;
-constexpr std::array<Row, 48> kRows = {{
+constexpr std::array<Row, 49> kRows = {{
     {"file-format", &S::fileFormat},
     {"output-path", &S::outputPath},
     {"write-path", &S::writePath},
@@ -44,6 +44,7 @@ constexpr std::array<Row, 48> kRows = {{
     {"stamp-rate", &S::stampRate},
     {"has-constant-rate", &S::hasConstantRate},
     {"video-length", &S::videoLength},
+    {"even-slots", &S::hasEvenSlots},
     {"gop", &S::gop},
     {"preset", &S::preset},
     {"profile", &S::profile},

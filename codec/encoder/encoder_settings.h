@@ -30,6 +30,7 @@ struct EncoderSettings {
   int stampRate = 0;             // ticks/s that picture stamps are kept at; 0: one tick a frame
   bool hasConstantRate = false;  // the container may tell the frame rate to players
   double videoLength = 0;        // s, at whose end the last picture does; 0: it lasts one frame
+  bool hasEvenSlots = false;     // sound's priming moves no pictures, see KeepSlotsEven
   double gop = 30.0;             // frames
   std::string preset;
   std::string profile = "baseline";  // kept; the stream's own is decided when it is created

@@ -74,6 +74,7 @@ int FFmpegEncoderImpl::Open() {
   if (DelaysVideo(mOpened)) mVideo = &mDelayedVideo;
   if (DelaysAudio(mOpened)) mAudio = &mDelayedAudio;
   if (mFile.Create(mOpened.outputPath, mOptions, mOpened.writePath) != 0) return -1;
+  if (mOpened.hasEvenSlots) mFile.KeepSlotsEven();
   if (CreateStreams() != 0) return -1;
   mFile.Tag(mOpened);
   mFile.StampMetadata();

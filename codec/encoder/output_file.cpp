@@ -141,11 +141,24 @@ int OutputFile::WritePacket(AVPacket* packet, AVRational encoderTimeBase, Output
   const AVRational timeBase = track->stream->time_base;
   av_packet_rescale_ts(packet, encoderTimeBase, timeBase);
   packet->stream_index = track->stream->index;
+  if (mKeepsSlotsEven) RaisePriming(packet, track);
   track->lastTime =
       packet->pts == AV_NOPTS_VALUE ? -1.0 : static_cast<double>(packet->pts) * av_q2d(timeBase);
   if (mContext == nullptr || mHeader != Header::kWritten) return Remember(AVERROR(EINVAL));
   KeepStampsIncreasing(packet, track);
   return Remember(av_interleaved_write_frame(mContext.get(), packet));
+}
+
+void OutputFile::RaisePriming(AVPacket* packet, OutputTrack* track) const {
+  const bool isFirst = track->lastDts == AV_NOPTS_VALUE;
+  const bool isSound = track->stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+  const bool hasSlots =
+      mContext != nullptr && HasFixedRate(*Format()) && (Format()->flags & AVFMT_TS_NEGATIVE) == 0;
+  if (isFirst && isSound && hasSlots && packet->dts != AV_NOPTS_VALUE && packet->dts < 0) {
+    track->rise = -packet->dts;
+  }
+  if (packet->dts != AV_NOPTS_VALUE) packet->dts += track->rise;
+  if (packet->pts != AV_NOPTS_VALUE) packet->pts += track->rise;
 }
 
 // Frame numbers increase strictly, but a stream whose time base is coarser than the frame period

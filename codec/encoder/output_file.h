@@ -17,6 +17,7 @@ struct OutputTrack {
   AVStream* stream = nullptr;        // owned by the file; null while there is none
   double lastTime = 0.0;             // seconds, of the last packet; -1 when it had no stamp
   int64_t lastDts = AV_NOPTS_VALUE;  // of the last packet, in the stream's time base
+  int64_t rise = 0;                  // added to every stamp, in the same
 };
 
 // Packets that are still being made. Their place in the file is before all that come later.
@@ -36,6 +37,11 @@ class OutputFile {
   // and the log lines are those of `path`. 0, or -1 after an error line.
   int Create(const std::string& path, const EncoderOptions& options,
              const std::string& writePath = "");
+
+  // Containers that count pictures in slots of one length (AVI) move all streams until no stamp is
+  // negative. If the first packet of sound is, for its encoder's priming, the pictures get between
+  // two slots and one slot stays empty. With this, sound alone is moved. Off unless called.
+  void KeepSlotsEven() { mKeepsSlotsEven = true; }
 
   bool Exists() const { return mContext != nullptr; }
   const AVOutputFormat* Format() const { return mContext->oformat; }
@@ -79,6 +85,7 @@ class OutputFile {
   void RedirectMuxer(const std::string& writePath);
 
   void WritePending();
+  void RaisePriming(AVPacket* packet, OutputTrack* track) const;
   void KeepStampsIncreasing(AVPacket* packet, OutputTrack* track) const;
 
   std::string mPath;
@@ -86,6 +93,7 @@ class OutputFile {
   decltype(AVFormatContext::io_open) mUsualOpen = nullptr;
   ffmpeg::UniqueOutput mContext;
   Header mHeader = Header::kNone;
+  bool mKeepsSlotsEven = false;
   but::FirstError mError;
   PendingPackets* mPending = nullptr;
 };

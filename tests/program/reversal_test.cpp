@@ -147,6 +147,25 @@ TEST(Reversal, WritesOtherContainers) {
   }
 }
 
+// AVI counts pictures in slots of one length, and leaves slots empty for times that it has none
+// for.
+TEST(Reversal, FillsEverySlotOfAnAvi) {
+  for (const int rate : {10, 25, 50}) {
+    const std::string fps = std::to_string(rate);
+    const std::string clip = CustomClip(
+        "slots" + fps + ".mov",
+        {"-f", "lavfi", "-i", "testsrc2=size=160x120:duration=2:rate=" + fps, "-f", "lavfi", "-i",
+         "anoisesrc=duration=2", "-c:v", "libx264", "-bf", "0", "-c:a", "pcm_s16le"});
+    const std::string output = ScratchPath("slots.avi");
+    ASSERT_EQ(RunProgram({"-i", clip, "-o", output}).status, 0);
+    const std::vector<double> times = VideoTimes(output);
+    ASSERT_EQ(times.size(), static_cast<size_t>(2 * rate));
+    for (size_t i = 0; i < times.size(); ++i) {
+      EXPECT_NEAR(times[i], static_cast<double>(i) / rate, 0.0005) << rate << " " << i;
+    }
+  }
+}
+
 TEST(Reversal, LosesOnlyTheFrameAtAStartThatTheLastSeekLandsOn) {
   const std::string output = ScratchPath("on_start.mp4");
   ASSERT_EQ(RunProgram({"--plain", "-i", Clip(ClipKind::kH264), "-o", output, "-s", "2", "-e", "5"})

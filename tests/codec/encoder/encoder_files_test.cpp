@@ -62,6 +62,24 @@ TEST_P(EncoderFiles, HoldEveryPictureAsConstrainedBaseline) {
   EXPECT_GE(encoder_test::PacketCount(path, "a"), 92);
 }
 
+TEST(EncoderFile, FillsEverySlotOfAnAviOnRequest) {
+  for (const char* codec : {"", "libmp3lame", "pcm_s16le"}) {
+    const std::string path = ScratchPath("slots.avi");
+    MediaFormat format = encoder_test::FilmFormat(path);
+    format.SetInt32("even-slots", 1);
+    format.SetInt32("any-encoder", 1);
+    if (*codec != '\0') format.SetString("audio-codec", codec);
+    Write(format);
+    const std::vector<double> times = encoder_test::PacketTimes(path);
+    ASSERT_EQ(times.size(), static_cast<size_t>(kPictures)) << codec;
+    for (size_t i = 0; i < times.size(); ++i) {
+      EXPECT_NEAR(times[i], static_cast<double>(i) * 0.04, 0.0005) << codec << " " << i;
+    }
+    const auto sound = test_support::StreamFields(path, "a");
+    EXPECT_NEAR(std::stod(sound.at("start_time")), 0, 0.0005) << codec;
+  }
+}
+
 // The bytes go elsewhere, into the container of the output's name, also those that the muxer reads
 // back.
 TEST_P(EncoderFiles, AreWrittenToAnotherPathOnRequest) {
