@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "codec/writer/media_buffer.h"
+#include "codec/utils/unique_bytes.h"
 
 namespace codec {
 

@@ -12,6 +12,7 @@
 #include "codec/filter/listener_registry.h"
 #include "codec/utils/image_utils.h"
 #include "codec/utils/logo_image.h"
+#include "codec/utils/unique_bytes.h"
 #include "codec/writer/media_buffer_pool.h"
 
 namespace codec {

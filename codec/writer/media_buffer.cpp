@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "codec/writer/media_buffer.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include "codec/utils/image_utils.h"

@@ -2,20 +2,11 @@
 // The record in which frames travel from the writer's entry to the encoder.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
+
+#include "codec/utils/unique_bytes.h"
 
 namespace codec {
-
-// Frees what malloc gave.
-struct FreeBytes {
-  // The deleter's call.
-  void operator()(uint8_t* bytes) const { std::free(bytes); }
-};
-// An owned array of bytes that are not cleared when they are allocated.
-using UniqueBytes = std::unique_ptr<uint8_t[], FreeBytes>;
 
 // A picture (type 1) or one encoder frame of samples (type 2). A new record has no data.
 class MediaBuffer {
