@@ -10,7 +10,7 @@
 
 #include "app/progress_lines.h"
 #include "codec/ffmpeg/compat.h"
-#include "codec/ffmpeg/faults.h"
+#include "tests/faults/faults.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/log_capture.h"
@@ -176,8 +176,8 @@ TEST(RunDriver, ReversesTheRangeInSeconds) {
 
 // The calls are the same for pictures and sound; the clip with sound meets both.
 TEST(RunDriver, FailsWhereAnEncoderRefusesFramesInTheMiddle) {
-  using codec::ffmpeg::Fault;
-  using codec::ffmpeg::FaultCall;
+  using test_support::Fault;
+  using test_support::FaultCall;
   constexpr int kPassing = 40;
   for (const ClipKind kind : {ClipKind::kH264NoAudio, ClipKind::kH264Short}) {
     for (const FaultCall call :

@@ -17,7 +17,7 @@
 #include <string>
 
 #include "base/descriptor.h"
-#include "codec/ffmpeg/faults.h"
+#include "tests/faults/faults.h"
 #include "tests/support/access_list.h"
 #include "tests/support/command.h"
 #include "tests/support/log_capture.h"
@@ -27,8 +27,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using codec::ffmpeg::Fault;
-using codec::ffmpeg::FaultCall;
+using test_support::Fault;
+using test_support::FaultCall;
 using test_support::LogCapture;
 using test_support::ScratchPath;
 
@@ -378,7 +378,7 @@ TEST_P(NewFileAside, KeepsTheOldFileWhereTheHostFails) {
     const LogCapture log;
     {
       const Fault fault(call, 0, ENOSPC);
-      EXPECT_EQ(file.Finish(), ENOSPC) << codec::ffmpeg::FaultCallName(call);
+      EXPECT_EQ(file.Finish(), ENOSPC) << test_support::FaultCallName(call);
       EXPECT_GT(fault.Failed(), 0);
     }
     EXPECT_TRUE(log.Has(kLogError, kTag, "'" + mPath + "': No space left on device"));

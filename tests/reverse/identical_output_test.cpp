@@ -18,9 +18,9 @@
 #include "codec/writer/media_writer_factory.h"
 #include "reverse/output_description.h"
 #include "reverse/reverse_loop.h"
+#include "tests/faults/no_threads.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
-#include "tests/support/no_threads.h"
 
 namespace codec {
 namespace {

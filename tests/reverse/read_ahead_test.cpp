@@ -11,8 +11,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "tests/faults/no_threads.h"
 #include "tests/support/log_capture.h"
-#include "tests/support/no_threads.h"
 
 namespace codec {
 namespace {

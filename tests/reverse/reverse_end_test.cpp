@@ -6,11 +6,11 @@
 #include <future>
 
 #include "reverse/reverse.h"
+#include "tests/faults/no_threads.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/media_reading.h"
-#include "tests/support/no_threads.h"
 
 namespace codec {
 namespace {

@@ -10,13 +10,13 @@
 #include <random>
 #include <thread>
 
-#include "codec/ffmpeg/faults.h"
 #include "reverse/reverse.h"
+#include "tests/faults/faults.h"
+#include "tests/faults/no_threads.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/media_reading.h"
-#include "tests/support/no_threads.h"
 
 namespace codec {
 namespace {
@@ -98,8 +98,8 @@ TEST(SafeOutput, KeepsTheOldFileWhereTheJobIsNotStarted) {
 }
 
 TEST(SafeOutput, KeepsTheOldFileWhereItCannotBeReplacedAtTheEnd) {
-  using codec::ffmpeg::Fault;
-  using codec::ffmpeg::FaultCall;
+  using test_support::Fault;
+  using test_support::FaultCall;
   const std::string output = ScratchPath("kept.mp4");
   std::ofstream(output) << "old";
   Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 0, output.c_str());

@@ -17,9 +17,9 @@
 
 #include "app/run_driver.h"
 #include "base/guarded.h"
-#include "codec/ffmpeg/faults.h"
 #include "codec/ffmpeg/owned.h"
 #include "tests/codec/filter/png_file.h"
+#include "tests/faults/faults.h"
 #include "tests/robustness/corpus.h"
 #include "tests/robustness/sandbox.h"
 #include "tests/support/access_list.h"
@@ -28,10 +28,6 @@
 
 namespace test_support {
 namespace {
-
-using codec::ffmpeg::Fault;
-using codec::ffmpeg::FaultCall;
-using codec::ffmpeg::kFaultCalls;
 
 // A run that meets some of the calls.
 struct Scene {
@@ -191,8 +187,8 @@ struct Place {
 };
 
 std::string NameOf(const Scene& scene, const Place& place) {
-  return scene.name + " " + codec::ffmpeg::FaultCallName(place.call) + " " +
-         std::to_string(place.passing) + (place.always ? " and on" : "");
+  return scene.name + " " + FaultCallName(place.call) + " " + std::to_string(place.passing) +
+         (place.always ? " and on" : "");
 }
 
 RunLimits Limits() {
@@ -312,11 +308,11 @@ Counted Count(const Scene& scene) {
     const Output output(scene, scratch);
     Report& report = reports[0];
     for (int i = 0; i < kFaultCalls; ++i) {
-      report.calls[i] = -codec::ffmpeg::FaultCallCount(static_cast<FaultCall>(i));
+      report.calls[i] = -FaultCallCount(static_cast<FaultCall>(i));
     }
     if (RunScene(scene, output.Path()) != 0) return kRefusedStatus;
     for (int i = 0; i < kFaultCalls; ++i) {
-      report.calls[i] += codec::ffmpeg::FaultCallCount(static_cast<FaultCall>(i));
+      report.calls[i] += FaultCallCount(static_cast<FaultCall>(i));
     }
     report.packets = PacketsOf(output.Path());
     return kReversedStatus;
@@ -401,7 +397,7 @@ TEST(Faults, OfEveryCallEndHonestly) {
   met[static_cast<size_t>(FaultCall::fchown)] |= !Output::CanGiveAway();
   met[static_cast<size_t>(FaultCall::fsetxattr)] |= !HaveFilesAccessLists();
   for (size_t i = 0; i < met.size(); ++i) {
-    EXPECT_TRUE(met[i]) << codec::ffmpeg::FaultCallName(static_cast<FaultCall>(i));
+    EXPECT_TRUE(met[i]) << FaultCallName(static_cast<FaultCall>(i));
   }
 }
 

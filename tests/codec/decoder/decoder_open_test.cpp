@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "codec/decoder/stream_facts.h"
-#include "codec/ffmpeg/faults.h"
 #include "tests/codec/decoder/decoder_reading.h"
+#include "tests/faults/faults.h"
 #include "tests/support/clips.h"
 #include "tests/support/log_capture.h"
 
@@ -142,7 +142,7 @@ TEST(DecoderOpen, KeepsFactsAndFailureOfAnInputThatIsFinished) {
   ReadFrame frame;
   ASSERT_TRUE(reader.Receive(&frame));
   {
-    const ffmpeg::Fault fault(ffmpeg::FaultCall::av_read_frame, 0, AVERROR(ENOMEM));
+    const test_support::Fault fault(test_support::FaultCall::av_read_frame, 0, AVERROR(ENOMEM));
     while (reader.Receive(&frame)) {
     }
   }

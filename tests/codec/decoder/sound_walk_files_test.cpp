@@ -10,18 +10,18 @@
 #include <vector>
 
 #include "codec/decoder/sound_walk.h"
-#include "codec/ffmpeg/faults.h"
 #include "codec/ffmpeg/owned.h"
 #include "tests/codec/decoder/linear_sound.h"
 #include "tests/codec/decoder/sound_clips.h"
+#include "tests/faults/faults.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 
 namespace codec {
 namespace {
 
-using ffmpeg::Fault;
-using ffmpeg::FaultCall;
+using test_support::Fault;
+using test_support::FaultCall;
 
 constexpr int kLongSeconds = 60;
 
@@ -236,7 +236,7 @@ TEST(SoundWalkFiles, WantOfMemoryIsTold) {
     const Fault fault(call);
     SoundWalk walk;
     EXPECT_EQ(walk.Open(path, 1), -1);
-    EXPECT_EQ(walk.Failure(), AVERROR(ENOMEM)) << ffmpeg::FaultCallName(call);
+    EXPECT_EQ(walk.Failure(), AVERROR(ENOMEM)) << test_support::FaultCallName(call);
   }
   for (const FaultCall call :
        {FaultCall::av_packet_alloc, FaultCall::avcodec_open2, FaultCall::avcodec_send_packet,
@@ -246,7 +246,7 @@ TEST(SoundWalkFiles, WantOfMemoryIsTold) {
     const Fault fault(call);
     SoundStretch stretch;
     const int result = walk.Read(10, 11, &stretch);
-    EXPECT_EQ(walk.Failure(), AVERROR(ENOMEM)) << ffmpeg::FaultCallName(call);
+    EXPECT_EQ(walk.Failure(), AVERROR(ENOMEM)) << test_support::FaultCallName(call);
     if (call == FaultCall::avcodec_open2) {
       EXPECT_EQ(result, -1);
     }

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "codec/encoder/ffmpeg_encoder_impl.h"
-#include "codec/ffmpeg/faults.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/codec/encoder/encoder_fixture.h"
+#include "tests/faults/faults.h"
 #include "tests/support/command.h"
 
 namespace codec {
@@ -15,8 +15,8 @@ namespace {
 
 using encoder_test::kEncoderTag;
 using encoder_test::Texts;
-using ffmpeg::Fault;
-using ffmpeg::FaultCall;
+using test_support::Fault;
+using test_support::FaultCall;
 using test_support::LogCapture;
 using test_support::ScratchPath;
 using Lines = std::vector<std::string>;

@@ -9,7 +9,7 @@
 
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/codec/writer/writer_fixture.h"
-#include "tests/support/no_threads.h"
+#include "tests/faults/no_threads.h"
 
 namespace codec {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "codec/ffmpeg/faults.h"
+#include "tests/faults/faults.h"
 
 #include <array>
 #include <cerrno>
@@ -9,7 +9,7 @@
 #include <tuple>
 #include <type_traits>
 
-namespace codec::ffmpeg {
+namespace test_support {
 namespace {
 
 // The calls come from several threads at once.
@@ -67,12 +67,12 @@ bool CountFaultCall(FaultCall call) {
   return true;
 }
 
-}  // namespace codec::ffmpeg
+}  // namespace test_support
 
 namespace {
 
-using codec::ffmpeg::CountFaultCall;
-using codec::ffmpeg::FaultCall;
+using test_support::CountFaultCall;
+using test_support::FaultCall;
 
 template <typename Function>
 struct Signature;
@@ -89,7 +89,7 @@ struct Signature<R(A...) noexcept> : Signature<R(A...)> {};
 template <typename Result>
 Result Failure(FaultCall call, Result usual) {
   if constexpr (std::is_same_v<Result, int>) {
-    const int chosen = codec::ffmpeg::Of(call).error;
+    const int chosen = test_support::Of(call).error;
     if (usual == -1) {
       errno = chosen != 0 ? chosen : EIO;
       return usual;

@@ -4,19 +4,19 @@
 #include <cstdlib>
 #include <new>
 
-#include "codec/ffmpeg/faults.h"
+#include "tests/faults/faults.h"
 
 // Not the counted one.
 extern "C" void* __real_malloc(size_t bytes);
 
 void* operator new(size_t bytes) {
-  const bool fails = codec::ffmpeg::CountFaultCall(codec::ffmpeg::FaultCall::operator_new);
+  const bool fails = test_support::CountFaultCall(test_support::FaultCall::operator_new);
   void* const memory = fails ? nullptr : __real_malloc(bytes == 0 ? 1 : bytes);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
 void* operator new(size_t bytes, const std::nothrow_t&) noexcept {
-  const bool fails = codec::ffmpeg::CountFaultCall(codec::ffmpeg::FaultCall::operator_new);
+  const bool fails = test_support::CountFaultCall(test_support::FaultCall::operator_new);
   return fails ? nullptr : __real_malloc(bytes == 0 ? 1 : bytes);
 }
 void* operator new[](size_t bytes) { return operator new(bytes); }

@@ -9,9 +9,9 @@
 #include <atomic>
 #include <cstdint>
 
-#include "codec/ffmpeg/fault_table.h"
+#include "tests/faults/fault_table.h"
 
-namespace codec::ffmpeg {
+namespace test_support {
 
 #define FAULT_ENUMERATOR(name, arguments, failure) name,
 enum class FaultCall {
@@ -53,4 +53,4 @@ int64_t FaultCallCount(FaultCall call);
 // Counts one call. Whether it has to fail.
 bool CountFaultCall(FaultCall call);
 
-}  // namespace codec::ffmpeg
+}  // namespace test_support
