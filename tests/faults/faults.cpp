@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/faults/faults.h"
 
+#include <sched.h>
+
 #include <array>
 #include <cerrno>
 #include <cstdarg>
@@ -30,8 +32,8 @@ State& Of(FaultCall call) { return gStates[static_cast<size_t>(call)]; }
 constexpr int64_t kNoEnd = std::numeric_limits<int64_t>::max();
 
 #define FAULT_NAME(name, arguments, failure) #name,
-constexpr std::array<const char*, kFaultCalls> kNames = {FAULT_TABLE(FAULT_NAME) "std_thread",
-                                                         "openat", "operator_new"};
+constexpr std::array<const char*, kFaultCalls> kNames = {
+    FAULT_TABLE(FAULT_NAME) "std_thread", "openat", "pthread_cond_wait", "operator_new"};
 #undef FAULT_NAME
 
 }  // namespace
@@ -150,6 +152,17 @@ extern "C" int __wrap_openat(int folder, const char* path, int flags, ...) {
   const mode_t mode = va_arg(rest, mode_t);
   va_end(rest);
   return __real_openat(folder, path, flags, mode);
+}
+
+extern "C" int __real_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex);
+extern "C" int __wrap_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
+  if (!CountFaultCall(FaultCall::pthread_cond_wait)) {
+    return __real_pthread_cond_wait(condition, mutex);
+  }
+  // As a real one: others may hold the lock meanwhile.
+  pthread_mutex_unlock(mutex);
+  sched_yield();
+  return pthread_mutex_lock(mutex);
 }
 
 // std::thread::_M_start_thread, where std::thread and std::async begin a thread. Its second
