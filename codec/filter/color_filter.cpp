@@ -11,7 +11,6 @@
 #include "codec/ffmpeg/owned.h"
 #include "codec/utils/field_order.h"
 #include "codec/utils/image_utils.h"
-#include "codec/writer/media_buffer_pool.h"
 
 namespace codec {
 namespace {
@@ -153,7 +152,7 @@ MediaBuffer* ColorFilter::Process(uint8_t* picture) {
     if (!mWorking.Empty()) Convert(picture, mWorking.Data());
     return next->Process(mWorking.Data());
   }
-  MediaBuffer* buffer = MediaBufferPool::Instance()->TakeVideo(mOutputSize);
+  MediaBuffer* buffer = TakeBuffer(mOutputSize);
   if (buffer != nullptr) Convert(picture, buffer->Data());
   return buffer;
 }

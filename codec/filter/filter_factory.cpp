@@ -177,7 +177,10 @@ MediaFilter* CreateWaterMarkFilter(MediaFormat& format) {
   copy.SetInt32("water-mark-color-type", type);
   auto filter = Configured<WaterMarkFilter>(copy, "WaterMarkFilter Configure error");
   if (filter == nullptr) return nullptr;
-  ListenerRegistry::Instance().SetListener(filter.get());
+  // A writer that shares nothing finds the filter in its own chain.
+  int isIndependent = 0;
+  format.GetInt32("independent", isIndependent);
+  if (isIndependent != 1) ListenerRegistry::Instance().SetListener(filter.get());
   log_debug(kTag, "CreateWaterMarkFilter done");
   return filter.release();
 }

@@ -25,8 +25,8 @@ MediaFilter* CreateRotateFilter(MediaFormat& format);
 MediaFilter* CreateOrientationFilter(MediaFormat& format);
 
 // Stamps the logo at "logo-path" on pictures in "color-format", "bgra" or "rgba", and makes the
-// filter the process's listener for moves of the logo. Any other format is treated as "bgra", after
-// an error line.
+// filter the process's listener for moves of the logo unless "independent" is 1. Any other format
+// is treated as "bgra", after an error line.
 MediaFilter* CreateWaterMarkFilter(MediaFormat& format);
 
 // Resizes in "input-color-format", then converts to "output-color-format".

@@ -3,6 +3,7 @@
 
 #include "base/log.h"
 #include "codec/utils/image_utils.h"
+#include "codec/writer/media_buffer_pool.h"
 
 namespace codec {
 namespace {
@@ -24,6 +25,15 @@ int MediaFilter::Configure(MediaFormat& format) {
     return -1;
   }
   return 0;
+}
+
+void MediaFilter::SetPool(MediaBufferPool* pool) {
+  for (MediaFilter* filter = this; filter != nullptr; filter = filter->next) filter->mPool = pool;
+}
+
+MediaBuffer* MediaFilter::TakeBuffer(int32_t bytes) const {
+  MediaBufferPool* const pool = mPool == nullptr ? MediaBufferPool::Instance() : mPool;
+  return pool->TakeVideo(bytes);
 }
 
 void AppendFilter(MediaFilter* head, MediaFilter* filter) {

@@ -4,7 +4,6 @@
 #include "base/log.h"
 #include "codec/filter/color_type.h"
 #include "codec/utils/orientation.h"
-#include "codec/writer/media_buffer_pool.h"
 
 namespace codec {
 namespace {
@@ -33,7 +32,7 @@ MediaBuffer* OrientationFilter::Process(uint8_t* picture) {
     return next->Process(mWorking.Data());
   }
   const auto bytes = static_cast<int32_t>(PictureBytes(kYuv420pType, width, height));
-  MediaBuffer* const buffer = MediaBufferPool::Instance()->TakeVideo(bytes);
+  MediaBuffer* const buffer = TakeBuffer(bytes);
   if (buffer != nullptr) OrientYuv420p(picture, buffer->Data(), width, height, mOrientation);
   return buffer;
 }

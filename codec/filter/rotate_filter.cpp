@@ -8,7 +8,6 @@
 #include "codec/filter/color_type.h"
 #include "codec/utils/image_utils.h"
 #include "codec/utils/yuv_convert.h"
-#include "codec/writer/media_buffer_pool.h"
 
 namespace codec {
 namespace {
@@ -50,7 +49,7 @@ MediaBuffer* RotateFilter::Process(uint8_t* picture) {
     return next->Process(mWorking.Data());
   }
   const auto bytes = mRotation != 0 ? static_cast<int32_t>(mWorking.Size()) : mInputSize;
-  MediaBuffer* buffer = MediaBufferPool::Instance()->TakeVideo(bytes);
+  MediaBuffer* buffer = TakeBuffer(bytes);
   if (buffer == nullptr) return nullptr;
   if (mRotation != 0) {
     Turn(picture, buffer->Data());

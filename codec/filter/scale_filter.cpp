@@ -8,7 +8,6 @@
 #include "codec/filter/color_type.h"
 #include "codec/utils/image_utils.h"
 #include "codec/utils/yuv_convert.h"
-#include "codec/writer/media_buffer_pool.h"
 
 namespace codec {
 namespace {
@@ -49,7 +48,7 @@ MediaBuffer* ScaleFilter::Process(uint8_t* picture) {
     return next->Process(mWorking.Data());
   }
   const auto bytes = mNeedsScaling ? static_cast<int32_t>(mWorking.Size()) : mInputSize;
-  MediaBuffer* buffer = MediaBufferPool::Instance()->TakeVideo(bytes);
+  MediaBuffer* buffer = TakeBuffer(bytes);
   if (buffer == nullptr) return nullptr;
   if (mNeedsScaling) {
     Scale(picture, buffer->Data());

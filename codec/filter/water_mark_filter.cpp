@@ -13,7 +13,6 @@
 #include "codec/utils/image_utils.h"
 #include "codec/utils/logo_image.h"
 #include "codec/utils/unique_bytes.h"
-#include "codec/writer/media_buffer_pool.h"
 
 namespace codec {
 namespace {
@@ -191,7 +190,7 @@ MediaBuffer* WaterMarkFilter::Process(uint8_t* picture) {
     }
   }
   if (next != nullptr) return next->Process(picture);
-  MediaBuffer* buffer = MediaBufferPool::Instance()->TakeVideo(mFrameSize);
+  MediaBuffer* buffer = TakeBuffer(mFrameSize);
   if (buffer == nullptr) return nullptr;
   std::memcpy(buffer->Data(), picture, static_cast<size_t>(mFrameSize));
   return buffer;

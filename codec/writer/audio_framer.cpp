@@ -73,7 +73,7 @@ void AudioFramer::InsertSilence(const AudioTimeline::Block& block) {
 }
 
 PooledBuffer AudioFramer::TakeBuffer() {
-  PooledBuffer buffer(MediaBufferPool::Instance()->TakeAudio(mFrameBytes));
+  PooledBuffer buffer(mPool->TakeAudio(mFrameBytes));
   // Before a frame size is set, the pool's buffers may have no data at all.
   if (buffer && buffer->Data() == nullptr) buffer.reset();
   if (!buffer) {

@@ -19,6 +19,9 @@ class AudioFramer {
   // `queue` receives the frames; it must outlive the framer.
   explicit AudioFramer(FrameQueue* queue) : mQueue(queue) {}
 
+  // Where its buffers come from; the pool of the process unless set.
+  void SetPool(MediaBufferPool* pool) { mPool = pool; }
+
   bool HasProcess() const { return mProcess != nullptr; }
   void SetProcess(std::unique_ptr<vux::AudioProcess> process) { mProcess = std::move(process); }
   // Bytes, at least 1, and microseconds of one encoder frame.
@@ -45,6 +48,7 @@ class AudioFramer {
   void Append(PooledBuffer buffer, int32_t bytes);
 
   FrameQueue* const mQueue;
+  MediaBufferPool* mPool = MediaBufferPool::Instance();
   std::unique_ptr<vux::AudioProcess> mProcess;
   AudioTimeline mTimeline;
   int32_t mFrameBytes = 0;

@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "codec/writer/frame_queue.h"
 
-#include <utility>
+#include <memory>
 
 namespace codec {
+
+FrameQueue::~FrameQueue() {
+  while (Pop()) {
+  }
+}
 
 void FrameQueue::Append(PooledBuffer buffer) {
   {
     mLock.Lock();
     const but::LockGuard guard(&mLock);
-    mFrames.PushBack(std::move(buffer));
+    mFrames.PushBack(std::unique_ptr<MediaBuffer>(buffer.release()));
   }
   if (mWake != nullptr) mWake->Signal();
 }
@@ -17,7 +22,7 @@ void FrameQueue::Append(PooledBuffer buffer) {
 PooledBuffer FrameQueue::Pop() {
   mLock.Lock();
   const but::LockGuard guard(&mLock);
-  return mFrames.PopFront();
+  return TakeFront();
 }
 
 bool FrameQueue::Empty() {
@@ -35,7 +40,7 @@ PooledBuffer FrameQueue::PopEarlier(FrameQueue& video, FrameQueue& audio) {
   const bool audioFirst =
       !audio.mFrames.Empty() &&
       (video.mFrames.Empty() || audio.mFrames.Front()->pts < video.mFrames.Front()->pts);
-  return (audioFirst ? audio : video).mFrames.PopFront();
+  return (audioFirst ? audio : video).TakeFront();
 }
 
 }  // namespace codec

@@ -5,19 +5,25 @@
 #include <cstdint>
 
 #include "base/lock.h"
-#include "codec/writer/buffer_ring.h"
+#include "codec/writer/buffer_list.h"
 #include "codec/writer/media_buffer_pool.h"
 #include "codec/writer/wake_signal.h"
 
 namespace codec {
 
 // Owns the frames in it; those left at destruction go back to the pool. Any thread may call any
-// operation except SetWake.
+// operation except SetWake. No operation allocates.
 class FrameQueue {
  public:
+  FrameQueue() = default;
+  ~FrameQueue();
+  FrameQueue(const FrameQueue&) = delete;
+  FrameQueue& operator=(const FrameQueue&) = delete;
+
   // Makes every append give this signal; null for none. Only while no other thread uses the queue.
   void SetWake(WakeSignal* wake) { mWake = wake; }
 
+  // Never null.
   void Append(PooledBuffer buffer);
   // The oldest frame, or null.
   PooledBuffer Pop();
@@ -28,9 +34,12 @@ class FrameQueue {
   static PooledBuffer PopEarlier(FrameQueue& video, FrameQueue& audio);
 
  private:
+  // Under mLock. Null if there is none.
+  PooledBuffer TakeFront() { return PooledBuffer(mFrames.PopFront().release()); }
+
   but::Mutex mLock;
   // Under mLock.
-  BufferRing<PooledBuffer> mFrames;
+  BufferList mFrames;
   WakeSignal* mWake = nullptr;
 };
 

@@ -3,16 +3,21 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "codec/utils/unique_bytes.h"
 
 namespace codec {
 
+class MediaBufferPool;
+
 // A picture (type 1) or one encoder frame of samples (type 2). A new record has no data.
 class MediaBuffer {
  public:
-  // 1 for a picture, 2 for samples.
-  explicit MediaBuffer(int32_t frameType) : type(frameType) {}
+  // 1 for a picture, 2 for samples. `home` is the pool that the record goes back to, which outlives
+  // it; null for the pool of the process.
+  explicit MediaBuffer(int32_t frameType, MediaBufferPool* home = nullptr)
+      : type(frameType), mHome(home) {}
 
   // Gives the record room for this many bytes, plus the slack that image routines need (see
   // WithSlack), and makes it the size; 0 or less, or too little memory, leaves it without data.
@@ -22,6 +27,8 @@ class MediaBuffer {
   uint8_t* Data() const { return mData.get(); }
   // Bytes that fit, slack not counted.
   int32_t Capacity() const { return mCapacity; }
+  // The pool that it was made for; null for that of the process.
+  MediaBufferPool* Home() const { return mHome; }
 
   // Copies `n` bytes in and makes `n` the size; does nothing when `n` is 0 or negative or does not
   // fit.
@@ -38,8 +45,12 @@ class MediaBuffer {
   int32_t size = 0;  // valid bytes
 
  private:
+  friend class BufferList;
+
   UniqueBytes mData;
   int32_t mCapacity = 0;
+  MediaBufferPool* const mHome;
+  std::unique_ptr<MediaBuffer> mNext;  // in the list that the record stands in
 };
 
 }  // namespace codec

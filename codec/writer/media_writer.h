@@ -10,7 +10,8 @@ namespace codec {
 
 // Takes frames in the order in which they are to be written and feeds an encoder with them. Life:
 // Configure (by the factory), Start, any number of WriteFrame, Stop, destruction. One thread calls
-// these; one writer at a time exists in a process, because writers share their buffers.
+// these. Writers share their buffers, so that one at a time may exist in a process, but for those
+// whose description has "independent" 1.
 class MediaWriter {
  public:
   MediaWriter() = default;
@@ -22,7 +23,7 @@ class MediaWriter {
   virtual int Configure(MediaFormat& format) = 0;
   // Makes the writer ready for frames. 0, also when it is already, or -1 after an error line.
   virtual int Start() = 0;
-  // Writes what is queued, closes the output and empties the shared buffer pool.
+  // Writes what is queued, closes the output and empties the buffer pool.
   virtual void Stop() = 0;
   // One frame, copied before the call returns; `size` is in bytes, `pts` in microseconds. `type` 1
   // is a picture of "width" x "height" in "input-color-format", packed: planes one after another,

@@ -11,7 +11,6 @@
 #include "base/guarded.h"
 #include "base/log.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
-#include "codec/filter/listener.h"
 #include "codec/filter/listener_registry.h"
 #include "codec/utils/image_utils.h"
 
@@ -45,12 +44,14 @@ MediaWriterImpl::MediaWriterImpl(MediaEncoder* encoder, MediaFilter* filter)
 
 MediaWriterImpl::~MediaWriterImpl() {
   if (running) MediaWriterImpl::Stop();
-  // The listener is a filter of this chain, about to be deleted.
-  ListenerRegistry::Instance().SetListener(nullptr);
+  // The listener is a filter of this chain, about to be deleted; that of an independent writer was
+  // never there.
+  if (!mSettings.is_independent) ListenerRegistry::Instance().SetListener(nullptr);
 }
 
 int MediaWriterImpl::Configure(MediaFormat& format) {
   log_debug(kTag, "Configure MediaWriterImpl...");
+  mSettings.ReadSharing(format);
   if (!mEncoder.HasEncoder()) {
     log_error(kTag, "MediaEncoder object  is null");
     return -1;
@@ -60,9 +61,7 @@ int MediaWriterImpl::Configure(MediaFormat& format) {
     return -1;
   }
   if (mSettings.Read(format) != 0) return -1;
-  MediaBufferPool* const pool = MediaBufferPool::Instance();
-  pool->SetVideoBufferSize(mSettings.video_frame_size);
-  pool->RefillVideo(mSettings.video_frame_size);
+  PreparePool();
   mFramer.SetSync(mSettings.enable_av_sync);
   mFramer.SetShortLast(mSettings.has_short_last_frame);
   if (mSettings.has_audio && ConfigureAudio(format) != 0) return -1;
@@ -113,7 +112,7 @@ void MediaWriterImpl::Stop() {
     MediaWriterImpl::Flush();
   }
   mEncoder.Close();
-  MediaBufferPool::Instance()->Reset();
+  mPool->Reset();
 }
 
 void MediaWriterImpl::WriteFrame(int type, uint8_t* data, uint32_t size, int64_t pts) {
@@ -132,7 +131,7 @@ void MediaWriterImpl::SetParameter(const char* key, int value) {
   if (key == nullptr) return;
   for (const WaterMarkKey& row : kWaterMarkKeys) {
     if (row.name != key) continue;
-    Listener* const listener = ListenerRegistry::Instance().GetListener();
+    Listener* const listener = LogoListener();
     if (listener == nullptr) return;
     const uint32_t argument = (static_cast<uint32_t>(value) & row.mask) << row.shift;
     listener->OnEvent(kWaterMarkEvent, static_cast<int32_t>(argument));
@@ -178,6 +177,27 @@ void MediaWriterImpl::Flush() {
   log_debug(kTag, "Flush done");
 }
 
+void MediaWriterImpl::PreparePool() {
+  if (mSettings.is_independent && !mOwnPool) {
+    mOwnPool = std::make_unique<MediaBufferPool>();
+    mPool = mOwnPool.get();
+    mFramer.SetPool(mPool);
+    if (mFilter) mFilter->SetPool(mPool);
+  }
+  mPool->SetVideoBufferSize(mSettings.video_frame_size);
+  mPool->RefillVideo(mSettings.video_frame_size);
+}
+
+// Who is told of changes of the logo: whoever was made last in the process, or the logo of this
+// chain alone. Null if nobody is.
+Listener* MediaWriterImpl::LogoListener() const {
+  if (!mSettings.is_independent) return ListenerRegistry::Instance().GetListener();
+  for (MediaFilter* filter = mFilter.get(); filter != nullptr; filter = filter->next) {
+    if (auto* const listener = dynamic_cast<Listener*>(filter)) return listener;
+  }
+  return nullptr;
+}
+
 int MediaWriterImpl::ConfigureAudio(const MediaFormat& format) {
   if (mSettings.ReadAudio(format) != 0) return -1;
   if (!mFramer.HasProcess() && MakeAudioProcess() != 0) return -1;
@@ -209,7 +229,7 @@ int MediaWriterImpl::SizeAudioFrames() {
     log_error(kTag, "invalid audio frame size(%d)", bytes);
     return -1;
   }
-  MediaBufferPool::Instance()->SetAudioBufferSize(bytes);
+  mPool->SetAudioBufferSize(bytes);
   if (mSettings.speed < 1.0) mAudioScratch.resize(static_cast<size_t>(bytes));
   log_debug(kTag, "audio frame size:%d", bytes);
   const int rate = mEncoder.GetParameter("sample-rate");
@@ -239,7 +259,7 @@ void MediaWriterImpl::WriteVideo(uint8_t* data, uint32_t size, int64_t pts) {
   PooledBuffer buffer = FilledBuffer(data, size);
   if (!buffer) {
     log_debug(kTag, "discard video frame");
-    if (!mSettings.auto_discard_video && MediaBufferPool::Instance()->IsOutOfVideo()) LosePicture();
+    if (!mSettings.auto_discard_video && mPool->IsOutOfVideo()) LosePicture();
     return;
   }
   buffer->SetPts(pts);
@@ -248,20 +268,20 @@ void MediaWriterImpl::WriteVideo(uint8_t* data, uint32_t size, int64_t pts) {
 
 // Waits until a buffer is idle. False if none is, and none will be.
 bool MediaWriterImpl::AwaitVideoBuffer() {
-  MediaBufferPool* const pool = MediaBufferPool::Instance();
-  while (pool->IsOutOfVideo() && GivesBuffersBack()) pool->WaitForFree(1);
-  return !pool->IsOutOfVideo();
+  // The encoder is asked only then: it answers when its current frame is done.
+  if (!mPool->IsOutOfVideo()) return true;
+  return GivesBuffersBack() ? mPool->AwaitVideo() : !mPool->IsOutOfVideo();
 }
 
-// Whether another thread will give a buffer back while this one waits.
+// Whether another thread gives buffers back while this one waits.
 bool MediaWriterImpl::GivesBuffersBack() {
+  if (!running || mScheduler == nullptr) return false;
   const int wanted = mEncoder.GetParameter("next-frame-type");
-  return running && mScheduler != nullptr && (wanted == 1 || wanted == 2) &&
-         MediaBufferPool::Instance()->HasTakenVideo();
+  return wanted == 1 || wanted == 2;
 }
 
 void MediaWriterImpl::LosePicture() {
-  if (MediaBufferPool::Instance()->HasTakenVideo()) {
+  if (mPool->HasTakenVideo()) {
     log_error(kTag, "a picture is lost: nobody encodes those before it");
     return mEncoder.Fail(AVERROR(EINVAL));
   }
@@ -296,7 +316,7 @@ PooledBuffer MediaWriterImpl::CopiedBuffer(const uint8_t* data, uint32_t size) {
     log_warn(kTag, "video frame of %u bytes exceeds its buffer of %d", size, room);
     return nullptr;
   }
-  PooledBuffer buffer(MediaBufferPool::Instance()->TakeVideo(room));
+  PooledBuffer buffer(mPool->TakeVideo(room));
   if (buffer) buffer->CopyIn(data, static_cast<int32_t>(size));
   return buffer;
 }

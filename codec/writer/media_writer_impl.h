@@ -15,11 +15,13 @@
 #include <vector>
 
 #include "codec/encoder/media_encoder.h"
+#include "codec/filter/listener.h"
 #include "codec/filter/media_filter.h"
 #include "codec/writer/audio_framer.h"
 #include "codec/writer/encoder_gate.h"
 #include "codec/writer/frame_drain.h"
 #include "codec/writer/frame_queue.h"
+#include "codec/writer/media_buffer_pool.h"
 #include "codec/writer/media_writer.h"
 #include "codec/writer/mw_scheduler.h"
 #include "codec/writer/wake_signal.h"
@@ -61,6 +63,8 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work {
   template <typename Body>
   void Bordered(const Body& body);
   void TakeFrame(int type, uint8_t* data, uint32_t size, int64_t pts);
+  void PreparePool();
+  Listener* LogoListener() const;
   int ConfigureAudio(const MediaFormat& format);
   int MakeAudioProcess();
   int SizeAudioFrames();
@@ -73,6 +77,11 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work {
   PooledBuffer FilledBuffer(uint8_t* data, uint32_t size);
   PooledBuffer CopiedBuffer(const uint8_t* data, uint32_t size);
   void StopScheduler();
+
+  // First, because buffers go back to it until all else is gone. Null unless the writer is
+  // independent.
+  std::unique_ptr<MediaBufferPool> mOwnPool;
+  MediaBufferPool* mPool = MediaBufferPool::Instance();
 
   // Shared by producer and scheduler; each has its own lock.
   WakeSignal mWake;

@@ -15,6 +15,10 @@ void ReadFlag(const MediaFormat& format, const char* key, bool& flag) {
 
 }  // namespace
 
+void WriterSettings::ReadSharing(const MediaFormat& format) {
+  ReadFlag(format, "independent", is_independent);
+}
+
 int WriterSettings::Read(const MediaFormat& format) {
   ReadFlag(format, "auto-discard-video", auto_discard_video);
   ReadFlag(format, "auto-discard-audio", auto_discard_audio_);

@@ -11,7 +11,9 @@ namespace codec {
 // The fields keep their values where a key is absent, also from one reading to the next. A boolean
 // is true only when its value is exactly 1.
 struct WriterSettings {
-  // Everything but sound and threading. 0, or -1 after an error line.
+  // What the writer shares with others.
+  void ReadSharing(const MediaFormat& format);
+  // Everything but sound, threading and sharing. 0, or -1 after an error line.
   int Read(const MediaFormat& format);
   // What sound needs. 0, or -1 after an error line.
   int ReadAudio(const MediaFormat& format);
@@ -23,6 +25,7 @@ struct WriterSettings {
   bool use_thread_ = false;
   bool has_audio = false;
   bool has_short_last_frame = false;  // sound ends with its last sample
+  bool is_independent = false;        // shares nothing with other writers
   int32_t video_frame_size = 0;       // bytes
   int32_t sample_format = 8;          // FFmpeg's number; 8 is planar float
   int32_t channel_count = 0;

@@ -235,6 +235,37 @@ TEST(FilterFactory, RegistersTheWaterMarkFilterAsTheListener) {
   EXPECT_EQ(ListenerRegistry::Instance().GetListener(), nullptr);
 }
 
+TEST(FilterFactory, MakesChainsThatUseThePoolTheyAreGiven) {
+  const test_support::LogCapture quiet;
+  MediaBufferPool::Instance()->Reset();
+  MediaBufferPool own;
+  own.RefillVideo(64 * 32 * 4);
+  MediaFormat format = WholeFormat();
+  format.SetInt32("independent", 1);
+  std::vector<uint8_t> picture(64 * 32 * 4 + 64 + 64);
+  for (MediaFilter* (*make)(MediaFormat&) :
+       {&CreateColorFilter, &CreateScaleFilter, &CreateRotateFilter, &CreateOrientationFilter,
+        &CreateWaterMarkFilter, &CreateColorScaleFilter, &CreateColorScaleRotateFilter}) {
+    const Chain chain(make(format));
+    ASSERT_NE(chain, nullptr);
+    EXPECT_EQ(chain->Process(picture.data()), nullptr) << "the shared pool is empty";
+    chain->SetPool(&own);
+    const PooledBuffer buffer(chain->Process(picture.data()));
+    ASSERT_NE(buffer, nullptr);
+    EXPECT_EQ(buffer->Home(), &own);
+  }
+}
+
+TEST(FilterFactory, RegistersNoLogoOfAnIndependentWriter) {
+  ListenerRegistry::Instance().SetListener(nullptr);
+  MediaFormat format = WholeFormat();
+  format.SetInt32("independent", 1);
+  EXPECT_NE(Chain(CreateWaterMarkColorFilter(format)), nullptr);
+  const Chain chain(CreateWaterMarkFilter(format));
+  EXPECT_NE(chain, nullptr);
+  EXPECT_EQ(ListenerRegistry::Instance().GetListener(), nullptr);
+}
+
 TEST(FilterFactory, SwapsTheLastSizeForQuarterTurnsOnly) {
   for (const int rotation : {0, 90, 180, 270}) {
     MediaFormat format = WholeFormat();

@@ -105,7 +105,7 @@ class FakeFilter : public MediaFilter {
   explicit FakeFilter(int bytes) : mBytes(bytes) {}
 
   MediaBuffer* Process(uint8_t* picture) override {
-    MediaBuffer* const buffer = MediaBufferPool::Instance()->TakeVideo();
+    MediaBuffer* const buffer = TakeBuffer(0);
     if (buffer == nullptr) return nullptr;
     for (int i = 0; i < mBytes; ++i) buffer->Data()[i] = static_cast<uint8_t>(picture[i] + 1);
     return buffer;

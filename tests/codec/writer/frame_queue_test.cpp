@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <deque>
 #include <limits>
 #include <memory>
 #include <random>
@@ -17,31 +16,6 @@ PooledBuffer Frame(int type, int64_t pts) {
   PooledBuffer buffer(new MediaBuffer(type));
   buffer->SetPts(pts);
   return buffer;
-}
-
-TEST(BufferRing, BehavesLikeAQueueThroughGrowthAndWrap) {
-  constexpr unsigned kSeed = 7;
-  SCOPED_TRACE(kSeed);
-  std::mt19937 random(kSeed);
-  BufferRing<std::unique_ptr<int>> ring;
-  std::deque<int> expected;
-  for (int i = 0; i < 20000; ++i) {
-    // Long runs of one kind make it grow and empty.
-    if (random() % 100 < (i / 500 % 2 == 0 ? 60U : 40U)) {
-      ring.PushBack(std::make_unique<int>(i));
-      expected.push_back(i);
-    } else if (expected.empty()) {
-      ASSERT_EQ(ring.PopFront(), nullptr);
-    } else {
-      ASSERT_EQ(*ring.Front(), expected.front());
-      ASSERT_EQ(*ring.PopFront(), expected.front());
-      expected.pop_front();
-    }
-    ASSERT_EQ(ring.Size(), expected.size());
-    ASSERT_EQ(ring.Empty(), expected.empty());
-  }
-  ring.Clear();
-  EXPECT_TRUE(ring.Empty());
 }
 
 TEST(FrameQueue, ReturnsFramesInOrderThenNull) {

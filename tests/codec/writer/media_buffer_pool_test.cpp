@@ -8,6 +8,8 @@
 #include <thread>
 #include <vector>
 
+#include "tests/faults/waiting.h"
+
 namespace codec {
 namespace {
 
@@ -21,6 +23,20 @@ class MediaBufferPoolTest : public testing::Test {
     while (MediaBuffer* buffer = pool.TakeVideo()) taken.push_back(buffer);
     for (MediaBuffer* buffer : taken) pool.Give(buffer);
     return static_cast<int>(taken.size());
+  }
+
+  // Waits for a buffer of this type on another thread, and gives it while that thread waits.
+  void ExpectWaitFor(int type, MediaBuffer* buffer) {
+    const test_support::Waits waits;
+    std::atomic<bool> isOver{false};
+    std::thread waiter([&] {
+      pool.WaitForFree(type);
+      isOver = true;
+    });
+    waits.Await(1, [&isOver] { return isOver.load(); });
+    EXPECT_EQ(waits.Count(), 1);
+    pool.Give(buffer);
+    waiter.join();
   }
 
   MediaBufferPool pool;
@@ -75,26 +91,19 @@ TEST_F(MediaBufferPoolTest, HasNoSixthVideoBufferUntilOneComesBack) {
   for (int i = 0; i < 5; ++i) out.push_back(pool.TakeVideo());
   EXPECT_EQ(pool.TakeVideo(), nullptr);
 
-  std::atomic<bool> given{false};
-  std::atomic<bool> wokenBeforeGive{false};
-  std::thread waiter([&] {
-    pool.WaitForFree(1);
-    wokenBeforeGive = !given;
-  });
-  std::this_thread::yield();
-  given = true;
-  pool.Give(out[0]);
-  waiter.join();
-  EXPECT_FALSE(wokenBeforeGive);
+  ExpectWaitFor(1, out[0]);
   EXPECT_EQ(IdleVideo(), 1);
   for (int i = 1; i < 5; ++i) pool.Give(out[static_cast<size_t>(i)]);
 }
 
 TEST_F(MediaBufferPoolTest, WaitsForAudioBuffersTheSameWay) {
-  std::thread waiter([&] { pool.WaitForFree(2); });
-  auto buffer = std::make_unique<MediaBuffer>(2);
-  pool.Give(buffer.release());
-  waiter.join();
+  ExpectWaitFor(2, new MediaBuffer(2));
+}
+
+TEST_F(MediaBufferPoolTest, WaitsOnlyForWhatIsTaken) {
+  EXPECT_FALSE(pool.AwaitVideo());
+  pool.RefillVideo(10);
+  EXPECT_TRUE(pool.AwaitVideo());
 }
 
 TEST_F(MediaBufferPoolTest, NeverWaitsWhenOneIsIdleOrTheTypeIsUnknown) {
@@ -185,6 +194,33 @@ TEST_F(MediaBufferPoolTest, ResetEmptiesBothSides) {
   pool.SetAudioBufferSize(60);
   EXPECT_EQ(pool.TakeVideo(), nullptr);
   EXPECT_EQ(std::unique_ptr<MediaBuffer>(pool.TakeAudio())->size, 60);
+}
+
+TEST_F(MediaBufferPoolTest, GetsItsOwnBuffersBack) {
+  MediaBufferPool other;
+  pool.RefillVideo(10);
+  MediaBuffer* const first = pool.TakeVideo();
+  MediaBuffer* const second = pool.TakeVideo();
+  MediaBuffer* const sound = pool.TakeAudio();
+  EXPECT_EQ(first->Home(), &pool);
+  EXPECT_EQ(sound->Home(), &pool);
+  PooledBuffer(first).reset();
+  other.Give(second);
+  other.Give(sound);
+  EXPECT_EQ(IdleVideo(), 5);
+  EXPECT_FALSE(pool.HasTakenVideo());
+  EXPECT_TRUE(other.IsOutOfVideo());
+  other.SetAudioBufferSize(70);
+  EXPECT_EQ(std::unique_ptr<MediaBuffer>(other.TakeAudio())->size, 70);
+}
+
+TEST_F(MediaBufferPoolTest, KeepsItsBuffersAtTheResetOfAnother) {
+  MediaBufferPool other;
+  pool.RefillVideo(10);
+  other.RefillVideo(10);
+  other.Reset();
+  EXPECT_TRUE(other.IsOutOfVideo());
+  EXPECT_EQ(IdleVideo(), 5);
 }
 
 TEST_F(MediaBufferPoolTest, HandsEachBufferToOneThreadAtATime) {

@@ -9,7 +9,9 @@
 
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/codec/writer/writer_fixture.h"
+#include "tests/faults/faults.h"
 #include "tests/faults/no_threads.h"
+#include "tests/faults/waiting.h"
 
 namespace codec {
 namespace {
@@ -92,6 +94,26 @@ TEST_F(WriterThread, WaitsForTheEncoderRatherThanDrop) {
   writer->Stop();
   EXPECT_EQ(state->VideoTimes().size(), 200U);
   EXPECT_EQ(Logged(kLogDebug, "discard video frame"), 0);
+}
+
+// The scheduler takes no frame before the producer was woken without cause.
+TEST_F(WriterThread, TakesWakeUpsWithoutCauseForNothing) {
+  constexpr int kWakeUps = 3;
+  const test_support::Waits waits;
+  const std::thread::id producer = std::this_thread::get_id();
+  state->nextType = [&waits, producer] {
+    return std::this_thread::get_id() == producer || waits.Count() >= kWakeUps ? 1 : 0;
+  };
+  Begin(Threaded(VideoFormat(), false));
+  {
+    const test_support::Fault fault(test_support::FaultCall::pthread_cond_wait);
+    for (int i = 1; i <= 8; ++i) Video(i * 1000);
+    EXPECT_GE(fault.Failed(), kWakeUps);
+  }
+  for (int i = 9; i <= 20; ++i) Video(i * 1000);
+  writer->Stop();
+  EXPECT_EQ(state->VideoTimes().size(), 20U);
+  EXPECT_EQ(writer->OutputError(), 0);
 }
 
 // Nobody would ever give a buffer back.
