@@ -166,6 +166,10 @@ std::vector<OutputKey> MakeKeys() {
       Flag("short-last-frame",
            "1 ends the sound with its last sample, 0 (unless set) fills its last frame up with "
            "silence"),
+      Flag("independent",
+           "1 lets the writer work while other writers of the process do: it has buffers of its "
+           "own, and changes of the logo concern its logo only; 0 (unless set) shares both with "
+           "them"),
       Flag("auto-discard-video",
            "1 (unless set) leaves a picture out when no buffer is free, 0 waits"),
       Flag("auto-discard-audio",

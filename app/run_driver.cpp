@@ -103,6 +103,7 @@ void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job) {
   if (!log_enabled(kLogInfo)) job->SetOutputParameter("speed", "1");
   job->SetMirror(true);
   job->SetSafeOutput(true);
+  job->SetIndependent(true);
   job->SetMemoryLimit(commandLine.memory > 0 ? commandLine.memory : codec::Reverse::kHostMemory);
 }
 

@@ -52,6 +52,10 @@ void Reverse::SetSafeOutput(bool isSafe) { mOutput->SetSafe(isSafe); }
 
 void Reverse::SetKeepExisting(bool keeps) { mOutput->SetKeepExisting(keeps); }
 
+void Reverse::SetIndependent(bool isIndependent) {
+  mOutputParameters.SetInt32("independent", isIndependent ? 1 : 0);
+}
+
 void Reverse::SetMemoryLimit(int64_t bytes) { mMemory->SetLimit(bytes); }
 
 int64_t Reverse::MemoryNeeded() const { return mMemory->Needed(); }

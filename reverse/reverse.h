@@ -116,6 +116,10 @@ class Reverse {
   // A job that loses a part of its range fails, as if the output could not be written. Off unless
   // set. To be called before Start. Account tells what was lost.
   void SetStrict(bool isStrict) { mIsStrict = isStrict; }
+  // Lets the job run while other jobs of the process do: nothing that its writer works with is
+  // shared with theirs. Off unless set: then the buffers of the process's writers are shared, and
+  // one job at a time may run. To be called before Init.
+  void SetIndependent(bool isIndependent);
   // Leaves the sound out. To be called before Init.
   void DisableAudio() { mAudioEnabled = false; }
 
