@@ -63,6 +63,7 @@ foreach(header
         codec/ffmpeg/versions.h
         codec/format/media_format.h
         codec/utils/field_order.h
+        codec/utils/frame_type.h
         codec/utils/picture_colors.h
         codec/writer/media_writer.h
         codec/writer/media_writer_factory.h

@@ -122,9 +122,10 @@ int main(int argc, char** argv) {
       writer->SetParameter("water-mark-pos", frame / kFramesPerSecond % 4 + 1);
     }
     Draw(frame, &picture);
-    writer->WriteFrame(1, picture.data(), static_cast<uint32_t>(picture.size()), microseconds);
+    writer->WriteFrame(codec::kVideoFrame, picture.data(), static_cast<uint32_t>(picture.size()),
+                       microseconds);
     Sound(frame, &samples);
-    writer->WriteFrame(2, reinterpret_cast<uint8_t*>(samples.data()),
+    writer->WriteFrame(codec::kAudioFrame, reinterpret_cast<uint8_t*>(samples.data()),
                        static_cast<uint32_t>(samples.size() * sizeof(float)), microseconds);
   }
   writer->Stop();

@@ -6,11 +6,9 @@
 
 #include "codec/decoder/lost_pictures.h"
 #include "codec/decoder/media_info.h"
+#include "codec/utils/frame_type.h"
 
 namespace codec {
-
-// Frame type codes, shared by decoder, job, writer and pool.
-enum FrameType : uint32_t { kVideoFrame = 1, kAudioFrame = 2 };
 
 // Opens one input, seeks in it and hands out decoded frames, one a call, into the caller's buffer.
 // Used by one thread at a time. Operations return 0 or -1; the base stands for a decoder that can

@@ -7,14 +7,15 @@
 
 #include "base/log.h"
 #include "codec/encoder/encoder_choice.h"
+#include "codec/utils/frame_type.h"
 
 namespace codec {
 namespace {
 
 constexpr char kTag[] = "codec::FFmpegEncoderImpl";
 
-// What GetParameter answers to "next-frame-type".
-enum NextFrame { kNeither = 0, kVideo = 1, kAudio = 2 };
+// What GetParameter answers to "next-frame-type" if no frame is wanted; a FrameType otherwise.
+constexpr int kNeither = 0;
 
 int AudioFrameSize(const AudioTrack& audio) {
   return audio.FrameSize() < 1 ? 1024 : audio.FrameSize();
@@ -118,9 +119,9 @@ int FFmpegEncoderImpl::GetParameter(const char* key) {
 
 // The kind whose last packet is the earlier one, so that neither runs away from the other.
 int FFmpegEncoderImpl::NextFrameType() const {
-  if (!Current().hasVideo) return Current().hasAudio ? kAudio : kNeither;
-  if (!Current().hasAudio || !mFile.HeaderWritten()) return kVideo;
-  return mVideo->LastTime() > mAudio->LastTime() ? kAudio : kVideo;
+  if (!Current().hasVideo) return Current().hasAudio ? int{kAudioFrame} : kNeither;
+  if (!Current().hasAudio || !mFile.HeaderWritten()) return kVideoFrame;
+  return mVideo->LastTime() > mAudio->LastTime() ? kAudioFrame : kVideoFrame;
 }
 
 int FFmpegEncoderImpl::EncodeVideo(uint8_t* data, int /*ignored*/, int64_t ptsUs) {
@@ -150,10 +151,10 @@ void FFmpegEncoderImpl::Drain() {
   const int next = NextFrameType();
   if (next == kNeither) return;
   const bool isDelayed = mVideo == &mDelayedVideo;
-  if (isDelayed || (next == kVideo && mVideo->HoldsPictures())) mVideo->Drain();
+  if (isDelayed || (next == kVideoFrame && mVideo->HoldsPictures())) mVideo->Drain();
   const int result = mAudio->Drain();
   // The one-call video encoder holds nothing; the audio encoder gets a second chance to finish.
-  if (next == kVideo && !mVideo->HoldsPictures() && result != AVERROR_EOF) mAudio->Drain();
+  if (next == kVideoFrame && !mVideo->HoldsPictures() && result != AVERROR_EOF) mAudio->Drain();
 }
 
 }  // namespace codec

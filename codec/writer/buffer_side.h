@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "base/lock.h"
+#include "codec/utils/frame_type.h"
 #include "codec/writer/buffer_list.h"
 #include "codec/writer/media_buffer.h"
 
@@ -20,7 +21,7 @@ class BufferSide {
  public:
   // What sets one side apart from the other.
   struct Rules {
-    int32_t type;     // of its buffers
+    FrameType type;   // of its buffers
     int batch;        // buffers that are made at once
     size_t mostIdle;  // more are freed
     bool grows;       // makes a batch if none is idle

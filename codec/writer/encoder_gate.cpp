@@ -2,6 +2,7 @@
 #include "codec/writer/encoder_gate.h"
 
 #include "base/guarded.h"
+#include "codec/utils/frame_type.h"
 
 namespace codec {
 namespace {
@@ -61,10 +62,10 @@ void EncoderGate::Write(PooledBuffer buffer) {
   const but::LockGuard guard(&mLock);
   // A frame that arrives after the trailer must not reach an encoder whose contexts are gone.
   if (!mEncoder || mState == State::kClosed) return;
-  if (buffer->type == 1 && buffer->size >= 0) {
+  if (buffer->type == kVideoFrame && buffer->size >= 0) {
     const int result = mEncoder->EncodeVideo(buffer->Data(), buffer->size, buffer->pts);
     if (result >= 0) ++mPicturesWritten;
-  } else if (buffer->type == 2 && buffer->size > 0) {
+  } else if (buffer->type == kAudioFrame && buffer->size > 0) {
     mEncoder->EncodeAudio(buffer->Data(), static_cast<size_t>(buffer->size));
   }
 }

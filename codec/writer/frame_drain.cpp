@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "codec/utils/frame_type.h"
+
 namespace codec {
 
 bool FrameDrain::WriteNext() {
@@ -25,9 +27,10 @@ void FrameDrain::DrainByTime() {
 
 PooledBuffer FrameDrain::SelectNext() {
   const int wanted = mEncoder->GetParameter("next-frame-type");
-  if (wanted != 1 && wanted != 2) return nullptr;
-  FrameQueue* const first = wanted == 1 ? mVideo : mAudio;
-  FrameQueue* const second = wanted == 1 ? mAudio : mVideo;
+  if (wanted != kVideoFrame && wanted != kAudioFrame) return nullptr;
+  const bool isVideo = wanted == kVideoFrame;
+  FrameQueue* const first = isVideo ? mVideo : mAudio;
+  FrameQueue* const second = isVideo ? mAudio : mVideo;
   PooledBuffer buffer = first->Pop();
   return buffer ? std::move(buffer) : second->Pop();
 }

@@ -11,10 +11,10 @@ namespace codec {
 
 class MediaBufferPool;
 
-// A picture (type 1) or one encoder frame of samples (type 2). A new record has no data.
+// A picture or one encoder frame of samples. A new record has no data.
 class MediaBuffer {
  public:
-  // 1 for a picture, 2 for samples. `home` is the pool that the record goes back to, which outlives
+  // `frameType` is a FrameType. `home` is the pool that the record goes back to, which outlives
   // it; null for the pool of the process.
   explicit MediaBuffer(int32_t frameType, MediaBufferPool* home = nullptr)
       : type(frameType), mHome(home) {}
@@ -40,7 +40,7 @@ class MediaBuffer {
   // Leaves the record without data.
   void FreeData();
 
-  int32_t type;      // 1 or 2
+  int32_t type;      // FrameType
   int64_t pts = 0;   // microseconds
   int32_t size = 0;  // valid bytes
 

@@ -35,8 +35,8 @@ void MediaBufferPool::Reset() {
 }
 
 BufferSide* MediaBufferPool::SideOf(int32_t type) noexcept {
-  if (type == kVideoRules.type) return &mVideo;
-  return type == kAudioRules.type ? &mAudio : nullptr;
+  if (type == kVideoFrame) return &mVideo;
+  return type == kAudioFrame ? &mAudio : nullptr;
 }
 
 }  // namespace codec

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "codec/utils/frame_type.h"
 #include "codec/writer/buffer_side.h"
 #include "codec/writer/media_buffer.h"
 
@@ -50,7 +51,7 @@ class MediaBufferPool {
   bool HasTakenVideo() { return mVideo.HasLent(); }
 
   // Waits, once, until a buffer of this frame type has been given back; at once when one is idle or
-  // the type is neither 1 nor 2. A wake-up without cause ends the wait, so that there may be no
+  // the type is no FrameType. A wake-up without cause ends the wait, so that there may be no
   // buffer after it.
   void WaitForFree(int type);
   // Waits until a video buffer is idle, whatever wakes it. False, at once, if none is idle and none
@@ -68,8 +69,8 @@ class MediaBufferPool {
   // Null for a type that is neither.
   BufferSide* SideOf(int32_t type) noexcept;
 
-  static constexpr BufferSide::Rules kVideoRules{1, 5, 5, false};
-  static constexpr BufferSide::Rules kAudioRules{2, 5, 100, true};
+  static constexpr BufferSide::Rules kVideoRules{kVideoFrame, 5, 5, false};
+  static constexpr BufferSide::Rules kAudioRules{kAudioFrame, 5, 100, true};
 
   BufferSide mVideo{kVideoRules, this};
   BufferSide mAudio{kAudioRules, this};

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "codec/format/media_format.h"
+#include "codec/utils/frame_type.h"
 
 namespace codec {
 
@@ -25,12 +26,12 @@ class MediaWriter {
   virtual int Start() = 0;
   // Writes what is queued, closes the output and empties the buffer pool.
   virtual void Stop() = 0;
-  // One frame, copied before the call returns; `size` is in bytes, `pts` in microseconds. `type` 1
-  // is a picture of "width" x "height" in "input-color-format", packed: planes one after another,
-  // rows without padding; it must be newer than the one before it. Behind a planar picture width +
-  // 64 bytes more must be readable, because image routines round chroma sizes up. `type` 2 is a
-  // block of any number of samples of the type of "sample-format", interleaved also where that is
-  // planar. What goes wrong is logged and shows in OutputError.
+  // One frame, copied before the call returns; `type` is a FrameType, `size` is in bytes, `pts` in
+  // microseconds. A picture is of "width" x "height" in "input-color-format", packed: planes one
+  // after another, rows without padding; it must be newer than the one before it. Behind a planar
+  // picture width + 64 bytes more must be readable, because image routines round chroma sizes up.
+  // Sound is a block of any number of samples of the type of "sample-format", interleaved also
+  // where that is planar. What goes wrong is logged and shows in OutputError.
   virtual void WriteFrame(int type, uint8_t* data, uint32_t size, int64_t pts) = 0;
   // What the encoder answers for this key; -1 without an encoder.
   virtual int64_t GetParameter(const char* key) = 0;

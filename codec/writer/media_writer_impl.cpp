@@ -12,6 +12,7 @@
 #include "base/log.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/filter/listener_registry.h"
+#include "codec/utils/frame_type.h"
 #include "codec/utils/image_utils.h"
 
 namespace codec {
@@ -120,8 +121,8 @@ void MediaWriterImpl::WriteFrame(int type, uint8_t* data, uint32_t size, int64_t
 }
 
 void MediaWriterImpl::TakeFrame(int type, uint8_t* data, uint32_t size, int64_t pts) {
-  if (type == 1) WriteVideo(data, size, pts);
-  if (type == 2 && size > 0 && !WriteAudio(data, size, pts)) return;
+  if (type == kVideoFrame) WriteVideo(data, size, pts);
+  if (type == kAudioFrame && size > 0 && !WriteAudio(data, size, pts)) return;
   if (!mSettings.use_thread_) mDrain.DrainPreferred();
 }
 
@@ -277,7 +278,7 @@ bool MediaWriterImpl::AwaitVideoBuffer() {
 bool MediaWriterImpl::GivesBuffersBack() {
   if (!running || mScheduler == nullptr) return false;
   const int wanted = mEncoder.GetParameter("next-frame-type");
-  return wanted == 1 || wanted == 2;
+  return wanted == kVideoFrame || wanted == kAudioFrame;
 }
 
 void MediaWriterImpl::LosePicture() {

@@ -17,7 +17,7 @@ using test_support::Fault;
 using test_support::FaultCall;
 using test_support::Waits;
 
-constexpr BufferSide::Rules kTwoAtOnce{1, 2, 2, false};
+constexpr BufferSide::Rules kTwoAtOnce{kVideoFrame, 2, 2, false};
 
 std::unique_ptr<MediaBuffer> Owned(MediaBuffer* buffer) {
   return std::unique_ptr<MediaBuffer>(buffer);
@@ -32,7 +32,7 @@ TEST(BufferSide, MakesABatchAtATime) {
   ASSERT_NE(second, nullptr);
   EXPECT_EQ(side.Take(0), nullptr);
 
-  BufferSide growing({1, 2, 2, true}, nullptr);
+  BufferSide growing({kVideoFrame, 2, 2, true}, nullptr);
   growing.SetBufferSize(8);
   const auto grown = Owned(growing.Take(0));
   ASSERT_NE(grown, nullptr);
@@ -90,7 +90,7 @@ class BufferSideWait : public testing::Test {
     lent = nullptr;
   }
 
-  BufferSide side{{1, 1, 1, false}, nullptr};
+  BufferSide side{{kVideoFrame, 1, 1, false}, nullptr};
   MediaBuffer* lent = nullptr;
   const Waits waits;
   std::atomic<int> found{0};
