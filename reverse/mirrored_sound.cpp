@@ -12,7 +12,6 @@
 namespace codec {
 namespace {
 
-constexpr int kChannels = 2;
 constexpr int kPackedFloat = 3;  // FFmpeg's number
 
 // A second of sound takes less than a megabyte, and holds several blocks of most codecs.
@@ -28,6 +27,7 @@ MirroredSound::MirroredSound(SoundReader* reader, MediaWriter* writer, double st
     : mReader(reader),
       mWriter(writer),
       mResampler(resampler),
+      mChannels(reader->Channels()),
       mStart(start),
       mRange(SampleRange::Of(start, end, rate)),
       mTimeline(mRange, 0),
@@ -42,7 +42,7 @@ void MirroredSound::Finish() {
   WritePieces(mTimeline.Finish());
   if (mResampler == nullptr) return;
   mResampler->Finish(&mResampled);
-  HandOver(mResampled.data(), static_cast<int64_t>(mResampled.size()) / kChannels);
+  HandOver(mResampled.data(), Resampled());
 }
 
 // A block belongs to the second that it ends in. So a block is given once, however long the block
@@ -131,9 +131,9 @@ void MirroredSound::WriteBlock(const StretchBlock& block, int64_t length, const 
   const int64_t first = av_rescale(piece.first, block.samples, length);
   const int64_t count = av_rescale(piece.first + piece.samples, block.samples, length) - first;
   float* const samples =
-      mStretch.samples.data() + block.offset + static_cast<size_t>(first) * kChannels;
-  const auto bytes = static_cast<uint32_t>(count * kChannels * sizeof(float));
-  ReverseAudioSamples(reinterpret_cast<uint8_t*>(samples), bytes, kChannels, kPackedFloat);
+      mStretch.samples.data() + block.offset + static_cast<size_t>(first * mChannels);
+  const auto bytes = BytesOf(count);
+  ReverseAudioSamples(reinterpret_cast<uint8_t*>(samples), bytes, mChannels, kPackedFloat);
   mWritten += piece.samples;
   Write(samples, count, block.rate);
 }
@@ -143,7 +143,7 @@ void MirroredSound::WriteSilence(int64_t samples) {
   mWritten += samples;
   for (int64_t left = samples; left > 0;) {
     const int64_t part = std::min<int64_t>(left, mRange.rate);
-    mSilence.resize(static_cast<size_t>(mRange.rate) * kChannels);
+    mSilence.resize(static_cast<size_t>(mRange.rate) * static_cast<size_t>(mChannels));
     Write(mSilence.data(), part, mRange.rate);
     left -= part;
   }
@@ -152,14 +152,14 @@ void MirroredSound::WriteSilence(int64_t samples) {
 void MirroredSound::Write(float* samples, int64_t count, int rate) {
   if (mResampler != nullptr && mResampler->InputRate() != rate) {
     mResampler->ChangeInputRate(rate, &mResampled);
-    HandOver(mResampled.data(), static_cast<int64_t>(mResampled.size()) / kChannels);
+    HandOver(mResampled.data(), Resampled());
   }
   if (mResampler == nullptr || mResampler->PassesThrough()) {
     HandOver(samples, count);
     return;
   }
   mResampler->Convert(samples, count, &mResampled);
-  HandOver(mResampled.data(), static_cast<int64_t>(mResampled.size()) / kChannels);
+  HandOver(mResampled.data(), Resampled());
 }
 
 void MirroredSound::HandOver(float* samples, int64_t count) {
@@ -168,8 +168,7 @@ void MirroredSound::HandOver(float* samples, int64_t count) {
   const int64_t rate = mResampler == nullptr ? mRange.rate : mResampler->OutputRate();
   const int64_t stamp =
       mHandedOver / rate * kMicroseconds + mHandedOver % rate * kMicroseconds / rate;
-  mWriter->WriteFrame(kAudioFrame, reinterpret_cast<uint8_t*>(samples),
-                      static_cast<uint32_t>(count * kChannels * sizeof(float)), stamp);
+  mWriter->WriteFrame(kAudioFrame, reinterpret_cast<uint8_t*>(samples), BytesOf(count), stamp);
   mHandedOver += count;
 }
 

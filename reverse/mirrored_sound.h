@@ -18,7 +18,8 @@ namespace codec {
 // every sample of the range, reversed, and silence for the times without sound. The sound of a
 // second is held in memory, the sound of the range never.
 //
-// Used by one thread. Reader, writer and resampler belong to the caller.
+// The channels are those of the reader. Used by one thread. Reader, writer and resampler belong to
+// the caller.
 class MirroredSound {
  public:
   // The range is [start, end) in seconds; `rate` in samples a second, of the time line. The sound
@@ -49,10 +50,16 @@ class MirroredSound {
   void WriteSilence(int64_t samples);
   void Write(float* samples, int64_t count, int rate);
   void HandOver(float* samples, int64_t count);
+  // Samples of a channel that the resampler gave last.
+  int64_t Resampled() const { return static_cast<int64_t>(mResampled.size()) / mChannels; }
+  uint32_t BytesOf(int64_t samples) const {
+    return static_cast<uint32_t>(samples * mChannels * static_cast<int64_t>(sizeof(float)));
+  }
 
   SoundReader* const mReader;
   MediaWriter* const mWriter;
   SoundResampler* const mResampler;
+  const int mChannels;
   const double mStart;
   const SampleRange mRange;
   SoundTimeline mTimeline;

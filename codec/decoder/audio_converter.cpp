@@ -14,13 +14,12 @@ namespace {
 constexpr int kMinRoomSamples = 131072;
 // Keeps a header that claims an absurd sample rate from asking for gigabytes.
 constexpr int kMaxRoomSamples = 1 << 22;
-constexpr int kTargetBytesPerSample = AudioConverter::kTargetChannels * 4;
 
-SoundForm FormOf(AVSampleFormat format, int channels, uint64_t mask) {
+SoundLayout Completed(int channels, uint64_t mask) {
   // A mask that does not name every channel cannot describe the frame.
   if (av_popcount64(mask) != channels) mask = 0;
   if (mask == 0) mask = ffmpeg::DefaultChannelMask(channels);
-  return {format, channels, mask};
+  return {channels, mask};
 }
 
 int BitsOf(const AVCodecContext* context) {
@@ -37,22 +36,6 @@ int BitsOf(const AVCodecContext* context) {
   }
 }
 
-uint64_t TargetMask() {
-  switch (AudioConverter::kTargetChannels) {
-    case 1:
-      return AV_CH_LAYOUT_MONO;
-    case 2:
-      return AV_CH_LAYOUT_STEREO;
-    default:
-      return ffmpeg::DefaultChannelMask(AudioConverter::kTargetChannels);
-  }
-}
-
-bool IsTarget(const SoundForm& form) {
-  return form.format == AudioConverter::kTargetFormat &&
-         form.channels == AudioConverter::kTargetChannels;
-}
-
 const char* NameOf(AVSampleFormat format) {
   const char* const name = av_get_sample_fmt_name(format);
   return name == nullptr ? "unknown" : name;
@@ -60,10 +43,31 @@ const char* NameOf(AVSampleFormat format) {
 
 }  // namespace
 
+SoundLayout LayoutOf(const AVCodecContext* context) {
+  return Completed(ffmpeg::Channels(context), ffmpeg::ChannelMask(context));
+}
+
+SoundLayout LayoutOf(const AVFrame* frame) {
+  return Completed(ffmpeg::Channels(frame), ffmpeg::ChannelMask(frame));
+}
+
+void AudioConverter::SetTarget(const SoundLayout& target) {
+  if (mTarget == target) return;
+  mTarget = target;
+  mForm.reset();
+  mResampler.reset();
+}
+
+// Two channels are left and right whatever their mask says.
+bool AudioConverter::IsTarget(const SoundForm& form) const {
+  constexpr int kNamed = 2;
+  return form.format == kTargetFormat && form.layout.channels == mTarget.channels &&
+         (mTarget.channels <= kNamed || form.layout.mask == mTarget.mask);
+}
+
 int AudioConverter::Open(const AVCodecContext* context) {
   mSampleRate = context->sample_rate;
-  const SoundForm form =
-      FormOf(context->sample_fmt, ffmpeg::Channels(context), ffmpeg::ChannelMask(context));
+  const SoundForm form = {context->sample_fmt, LayoutOf(context)};
   mSourceBits = BitsOf(context);
   mDeliveredFormat = IsTarget(form) ? form.format : kTargetFormat;
   if (!IsTarget(form)) {
@@ -72,11 +76,10 @@ int AudioConverter::Open(const AVCodecContext* context) {
   }
   if (mSampleRate <= 0 || !SetForm(form)) {
     log_error(kDecoderTag, "Could not convert audio of format %s, %d channels, %d Hz",
-              NameOf(form.format), form.channels, mSampleRate);
+              NameOf(form.format), form.layout.channels, mSampleRate);
     return -1;
   }
-  mMaxBlockBytes =
-      std::clamp(mSampleRate, kMinRoomSamples, kMaxRoomSamples) * kTargetBytesPerSample;
+  mRoomSamples = std::clamp(mSampleRate, kMinRoomSamples, kMaxRoomSamples);
   return 0;
 }
 
@@ -85,9 +88,7 @@ bool AudioConverter::SetForm(const SoundForm& form) {
   mForm.reset();
   mResampler.reset();
   if (!IsTarget(form)) {
-    if (form.mask == 0 || form.format == AV_SAMPLE_FMT_NONE) return false;
-    mResampler =
-        ffmpeg::NewResampler(TargetMask(), kTargetFormat, form.mask, form.format, mSampleRate);
+    mResampler = NewResampler(form);
     // By itself it keeps the weights below 1 only for whole numbers, which cannot go beyond.
     if (mNormalizes && mResampler != nullptr) {
       av_opt_set_double(mResampler.get(), "rematrix_maxval", 1, 0);
@@ -99,6 +100,18 @@ bool AudioConverter::SetForm(const SoundForm& form) {
   }
   mForm = form;
   return true;
+}
+
+// Channels whose places nobody knows can be copied, but not mixed.
+ffmpeg::UniqueResampler AudioConverter::NewResampler(const SoundForm& form) const {
+  uint64_t from = form.layout.mask;
+  uint64_t to = mTarget.mask;
+  if (from == 0 && form.layout == mTarget) {
+    from = ffmpeg::AnyChannelMask(mTarget.channels);
+    to = from;
+  }
+  if (from == 0 || to == 0 || form.format == AV_SAMPLE_FMT_NONE) return nullptr;
+  return ffmpeg::NewResampler(to, kTargetFormat, from, form.format, mSampleRate);
 }
 
 void AudioConverter::AdaptChangesFrom(const AVFrame* first) {
@@ -113,12 +126,10 @@ int AudioConverter::Deliver(const AVFrame* frame, uint8_t* buffer) {
   if (!hasRate) return Drop("audio frame has another sample rate");
   // A stream may change its form in its middle, and with AAC the first frame may bring out that a
   // stream announced as mono is stereo.
-  if (!SetForm(FormOf(static_cast<AVSampleFormat>(frame->format), ffmpeg::Channels(frame),
-                      ffmpeg::ChannelMask(frame)))) {
+  if (!SetForm({static_cast<AVSampleFormat>(frame->format), LayoutOf(frame)})) {
     return Drop("audio frame has a form that cannot be converted");
   }
-  const int64_t needed = static_cast<int64_t>(frame->nb_samples) * kTargetBytesPerSample;
-  if (needed > mMaxBlockBytes) return Drop("audio frame is too long");
+  if (frame->nb_samples > mRoomSamples) return Drop("audio frame is too long");
   const int bytes = IsConverting() ? Convert(frame, buffer) : Copy(frame, buffer);
   if (bytes < 0) return Drop("audio frame could not be converted");
   mDrops.Delivered();
@@ -137,7 +148,7 @@ void AudioConverter::WarnOfChange(const AVFrame* frame) {
 }
 
 int AudioConverter::Copy(const AVFrame* frame, uint8_t* buffer) {
-  const int channels = mWholeBlocks ? kTargetChannels : 1;
+  const int channels = mWholeBlocks ? mTarget.channels : 1;
   const int bytes = av_get_bytes_per_sample(static_cast<AVSampleFormat>(frame->format)) *
                     frame->nb_samples * channels;
   std::copy_n(frame->data[0], bytes, buffer);
@@ -152,7 +163,7 @@ int AudioConverter::Convert(const AVFrame* frame, uint8_t* buffer) {
   if (mFailure.Note(samples) < 0) return -1;
   mConvertedSeconds += static_cast<double>(samples) / frame->sample_rate;
   if (samples == 0) return 0;
-  return av_samples_get_buffer_size(nullptr, kTargetChannels, samples, kTargetFormat, 1);
+  return av_samples_get_buffer_size(nullptr, mTarget.channels, samples, kTargetFormat, 1);
 }
 
 int AudioConverter::Drop(const char* reason) {

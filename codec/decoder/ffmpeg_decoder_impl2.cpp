@@ -80,7 +80,7 @@ int FFmpegDecoderImpl2::WithParts(const Body& body) {
 
 FFmpegDecoderImpl2::FFmpegDecoderImpl2(const char* path, const DecoderOptions& options)
     : mPath(path), mOptions(options) {
-  mInfo.channels = AudioConverter::kTargetChannels;
+  mInfo.channels = SoundLayout().channels;
 }
 
 FFmpegDecoderImpl2::~FFmpegDecoderImpl2() { LogCounters(); }
@@ -104,7 +104,7 @@ int FFmpegDecoderImpl2::InitParts() {
   log_debug(kDecoderTag, "=====Init=====");
   auto session = std::make_unique<DecodeSession>();
   MediaInfo info;
-  info.channels = AudioConverter::kTargetChannels;
+  info.channels = SoundLayout().channels;
   SessionOpener opener(session.get(), &info, mOptions);
   const int result = opener.Open(mPath);
   mOpenFailure = opener.WhyNotOpened();

@@ -51,13 +51,13 @@ void SoundCut::Take(const AVFrame* frame) {
 // Converts the frame to its place in the stretch. The converter gives as many samples as it takes,
 // or none.
 void SoundCut::Keep(const AVFrame* frame, double time) {
-  constexpr size_t kChannels = AudioConverter::kTargetChannels;
+  const auto channels = static_cast<size_t>(mConverter->Target().channels);
   std::vector<float>& samples = mOut->samples;
   const size_t offset = samples.size();
-  samples.resize(offset + static_cast<size_t>(std::max(frame->nb_samples, 0)) * kChannels);
+  samples.resize(offset + static_cast<size_t>(std::max(frame->nb_samples, 0)) * channels);
   const int bytes = mConverter->Deliver(frame, reinterpret_cast<uint8_t*>(samples.data() + offset));
-  const size_t delivered = static_cast<size_t>(std::max(bytes, 0)) / sizeof(float) / kChannels;
-  samples.resize(offset + delivered * kChannels);
+  const size_t delivered = static_cast<size_t>(std::max(bytes, 0)) / sizeof(float) / channels;
+  samples.resize(offset + delivered * channels);
   if (delivered == 0) return Miss(time, mNext - time);
   StretchBlock block;
   block.time = time;

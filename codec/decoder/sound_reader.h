@@ -3,6 +3,7 @@
 #pragma once
 
 #include "codec/decoder/sound_stretch.h"
+#include "codec/utils/sound_layout.h"
 
 namespace codec {
 
@@ -18,6 +19,9 @@ class SoundReader {
   // stream. Packets that cannot be decoded are told instead. 0, or -1, with the reason logged, when
   // the host fails.
   virtual int Read(double from, double to, SoundStretch* out) = 0;
+
+  // Channels of all samples.
+  virtual int Channels() const { return SoundLayout().channels; }
 };
 
 }  // namespace codec

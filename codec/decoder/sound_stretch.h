@@ -26,7 +26,7 @@ struct LostSound {
 };
 
 struct SoundStretch {
-  std::vector<float> samples;        // of all blocks, left and right in turn
+  std::vector<float> samples;        // of all blocks, the channels in turn
   std::vector<StretchBlock> blocks;  // in the order of the stream
   std::vector<LostSound> lost;       // in the order of the stream
 

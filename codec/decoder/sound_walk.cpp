@@ -35,6 +35,7 @@ int SoundWalk::Open(const std::string& path, int streamIndex,
   if (mConverter.Open(mDecoder.Context()) != 0) return -1;
   mConverter.DeliverWholeBlocks();
   mSampleRate = mDecoder.Context()->sample_rate;
+  mSourceLayout = LayoutOf(mDecoder.Context());
   mNeed = NeedOf(preroll);
   mHeld = HeldPackets(mNeed);
   if (FindFirstTime() != 0) return -1;
@@ -55,8 +56,9 @@ int SoundWalk::FindFirstTime() {
     mDecoder.Send(more ? packet.get() : nullptr);
     if (!mDecoder.Receive(mFrame.get())) continue;
     const ffmpeg::FrameGuard frameGuard(mFrame.get());
-    // A decoder may have been announced another rate than the one that it gives.
+    // A decoder may have been announced another rate or layout than it gives.
     if (mFrame->sample_rate > 0) mSampleRate = mFrame->sample_rate;
+    mSourceLayout = LayoutOf(mFrame.get());
     mConverter.AdaptChangesFrom(mFrame.get());
     const int64_t stamp = mFrame->best_effort_timestamp;
     mFirstTime = stamp == AV_NOPTS_VALUE ? 0 : mInput.Seconds(stamp);

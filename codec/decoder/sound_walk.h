@@ -33,6 +33,9 @@ class SoundWalk : public SoundReader {
   // Mixes surround sound so that it does not go beyond full scale. To be called before Open. Off
   // unless called.
   void NormalizeMix() { mConverter.NormalizeMix(); }
+  // Sound of another layout than this one is mixed to it. Stereo unless called; to be called after
+  // Open, before the first Read.
+  void SetLayout(const SoundLayout& layout) { mConverter.SetTarget(layout); }
   // Opens the stream of this number in the local file. 0, or -1, with the reason logged, when the
   // file cannot be read, or the stream's sound cannot be decoded or converted. `parts` as for
   // SoundInput.
@@ -46,9 +49,14 @@ class SoundWalk : public SoundReader {
   void SetZero(double seconds);
 
   int Read(double from, double to, SoundStretch* out) override;
+  int Channels() const override { return Layout().channels; }
+  // Of all samples.
+  const SoundLayout& Layout() const { return mConverter.Target(); }
 
   // Samples a second of a channel, at the start of the stream.
   int SampleRate() const { return mSampleRate; }
+  // The source's channels, at the start of the stream.
+  const SoundLayout& SourceLayout() const { return mSourceLayout; }
   // The step of the stream's stamps, in seconds.
   double StampSeconds() const { return mInput.Seconds(1); }
   // Bits of the source's samples, 32 for floats.
@@ -88,6 +96,7 @@ class SoundWalk : public SoundReader {
   HeldPackets mHeld{{}};
   PrerollNeed mNeed;
   int mSampleRate = 0;
+  SoundLayout mSourceLayout;
   std::optional<double> mFirstTime;
   double mZero = 0;
   double mLongestPacket = 0;  // seconds

@@ -253,6 +253,35 @@ void SetDefaultLayout(AVCodecContext* context, int channels) {
 #endif
 }
 
+uint64_t AnyChannelMask(int channels) {
+  constexpr int kMost = 63;
+  return channels < 1 || channels > kMost ? 0 : (uint64_t{1} << channels) - 1;
+}
+
+void SetLayout(AVCodecContext* context, int channels, uint64_t mask) {
+  if (mask == 0 || av_popcount64(mask) != channels) return SetDefaultLayout(context, channels);
+#if HAS_CHANNEL_LAYOUT
+  av_channel_layout_uninit(&context->ch_layout);
+  av_channel_layout_from_mask(&context->ch_layout, mask);
+#else
+  context->channels = channels;
+  context->channel_layout = mask;
+#endif
+}
+
+std::string LayoutName(int channels, uint64_t mask) {
+  std::array<char, 256> name{};
+  if (mask == 0) return std::to_string(channels) + " channels";
+#if HAS_CHANNEL_LAYOUT
+  AVChannelLayout layout = {};
+  av_channel_layout_from_mask(&layout, mask);
+  av_channel_layout_describe(&layout, name.data(), name.size());
+#else
+  av_get_channel_layout_string(name.data(), static_cast<int>(name.size()), channels, mask);
+#endif
+  return name.data();
+}
+
 int CopyLayout(AVFrame* frame, const AVCodecContext* context) {
 #if HAS_CHANNEL_LAYOUT
   return av_channel_layout_copy(&frame->ch_layout, &context->ch_layout);
@@ -291,9 +320,9 @@ UniqueResampler NewResampler(uint64_t outMask, AVSampleFormat outFormat, uint64_
   return NewConverter(outMask, outFormat, sampleRate, inMask, inFormat, sampleRate);
 }
 
-UniqueResampler NewRateConverter(int inRate, int outRate) {
-  UniqueResampler converter = NewConverter(AV_CH_LAYOUT_STEREO, AV_SAMPLE_FMT_FLT, outRate,
-                                           AV_CH_LAYOUT_STEREO, AV_SAMPLE_FMT_FLT, inRate);
+UniqueResampler NewRateConverter(int inRate, int outRate, uint64_t mask) {
+  UniqueResampler converter =
+      NewConverter(mask, AV_SAMPLE_FMT_FLT, outRate, mask, AV_SAMPLE_FMT_FLT, inRate);
   if (converter == nullptr) return nullptr;
   // Twice the usual length, which leaves errors at -80 dB.
   av_opt_set_int(converter.get(), "filter_size", 64, 0);
@@ -331,6 +360,24 @@ std::vector<int> SampleRates(const AVCodec* encoder) {
   const void* const list = encoder->supported_samplerates;
 #endif
   return Listed<int>(list, [](int rate) { return rate == 0; });
+}
+
+std::vector<uint64_t> ChannelMasks(const AVCodec* encoder) {
+#if HAS_CHANNEL_LAYOUT
+#if HAS_SUPPORTED_CONFIG
+  const void* const list = Supported(encoder, AV_CODEC_CONFIG_CHANNEL_LAYOUT);
+#else
+  const void* const list = encoder->ch_layouts;
+#endif
+  std::vector<uint64_t> masks;
+  const auto isEnd = [](const AVChannelLayout& layout) { return layout.nb_channels == 0; };
+  for (const AVChannelLayout& layout : Listed<AVChannelLayout>(list, isEnd)) {
+    if (MaskOf(layout) != 0) masks.push_back(MaskOf(layout));
+  }
+  return masks;
+#else
+  return Listed<uint64_t>(encoder->channel_layouts, [](uint64_t mask) { return mask == 0; });
+#endif
 }
 
 std::vector<AVPixelFormat> PixelFormats(const AVCodec* encoder) {

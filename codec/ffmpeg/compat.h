@@ -77,20 +77,29 @@ uint64_t ChannelMask(const AVCodecContext* context);
 uint64_t ChannelMask(const AVFrame* frame);
 // FFmpeg's layout for a channel count; 0 when it has none.
 uint64_t DefaultChannelMask(int channels);
-// Gives the context that layout.
+// A mask of so many channels that stands for places that nobody knows; 0 for more than a mask
+// names.
+uint64_t AnyChannelMask(int channels);
+// Gives the context FFmpeg's layout for a channel count.
 void SetDefaultLayout(AVCodecContext* context, int channels);
+// Gives the context a layout; the default one if the mask does not name so many channels.
+void SetLayout(AVCodecContext* context, int channels, uint64_t mask);
+// FFmpeg's name of a layout, for people.
+std::string LayoutName(int channels, uint64_t mask);
 // Gives the frame the context's layout. 0 or a negative error.
 int CopyLayout(AVFrame* frame, const AVCodecContext* context);
 // A converter between two layouts and sample formats at one sample rate, not initialised yet; null
 // when a mask or memory does not serve.
 UniqueResampler NewResampler(uint64_t outMask, AVSampleFormat outFormat, uint64_t inMask,
                              AVSampleFormat inFormat, int sampleRate);
-// A converter of packed stereo floats between two sample rates, not initialised yet, whose errors
-// are inaudible; null when a rate or memory does not serve.
-UniqueResampler NewRateConverter(int inRate, int outRate);
+// A converter of packed floats of one layout between two sample rates, not initialised yet, whose
+// errors are inaudible; null when a rate, the mask or memory does not serve.
+UniqueResampler NewRateConverter(int inRate, int outRate, uint64_t mask);
 // The sample rates that an encoder takes; none if it takes any.
 std::vector<int> SampleRates(const AVCodec* encoder);
-// The same for its sample formats.
+// The masks of the layouts that it takes; none if it does not say.
+std::vector<uint64_t> ChannelMasks(const AVCodec* encoder);
+// The same as SampleRates for its sample formats.
 std::vector<AVSampleFormat> SampleFormats(const AVCodec* encoder);
 
 // Pictures.

@@ -7,16 +7,17 @@
 
 #include "base/first_error.h"
 #include "codec/ffmpeg/owned.h"
+#include "codec/utils/sound_layout.h"
 
 namespace codec {
 
-// Takes interleaved stereo floats block by block, and gives the same whatever the blocks' lengths.
+// Takes interleaved floats block by block, and gives the same whatever the blocks' lengths.
 // Time 0 stays time 0. The rate of the samples that come may change. In all it gives as many
 // samples as last as long as those that came, rounded to the nearest. One thread at a time.
 class SoundResampler {
  public:
   // Both rates in samples a second. 0, or -1, logged, when memory or a rate does not serve.
-  int Open(int inRate, int outRate);
+  int Open(int inRate, int outRate, const SoundLayout& layout = {});
 
   int InputRate() const { return mInRate; }
   int OutputRate() const { return mOutRate; }
@@ -45,6 +46,8 @@ class SoundResampler {
 
   int mInRate = 0;
   int mOutRate = 0;
+  size_t mChannels = 0;
+  uint64_t mMask = 0;
   ffmpeg::UniqueResampler mContext;  // null while samples pass through
   bool mIsReady = false;
   but::FirstError mFailure;

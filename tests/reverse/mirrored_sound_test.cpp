@@ -98,6 +98,57 @@ TEST(MirroredSound, StampsTenHoursWithoutAnError) {
   EXPECT_TRUE(writer.isContiguous);
 }
 
+// Sample i of channel c is the number 10 * i + c, in blocks of 64 samples.
+class ManyChannels : public SoundReader {
+ public:
+  explicit ManyChannels(int channels) : mChannels(channels) {}
+  int Channels() const override { return mChannels; }
+  int Read(double from, double to, SoundStretch* out) override {
+    constexpr int kLength = 64;
+    out->Clear();
+    for (int first = 0; first < to * kRate; first += kLength) {
+      if (first + kLength <= from * kRate) continue;
+      StretchBlock block;
+      block.time = static_cast<double>(first) / kRate;
+      block.samples = kLength;
+      block.rate = kRate;
+      block.offset = out->samples.size();
+      out->blocks.push_back(block);
+      for (int i = 0; i < kLength * mChannels; ++i) {
+        out->samples.push_back(static_cast<float>(10 * (first + i / mChannels) + i % mChannels));
+      }
+    }
+    return 0;
+  }
+
+ private:
+  const int mChannels;
+};
+
+class FloatWriter : public FakeSoundWriter {
+ public:
+  void WriteFrame(int /*type*/, uint8_t* data, uint32_t size, int64_t /*pts*/) override {
+    const auto* const given = reinterpret_cast<const float*>(data);
+    floats.insert(floats.end(), given, given + size / sizeof(float));
+  }
+  std::vector<float> floats;
+};
+
+TEST(MirroredSound, ReversesEachChannelInItsPlace) {
+  for (const int channels : {1, 2, 6, 8}) {
+    ManyChannels sound(channels);
+    FloatWriter writer;
+    MirroredSound mirrored(&sound, &writer, 0.5, 3.25, kRate);
+    mirrored.Finish();
+    EXPECT_EQ(mirrored.Written(), 2750);
+    std::vector<float> expected;
+    for (int i = 3250; i-- > 500;) {
+      for (int c = 0; c < channels; ++c) expected.push_back(static_cast<float>(10 * i + c));
+    }
+    EXPECT_TRUE(writer.floats == expected) << channels;
+  }
+}
+
 // What a player hears of one channel: two tones that glide, and so tell the time.
 float Sweep(double seconds) {
   constexpr double kTurn = 2 * 3.14159265358979323846;

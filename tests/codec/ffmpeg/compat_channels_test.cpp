@@ -50,6 +50,36 @@ TEST(Channels, AreCopiedToAFrame) {
   }
 }
 
+TEST(Channels, HaveTheLayoutOfTheirMask) {
+  const UniqueCodecContext context(avcodec_alloc_context3(nullptr));
+  SetLayout(context.get(), 6, AV_CH_LAYOUT_5POINT1);
+  EXPECT_EQ(Channels(context.get()), 6);
+  EXPECT_EQ(ChannelMask(context.get()), uint64_t{AV_CH_LAYOUT_5POINT1});
+  // A mask that names another number does not count.
+  for (const uint64_t mask : {uint64_t{0}, uint64_t{AV_CH_LAYOUT_STEREO}}) {
+    SetLayout(context.get(), 6, mask);
+    EXPECT_EQ(ChannelMask(context.get()), DefaultChannelMask(6));
+  }
+}
+
+TEST(Channels, OfUnknownPlacesHaveAMaskOfTheirNumber) {
+  EXPECT_EQ(AnyChannelMask(1), 1U);
+  EXPECT_EQ(AnyChannelMask(12), 0xfffU);
+  EXPECT_EQ(AnyChannelMask(0), 0U);
+  EXPECT_EQ(AnyChannelMask(64), 0U);
+}
+
+TEST(Channels, HaveNames) {
+  EXPECT_EQ(LayoutName(6, AV_CH_LAYOUT_5POINT1), "5.1(side)");
+  EXPECT_EQ(LayoutName(12, 0), "12 channels");
+}
+
+TEST(Channels, AreListedByEncodersThatDoNotTakeAll) {
+  const std::vector<uint64_t> masks = ChannelMasks(avcodec_find_encoder_by_name("mp2"));
+  EXPECT_EQ(masks, (std::vector<uint64_t>{AV_CH_LAYOUT_MONO, AV_CH_LAYOUT_STEREO}));
+  EXPECT_TRUE(ChannelMasks(avcodec_find_encoder_by_name("pcm_s16le")).empty());
+}
+
 TEST(NewResampler, ConvertsBetweenLayoutsAndFormats) {
   const UniqueResampler resampler = NewResampler(AV_CH_LAYOUT_STEREO, AV_SAMPLE_FMT_FLT,
                                                  AV_CH_LAYOUT_MONO, AV_SAMPLE_FMT_S16P, 48000);

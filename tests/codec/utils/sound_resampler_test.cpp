@@ -94,6 +94,40 @@ TEST(SoundResampler, GivesSoundOfTheSameLengthHoweverShortItIs) {
   }
 }
 
+// Another tone in each channel, so that a swap or a mix is heard.
+std::vector<float> Tones(int channels, int rate, int64_t samples) {
+  std::vector<float> tones;
+  for (int64_t i = 0; i < samples; ++i) {
+    for (int channel = 0; channel < channels; ++channel) {
+      const double phase = 2 * kPi * 300 * (channel + 1) * static_cast<double>(i) / rate;
+      tones.push_back(static_cast<float>(0.5 * std::sin(phase)));
+    }
+  }
+  return tones;
+}
+
+TEST(SoundResampler, KeepsEachChannelApart) {
+  constexpr int kIn = 44100;
+  constexpr int kOut = 48000;
+  for (const SoundLayout& layout :
+       {SoundLayout{1, AV_CH_LAYOUT_MONO}, SoundLayout{}, SoundLayout{6, AV_CH_LAYOUT_5POINT1_BACK},
+        SoundLayout{12, 0}}) {
+    SoundResampler resampler;
+    ASSERT_EQ(resampler.Open(kIn, kOut, layout), 0);
+    std::vector<float> all;
+    std::vector<float> part;
+    ASSERT_EQ(resampler.Convert(Tones(layout.channels, kIn, kIn).data(), kIn, &all), 0);
+    ASSERT_EQ(resampler.Finish(&part), 0);
+    all.insert(all.end(), part.begin(), part.end());
+    const std::vector<float> expected = Tones(layout.channels, kOut, kOut);
+    ASSERT_EQ(all.size(), expected.size());
+    const auto margin = static_cast<size_t>(kOut / 20 * layout.channels);
+    for (size_t i = margin; i + margin < all.size(); ++i) {
+      ASSERT_NEAR(all[i], expected[i], 2e-5) << layout.channels << " " << i;
+    }
+  }
+}
+
 // A tone of a second at each of these rates in turn. Each second has whole periods.
 TEST(SoundResampler, GivesATonePureThatComesAtChangingRates) {
   constexpr int kOut = 48000;
