@@ -90,6 +90,9 @@ std::vector<OutputKey> MakeKeys() {
        "1 encodes on a thread of its own, 0 (unless set) on the one that gives the frames"},
       {"audio-bit-rate", true, T::kInt, 8000, 512000, "bit/s", "", "",
        "bit rate of the sound; a reversal takes that of the clip, 384000 if this is below 128000"},
+      {"audio-channels", true, T::kChoice, 0, 0, "", "source 1 2 3 4 5 6 7 8", "",
+       "`source` keeps the channels of the clip's sound as far as the encoder takes them, a number "
+       "mixes to so many; 2 unless set"},
       {"has-water-mark", true, T::kFlag, 0, 0, "", "", "logo-path",
        "1 stamps a logo on pictures in `bgra` or `rgba`; not together with another size"},
       {"logo-path", true, T::kFile, 0, 0, "", "", "has-water-mark",
@@ -155,6 +158,9 @@ std::vector<OutputKey> MakeKeys() {
           "tells "
           "one, and `codec::SoundResampler` makes it"),
       Int("channel-count", "channels", "of the sound that comes in"),
+      Text("channel-layout",
+           "their places, as FFmpeg numbers them: `0x3f`; the usual ones of their number unless "
+           "set"),
       Int("sample-format", "",
           "FFmpeg's number of the type that the encoder takes: 8, planar float, for `aac`"),
       Int("sample-bits", "bits",

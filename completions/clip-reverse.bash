@@ -29,13 +29,14 @@ _clip_reverse() {
   # begin of generated: words
   case $word in
     --overwrite) values=(ask yes no) ;;
-    --set) values=(target-width= target-height= rotation= rotate= sample_aspect_num= sample_aspect_den= video-codec= audio-codec= crf= qp= preset= profile= level= video-opt:NAME= audio-opt:NAME= output-color-format= video-bitrate= maxrate= bufsize= gop= thread-count= thread-type= use-thread= audio-bit-rate= has-water-mark= logo-path= water-mark-pos= water-mark-gap= water-mark-rotation=) ;;
+    --set) values=(target-width= target-height= rotation= rotate= sample_aspect_num= sample_aspect_den= video-codec= audio-codec= crf= qp= preset= profile= level= video-opt:NAME= audio-opt:NAME= output-color-format= video-bitrate= maxrate= bufsize= gop= thread-count= thread-type= use-thread= audio-bit-rate= audio-channels= has-water-mark= logo-path= water-mark-pos= water-mark-gap= water-mark-rotation=) ;;
     --progress) values=(json) ;;
     =rotation) values=(0 90 180 270) ;;
     =rotate) values=(0 90 180 270) ;;
     =preset) values=(ultrafast superfast veryfast faster fast medium slow slower veryslow placebo) ;;
     =thread-type) values=(frame slice) ;;
     =use-thread) values=(0 1) ;;
+    =audio-channels) values=(source 1 2 3 4 5 6 7 8) ;;
     =has-water-mark) values=(0 1) ;;
     =water-mark-rotation) values=(0 90 180 270) ;;
     -i | -o | -s | -e | --memory | =*) values=() ;;

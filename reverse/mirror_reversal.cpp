@@ -14,7 +14,10 @@
 #include "codec/encoder/encoder_choice.h"
 #include "codec/encoder/output_tags.h"
 #include "codec/encoder/sample_rates.h"
+#include "codec/encoder/sound_layouts.h"
+#include "codec/ffmpeg/compat.h"
 #include "codec/utils/field_order.h"
+#include "codec/utils/numbers.h"
 #include "codec/utils/orientation.h"
 #include "codec/utils/picture_colors.h"
 #include "reverse/output_description.h"
@@ -98,7 +101,7 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
 int MirrorReversal::OpenSound(const std::string& path, int stream) {
   mSound = std::make_unique<SoundWalk>();
   mSound->NormalizeMix();
-  if (mSound->Open(path, stream, mJoined) == 0) return PrepareRate();
+  if (mSound->Open(path, stream, mJoined) == 0) return PrepareForm();
   if (mSound->Failure() != 0) return -1;
   log_warn(kTag, "the sound of %s cannot be read, and is left out", path.c_str());
   mSound.reset();
@@ -156,12 +159,34 @@ bool MirrorReversal::MayBeQuiet(double start, double end) {
   return silent >= kFewest;
 }
 
-int MirrorReversal::PrepareRate() {
+// The rate and the channels that the encoder takes.
+int MirrorReversal::PrepareForm() {
   const int rate = mSound->SampleRate();
   const int encoded = NearestSampleRate(mWishes.audioCodec.c_str(), rate);
   if (encoded != rate) log_info(kTag, "sound of %d Hz is resampled to %d Hz", rate, encoded);
+  mLayout = ChooseLayout();
+  mSound->SetLayout(mLayout);
   mResampler = std::make_unique<SoundResampler>();
-  return mResampler->Open(rate, encoded);
+  return mResampler->Open(rate, encoded, mLayout);
+}
+
+// Two channels unless the caller wants others.
+SoundLayout MirrorReversal::ChooseLayout() const {
+  const std::string& channels = mWishes.audioChannels;
+  if (channels.empty()) return {};
+  const SoundLayout source = mSound->SourceLayout();
+  const int count = channels == "source" ? source.channels : ParseInt(channels.c_str());
+  if (count < 1) return {};
+  const SoundLayout wanted =
+      count == source.channels ? source : SoundLayout{count, ffmpeg::DefaultChannelMask(count)};
+  const char* const encoder = mWishes.audioCodec.c_str();
+  const SoundLayout taken = NearestLayout(encoder, wanted, mSound->SampleRate());
+  if (taken != wanted) {
+    log_warn(kTag, "%s does not take sound of %s, so it is written as %s", encoder,
+             ffmpeg::LayoutName(wanted.channels, wanted.mask).c_str(),
+             ffmpeg::LayoutName(taken.channels, taken.mask).c_str());
+  }
+  return taken;
 }
 
 double MirrorReversal::Duration(const MediaInfo& info) const {
@@ -226,12 +251,14 @@ void DescribeLight(const std::string& path, const std::string& transfer, MediaFo
 
 // More than the encoder can use at a rate it would clip with a warning.
 void LimitSoundBitRate(MediaFormat* format) {
-  constexpr int64_t kMostBits = 6144 * 2;  // of a frame of two channels
+  constexpr int64_t kMostBits = 6144;  // of a frame, a channel
   int bitRate = 0;
   int rate = 0;
+  int channels = 0;
+  format->GetInt32("channel-count", channels);
   format->GetInt32("audio-bit-rate", bitRate);
   format->GetInt32("sample-rate", rate);
-  const int64_t most = kMostBits * rate / kSoundFrame;
+  const int64_t most = kMostBits * channels * rate / kSoundFrame;
   if (rate > 0 && bitRate > most) format->SetInt32("audio-bit-rate", static_cast<int32_t>(most));
 }
 
@@ -263,7 +290,13 @@ void MirrorReversal::DescribeEncoders(const MediaInfo& info, MediaFormat* format
 
 void MirrorReversal::Describe(const MediaInfo& info, double start, double end,
                               MediaFormat* format) const {
-  if (mResampler != nullptr) format->SetInt32("sample-rate", mResampler->OutputRate());
+  if (mResampler != nullptr) {
+    format->SetInt32("sample-rate", mResampler->OutputRate());
+    format->SetInt32("channel-count", mLayout.channels);
+    if (mLayout != SoundLayout()) {
+      format->SetString("channel-layout", std::to_string(mLayout.mask).c_str());
+    }
+  }
   DescribeOrientation(info, format);
   DescribeEncoders(info, format);
   std::string input;

@@ -42,7 +42,8 @@ class MirrorReversal : public Reversal {
  private:
   int OpenSound(const std::string& path, int stream);
   bool MayBeQuiet(double start, double end);
-  int PrepareRate();
+  int PrepareForm();
+  SoundLayout ChooseLayout() const;
   double WithoutRounding(double end);
   void DescribeEncoders(const MediaInfo& info, MediaFormat* format) const;
 
@@ -54,6 +55,7 @@ class MirrorReversal : public Reversal {
   double mZero = 0;                            // of the mirror, in the file's stamps, in seconds
   std::unique_ptr<SoundWalk> mSound;           // null without sound
   double mDuration = 0;                        // seconds
+  SoundLayout mLayout;                         // of the sound that is written
   std::unique_ptr<SoundResampler> mResampler;  // to the encoder's rate; null without sound
 };
 

@@ -49,9 +49,7 @@ class SoundWalk : public SoundReader {
   void SetZero(double seconds);
 
   int Read(double from, double to, SoundStretch* out) override;
-  int Channels() const override { return Layout().channels; }
-  // Of all samples.
-  const SoundLayout& Layout() const { return mConverter.Target(); }
+  int Channels() const override { return mConverter.Target().channels; }
 
   // Samples a second of a channel, at the start of the stream.
   int SampleRate() const { return mSampleRate; }

@@ -56,7 +56,7 @@ int AudioEncoder::Create(const EncoderOptions& defaults) {
 void AudioEncoder::Describe() {
   AVCodecContext* const context = mContext.get();
   context->sample_fmt = static_cast<AVSampleFormat>(mSettings.sampleFormat);
-  ffmpeg::SetDefaultLayout(context, mSettings.channelCount);
+  ffmpeg::SetLayout(context, mSettings.channelCount, mSettings.ChannelMask());
   // FFmpeg's choice stands in for a negative one, which the AAC encoder of 4.3 crashes at.
   if (mSettings.audioBitRate >= 0) context->bit_rate = mSettings.audioBitRate;
   context->sample_rate = mSettings.sampleRate;

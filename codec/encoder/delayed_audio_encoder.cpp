@@ -52,7 +52,7 @@ int DelayedAudioEncoder::OpenEncoder(const AVCodec* codec) {
   AVCodecContext* const context = mContext.get();
   const int bits = mSettings.sampleBits > 0 ? mSettings.sampleBits : kUsefulBits;
   context->sample_fmt = NearestSampleFormat(codec, bits);
-  ffmpeg::SetDefaultLayout(context, mSettings.channelCount);
+  ffmpeg::SetLayout(context, mSettings.channelCount, mSettings.ChannelMask());
   context->sample_rate = mSettings.sampleRate;
   context->time_base = {1, mSettings.sampleRate};
   mTrack.stream->time_base = context->time_base;
@@ -76,7 +76,8 @@ int DelayedAudioEncoder::OpenEncoder(const AVCodec* codec) {
 
 int DelayedAudioEncoder::OpenConverter() {
   const AVCodecContext* const context = mContext.get();
-  const uint64_t layout = ffmpeg::ChannelMask(context);
+  const uint64_t told = ffmpeg::ChannelMask(context);
+  const uint64_t layout = told != 0 ? told : ffmpeg::AnyChannelMask(mSettings.channelCount);
   const AVSampleFormat input =
       av_get_packed_sample_fmt(static_cast<AVSampleFormat>(mSettings.sampleFormat));
   mConverter =

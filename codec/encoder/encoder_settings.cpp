@@ -2,6 +2,7 @@
 #include "codec/encoder/encoder_settings.h"
 
 #include <array>
+#include <cstdlib>
 #include <string_view>
 #include <variant>
 
@@ -25,7 +26,7 @@ struct Row {
 };
 
 using S = EncoderSettings;
-constexpr std::array<Row, 49> kRows = {{
+constexpr std::array<Row, 51> kRows = {{
     {"file-format", &S::fileFormat},
     {"output-path", &S::outputPath},
     {"write-path", &S::writePath},
@@ -68,6 +69,8 @@ constexpr std::array<Row, 49> kRows = {{
     {"audio-bit-rate", &S::audioBitRate},
     {"sample-rate", &S::sampleRate},
     {"channel-count", &S::channelCount},
+    {"channel-layout", &S::channelLayout},
+    {"audio-channels", &S::audioChannels},
     {"sample-format", &S::sampleFormat},
     {"sample-bits", &S::sampleBits},
     {"video-language", &S::videoLanguage},
@@ -126,6 +129,10 @@ void EncoderSettings::SetParameter(const char* key, const char* value) {
     return;
   }
   log_info(kTag, "ignore %s:%s", key, value);
+}
+
+uint64_t EncoderSettings::ChannelMask() const {
+  return std::strtoull(channelLayout.c_str(), nullptr, 0);
 }
 
 int EncoderSettings::ResolvePixelFormat() {

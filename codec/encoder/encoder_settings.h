@@ -2,6 +2,7 @@
 // The settings of one output file and the text keys that set them.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 
@@ -64,8 +65,10 @@ struct EncoderSettings {
   int audioBitRate = 64000;  // bit/s
   int sampleRate = 44100;    // Hz
   int channelCount = 2;
-  int sampleFormat = 8;  // FFmpeg's number; planar float
-  int sampleBits = 0;    // that the source's samples have; 0 if nobody knows, 32 for floats
+  std::string channelLayout;  // FFmpeg's mask of the channels' places as a number; empty: the usual
+  std::string audioChannels;  // kept for who makes the sound: "source" or a number; empty: two
+  int sampleFormat = 8;       // FFmpeg's number; planar float
+  int sampleBits = 0;         // that the source's samples have; 0 if nobody knows, 32 for floats
 
   // For people, see output_tags.h: by FFmpeg's names, and a line for each chapter.
   std::map<std::string, std::string> tags;
@@ -73,6 +76,8 @@ struct EncoderSettings {
   std::string audioLanguage;
   std::string chapters;
 
+  // The mask that `channelLayout` names; 0 if it names none.
+  uint64_t ChannelMask() const;
   // Stores a value under its key. Text that is no number counts as 0. Unknown keys are logged and
   // dropped.
   void SetParameter(const char* key, const char* value);
