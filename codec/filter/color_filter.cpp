@@ -124,13 +124,10 @@ int ColorFilter::SizeBuffers(const char* outputName) {
     // Formats that the name rule does not know may be deeper than four bytes a pixel.
     mInputSize =
         std::max<int64_t>(mInputSize, av_image_get_buffer_size(mInputFormat, width, height, 1));
-    output = mInputSize;
   }
-  if (anyFormat) {
-    working = av_image_get_buffer_size(mOutputFormat, width, height, 2);
-    output = FrameSize(width, height, outputName);
-  }
+  if (anyFormat) working = av_image_get_buffer_size(mOutputFormat, width, height, 2);
   if (copies || anyFormat) {
+    output = FrameSize(width, height, outputName);
     // The writer sizes the pool's buffers by the format's name. At odd sizes swscale writes and the
     // encoder reads a little more, which the slack behind them takes; a deeper format than the name
     // rule knows needs more.
