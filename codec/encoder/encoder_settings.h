@@ -65,10 +65,10 @@ struct EncoderSettings {
   int audioBitRate = 64000;  // bit/s
   int sampleRate = 44100;    // Hz
   int channelCount = 2;
-  std::string channelLayout;  // FFmpeg's mask of the channels' places as a number; empty: the usual
-  std::string audioChannels;  // kept for who makes the sound: "source" or a number; empty: two
   int sampleFormat = 8;       // FFmpeg's number; planar float
   int sampleBits = 0;         // that the source's samples have; 0 if nobody knows, 32 for floats
+  std::string channelLayout;  // FFmpeg's mask of the channels' places as a number; empty: the usual
+  std::string audioChannels;  // kept for who makes the sound: "source" or a number; empty: two
 
   // For people, see output_tags.h: by FFmpeg's names, and a line for each chapter.
   std::map<std::string, std::string> tags;

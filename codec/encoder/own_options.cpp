@@ -133,15 +133,16 @@ EncoderOptions OwnVideoOptions(const EncoderSettings& settings, const AVCodec* e
 
 EncoderOptions OwnAudioOptions(const EncoderSettings& settings, const AVCodec* encoder) {
   constexpr int kBitsPerChannel = 160000;
-  constexpr int kMostBits = 320000;
+  constexpr int kBitsPerFurther = 64000;  // channel of surround sound
   EncoderOptions options = settings.audioOptions;
   if (settings.audioBitRate > 0) options.emplace("b", std::to_string(settings.audioBitRate));
   AddDefaults(encoder, 0, &options);
   const bool hasQuality = std::any_of(options.begin(), options.end(),
                                       [](const auto& option) { return IsQuality(option.first); });
   if (!hasQuality) {
-    const int rate = std::min(settings.channelCount, kMostBits / kBitsPerChannel) * kBitsPerChannel;
-    options.emplace("b", std::to_string(rate));
+    const int sides = std::min(settings.channelCount, 2);
+    const int further = std::clamp(settings.channelCount - sides, 0, 6);
+    options.emplace("b", std::to_string(sides * kBitsPerChannel + further * kBitsPerFurther));
   }
   return options;
 }
