@@ -29,6 +29,7 @@ struct CommandLine {
   std::optional<std::string> startText = std::nullopt;
   std::optional<std::string> endText = std::nullopt;
   bool hasNoSound = false;
+  bool isLikeSource = false;                   // encoded as the input is
   bool isStrict = false;                       // a loss is a failure
   std::vector<OutputValue> outputValues = {};  // in the order of the arguments
   Overwrite overwrite = Overwrite::kYes;

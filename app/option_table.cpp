@@ -102,6 +102,8 @@ std::vector<Option> MakeOptions() {
        "where it ends (default: the end of the clip)", &Keep<&C::endText>},
       {"Output", "--no-sound", "", "--no-audio", V::kNone, "", "", "", "leaves the sound out",
        &Switch<&C::hasNoSound>},
+      {"Output", "--like-source", "", "--same-codecs", V::kNone, "", "", "",
+       "keeps the clip's codecs, pixel format and channels", &Switch<&C::isLikeSource>},
       {"Output", "--set", "", "--param", V::kKey, "KEY=VALUE", "preset=fast", "",
        "sets a key of the output; may be given several times", &StoreOutputValue},
       {"Output", "--strict", "", "--exact", V::kNone, "", "", "",

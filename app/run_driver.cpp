@@ -9,6 +9,7 @@
 #include "app/account_text.h"
 #include "app/advice.h"
 #include "app/codec_advice.h"
+#include "app/like_source_line.h"
 #include "app/overwrite.h"
 #include "app/progress_lines.h"
 #include "base/guarded.h"
@@ -86,7 +87,8 @@ std::optional<Failure> Run(const std::unique_ptr<codec::Reverse> job,
 
 }  // namespace
 
-int RunReverse(const CommandLine& commandLine, ProgressObserver* observer) {
+int RunReverse(const CommandLine& given, ProgressObserver* observer) {
+  const CommandLine commandLine = WithSourceKeys(given);
   auto job = std::make_unique<codec::Reverse>(commandLine.input.c_str(), commandLine.start,
                                               commandLine.end, commandLine.output.c_str());
   SwitchOnAdditions(commandLine, job.get());

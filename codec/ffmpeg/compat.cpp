@@ -215,6 +215,14 @@ int Channels(const AVFrame* frame) {
 #endif
 }
 
+int Channels(const AVCodecParameters* parameters) {
+#if HAS_CHANNEL_LAYOUT
+  return parameters->ch_layout.nb_channels;
+#else
+  return parameters->channels;
+#endif
+}
+
 uint64_t ChannelMask(const AVCodecContext* context) {
 #if HAS_CHANNEL_LAYOUT
   return MaskOf(context->ch_layout);

@@ -72,6 +72,7 @@ UniqueOutput NewMuxer(const AVOutputFormat* format, const char* path);
 
 int Channels(const AVCodecContext* context);
 int Channels(const AVFrame* frame);
+int Channels(const AVCodecParameters* parameters);
 // The 64-bit mask of the layout; 0 when there is none.
 uint64_t ChannelMask(const AVCodecContext* context);
 uint64_t ChannelMask(const AVFrame* frame);

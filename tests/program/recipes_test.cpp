@@ -37,6 +37,7 @@ TEST(Recipes, GiveTheCodecsThatTheyPromise) {
       {"small.mp4", {"h264", "aac"}},    {"web.webm", {"vp9", "opus"}},
       {"phone.mp4", {"hevc", "aac"}},    {"edit.mov", {"prores", "pcm_s24le"}},
       {"archive.mkv", {"ffv1", "flac"}}, {"old.avi", {"mpeg4", "mp3"}},
+      {"like.mp4", {"h264", "aac"}},
   };
   const std::vector<std::string> recipes = Recipes();
   EXPECT_EQ(recipes.size(), expected.size());
