@@ -4,20 +4,23 @@
 namespace codec {
 
 void EndSignal::Begin() {
-  const std::lock_guard<std::mutex> lock(mMutex);
+  const but::HeldLock held(&mMutex);
   mGoesOn = true;
 }
 
 void EndSignal::End() {
   // Woken under the lock: a thread that has seen the end may destroy this object at once.
-  const std::lock_guard<std::mutex> lock(mMutex);
+  const but::HeldLock held(&mMutex);
   mGoesOn = false;
   mEnded.notify_all();
 }
 
 bool EndSignal::Wait(std::chrono::milliseconds time) {
-  std::unique_lock<std::mutex> lock(mMutex);
-  return mEnded.wait_for(lock, time, [this] { return !mGoesOn; });
+  const auto deadline = std::chrono::steady_clock::now() + time;
+  but::HeldLock held(&mMutex);
+  while (mGoesOn && mEnded.wait_until(held, deadline) == std::cv_status::no_timeout) {
+  }
+  return !mGoesOn;
 }
 
 }  // namespace codec

@@ -4,7 +4,8 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
+
+#include "base/lock.h"
 
 namespace codec {
 
@@ -20,10 +21,9 @@ class EndSignal {
   bool Wait(std::chrono::milliseconds time);
 
  private:
-  std::mutex mMutex;
-  std::condition_variable mEnded;
-  // Under mMutex.
-  bool mGoesOn = false;
+  but::Mutex mMutex;
+  std::condition_variable_any mEnded;
+  bool mGoesOn BUT_UNDER(mMutex) = false;
 };
 
 }  // namespace codec

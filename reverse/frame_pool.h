@@ -31,8 +31,7 @@ class FramePool {
   static constexpr size_t kIdleLimit = 12;
 
   but::Mutex11 mLock;
-  // Under mLock.
-  std::vector<std::unique_ptr<FrameBuffer>> mIdle;  // the oldest first
+  std::vector<std::unique_ptr<FrameBuffer>> mIdle BUT_UNDER(mLock);  // the oldest first
 };
 
 }  // namespace codec

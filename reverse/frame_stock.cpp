@@ -19,8 +19,8 @@ FrameStock::~FrameStock() {
 }
 
 std::unique_ptr<FrameBuffer> FrameStock::Get() {
-  std::unique_lock<std::mutex> lock(mMutex);
-  mReturned.wait(lock, [this] { return mLargeOut < mMostOut; });
+  but::HeldLock held(&mMutex);
+  while (mLargeOut >= mMostOut) mReturned.wait(held);
   std::unique_ptr<FrameBuffer> buffer = TakeLast(&mLarge);
   if (buffer == nullptr) buffer = FramePool::Instance().Get(mFrameBytes);
   ++mLargeOut;
@@ -45,7 +45,7 @@ std::unique_ptr<FrameBuffer> FrameStock::Compact(std::unique_ptr<FrameBuffer> fr
 
 void FrameStock::Put(std::unique_ptr<FrameBuffer> buffer) {
   {
-    const std::lock_guard<std::mutex> lock(mMutex);
+    const but::HeldLock held(&mMutex);
     const bool isLarge = IsLarge(*buffer);
     (isLarge ? mLarge : mSmall).push_back(std::move(buffer));
     if (!isLarge) return;
@@ -56,14 +56,14 @@ void FrameStock::Put(std::unique_ptr<FrameBuffer> buffer) {
 
 void FrameStock::Limit(size_t buffers) {
   {
-    const std::lock_guard<std::mutex> lock(mMutex);
+    const but::HeldLock held(&mMutex);
     mMostOut = buffers;
   }
   mReturned.notify_all();
 }
 
 std::unique_ptr<FrameBuffer> FrameStock::TakeSmall() {
-  const std::lock_guard<std::mutex> lock(mMutex);
+  const but::HeldLock held(&mMutex);
   return TakeLast(&mSmall);
 }
 

@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "base/lock.h"
 #include "reverse/frame_buffer.h"
 
 namespace codec {
@@ -47,20 +47,18 @@ class FrameStock {
 
   bool IsLarge(const FrameBuffer& buffer) const { return buffer.Length() >= mFrameBytes; }
   std::unique_ptr<FrameBuffer> TakeSmall();
-  // The buffer used last, whose pages are the likeliest to be cached; null if there is none. Under
-  // mMutex.
+  // The buffer used last, whose pages are the likeliest to be cached; null if there is none.
   static std::unique_ptr<FrameBuffer> TakeLast(Buffers* buffers);
 
   static constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
 
   const int32_t mFrameBytes;
-  std::mutex mMutex;
-  std::condition_variable mReturned;  // or the limit was lifted
-  // Under mMutex.
-  Buffers mLarge;
-  Buffers mSmall;
-  size_t mLargeOut = 0;
-  size_t mMostOut = kNoLimit;
+  but::Mutex mMutex;
+  std::condition_variable_any mReturned;  // or the limit was lifted
+  Buffers mLarge BUT_UNDER(mMutex);
+  Buffers mSmall BUT_UNDER(mMutex);
+  size_t mLargeOut BUT_UNDER(mMutex) = 0;
+  size_t mMostOut BUT_UNDER(mMutex) = kNoLimit;
 };
 
 }  // namespace codec

@@ -2,7 +2,6 @@
 #include "reverse/read_ahead.h"
 
 #include <algorithm>
-#include <system_error>
 #include <utility>
 
 #include "base/log.h"
@@ -20,49 +19,46 @@ constexpr size_t kMostFrames = 4096;
 }  // namespace
 
 ReadAhead::~ReadAhead() {
-  if (!mThread.joinable()) return;
+  if (!HasThread()) return;
   {
-    const std::lock_guard<std::mutex> lock(mMutex);
+    const but::HeldLock held(&mMutex);
     mIsStopping = true;
   }
   mChanged.notify_all();
   mStock->LiftLimit();
-  mThread.join();
+  Join();
 }
 
 Segment ReadAhead::Next() {
-  if (!HasThread()) {
+  if (!HasReader()) {
     mStock->LiftLimit();
     return mReader->Next();
   }
-  std::unique_lock<std::mutex> lock(mMutex);
+  but::HeldLock held(&mMutex);
   // The step that is being read may need more buffers than fit beside the step before.
   if (mReady.empty()) mStock->LiftLimit();
-  mChanged.wait(lock, [this] { return !mReady.empty() || mThrown != nullptr; });
+  while (mReady.empty() && mThrown == nullptr) mChanged.wait(held);
   if (mReady.empty()) std::rethrow_exception(mThrown);
   Segment segment = std::move(mReady.front());
   mReady.pop_front();
   LimitBeside(segment);
-  lock.unlock();
+  held.unlock();
   mChanged.notify_all();
   return segment;
 }
 
-bool ReadAhead::HasThread() {
-  if (mThread.joinable()) return true;
-  try {
-    mThread = std::thread([this] { Run(); });
-  } catch (const std::system_error&) {
-    log_warn(kTag, "no thread for the next step, reading it in turn");
-  }
-  return mThread.joinable();
+bool ReadAhead::HasReader() {
+  if (HasThread()) return true;
+  Start();
+  if (!HasThread()) log_warn(kTag, "no thread for the next step, reading it in turn");
+  return HasThread();
 }
 
 void ReadAhead::Run() {
   try {
     ReadSteps();
   } catch (...) {
-    const std::lock_guard<std::mutex> lock(mMutex);
+    const but::HeldLock held(&mMutex);
     mThrown = std::current_exception();
   }
   mChanged.notify_all();
@@ -71,11 +67,11 @@ void ReadAhead::Run() {
 void ReadAhead::ReadSteps() {
   while (mReader->HasMore()) {
     Segment segment = mReader->Next();
-    std::unique_lock<std::mutex> lock(mMutex);
+    but::HeldLock held(&mMutex);
     mReady.push_back(std::move(segment));
     mChanged.notify_all();
     if (!mReader->HasMore()) break;
-    mChanged.wait(lock, [this] { return mIsStopping || HasRoom(); });
+    while (!mIsStopping && !HasRoom()) mChanged.wait(held);
     if (mIsStopping) return;
   }
   // Now, while the last steps are written: this keeps less than two cores busy.

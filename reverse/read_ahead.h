@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <deque>
 #include <exception>
-#include <mutex>
-#include <thread>
 
+#include "base/lock.h"
+#include "base/thread.h"
 #include "reverse/segment_reader.h"
 
 namespace codec {
@@ -21,12 +21,12 @@ namespace codec {
 //
 // From the first call of Next to the end of the last step, the reader and its decoder belong to a
 // thread of their own. If the host gives no thread, they belong to the caller. Used by one thread.
-class ReadAhead {
+class ReadAhead : private but::Thread {
  public:
   ReadAhead(SegmentReader* reader, FrameStock* stock, int64_t mostBytes)
       : mReader(reader), mStock(stock), mMostBytes(mostBytes) {}
   // Waits for a step that is being read.
-  ~ReadAhead();
+  ~ReadAhead() override;
   ReadAhead(const ReadAhead&) = delete;
   ReadAhead& operator=(const ReadAhead&) = delete;
 
@@ -35,23 +35,21 @@ class ReadAhead {
   Segment Next();
 
  private:
-  bool HasThread();
-  void Run();
+  bool HasReader();
+  void Run() override;
   void ReadSteps();
-  bool HasRoom() const;
+  bool HasRoom() const BUT_WANTS(mMutex);
   void LimitBeside(const Segment& step);
 
   SegmentReader* const mReader;
   FrameStock* const mStock;
   const int64_t mMostBytes;
-  std::thread mThread;
 
-  std::mutex mMutex;
-  std::condition_variable mChanged;
-  // Under mMutex.
-  std::deque<Segment> mReady;
-  std::exception_ptr mThrown;  // by the step after the ready ones
-  bool mIsStopping = false;
+  but::Mutex mMutex;
+  std::condition_variable_any mChanged;
+  std::deque<Segment> mReady BUT_UNDER(mMutex);
+  std::exception_ptr mThrown BUT_UNDER(mMutex);  // by the step after the ready ones
+  bool mIsStopping BUT_UNDER(mMutex) = false;
 };
 
 }  // namespace codec

@@ -164,7 +164,7 @@ void FFmpegDecoderImpl2::Finish() {
   const int error = HostError();
   if (error != 0) mThrown.Keep(error);
   std::unique_ptr<Parts> parts;
-  const std::lock_guard<std::mutex> lock(mMutex);
+  const but::HeldLock held(&mMutex);
   // Freed after the lock is given up.
   parts = std::move(mParts);
 }
@@ -176,7 +176,7 @@ int FFmpegDecoderImpl2::RestSound() {
 }
 
 int FFmpegDecoderImpl2::HostError() {
-  const std::lock_guard<std::mutex> lock(mMutex);
+  const but::HeldLock held(&mMutex);
   if (mThrown.Error() != 0 || mParts == nullptr) return mThrown.Error();
   const DecodeSession& session = mParts->session;
   const int error = session.input.Failure().Error();

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "base/lock.h"
 #include "codec/decoder/decoder_options.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/first_failure.h"
@@ -101,7 +101,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   DecoderOptions mOptions;
   // Changed under mMutex if another thread may ask for HostError meanwhile.
   std::unique_ptr<Parts> mParts;  // null unless initialised
-  std::mutex mMutex;
+  but::Mutex mMutex;
   FirstFailure mThrown;
   OpenFailure mOpenFailure;
   MediaInfo mInfo;

@@ -7,7 +7,7 @@ namespace codec {
 
 AudioEncodeThread::~AudioEncodeThread() {
   {
-    const std::lock_guard<std::mutex> lock(mMutex);
+    const but::HeldLock held(&mMutex);
     mIsStopping = true;
   }
   mChanged.notify_all();
@@ -16,29 +16,29 @@ AudioEncodeThread::~AudioEncodeThread() {
 
 void AudioEncodeThread::Submit(AudioJob* job) {
   {
-    const std::lock_guard<std::mutex> lock(mMutex);
+    const but::HeldLock held(&mMutex);
     mJobs.push_back(job);
   }
   mChanged.notify_all();
 }
 
 void AudioEncodeThread::Finish() {
-  std::unique_lock<std::mutex> lock(mMutex);
-  mChanged.wait(lock, [this] { return mJobs.empty(); });
+  but::HeldLock held(&mMutex);
+  while (!mJobs.empty()) mChanged.wait(held);
 }
 
 void AudioEncodeThread::Run() {
-  std::unique_lock<std::mutex> lock(mMutex);
+  but::HeldLock held(&mMutex);
   for (;;) {
-    mChanged.wait(lock, [this] { return mIsStopping || !mJobs.empty(); });
+    while (!mIsStopping && mJobs.empty()) mChanged.wait(held);
     if (mIsStopping) return;
     AudioJob* const job = mJobs.front();
-    lock.unlock();
+    held.unlock();
     // What is thrown ends with the thread's work on the job.
     const int result = but::Guarded("codec::FFmpegEncoderImpl",
                                     [this, job] { job->Encode(mContext, job->frame.get()); });
     if (result != 0) job->receiveResult = result;
-    lock.lock();
+    held.lock();
     mJobs.pop_front();
     if (mJobs.empty()) mChanged.notify_all();
   }

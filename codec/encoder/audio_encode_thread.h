@@ -4,8 +4,8 @@
 
 #include <condition_variable>
 #include <deque>
-#include <mutex>
 
+#include "base/lock.h"
 #include "base/thread.h"
 #include "codec/encoder/audio_job.h"
 
@@ -28,11 +28,10 @@ class AudioEncodeThread : public but::Thread {
 
   AVCodecContext* const mContext;
 
-  std::mutex mMutex;
-  std::condition_variable mChanged;
-  // Under mMutex.
-  std::deque<AudioJob*> mJobs;  // the first is being encoded
-  bool mIsStopping = false;
+  but::Mutex mMutex;
+  std::condition_variable_any mChanged;
+  std::deque<AudioJob*> mJobs BUT_UNDER(mMutex);  // the first is being encoded
+  bool mIsStopping BUT_UNDER(mMutex) = false;
 };
 
 }  // namespace codec

@@ -40,6 +40,7 @@ WaterMarkFilter::~WaterMarkFilter() { ListenerRegistry::Instance().Forget(this);
 
 int WaterMarkFilter::Configure(MediaFormat& format) {
   if (MediaFilter::Configure(format) != 0) return -1;
+  const but::HeldLock held(&mLock);
   if (ReadSettings(format) != 0 || PrepareLogo() != 0) return -1;
   return MakeStamp() ? 0 : -1;
 }
@@ -138,9 +139,8 @@ bool WaterMarkFilter::MakeStamp() {
   PlaceLogo(stamp.get());
   // The last user of the old stamp frees it outside of the lock.
   std::shared_ptr<const Stamp> made = std::move(stamp);
-  mStampLock.Lock();
+  const but::HeldLock held(&mStampLock);
   mStamp.swap(made);
-  mStampLock.Unlock();
   return true;
 }
 
@@ -164,8 +164,7 @@ void WaterMarkFilter::PlaceLogo(Stamp* stamp) const {
 }
 
 std::shared_ptr<const WaterMarkFilter::Stamp> WaterMarkFilter::CurrentStamp() {
-  mStampLock.Lock();
-  const but::LockGuard guard(&mStampLock);
+  const but::HeldLock held(&mStampLock);
   return mStamp;
 }
 
@@ -197,8 +196,7 @@ MediaBuffer* WaterMarkFilter::Process(uint8_t* picture) {
 }
 
 int32_t WaterMarkFilter::OnEvent(int32_t what, int32_t arg1) {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   log_debug(kTag, "OnEvent what:%d, arg1:%d", what, arg1);
   if (what != kWaterMarkEvent) return 0;
   const auto bits = static_cast<uint32_t>(arg1);

@@ -47,15 +47,15 @@ class WaterMarkFilter : public MediaFilter, public Listener {
     int32_t y = 0;
   };
 
-  int ReadSettings(MediaFormat& format);
+  int ReadSettings(MediaFormat& format) BUT_WANTS(mLock);
   int PrepareLogo();
   void ExchangeLogoBytes();
   int ScaleLogo();
   // Turns the logo and computes its corner: the next stamp.
   // False, after an error line, when memory runs out.
-  bool MakeStamp();
-  bool _RotateLogo(Stamp* stamp) const;
-  void PlaceLogo(Stamp* stamp) const;
+  bool MakeStamp() BUT_WANTS(mLock);
+  bool _RotateLogo(Stamp* stamp) const BUT_WANTS(mLock);
+  void PlaceLogo(Stamp* stamp) const BUT_WANTS(mLock);
   bool FitsPicture(const Stamp& stamp) const;
   std::shared_ptr<const Stamp> CurrentStamp();
 
@@ -66,16 +66,14 @@ class WaterMarkFilter : public MediaFilter, public Listener {
   int32_t mGap = 0;
   int32_t mFrameSize = 0;
 
-  // Set by Configure; afterwards under mLock.
-  int32_t mPosition = 0;
-  int32_t mRotation = 0;
-
-  // Under mStampLock, which is held only to copy the pointer, so that Process never waits for a
-  // turn.
-  std::shared_ptr<const Stamp> mStamp;
-
   but::Mutex mLock;
+  int32_t mPosition BUT_UNDER(mLock) = 0;
+  int32_t mRotation BUT_UNDER(mLock) = 0;
+
+  // May be taken while mLock is held, and is held only to copy the pointer, so that Process never
+  // waits for a turn.
   but::Mutex mStampLock;
+  std::shared_ptr<const Stamp> mStamp BUT_UNDER(mStampLock);
 };
 
 }  // namespace codec

@@ -16,50 +16,43 @@ EncoderGate::~EncoderGate() {
 }
 
 int EncoderGate::Open() {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   if (!mEncoder) return -1;
   mState = State::kOpened;
   return mEncoder->Open();
 }
 
 void EncoderGate::Close() {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   const bool wasClosed = mState == State::kClosed;
   mState = State::kClosed;
   if (!mEncoder || wasClosed) return;
-  mError.Keep(but::Guarded(kTag, [this] { mEncoder->Close(); }));
+  mError.Keep(but::Guarded(kTag, [encoder = mEncoder.get()] { encoder->Close(); }));
 }
 
 int EncoderGate::GetParameter(const char* key) {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   return mEncoder ? mEncoder->GetParameter(key) : -1;
 }
 
 int EncoderGate::OutputError() {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   if (!mEncoder) return -1;
   return mError.Error() != 0 ? mError.Error() : mEncoder->OutputError();
 }
 
 int64_t EncoderGate::PicturesWritten() {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   return mPicturesWritten;
 }
 
 void EncoderGate::Fail(int error) {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   mError.Keep(error);
 }
 
 void EncoderGate::Write(PooledBuffer buffer) {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   // A frame that arrives after the trailer must not reach an encoder whose contexts are gone.
   if (!mEncoder || mState == State::kClosed) return;
   if (buffer->type == kVideoFrame && buffer->size >= 0) {

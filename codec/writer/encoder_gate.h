@@ -40,12 +40,11 @@ class EncoderGate {
  private:
   enum class State { kNew, kOpened, kClosed };
 
-  const std::unique_ptr<MediaEncoder> mEncoder;
   but::Mutex mLock;
-  // Under mLock.
-  State mState = State::kNew;
-  but::FirstError mError;
-  int64_t mPicturesWritten = 0;
+  const std::unique_ptr<MediaEncoder> mEncoder BUT_POINTS_UNDER(mLock);
+  State mState BUT_UNDER(mLock) = State::kNew;
+  but::FirstError mError BUT_UNDER(mLock);
+  int64_t mPicturesWritten BUT_UNDER(mLock) = 0;
 };
 
 }  // namespace codec

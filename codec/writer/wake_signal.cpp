@@ -4,21 +4,23 @@
 namespace codec {
 
 uint64_t WakeSignal::Ticket() {
-  const std::lock_guard<std::mutex> guard(mMutex);
+  const but::HeldLock held(&mMutex);
   return mCount;
 }
 
 void WakeSignal::Signal() {
   {
-    const std::lock_guard<std::mutex> guard(mMutex);
+    const but::HeldLock held(&mMutex);
     ++mCount;
   }
   mCondition.notify_one();
 }
 
 void WakeSignal::WaitBeyond(uint64_t ticket, std::chrono::milliseconds limit) {
-  std::unique_lock<std::mutex> guard(mMutex);
-  mCondition.wait_for(guard, limit, [this, ticket] { return mCount != ticket; });
+  const auto deadline = std::chrono::steady_clock::now() + limit;
+  but::HeldLock held(&mMutex);
+  while (mCount == ticket && mCondition.wait_until(held, deadline) == std::cv_status::no_timeout) {
+  }
 }
 
 }  // namespace codec

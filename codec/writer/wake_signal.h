@@ -5,7 +5,8 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <mutex>
+
+#include "base/lock.h"
 
 namespace codec {
 
@@ -21,10 +22,9 @@ class WakeSignal {
   void WaitBeyond(uint64_t ticket, std::chrono::milliseconds limit);
 
  private:
-  std::mutex mMutex;
-  std::condition_variable mCondition;
-  // Under mMutex.
-  uint64_t mCount = 0;
+  but::Mutex mMutex;
+  std::condition_variable_any mCondition;
+  uint64_t mCount BUT_UNDER(mMutex) = 0;
 };
 
 }  // namespace codec

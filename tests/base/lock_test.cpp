@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <condition_variable>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -119,6 +120,54 @@ TEST(LockGuard, ReleasesWhenAnExceptionPasses) {
     lock.Lock();
     lock.Unlock();
   }).join();
+}
+
+TEST(HeldLock, HoldsForAScope) {
+  NotingLock lock;
+  {
+    const HeldLock held(&lock);
+    EXPECT_EQ(lock.locked, 1);
+    EXPECT_EQ(lock.unlocked, 0);
+  }
+  EXPECT_EQ(lock.locked, 1);
+  EXPECT_EQ(lock.unlocked, 1);
+}
+
+TEST(HeldLock, ReleasesOnceIfItIsReleasedEarlier) {
+  NotingLock lock;
+  {
+    HeldLock held(&lock);
+    held.unlock();
+    EXPECT_EQ(lock.unlocked, 1);
+  }
+  EXPECT_EQ(lock.unlocked, 1);
+}
+
+TEST(HeldLock, IsTakenAgain) {
+  NotingLock lock;
+  {
+    HeldLock held(&lock);
+    held.unlock();
+    held.lock();
+    EXPECT_EQ(lock.locked, 2);
+  }
+  EXPECT_EQ(lock.unlocked, 2);
+}
+
+// The other thread gets the lock, as the one that waits has given it up.
+TEST(HeldLock, IsGivenUpForAsLongAsAConditionIsAwaited) {
+  Mutex lock;
+  std::condition_variable_any changed;
+  bool isSet = false;
+  HeldLock held(&lock);
+  std::thread other([&] {
+    const HeldLock inner(&lock);
+    isSet = true;
+    changed.notify_all();
+  });
+  while (!isSet) changed.wait(held);
+  held.unlock();
+  other.join();
 }
 
 }  // namespace
