@@ -7,20 +7,17 @@
 namespace codec {
 
 void BufferSide::SetBufferSize(int32_t size) {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   mBufferSize = size;
 }
 
 void BufferSide::Refill(int32_t size) {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   Add(size == 0 ? mBufferSize : size);
 }
 
 MediaBuffer* BufferSide::Take(int32_t bytes) {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   DropSmall(bytes);
   if (mIdle.Empty() && mRules.grows) {
     Add(mBufferSize);
@@ -32,8 +29,7 @@ MediaBuffer* BufferSide::Take(int32_t bytes) {
 }
 
 void BufferSide::Give(std::unique_ptr<MediaBuffer> buffer) noexcept {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   // Buffers may be given that were never taken.
   mLent = std::max(mLent - 1, 0);
   if (mIdle.Size() < mRules.mostIdle) mIdle.PushBack(std::move(buffer));
@@ -41,33 +37,28 @@ void BufferSide::Give(std::unique_ptr<MediaBuffer> buffer) noexcept {
 }
 
 bool BufferSide::IsEmpty() {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   return mIdle.Empty();
 }
 
 bool BufferSide::HasLent() {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   return mLent > 0;
 }
 
 void BufferSide::WaitOnce() {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   if (mIdle.Empty()) pthread_cond_wait(&mAvailable, mLock.Native());
 }
 
 bool BufferSide::WaitWhileLent() {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   while (mIdle.Empty() && mLent > 0) pthread_cond_wait(&mAvailable, mLock.Native());
   return !mIdle.Empty();
 }
 
 void BufferSide::Reset() {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   mIdle.Clear();
   EndVainWaits();
 }

@@ -59,20 +59,19 @@ class BufferSide {
   void Reset();
 
  private:
-  void Add(int32_t bytes);
-  void DropSmall(int32_t bytes);
+  void Add(int32_t bytes) BUT_WANTS(mLock);
+  void DropSmall(int32_t bytes) BUT_WANTS(mLock);
   // Wakes all who wait if no buffer can come.
-  void EndVainWaits();
+  void EndVainWaits() BUT_WANTS(mLock);
 
   const Rules mRules;
   MediaBufferPool* const mHome;
 
   but::Mutex mLock;
   pthread_cond_t mAvailable = PTHREAD_COND_INITIALIZER;  // or none can come
-  // Under mLock.
-  BufferList mIdle;
-  int32_t mBufferSize = 1024;
-  int mLent = 0;
+  BufferList mIdle BUT_UNDER(mLock);
+  int32_t mBufferSize BUT_UNDER(mLock) = 1024;
+  int mLent BUT_UNDER(mLock) = 0;
 };
 
 }  // namespace codec

@@ -34,12 +34,11 @@ class FrameQueue {
   static PooledBuffer PopEarlier(FrameQueue& video, FrameQueue& audio);
 
  private:
-  // Under mLock. Null if there is none.
-  PooledBuffer TakeFront() { return PooledBuffer(mFrames.PopFront().release()); }
+  // Null if there is none.
+  PooledBuffer TakeFront() BUT_WANTS(mLock) { return PooledBuffer(mFrames.PopFront().release()); }
 
   but::Mutex mLock;
-  // Under mLock.
-  BufferList mFrames;
+  BufferList mFrames BUT_UNDER(mLock);
   WakeSignal* mWake = nullptr;
 };
 

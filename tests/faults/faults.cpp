@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdarg>
 #include <limits>
-#include <system_error>
 #include <tuple>
 #include <type_traits>
 
@@ -32,8 +31,8 @@ State& Of(FaultCall call) { return gStates[static_cast<size_t>(call)]; }
 constexpr int64_t kNoEnd = std::numeric_limits<int64_t>::max();
 
 #define FAULT_NAME(name, arguments, failure) #name,
-constexpr std::array<const char*, kFaultCalls> kNames = {
-    FAULT_TABLE(FAULT_NAME) "std_thread", "openat", "pthread_cond_wait", "operator_new"};
+constexpr std::array<const char*, kFaultCalls> kNames = {FAULT_TABLE(FAULT_NAME) "openat",
+                                                         "pthread_cond_wait", "operator_new"};
 #undef FAULT_NAME
 
 }  // namespace
@@ -163,19 +162,4 @@ extern "C" int __wrap_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex
   pthread_mutex_unlock(mutex);
   sched_yield();
   return pthread_mutex_lock(mutex);
-}
-
-// std::thread::_M_start_thread, where std::thread and std::async begin a thread. Its second
-// argument, the owned state, is passed by its address.
-extern "C" void
-__real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
-    void* thread, void* state, void (*depend)());
-extern "C" void
-__wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
-    void* thread, void* state, void (*depend)()) {
-  if (CountFaultCall(FaultCall::std_thread)) {
-    throw std::system_error(EAGAIN, std::generic_category(), "std::thread");
-  }
-  __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
-      thread, state, depend);
 }

@@ -16,9 +16,8 @@ namespace test_support {
 #define FAULT_ENUMERATOR(name, arguments, failure) name,
 enum class FaultCall {
   FAULT_TABLE(FAULT_ENUMERATOR)
-  // Not C functions.
-  std_thread,  // a thread of std::thread or std::async: std::system_error
-  openat,      // -1 and errno, as the table's; here because it takes any number of arguments
+  // Not in the table.
+  openat,  // -1 and errno, as the table's; here because it takes any number of arguments
   // A wake-up without cause: 0, at once. Of waits by the C library's function; those of
   // std::condition_variable are inside the standard library.
   pthread_cond_wait,

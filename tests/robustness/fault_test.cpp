@@ -254,7 +254,6 @@ constexpr Survivor kSurvivors[] = {
     {FaultCall::operator_new, Outcome::kWhole},
     // What was to run beside runs in turn.
     {FaultCall::pthread_create, Outcome::kWholeAndTold},
-    {FaultCall::std_thread, Outcome::kWholeAndTold},
     // It waits again.
     {FaultCall::pthread_cond_wait, Outcome::kWhole},
     // A picture is passed on as it is.
