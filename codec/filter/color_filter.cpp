@@ -17,9 +17,6 @@ namespace {
 
 constexpr char kTag[] = "codec::ColorFilter";
 
-// swscale's vectors may reach this far behind a picture.
-constexpr int64_t kVectorBytes = 32;
-
 // A picture as plane pointers and row lengths, rows unpadded.
 struct Planes {
   std::array<uint8_t*, 4> data{};
@@ -102,7 +99,6 @@ int ColorFilter::Configure(MediaFormat& format) {
   }
   mInputFormat = av_get_pix_fmt(input.c_str());
   mOutputFormat = av_get_pix_fmt(output.c_str());
-  mInputSize = FrameSize(width, height, input.c_str());
   mModel = FindColorModel(model);
   if (mModel == nullptr) {
     log_error(kTag, "Invalid color convert model:%d", model);
@@ -111,28 +107,23 @@ int ColorFilter::Configure(MediaFormat& format) {
   log_info(kTag, "color convert model:%d", model);
   mKeepsFields = (mModel->output == BufferRule::kAnyFormat || input == "yuv411p") &&
                  KeepsFields(format, height);
-  return SizeBuffers(output.c_str());
+  return SizeBuffers(PictureBufferSize(width, height, input.c_str()), output.c_str());
 }
 
-int ColorFilter::SizeBuffers(const char* outputName) {
+int ColorFilter::SizeBuffers(int64_t inputBytes, const char* outputName) {
   const int64_t pixels = int64_t{width} * height;
   int64_t working = RuleBytes(mModel->working, pixels);
   int64_t output = RuleBytes(mModel->output, pixels);
-  const bool copies = mModel->output == BufferRule::kInput;
-  const bool anyFormat = mModel->output == BufferRule::kAnyFormat;
-  if (copies) {
-    // Formats that the name rule does not know may be deeper than four bytes a pixel.
+  // As the writer sizes the pool's buffers. At odd sizes more is written, and swscale's vectors
+  // reach further. The slack takes both.
+  if (mModel->output == BufferRule::kInput) {
+    output = inputBytes;
     mInputSize =
-        std::max<int64_t>(mInputSize, av_image_get_buffer_size(mInputFormat, width, height, 1));
+        std::max<int64_t>(inputBytes, av_image_get_buffer_size(mInputFormat, width, height, 1));
   }
-  if (anyFormat) working = av_image_get_buffer_size(mOutputFormat, width, height, 2);
-  if (copies || anyFormat) {
-    output = FrameSize(width, height, outputName);
-    // The writer sizes the pool's buffers by the format's name. At odd sizes swscale writes and the
-    // encoder reads a little more, which the slack behind them takes; a deeper format than the name
-    // rule knows needs more.
-    const int64_t whole = av_image_get_buffer_size(mOutputFormat, width, height, 1);
-    if (whole + kVectorBytes > WithSlack(output)) output = whole;
+  if (mModel->output == BufferRule::kAnyFormat) {
+    output = PictureBufferSize(width, height, outputName);
+    working = av_image_get_buffer_size(mOutputFormat, width, height, 2);
   }
   if (working < 0 || output < 0 || !mWorking.Resize(working)) {
     log_error(kTag, "no buffer for color format %s at %dx%d", outputName, width, height);

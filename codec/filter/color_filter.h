@@ -21,14 +21,14 @@ class ColorFilter : public MediaFilter {
   MediaBuffer* Process(uint8_t* picture) override;
 
  private:
-  int SizeBuffers(const char* outputName);
+  int SizeBuffers(int64_t inputBytes, const char* outputName);
   void Convert(const uint8_t* picture, uint8_t* out) const;
   struct Rows;
   void ConvertRows(const uint8_t* picture, uint8_t* out, const Rows& rows) const;
 
   const ColorModel* mModel = nullptr;
   WorkingBuffer mWorking;
-  int64_t mInputSize = 0;
+  int64_t mInputSize = 0;  // bytes that a copy takes
   AVPixelFormat mInputFormat = AV_PIX_FMT_NONE;
   AVPixelFormat mOutputFormat = AV_PIX_FMT_NONE;
   // What a buffer of the pool must hold.

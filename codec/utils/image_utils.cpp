@@ -59,6 +59,14 @@ constexpr std::array<SampleBytes, 10> kSampleBytes = {{
     {AV_SAMPLE_FMT_DBLP, 8},
 }};
 
+// Null for a name outside the table.
+const FormatBits* FindFormat(const char* name) {
+  const auto* const row =
+      std::find_if(kFormatBits.begin(), kFormatBits.end(),
+                   [name](const FormatBits& format) { return format.name == name; });
+  return row == kFormatBits.end() ? nullptr : row;
+}
+
 int RoundedDown(int size, float factor, int multiple) {
   const int64_t scaled = TruncateToInt(static_cast<float>(size) * factor);
   return static_cast<int>(scaled - scaled % multiple);
@@ -67,16 +75,20 @@ int RoundedDown(int size, float factor, int multiple) {
 }  // namespace
 
 int FrameSize(int width, int height, const char* formatName) {
-  const auto* const row =
-      std::find_if(kFormatBits.begin(), kFormatBits.end(),
-                   [formatName](const FormatBits& format) { return format.name == formatName; });
-  const int bits = row == kFormatBits.end() ? kOtherBits : row->bits;
+  const FormatBits* const row = FindFormat(formatName);
+  const int bits = row == nullptr ? kOtherBits : row->bits;
   const int64_t pixels = int64_t{width} * height;
   constexpr int64_t kMaxBytes = std::numeric_limits<int>::max();
   // Far outside, the product with the bits would not fit 64 bits either.
   if (pixels > kMaxBytes || pixels < -kMaxBytes) return -1;
   const int64_t bytes = pixels * bits / 8;
   return bytes > kMaxBytes || bytes < -kMaxBytes ? -1 : static_cast<int>(bytes);
+}
+
+int PictureBufferSize(int width, int height, const char* formatName) {
+  const int named = FrameSize(width, height, formatName);
+  if (named < 0 || FindFormat(formatName) != nullptr) return named;
+  return std::max(named, av_image_get_buffer_size(av_get_pix_fmt(formatName), width, height, 1));
 }
 
 bool IsUsablePictureSize(int width, int height) {

@@ -12,6 +12,10 @@ namespace codec {
 // a little smaller than image routines assume (see WithSlack). -1 when the result exceeds 31 bits.
 int FrameSize(int width, int height, const char* formatName);
 
+// Bytes that a buffer needs for such a picture, without slack: FrameSize, or FFmpeg's own count if
+// the name is outside the table and the format has more than four bytes a pixel. -1 as above.
+int PictureBufferSize(int width, int height, const char* formatName);
+
 // Bytes to allocate for a buffer of `bytes` that an image routine writes: libyuv rounds chroma
 // sizes up where the packed layout rounds down, and swscale writes whole vectors.
 constexpr int64_t WithSlack(int64_t bytes) { return bytes + bytes / 2 + 64; }

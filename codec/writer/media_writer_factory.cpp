@@ -97,12 +97,8 @@ std::unique_ptr<MediaEncoder> MakeEncoder(const MediaFormat& format) {
 void StoreFrameSize(MediaFormat& format, const PictureSize& size) {
   std::string colorFormat;
   format.GetString("output-color-format", colorFormat);
-  const int named = FrameSize(size.width, size.height, colorFormat.c_str());
-  // Formats that the name rule does not know may be deeper than four bytes a pixel.
-  const int whole =
-      av_image_get_buffer_size(av_get_pix_fmt(colorFormat.c_str()), size.width, size.height, 1);
-  const bool isDeep = named > 0 && whole > WithSlack(named);
-  format.SetInt32("video-frame-size", isDeep ? whole : named);
+  format.SetInt32("video-frame-size",
+                  PictureBufferSize(size.width, size.height, colorFormat.c_str()));
 }
 
 MediaWriter* MakeConfigured(MediaFormat& format, std::unique_ptr<MediaEncoder> encoder,

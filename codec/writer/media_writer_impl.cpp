@@ -315,6 +315,7 @@ PooledBuffer MediaWriterImpl::CopiedBuffer(const uint8_t* data, uint32_t size) {
   const int32_t room = mSettings.video_frame_size;
   if (room < 1 || size > static_cast<uint32_t>(room)) {
     log_warn(kTag, "video frame of %u bytes exceeds its buffer of %d", size, room);
+    mEncoder.Fail(AVERROR(EINVAL));
     return nullptr;
   }
   PooledBuffer buffer(mPool->TakeVideo(room));
