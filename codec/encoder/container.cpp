@@ -54,6 +54,14 @@ const char* FirstTaken(const AVOutputFormat& format, const std::array<const char
 constexpr std::array<std::string_view, 5> kFixedRateContainers = {"avi", "mxf", "mxf_opatom", "ogg",
                                                                   "ogv"};
 
+// Without stamps but not without a header, which these refuse to write for a foreign codec.
+constexpr std::array<std::string_view, 2> kOwnJudges = {"mxf", "mxf_opatom"};
+
+template <typename Names>
+bool Contains(const Names& names, std::string_view name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
 }  // namespace
 
 const AVOutputFormat* ChooseContainer(const char* path) {
@@ -62,8 +70,7 @@ const AVOutputFormat* ChooseContainer(const char* path) {
 }
 
 bool HasFixedRate(const AVOutputFormat& format) {
-  return std::find(kFixedRateContainers.begin(), kFixedRateContainers.end(), format.name) !=
-         kFixedRateContainers.end();
+  return Contains(kFixedRateContainers, format.name);
 }
 
 bool TellsRotation(const char* path) {
@@ -87,8 +94,20 @@ bool RefusesCodec(const char* path, const char* encoder) {
   const AVOutputFormat* const format = ChooseContainer(path);
   const AVCodec* const codec = avcodec_find_encoder_by_name(encoder);
   if (format == nullptr || codec == nullptr) return false;
-  const bool isStrict = std::find(kStrict.begin(), kStrict.end(), format->name) != kStrict.end();
-  return isStrict && Query(*format, codec->id) == 0;
+  return Contains(kStrict, format->name) && Query(*format, codec->id) == 0;
+}
+
+bool TakesPackets(const AVOutputFormat& format, const AVCodecParameters& codec, const char* path) {
+  // Some tags are 0.
+  unsigned tag = codec.codec_tag;
+  const bool hasTag = tag != 0 || av_codec_get_tag2(format.codec_tag, codec.codec_id, &tag) != 0;
+  // AVI names a codec by its tag only, and writes those without one all the same.
+  if (std::string_view(format.name) == "avi") return hasTag;
+  if ((format.flags & AVFMT_NOTIMESTAMPS) == 0 || Contains(kOwnJudges, format.name)) return true;
+  if (codec.codec_id == format.video_codec || codec.codec_id == format.audio_codec) return true;
+  if (format.codec_tag != nullptr) return hasTag;
+  // Numbered pictures are of the kind that their names tell.
+  return codec.codec_id == av_guess_codec(&format, nullptr, path, nullptr, codec.codec_type);
 }
 
 EncoderPair EncodersTaken(const char* path) {

@@ -23,22 +23,11 @@ constexpr char kDescription[] =
     "aXAgaW4gdGhlIG9wcG9zaXRlIG9yZGVyLCBuZXdlc3QgZmlyc3Qu";
 static_assert(sizeof(kDescription) - 1 == 104);
 
-// Containers without stamps are the bare packets of one codec, and several of them write those of
-// any other without a complaint: a file that nothing can play.
-bool TakesStreams(const AVFormatContext& context) {
-  const AVOutputFormat& format = *context.oformat;
-  // AVI names a codec by its tag only, and writes those without one all the same.
-  const bool needsTags = std::string_view(format.name) == "avi";
-  for (unsigned i = 0; needsTags && i < context.nb_streams; ++i) {
-    const AVCodecParameters& codec = *context.streams[i]->codecpar;
-    if (codec.codec_tag == 0 && av_codec_get_tag(format.codec_tag, codec.codec_id) == 0) {
-      return false;
-    }
-  }
-  if ((format.flags & AVFMT_NOTIMESTAMPS) == 0) return true;
+// Several containers write the packets of any codec without a complaint: a file that nothing can
+// play.
+bool TakesStreams(const AVFormatContext& context, const std::string& path) {
   for (unsigned i = 0; i < context.nb_streams; ++i) {
-    const AVCodecID codec = context.streams[i]->codecpar->codec_id;
-    if (codec != format.video_codec && codec != format.audio_codec) return false;
+    if (!TakesPackets(*context.oformat, *context.streams[i]->codecpar, path.c_str())) return false;
   }
   return true;
 }
@@ -122,8 +111,9 @@ int OutputFile::OpenFileAndWriteHeader() {
   }
   // A muxer whose header failed crashes when it is called again, so the refusal is kept and packets
   // are turned away here. OutputError tells the caller that going on is no use.
-  const int result = Remember(
-      TakesStreams(*mContext) ? avformat_write_header(mContext.get(), nullptr) : AVERROR(EINVAL));
+  const int result =
+      Remember(TakesStreams(*mContext, mPath) ? avformat_write_header(mContext.get(), nullptr)
+                                              : AVERROR(EINVAL));
   mHeader = result < 0 ? Header::kRefused : Header::kWritten;
   if (result < 0) {
     log_error(kTag, "Could not write the header of '%s': %s", mPath.c_str(),

@@ -7,6 +7,7 @@
 #include "tests/codec/decoder/decoder_reading.h"
 #include "tests/support/clips.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/same_items.h"
 
 namespace codec {
 namespace {
@@ -82,8 +83,7 @@ TEST(ReceiveFrame, LeavesTheLoopFilterOutOfUnreferencedPictures) {
   const std::string path = Clip(ClipKind::kH264);
   DecoderReader reader(path);
   const std::vector<uint8_t> ours = Joined(reader.ReceiveAll(kVideoFrame));
-  // Not EXPECT_EQ, which would print megabytes.
-  EXPECT_TRUE(ours == RawPictures(path, {"-skip_loop_filter", "noref"}));
+  EXPECT_TRUE(test_support::SameItems(ours, RawPictures(path, {"-skip_loop_filter", "noref"})));
   EXPECT_FALSE(ours == RawPictures(path));
 }
 
@@ -93,7 +93,7 @@ TEST(ReceiveFrame, PacksPicturesOfOddSize) {
                                "-t", "0.4", "-c:v", "ffv1", "-pix_fmt", "yuv420p"});
   DecoderReader reader(path);
   EXPECT_EQ(reader.Decoder().GetFrameBufferSize(), 321 * 241 + 2 * 161 * 121);
-  EXPECT_TRUE(Joined(reader.ReceiveAll(kVideoFrame)) == RawPictures(path));
+  EXPECT_TRUE(test_support::SameItems(Joined(reader.ReceiveAll(kVideoFrame)), RawPictures(path)));
 }
 
 TEST(ReceiveFrame, DeliversVideoFirstAndDrainsBothStreams) {
@@ -236,7 +236,8 @@ TEST(DecodeFrame, DeliversPicturesInOrderAndTheirPackedSize) {
     EXPECT_EQ(reader.Number(frames[i]), static_cast<int>(i));
     EXPECT_EQ(frames[i].size, 640U * 360 * 3 / 2);
   }
-  EXPECT_TRUE(Joined(frames) == RawPictures(path, {"-skip_loop_filter", "noref"}));
+  EXPECT_TRUE(
+      test_support::SameItems(Joined(frames), RawPictures(path, {"-skip_loop_filter", "noref"})));
   EXPECT_GT(reader.Decoder().Counters().delayedFrames, 0);
 }
 
@@ -282,7 +283,7 @@ TEST(DecodeFrame, DeliversTheSameSoundAsReceiveFrame) {
   const std::vector<ReadFrame> received = one.ReceiveAll(kAudioFrame);
   const std::vector<ReadFrame> decoded = other.DecodeAll(kAudioFrame);
   ASSERT_EQ(received.size(), decoded.size());
-  EXPECT_TRUE(Joined(received) == Joined(decoded));
+  EXPECT_TRUE(test_support::SameItems(Joined(received), Joined(decoded)));
 }
 
 TEST(DecodeFrame, LogsPacketsThatDoNotDecode) {

@@ -12,6 +12,7 @@
 #include "tests/faults/faults.h"
 #include "tests/faults/no_threads.h"
 #include "tests/faults/waiting.h"
+#include "tests/support/same_items.h"
 
 namespace codec {
 namespace {
@@ -59,7 +60,7 @@ TEST_F(WriterThread, EncodesTheSamePicturesOnBothThreads) {
   format.SetInt32("use-thread", 1);
   const auto threaded = Thousand(format);
   EXPECT_EQ(inlined->Of('V').size(), 1000U);
-  EXPECT_TRUE(inlined->calls == threaded->calls);
+  EXPECT_TRUE(test_support::SameItems(inlined->calls, threaded->calls));
 }
 
 // How the two kinds interleave depends on what has arrived; each kind by itself does not.
@@ -69,8 +70,8 @@ TEST_F(WriterThread, EncodesTheSamePicturesAndSoundOnBothThreads) {
   format.SetInt32("use-thread", 1);
   const auto threaded = Thousand(format);
   EXPECT_EQ(inlined->Of('A').size(), (1000U * 5000 + kSoundBytes - 1) / kSoundBytes);
-  EXPECT_TRUE(inlined->Of('V') == threaded->Of('V'));
-  EXPECT_TRUE(inlined->Of('A') == threaded->Of('A'));
+  EXPECT_TRUE(test_support::SameItems(inlined->Of('V'), threaded->Of('V')));
+  EXPECT_TRUE(test_support::SameItems(inlined->Of('A'), threaded->Of('A')));
   EXPECT_EQ(threaded->Kinds().substr(threaded->calls.size() - 2), "CD");
 }
 
