@@ -28,12 +28,14 @@ int AudioEncoder::Create(const EncoderOptions& defaults) {
   }
   const AVCodec* const codec = avcodec_find_encoder_by_name(mSettings.audioCodec.c_str());
   if (codec == nullptr) {
+    mFile->Remember(AVERROR_ENCODER_NOT_FOUND);
     log_error(kTag, "audio codec not found:%s", mSettings.audioCodec.c_str());
     return -1;
   }
   mTrack.stream = mFile->AddStream(codec);
   if (mTrack.stream != nullptr) mContext = NewEncoder(codec, *mFile);
   if (mTrack.stream == nullptr || mContext == nullptr) {
+    mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "Could not alloc  audio stream.");
     return -1;
   }
@@ -41,9 +43,10 @@ int AudioEncoder::Create(const EncoderOptions& defaults) {
   Describe();
   log_debug(kTag, "audio codec id:%d", static_cast<int>(codec->id));
   log_debug(kTag, "audio codec name:%s", codec->name);
-  const int applied = ApplyOptionsTo(mContext.get(), mSettings, defaults, mSettings.audioCodec);
+  const int applied =
+      mFile->Remember(ApplyOptionsTo(mContext.get(), mSettings, defaults, mSettings.audioCodec));
   if (applied < 0 || mSettings.sampleRate < 1 || mSettings.channelCount < 1 ||
-      avcodec_open2(mContext.get(), codec, nullptr) < 0) {
+      OpenContext(mContext.get(), codec, mFile) < 0) {
     log_error(kTag, "could not open audio codec");
     return -1;
   }
@@ -67,10 +70,12 @@ void AudioEncoder::Describe() {
 int AudioEncoder::PrepareJobs() {
   for (AudioJob& job : mJobs) {
     if (job.Prepare(mContext.get()) == 0) continue;
+    mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "alloc_audio_frame error");
     return -1;
   }
   if (avcodec_parameters_from_context(mTrack.stream->codecpar, mContext.get()) < 0) {
+    mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "Could not alloc  audio stream.");
     return -1;
   }

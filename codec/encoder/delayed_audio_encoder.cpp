@@ -29,6 +29,7 @@ int DelayedAudioEncoder::Create(const EncoderOptions& /*defaults*/) {
   }
   const AVCodec* const codec = avcodec_find_encoder_by_name(mSettings.audioCodec.c_str());
   if (codec == nullptr || codec->type != AVMEDIA_TYPE_AUDIO) {
+    mFile->Remember(AVERROR_ENCODER_NOT_FOUND);
     log_error(kTag, "audio codec not found:%s", mSettings.audioCodec.c_str());
     return -1;
   }
@@ -36,12 +37,14 @@ int DelayedAudioEncoder::Create(const EncoderOptions& /*defaults*/) {
   if (mTrack.stream != nullptr) mContext = NewEncoder(codec, *mFile);
   mFrame.reset(av_frame_alloc());
   if (mContext == nullptr || mFrame == nullptr) {
+    mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "Could not alloc  audio stream.");
     return -1;
   }
   if (OpenEncoder(codec) != 0 || OpenConverter() != 0) return -1;
   if (mPump.Open(mContext.get()) < 0 ||
       avcodec_parameters_from_context(mTrack.stream->codecpar, mContext.get()) < 0) {
+    mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "Could not alloc  audio stream.");
     return -1;
   }
@@ -66,7 +69,7 @@ int DelayedAudioEncoder::OpenEncoder(const AVCodec* codec) {
     return -1;
   }
   if (mSettings.sampleRate < 1 || mSettings.channelCount < 1 ||
-      avcodec_open2(context, codec, nullptr) < 0) {
+      OpenContext(context, codec, mFile) < 0) {
     log_error(kTag, "%s does not take sound of %d Hz and %d channels with these settings",
               codec->name, mSettings.sampleRate, mSettings.channelCount);
     return -1;

@@ -64,6 +64,7 @@ int DelayedVideoEncoder::Create(const EncoderOptions& /*defaults*/) {
   const AVCodec* const codec = avcodec_find_encoder_by_name(mSettings.videoCodec.c_str());
   log_info(kTag, "video codec name: %s", mSettings.videoCodec.c_str());
   if (codec == nullptr || codec->type != AVMEDIA_TYPE_VIDEO) {
+    mFile->Remember(AVERROR_ENCODER_NOT_FOUND);
     log_error(kTag, "video codec not found %s", mSettings.videoCodec.c_str());
     return -1;
   }
@@ -74,6 +75,7 @@ int DelayedVideoEncoder::Create(const EncoderOptions& /*defaults*/) {
       mSettings.videoLength > 0 && mSettings.stampRate > 0 && !HasFixedRate(*mFile->Format());
   if (keepsBack) mKept.reset(av_packet_alloc());
   if (mContext == nullptr || mFrame == nullptr || (keepsBack && mKept == nullptr)) {
+    mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "Could not alloc video stream.");
     return -1;
   }
@@ -140,7 +142,7 @@ int DelayedVideoEncoder::OpenEncoder(const AVCodec* codec) {
     log_error(kTag, "%s", why.c_str());
     return -1;
   }
-  if (avcodec_open2(mContext.get(), codec, nullptr) >= 0) return 0;
+  if (OpenContext(mContext.get(), codec, mFile) == 0) return 0;
   log_error(kTag, "%s does not take pictures of %dx%d in %s with these settings", codec->name,
             mContext->width, mContext->height, av_get_pix_fmt_name(mContext->pix_fmt));
   return -1;
@@ -162,6 +164,7 @@ int DelayedVideoEncoder::OpenStream() {
   if (mPump.Open(mContext.get()) < 0 ||
       avcodec_parameters_from_context(stream->codecpar, mContext.get()) < 0 ||
       ffmpeg::SetRotation(mFile->Format(), stream, mSettings.rotate.c_str()) < 0) {
+    mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "Could not alloc video stream.");
     return -1;
   }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "codec/encoder/encoder_context.h"
 
+#include <cerrno>
+
 namespace codec {
 
 ffmpeg::UniqueCodecContext NewEncoder(const AVCodec* codec, const OutputFile& file) {
@@ -10,6 +12,12 @@ ffmpeg::UniqueCodecContext NewEncoder(const AVCodec* codec, const OutputFile& fi
   context->codec_id = codec->id;
   if (file.WantsGlobalHeader()) context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   return context;
+}
+
+int OpenContext(AVCodecContext* context, const AVCodec* codec, OutputFile* file) {
+  const int result = avcodec_open2(context, codec, nullptr);
+  if (result >= 0) return 0;
+  return file->Remember(result == AVERROR(ENOMEM) ? result : AVERROR(EINVAL));
 }
 
 int ApplyOptionsTo(AVCodecContext* context, const EncoderSettings& settings,

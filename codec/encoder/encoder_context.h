@@ -14,6 +14,10 @@ namespace codec {
 // A context for this encoder that knows what its container demands; null when memory runs out.
 ffmpeg::UniqueCodecContext NewEncoder(const AVCodec* codec, const OutputFile& file);
 
+// Opens the context. 0, or a negative error, which the file keeps: AVERROR(ENOMEM), and
+// AVERROR(EINVAL) for any refusal, because encoders use the numbers of missing files for theirs.
+int OpenContext(AVCodecContext* context, const AVCodec* codec, OutputFile* file);
+
 // Completes the default options for the stream and sets those that the encoder knows, on the
 // context and on the encoder's own data. 0, or AVERROR(ENOMEM).
 int ApplyOptionsTo(AVCodecContext* context, const EncoderSettings& settings,

@@ -2,6 +2,7 @@
 #include "codec/encoder/ffmpeg_encoder_impl.h"
 
 #include <array>
+#include <cerrno>
 #include <string>
 #include <string_view>
 
@@ -60,6 +61,13 @@ void FFmpegEncoderImpl::SetParameter(const char* key, const char* value) {
 }
 
 int FFmpegEncoderImpl::Open() {
+  const int result = OpenParts();
+  // Where no closer reason is known, the settings are to blame.
+  if (result != 0 && OutputError() == 0) mFile.Remember(AVERROR(EINVAL));
+  return result;
+}
+
+int FFmpegEncoderImpl::OpenParts() {
   if (!mFile.Exists()) mOpened = mSettings;
   mOpenCalled = true;
   if (mOpened.CheckParams() != 0) return -1;

@@ -35,6 +35,7 @@ class FFmpegEncoderImpl : public FFmpegEncoder {
   void ForceSendReceive() { mUsualVideo.SetSendReceive(true); }
 
  private:
+  int OpenParts();
   int CreateStreams();
   int NextFrameType() const;
   void Drain();

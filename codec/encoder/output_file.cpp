@@ -58,6 +58,7 @@ int OutputFile::Create(const std::string& path, const EncoderOptions& options,
   // The muxer needs the address too: it opens the file a second time to move its index forward.
   mContext = ffmpeg::NewMuxer(format, ffmpeg::FileUrl(but::LocalPath(path)).c_str());
   if (mContext == nullptr) {
+    Remember(AVERROR(ENOMEM));
     log_error(kTag, "Could not deduce output format from file extension.");
     return -1;
   }

@@ -55,6 +55,7 @@ int VideoEncoder::Create(const EncoderOptions& defaults) {
   const AVCodec* const codec = avcodec_find_encoder_by_name(name.c_str());
   log_info(kTag, "video codec name: %s", name.c_str());
   if (codec == nullptr) {
+    mFile->Remember(AVERROR_ENCODER_NOT_FOUND);
     log_error(kTag, "video codec not found %s", name.c_str());
     return -1;
   }
@@ -66,6 +67,7 @@ int VideoEncoder::Create(const EncoderOptions& defaults) {
   if (keepsBack) mKept.reset(av_packet_alloc());
   if (mTrack.stream == nullptr || mContext == nullptr || mPacket == nullptr ||
       (keepsBack && mKept == nullptr)) {
+    mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "Could not alloc video stream.");
     return -1;
   }
@@ -73,9 +75,9 @@ int VideoEncoder::Create(const EncoderOptions& defaults) {
   Describe(codec);
   if (SetColors(mSettings, mContext.get()) != 0) return -1;
   if (TellFields(mSettings, mContext.get()) != 0) return -1;
-  const int applied = ApplyOptionsTo(mContext.get(), mSettings, defaults, name);
+  const int applied = mFile->Remember(ApplyOptionsTo(mContext.get(), mSettings, defaults, name));
   ChooseThreads();
-  if (applied < 0 || avcodec_open2(mContext.get(), codec, nullptr) < 0) {
+  if (applied < 0 || OpenContext(mContext.get(), codec, mFile) < 0) {
     log_error(kTag, "Could not open video codec");
     return -1;
   }
@@ -126,6 +128,7 @@ void VideoEncoder::ChooseThreads() {
 int VideoEncoder::PreparePicture() {
   mPicture.reset(av_frame_alloc());
   if (mPicture == nullptr) {
+    mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "av_frame_alloc error.");
     log_error(kTag, "alloc_picture error");
     return -1;
@@ -139,6 +142,7 @@ int VideoEncoder::PreparePicture() {
   // display matrix lives beside them on newer releases.
   if (avcodec_parameters_from_context(mTrack.stream->codecpar, mContext.get()) < 0 ||
       ffmpeg::SetRotation(mFile->Format(), mTrack.stream, mSettings.rotate.c_str()) < 0) {
+    mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "Could not alloc video stream.");
     return -1;
   }

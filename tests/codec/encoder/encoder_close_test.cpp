@@ -196,6 +196,7 @@ TEST(EncoderDestruction, AfterAFailedOpenFreesEverything) {
   format.SetInt32("channel-count", 100);
   encoder_test::Configure(&encoder, format);
   EXPECT_EQ(encoder.Open(), -1);
+  EXPECT_LT(encoder.OutputError(), 0);
 }
 
 }  // namespace

@@ -104,6 +104,7 @@ TEST(EncoderFilesElsewhere, NameTheOutputWhereTheOtherPathCannotBeOpened) {
   ASSERT_EQ(encoder.Configure(format), 0);
   const test_support::LogCapture log;
   EXPECT_EQ(encoder.Open(), -1);
+  EXPECT_LT(encoder.OutputError(), 0);
   EXPECT_TRUE(
       log.Has(kLogError, encoder_test::kEncoderTag, "'" + path + "': No such file or directory"));
   encoder.Close();

@@ -29,6 +29,7 @@ Lines ErrorsOfOpening(const MediaFormat& format) {
   encoder_test::Configure(&encoder, format);
   LogCapture log;
   EXPECT_EQ(encoder.Open(), -1);
+  EXPECT_LT(encoder.OutputError(), 0);
   Lines errors = Texts(log, kLogError);
   encoder.Close();
   return errors;
@@ -56,6 +57,7 @@ TEST(EncoderOpen, RefusesForeignCodecsBeforeAnyStreamExists) {
     encoder_test::Configure(&encoder, With(encoder_test::FilmFormat(path), "video-codec", name));
     const LogCapture log;
     EXPECT_EQ(encoder.Open(), -1);
+    EXPECT_LT(encoder.OutputError(), 0);
     EXPECT_EQ(Texts(log, kLogError),
               (Lines{"this platform not support " + name, "Create video stream failed."}));
     encoder.Close();
@@ -88,6 +90,7 @@ TEST(EncoderOpen, ReportsAPathThatCannotBeOpened) {
   encoder_test::Configure(&encoder, encoder_test::FilmFormat(path));
   const LogCapture log;
   EXPECT_EQ(encoder.Open(), -1);
+  EXPECT_LT(encoder.OutputError(), 0);
   EXPECT_EQ(Texts(log, kLogError),
             (Lines{"Could not open '" + path + "'", "'" + path + "': No such file or directory"}));
   EXPECT_EQ(log.CountContaining(kLogDebug, kEncoderTag, ", after WriteHeader"), 1);
@@ -96,6 +99,33 @@ TEST(EncoderOpen, ReportsAPathThatCannotBeOpened) {
   encoder.Close();
   EXPECT_EQ(encoder.OutputError(), AVERROR(ENOENT));
   EXPECT_EQ(log.CountContaining(kLogDebug, kEncoderTag, "write trailer"), 0);
+}
+
+TEST(EncoderOpen, TellsWhyItFailed) {
+  const MediaFormat film = encoder_test::FilmFormat(ScratchPath("open-why.mp4"));
+  const auto reason = [](const MediaFormat& format) {
+    FFmpegEncoderImpl encoder;
+    encoder_test::Configure(&encoder, format);
+    const LogCapture log;
+    EXPECT_EQ(encoder.Open(), -1);
+    encoder.Close();
+    return encoder.OutputError();
+  };
+  EXPECT_EQ(reason(With(film, "video-codec", "h265000")), AVERROR_ENCODER_NOT_FOUND);
+  EXPECT_EQ(reason(With(film, "audio-codec", "mp33")), AVERROR_ENCODER_NOT_FOUND);
+  EXPECT_EQ(reason(With(film, "sample-rate", "0")), AVERROR(EINVAL));
+  const MediaFormat any = With(film, "any-encoder", "1");
+  EXPECT_EQ(reason(With(any, "video-codec", "h265000")), AVERROR(EINVAL));
+  EXPECT_EQ(reason(With(With(any, "video-codec", "libx265"), "width", "3")), AVERROR(EINVAL));
+  EXPECT_EQ(reason(With(With(any, "audio-codec", "libopus"), "channel-count", "300")),
+            AVERROR(EINVAL));
+  for (const FaultCall call :
+       {FaultCall::avformat_new_stream, FaultCall::avcodec_alloc_context3,
+        FaultCall::av_frame_alloc, FaultCall::av_frame_get_buffer, FaultCall::av_packet_alloc,
+        FaultCall::avcodec_open2, FaultCall::avcodec_parameters_from_context}) {
+    const Fault fault(call);
+    EXPECT_EQ(reason(film), AVERROR(ENOMEM)) << ffmpeg::FaultCallName(call);
+  }
 }
 
 TEST(EncoderOpen, ReportsStreamsAndFramesThatCannotBeMade) {
@@ -202,6 +232,7 @@ TEST(EncoderOpen, ASecondOpenMakesNoSecondStream) {
   {
     const LogCapture log;
     EXPECT_EQ(encoder.Open(), -1);
+    EXPECT_LT(encoder.OutputError(), 0);
     EXPECT_EQ(Texts(log, kLogError), (Lines{"Video stream has existed or AVFormatContext is null.",
                                             "Create video stream failed."}));
   }
@@ -213,6 +244,7 @@ TEST(EncoderOpen, ASecondOpenMakesNoSecondStream) {
   EXPECT_EQ(sound.Open(), 0);
   const LogCapture log;
   EXPECT_EQ(sound.Open(), -1);
+  EXPECT_LT(sound.OutputError(), 0);
   EXPECT_EQ(Texts(log, kLogError), (Lines{"Audio stream has existed or AVFormatContext is null.",
                                           "Create audio stream failed."}));
   sound.Close();
@@ -258,6 +290,7 @@ TEST(EncoderOpen, AFailedOpenFreesAndEncodesNothing) {
   encoder_test::Configure(&encoder, format);
   const LogCapture log;
   EXPECT_EQ(encoder.Open(), -1);
+  EXPECT_LT(encoder.OutputError(), 0);
   std::vector<uint8_t> picture = encoder_test::Picture(0);
   std::vector<uint8_t> sound = encoder_test::Tone(1024);
   EXPECT_LT(encoder.EncodeVideo(picture.data(), 0, 0), 0);

@@ -97,6 +97,7 @@ TEST_P(AbsurdSetting, IsRefusedByOpen) {
   encoder_test::Configure(&encoder, format);
   const LogCapture log;
   EXPECT_EQ(encoder.Open(), -1);
+  EXPECT_LT(encoder.OutputError(), 0);
   EXPECT_GE(Texts(log, kLogError).size(), 1U);
   std::vector<uint8_t> tone = encoder_test::Tone(1024);
   encoder.EncodeAudio(tone.data(), tone.size());

@@ -197,6 +197,7 @@ TEST(EncoderSettings, CheckParamsNamesTheFirstThingMissing) {
     encoder_test::Configure(&encoder, format);
     const LogCapture log;
     EXPECT_EQ(encoder.Open(), -1);
+    EXPECT_LT(encoder.OutputError(), 0);
     const bool video = std::string(row.changes[0].first) != "has-video";
     EXPECT_EQ(
         log.Lines(),

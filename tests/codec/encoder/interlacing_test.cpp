@@ -142,6 +142,7 @@ TEST(Interlacing, RefusesOtherNames) {
   format.SetString("field-order", "upper");
   encoder_test::Configure(&encoder, format);
   EXPECT_EQ(encoder.Open(), -1);
+  EXPECT_LT(encoder.OutputError(), 0);
   EXPECT_TRUE(log.Has(kLogError, kEncoderTag, "Invalid field-order: upper"));
   encoder.Close();
 }

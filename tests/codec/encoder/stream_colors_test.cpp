@@ -62,6 +62,7 @@ TEST(StreamColors, RefuseNamesThatFfmpegDoesNotKnow) {
     const std::string path = test_support::ScratchPath("refused.mp4");
     encoder_test::Configure(&encoder, WithKeys(encoder_test::VideoFormat(path), {{key, "mauve"}}));
     EXPECT_EQ(encoder.Open(), -1) << key;
+    EXPECT_LT(encoder.OutputError(), 0) << key;
     EXPECT_TRUE(
         log.Has(kLogError, encoder_test::kEncoderTag, "Invalid " + std::string(key) + ": mauve"));
     encoder.Close();
