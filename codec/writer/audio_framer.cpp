@@ -12,6 +12,9 @@ namespace {
 
 constexpr char kTag[] = "codec::MediaWriterImpl";
 
+// Frames in the queue at which a silence waits.
+constexpr size_t kMostQueued = 100;
+
 }  // namespace
 
 void AudioFramer::SetFrame(int32_t bytes, int64_t duration) {
@@ -62,8 +65,23 @@ void AudioFramer::PlaceFrame(const AudioTimeline::Block& block) {
   Append(std::move(buffer), mFrameBytes);
 }
 
+// Whether the queue takes one more frame of silence.
+bool AudioFramer::HasRoom() {
+  if (mOutlet == nullptr || mQueue->Size() < kMostQueued || mOutlet->AwaitFewer(kMostQueued))
+    return true;
+  log_error(kTag, "no silence: nobody takes the frames before it");
+  mHasLostSilence = true;
+  return false;
+}
+
 void AudioFramer::InsertSilence(const AudioTimeline::Block& block) {
+  if (mTimeline.IsBeyondADay(block)) {
+    log_error(kTag, "no silence: the sound is more than a day ahead");
+    mHasLostSilence = true;
+    return;
+  }
   do {
+    if (!HasRoom()) return;
     PooledBuffer buffer = TakeBuffer();
     if (!buffer) return;
     std::memset(buffer->Data(), 0, static_cast<size_t>(mFrameBytes));

@@ -25,6 +25,10 @@ class AudioTimeline {
 
   // Whether the stamps are more than a second behind the block and behind its start.
   bool NeedsSilence(const Block& block) const;
+  // Whether the stamps are so far behind the block's start that its time must be wrong.
+  bool IsBeyondADay(const Block& block) const {
+    return block.early - mNext > int64_t{24} * 3600 * 1000000;
+  }
   // Whether silence, once begun, must go on.
   bool BehindStart(const Block& block) const { return mNext < block.early; }
   // Whether the stamps are more than a second ahead of the block.

@@ -28,6 +28,12 @@ bool FrameQueue::Empty() {
   return mFrames.Empty();
 }
 
+size_t FrameQueue::Size() {
+  mLock.Lock();
+  const but::LockGuard guard(&mLock);
+  return mFrames.Size();
+}
+
 PooledBuffer FrameQueue::PopEarlier(FrameQueue& video, FrameQueue& audio) {
   // Always video before audio, released the other way.
   const but::HeldLock heldVideo(&video.mLock);

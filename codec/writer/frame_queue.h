@@ -2,6 +2,7 @@
 // A queue of frames on their way to the encoder.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "base/lock.h"
@@ -28,6 +29,7 @@ class FrameQueue {
   // The oldest frame, or null.
   PooledBuffer Pop();
   bool Empty();
+  size_t Size();
 
   // The earlier of the two oldest frames, or null when both queues are empty. At equal times it is
   // the video frame.

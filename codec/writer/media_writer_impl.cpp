@@ -41,7 +41,9 @@ MediaWriterImpl::MediaWriterImpl(MediaEncoder* encoder, MediaFilter* filter)
     : mEncoder(encoder),
       mDrain(&mVideoQueue, &mAudioQueue, &mEncoder),
       mFramer(&mAudioQueue),
-      mFilter(filter) {}
+      mFilter(filter) {
+  mFramer.SetOutlet(this);
+}
 
 MediaWriterImpl::~MediaWriterImpl() {
   if (running) MediaWriterImpl::Stop();
@@ -164,6 +166,7 @@ void MediaWriterImpl::ScheduleOnce() {
   const uint64_t ticket = mWake.Ticket();
   bool written = true;
   Bordered([&] { written = mDrain.WriteNext(); });
+  if (written) mWritten.Signal();
   if (!written && running) mWake.WaitBeyond(ticket, kLongestWait);
 }
 
@@ -281,6 +284,16 @@ bool MediaWriterImpl::GivesBuffersBack() {
   return wanted == kVideoFrame || wanted == kAudioFrame;
 }
 
+bool MediaWriterImpl::AwaitFewer(size_t frames) {
+  if (!mSettings.use_thread_) mDrain.DrainPreferred();
+  // The ticket is older than the look at the queue, so that no signal is missed.
+  for (uint64_t ticket = mWritten.Ticket(); mAudioQueue.Size() >= frames && GivesBuffersBack();
+       ticket = mWritten.Ticket()) {
+    mWritten.WaitBeyond(ticket, kLongestWait);
+  }
+  return mAudioQueue.Size() < frames;
+}
+
 void MediaWriterImpl::LosePicture() {
   if (mPool->HasTakenVideo()) {
     log_error(kTag, "a picture is lost: nobody encodes those before it");
@@ -299,6 +312,7 @@ bool MediaWriterImpl::WriteAudio(const uint8_t* data, uint32_t size, int64_t pts
   }
   const int result = mFramer.Write(data, size, pts);
   if (mFramer.IsOutOfBuffers()) mEncoder.Fail(AVERROR(ENOMEM));
+  if (mFramer.HasLostSilence()) mEncoder.Fail(AVERROR(EINVAL));
   return result == 0;
 }
 

@@ -31,7 +31,7 @@ namespace codec {
 
 // Configure, Start, WriteFrame and Stop belong to one thread, the producer. Destruction without
 // Stop stops as Stop does.
-class MediaWriterImpl : public MediaWriter, private MWScheduler::Work {
+class MediaWriterImpl : public MediaWriter, private MWScheduler::Work, private QueueOutlet {
  public:
   // Takes ownership of both. Without an encoder Configure and Start fail; without a filter pictures
   // go to the encoder as they come.
@@ -59,6 +59,7 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work {
  private:
   void ScheduleOnce() override;
   void Flush() override;
+  bool AwaitFewer(size_t frames) override;
 
   template <typename Body>
   void Bordered(const Body& body);
@@ -85,6 +86,7 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work {
 
   // Shared by producer and scheduler; each has its own lock.
   WakeSignal mWake;
+  WakeSignal mWritten;  // given after each frame that the scheduler has written
   FrameQueue mVideoQueue;
   FrameQueue mAudioQueue;
   EncoderGate mEncoder;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -73,6 +74,26 @@ class StubbornProcess : public vux::AudioProcess {
   int flushResult = 0;
 };
 
+// Takes all that is queued.
+class EmptyingOutlet : public QueueOutlet {
+ public:
+  explicit EmptyingOutlet(FrameQueue* queue) : mQueue(queue) {}
+
+  bool AwaitFewer(size_t /*frames*/) override {
+    most = std::max(most, mQueue->Size());
+    if (takesNothing) return false;
+    while (mQueue->Pop()) ++taken;
+    return true;
+  }
+
+  size_t most = 0;
+  int64_t taken = 0;
+  bool takesNothing = false;
+
+ private:
+  FrameQueue* const mQueue;
+};
+
 class AudioFramerTest : public testing::Test {
  protected:
   struct Frame {
@@ -133,6 +154,35 @@ TEST_F(AudioFramerTest, InsertsAboutThreeSecondsOfSilenceAfterAJump) {
     EXPECT_EQ(frames[i], (Frame{static_cast<int64_t>(i) * kDuration, value, value})) << i;
   }
   EXPECT_EQ(log.Count(kLogDebug, kTag, "Add empty audio frame"), 148);
+}
+
+TEST_F(AudioFramerTest, KeepsFewFramesOfALongSilence) {
+  EmptyingOutlet outlet(&queue);
+  framer.SetOutlet(&outlet);
+  Write(kFrame, int64_t{3600} * 1000000);
+  while (queue.Pop()) ++outlet.taken;
+  // Silence runs up to where the block's frame starts.
+  EXPECT_EQ(outlet.taken, int64_t{3600} * 1000000 / kDuration);
+  EXPECT_LE(outlet.most, 100U);
+  EXPECT_FALSE(framer.HasLostSilence());
+}
+
+TEST_F(AudioFramerTest, EndsASilenceThatNobodyTakes) {
+  EmptyingOutlet outlet(&queue);
+  outlet.takesNothing = true;
+  framer.SetOutlet(&outlet);
+  Write(kFrame, int64_t{3600} * 1000000);
+  EXPECT_LE(outlet.most, 100U);
+  EXPECT_LE(queue.Size(), 101U);
+  EXPECT_TRUE(framer.HasLostSilence());
+}
+
+TEST_F(AudioFramerTest, FillsNoGapOfMoreThanADay) {
+  constexpr int64_t kDay = int64_t{24} * 3600 * 1000000;
+  Write(kFrame, kDay + 2 * kDuration);
+  EXPECT_EQ(Queued(), (std::vector<Frame>{{0, 1, 1}}));
+  EXPECT_TRUE(framer.HasLostSilence());
+  EXPECT_EQ(log.CountContaining(kLogError, kTag, "no silence"), 1);
 }
 
 TEST_F(AudioFramerTest, InsertsNoSilenceWithinASecond) {

@@ -153,6 +153,42 @@ TEST_F(WriterThread, WaitsForNobodyAfterStop) {
   EXPECT_EQ(state->VideoTimes().size(), 1U);
 }
 
+// However long the silence is, few of its frames exist at a time.
+TEST_F(WriterThread, WritesALongSilencePieceByPiece) {
+  for (const int useThread : {0, 1}) {
+    SetUp();
+    state = std::make_shared<EncoderState>();
+    MediaFormat format = SoundFormat();
+    format.SetInt32("use-thread", useThread);
+    Begin(format);
+    Video(0);
+    const int64_t before = test_support::FaultCallCount(test_support::FaultCall::malloc);
+    constexpr int64_t kTenMinutes = int64_t{600} * 1000000;
+    Audio(kTenMinutes, kSoundBytes);
+    writer->Stop();
+    // Each buffer's bytes are one allocation.
+    EXPECT_LE(test_support::FaultCallCount(test_support::FaultCall::malloc) - before, 130) << useThread;
+    EXPECT_EQ(static_cast<int64_t>(state->Of('A').size()), (kTenMinutes - 1) / 46439 + 1)
+        << useThread;
+    EXPECT_EQ(writer->OutputError(), 0) << useThread;
+    TearDown();
+  }
+}
+
+TEST_F(WriterThread, TellsOfASilenceThatNobodyWrites) {
+  state->nextType = [] { return 0; };
+  for (const int useThread : {0, 1}) {
+    SetUp();
+    MediaFormat format = SoundFormat();
+    format.SetInt32("use-thread", useThread);
+    Begin(format);
+    Video(0);
+    Audio(int64_t{600} * 1000000, kSoundBytes);
+    EXPECT_EQ(writer->OutputError(), AVERROR(EINVAL)) << useThread;
+    TearDown();
+  }
+}
+
 TEST_F(WriterThread, DropsWhatASlowEncoderCannotTake) {
   state->delay = std::chrono::microseconds(300);
   Begin(Threaded(VideoFormat(), true));
