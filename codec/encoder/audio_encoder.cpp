@@ -86,18 +86,23 @@ int AudioEncoder::PrepareJobs() {
 }
 
 int AudioEncoder::Encode(const uint8_t* data, size_t size) {
-  if (mPending == kMostPending) Write();
+  if (mPending == kMostPending) mFile->WritePending();
   AudioJob& job = mJobs[mPending];
   if (job.frame == nullptr || Fill(&job, data, size) != 0) return -1;
+  // What encoders may refuse is encoded in turn, so that the answer is this frame's own.
+  mIsRegular = mIsRegular && AreUsualSamples(job.staging.data(), size, mSettings.sampleFormat);
   if (EncodesBeside()) {
     mThread->Submit(&job);
     ++mPending;
-    mFile->Await(this);
-    return 0;
+    mFile->Await(this, mContext->time_base, &mTrack);
+    return std::exchange(mLateResult, 0);
   }
+  mFile->WritePending();
   job.Encode(mContext.get(), job.frame.get());
   LearnDelay(job);
-  return WritePackets(&job);
+  const int result = WritePackets(&job);
+  const int late = std::exchange(mLateResult, 0);
+  return result != 0 ? result : late;
 }
 
 // Copies the samples into the job.
@@ -151,14 +156,21 @@ double AudioEncoder::LastTime() const {
   return static_cast<double>(av_rescale_q(stamp, mContext->time_base, timeBase)) * av_q2d(timeBase);
 }
 
-void AudioEncoder::Write() {
-  if (mPending == 0) return;
-  mThread->Finish();
-  const size_t count = std::exchange(mPending, 0);
-  for (size_t i = 0; i < count; ++i) {
-    LearnDelay(mJobs[i]);
-    WritePackets(&mJobs[i]);
+AVPacket* AudioEncoder::Next() {
+  if (mNextJob == 0 && mNextPacket == 0 && mPending > 0) mThread->Finish();
+  for (; mNextJob < mPending; ++mNextJob, mNextPacket = 0) {
+    AudioJob& job = mJobs[mNextJob];
+    if (mNextPacket == 0) LearnDelay(job);
+    if (mNextPacket < job.packetCount) return job.packets[mNextPacket++].get();
+    if (Conclude(job) != 0) mLateResult = -1;
   }
+  mPending = 0;
+  mNextJob = 0;
+  return nullptr;
+}
+
+void AudioEncoder::Written(int result) {
+  if (result < 0) log_error(kTag, "Error while writing audio frame.");
 }
 
 void AudioEncoder::LearnDelay(const AudioJob& job) {
@@ -171,34 +183,38 @@ void AudioEncoder::LearnDelay(const AudioJob& job) {
 }
 
 int AudioEncoder::WritePackets(AudioJob* job) {
-  if (job->sendResult < 0) {
-    // A second call to drain is told of the end, which is no failure.
-    if (job->sendResult != AVERROR_EOF) mFile->Remember(job->sendResult);
-    std::array<char, 128> text{};
-    av_strerror(job->sendResult, text.data(), text.size());
-    log_error(kTag, "Error encoding audio frame: %s", text.data());
-    return -1;
-  }
   for (size_t i = 0; i < job->packetCount; ++i) {
     AVPacket* const packet = job->packets[i].get();
     const ffmpeg::PacketGuard guard(packet);
-    if (mFile->WritePacket(packet, mContext->time_base, &mTrack) < 0) {
-      log_error(kTag, "Error while writing audio frame.");
-    }
+    Written(mFile->WritePacket(packet, mContext->time_base, &mTrack));
   }
-  if (job->receiveResult == AVERROR(EAGAIN)) return 0;
-  if (job->receiveResult == AVERROR_EOF) {
+  return Conclude(*job);
+}
+
+// What the encoder has said after the last packet of a frame: 0, AVERROR_EOF, or -1 after an error
+// line.
+int AudioEncoder::Conclude(const AudioJob& job) {
+  if (job.sendResult < 0) {
+    // A second call to drain is told of the end, which is no failure.
+    if (job.sendResult != AVERROR_EOF) mFile->Remember(job.sendResult);
+    std::array<char, 128> text{};
+    av_strerror(job.sendResult, text.data(), text.size());
+    log_error(kTag, "Error encoding audio frame: %s", text.data());
+    return -1;
+  }
+  if (job.receiveResult == AVERROR(EAGAIN)) return 0;
+  if (job.receiveResult == AVERROR_EOF) {
     log_debug(kTag, "audio encode eof");
     return AVERROR_EOF;
   }
-  mFile->Remember(job->receiveResult);
+  mFile->Remember(job.receiveResult);
   log_error(kTag, "error encoding audio frame");
   return -1;
 }
 
 int AudioEncoder::Drain() {
   if (mContext == nullptr) return 0;
-  Write();
+  mFile->WritePending();
   AudioJob& job = mJobs.front();
   job.Encode(mContext.get(), nullptr);
   return WritePackets(&job);
@@ -206,8 +222,12 @@ int AudioEncoder::Drain() {
 
 void AudioEncoder::Close() {
   if (!Exists()) return;
+  if (mPending > 0) mFile->Await(nullptr, {0, 1}, nullptr);
   mThread.reset();
   mPending = 0;
+  mNextJob = 0;
+  mNextPacket = 0;
+  mLateResult = 0;
   mDelay.reset();
   mIsRegular = true;
   for (AudioJob& job : mJobs) job = AudioJob();

@@ -27,6 +27,9 @@ namespace codec {
 //   the writer hands over next hangs on the time of the last packet of sound. An encoder that gives
 //   one packet for each frame, always as many samples behind, has a packet's time known before it
 //   is there; any other one, and a host without a second thread, is waited for with each frame.
+//   So is an encoder that was given samples which are no sound: it may refuse them, and the caller
+//   learns of it with this frame. Other failures of a frame, as for lack of memory, come with a
+//   later call, the eighth at the latest, or show in the file's error alone after the last one.
 class AudioEncoder : public AudioTrack, private PendingPackets {
  public:
   AudioEncoder(const EncoderSettings& settings, OutputFile* file)
@@ -50,9 +53,10 @@ class AudioEncoder : public AudioTrack, private PendingPackets {
   int PrepareJobs();
   int Fill(AudioJob* job, const uint8_t* data, size_t size);
   bool EncodesBeside();
-  // Collects what the thread has been given.
-  void Write() override;
+  AVPacket* Next() override;
+  void Written(int result) override;
   int WritePackets(AudioJob* job);
+  int Conclude(const AudioJob& job);
   void LearnDelay(const AudioJob& job);
 
   const EncoderSettings& mSettings;
@@ -64,8 +68,12 @@ class AudioEncoder : public AudioTrack, private PendingPackets {
   static constexpr size_t kMostPending = 8;
   std::array<AudioJob, kMostPending> mJobs;  // the first mPending ones are with the thread
   size_t mPending = 0;
-  std::optional<int64_t> mDelay;               // of a packet's stamp behind its frame's, once seen
-  bool mIsRegular = true;                      // no packet had another delay
+  // The place of Next among them.
+  size_t mNextJob = 0;
+  size_t mNextPacket = 0;
+  int mLateResult = 0;            // of a frame that failed after its call; the next call gives it
+  std::optional<int64_t> mDelay;  // of a packet's stamp behind its frame's, once seen
+  bool mIsRegular = true;         // no packet had another delay, all samples are usual
   std::unique_ptr<AudioEncodeThread> mThread;  // ends before the context goes
 };
 

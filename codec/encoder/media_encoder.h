@@ -37,7 +37,9 @@ class MediaEncoder {
   virtual int EncodeVideo(uint8_t* data, int ignored, int64_t ptsUs) = 0;
   // One encoder frame, "audio-frame-size" samples per channel: interleaved, in samples of
   // "sample-format" (those of a planar format too, doubles excepted). `size` is in bytes, and the
-  // bytes stay the caller's. Time is the running count of samples. 0 or a negative error.
+  // bytes stay the caller's. Time is the running count of samples. 0 or a negative error, which may
+  // be that of one of the eight frames before: frames are encoded on another thread. The error of
+  // the last ones shows in OutputError after Close.
   virtual int EncodeAudio(uint8_t* data, size_t size) = 0;
 
   // The first error of opening, encoding, writing or finishing the output, as FFmpeg's negative

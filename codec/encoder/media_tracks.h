@@ -54,7 +54,7 @@ class AudioTrack {
   virtual bool Exists() const = 0;
   // Encodes one frame of interleaved samples in the configured format and writes what comes out,
   // now or before the file's next packet. Time is the running count of samples. 0, or -1 after an
-  // error line.
+  // error line: this frame has failed, or an earlier one that was still being encoded at its call.
   virtual int Encode(const uint8_t* data, size_t size) = 0;
   // Writes what the encoder still holds: AVERROR_EOF when that was all.
   virtual int Drain() = 0;

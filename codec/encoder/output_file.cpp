@@ -123,12 +123,27 @@ int OutputFile::OpenFileAndWriteHeader() {
   return 0;
 }
 
+void OutputFile::Await(PendingPackets* pending, AVRational timeBase, OutputTrack* track) {
+  mPending = pending;
+  mPendingTimeBase = timeBase;
+  mPendingTrack = track;
+}
+
 void OutputFile::WritePending() {
-  if (mPending != nullptr) std::exchange(mPending, nullptr)->Write();
+  PendingPackets* const pending = std::exchange(mPending, nullptr);
+  if (pending == nullptr) return;
+  while (AVPacket* const packet = pending->Next()) {
+    const ffmpeg::PacketGuard guard(packet);
+    pending->Written(WriteNow(packet, mPendingTimeBase, mPendingTrack));
+  }
 }
 
 int OutputFile::WritePacket(AVPacket* packet, AVRational encoderTimeBase, OutputTrack* track) {
   WritePending();
+  return WriteNow(packet, encoderTimeBase, track);
+}
+
+int OutputFile::WriteNow(AVPacket* packet, AVRational encoderTimeBase, OutputTrack* track) {
   const AVRational timeBase = track->stream->time_base;
   av_packet_rescale_ts(packet, encoderTimeBase, timeBase);
   packet->stream_index = track->stream->index;

@@ -20,12 +20,16 @@ struct OutputTrack {
   int64_t rise = 0;                  // added to every stamp, in the same
 };
 
-// Packets that are still being made. Their place in the file is before all that come later.
+// Packets of one track that are still being made. Their place in the file is before all that come
+// later.
 class PendingPackets {
  public:
   virtual ~PendingPackets() = default;
-  // Waits for them and hands them to the file.
-  virtual void Write() = 0;
+  // Waits for the next of them; null after the last one. The packet stays the giver's, who must
+  // make no call of the file meanwhile.
+  virtual AVPacket* Next() = 0;
+  // What became of the packet: the result of WritePacket.
+  virtual void Written(int result) = 0;
 };
 
 // Create, AddStream for each stream, StampMetadata, OpenFileAndWriteHeader, WritePacket any number
@@ -63,8 +67,11 @@ class OutputFile {
   // Moves the stamps from the encoder's time base to the track's and hands the packet on, leaving
   // it empty. 0 or FFmpeg's negative error; AVERROR(EINVAL) without a usable header.
   int WritePacket(AVPacket* packet, AVRational encoderTimeBase, OutputTrack* track);
-  // Before the next packet, or the trailer, these are written.
-  void Await(PendingPackets* pending) { mPending = pending; }
+  // Before the next packet, or the trailer, these are written, with stamps in this time base. Null
+  // for none.
+  void Await(PendingPackets* pending, AVRational timeBase, OutputTrack* track);
+  // Writes those at once.
+  void WritePending();
   // Does nothing without a usable header or without streams.
   void WriteTrailer();
   // Closes the file and frees the container with all of its streams.
@@ -84,7 +91,7 @@ class OutputFile {
                           AVDictionary** options);
   void RedirectMuxer(const std::string& writePath);
 
-  void WritePending();
+  int WriteNow(AVPacket* packet, AVRational encoderTimeBase, OutputTrack* track);
   void RaisePriming(AVPacket* packet, OutputTrack* track) const;
   void KeepStampsIncreasing(AVPacket* packet, OutputTrack* track) const;
 
@@ -96,6 +103,8 @@ class OutputFile {
   bool mKeepsSlotsEven = false;
   but::FirstError mError;
   PendingPackets* mPending = nullptr;
+  AVRational mPendingTimeBase = {0, 1};
+  OutputTrack* mPendingTrack = nullptr;
 };
 
 }  // namespace codec

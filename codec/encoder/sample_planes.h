@@ -16,4 +16,8 @@ bool NeedsPlanes(int sampleFormat);
 void SplitIntoPlanes(const uint8_t* interleaved, size_t samples, size_t channels,
                      size_t bytesPerSample, uint8_t* planes);
 
+// Whether all samples are numbers that sound may have, in a format of floats; true for any other
+// format. `bytes` of samples that are aligned as floats or doubles are.
+bool AreUsualSamples(const uint8_t* samples, size_t bytes, int sampleFormat);
+
 }  // namespace codec

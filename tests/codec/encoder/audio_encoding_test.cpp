@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -246,6 +248,48 @@ TEST_F(OpenSound, ReportsAReceiveFailure) {
   const Fault fault(FaultCall::avcodec_receive_packet, 0, AVERROR(EIO));
   EXPECT_EQ(Encode(8192), -1);
   EXPECT_EQ(Texts(log, kLogError), (Lines{"error encoding audio frame"}));
+}
+
+// The results of frames among which one holds a sample that is no sound.
+std::vector<int> ResultsWith(float wrong) {
+  FFmpegEncoderImpl encoder;
+  encoder_test::Configure(&encoder, encoder_test::SoundFormat(ScratchPath("wrong.m4a"), "aac"));
+  EXPECT_EQ(encoder.Open(), 0);
+  const LogCapture log;
+  std::vector<uint8_t> tone = encoder_test::Tone(1024);
+  std::vector<uint8_t> block = tone;
+  std::memcpy(block.data() + 8000, &wrong, sizeof(wrong));
+  std::vector<int> results;
+  for (int i = 0; i < 24; ++i) {
+    results.push_back(encoder.EncodeAudio(i == 20 ? block.data() : tone.data(), tone.size()));
+  }
+  encoder.Close();
+  EXPECT_EQ(encoder.OutputError(), AVERROR(EINVAL)) << wrong;
+  return results;
+}
+
+TEST(AudioEncoding, AnswersForWhatIsNoSoundAsWithoutAThread) {
+  for (const float wrong :
+       {std::numeric_limits<float>::quiet_NaN(), -std::numeric_limits<float>::infinity(), 1e30F}) {
+    const std::vector<int> beside = ResultsWith(wrong);
+    const test_support::NoThreads none;
+    EXPECT_EQ(beside, ResultsWith(wrong)) << wrong;
+    EXPECT_EQ(std::count(beside.begin(), beside.end(), -1), 1) << wrong;
+  }
+}
+
+// Frames are encoded on another thread, so that the failure of one may come with a later call.
+TEST_F(OpenSound, TellsOfALateFailureOnce) {
+  constexpr int kMostPending = 8;
+  for (int i = 0; i < 20; ++i) ASSERT_EQ(Encode(8192), 0);
+  const LogCapture log;
+  Fault fault(FaultCall::avcodec_send_frame, 0, AVERROR(ENOMEM));
+  fault.Once();
+  int failures = 0;
+  for (int i = 0; i < 2 * kMostPending; ++i) failures += Encode(8192) != 0 ? 1 : 0;
+  EXPECT_EQ(failures, 1);
+  EXPECT_EQ(fault.Failed(), 1);
+  EXPECT_EQ(mEncoder.OutputError(), AVERROR(ENOMEM));
 }
 
 TEST_F(OpenSound, ReturnsTheEndOfTheStream) {

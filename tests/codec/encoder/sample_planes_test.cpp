@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -62,6 +63,30 @@ TEST(SamplePlanes, NeedsThemForFourPlanarFormatsOnly) {
     EXPECT_EQ(NeedsPlanes(format), format >= 5 && format <= 8) << format;
   }
   EXPECT_FALSE(NeedsPlanes(AV_SAMPLE_FMT_DBLP));
+}
+
+template <typename Sample>
+bool AreUsualWith(Sample one, int format) {
+  std::vector<Sample> samples(1001, Sample{1});
+  samples[777] = one;
+  return AreUsualSamples(reinterpret_cast<const uint8_t*>(samples.data()),
+                         samples.size() * sizeof(Sample), format);
+}
+
+TEST(SamplePlanes, KnowsSamplesThatAreNoSound) {
+  for (const int format : {AV_SAMPLE_FMT_FLT, AV_SAMPLE_FMT_FLTP}) {
+    EXPECT_TRUE(AreUsualWith(-30.0F, format));
+    EXPECT_FALSE(AreUsualWith(NAN, format));
+    EXPECT_FALSE(AreUsualWith(-HUGE_VALF, format));
+    EXPECT_FALSE(AreUsualWith(1e7F, format));
+  }
+  for (const int format : {AV_SAMPLE_FMT_DBL, AV_SAMPLE_FMT_DBLP}) {
+    EXPECT_TRUE(AreUsualWith(-30.0, format));
+    EXPECT_FALSE(AreUsualWith(double{NAN}, format));
+    EXPECT_FALSE(AreUsualWith(HUGE_VAL, format));
+  }
+  // Any whole number is a sample.
+  EXPECT_TRUE(AreUsualWith(NAN, AV_SAMPLE_FMT_S32));
 }
 
 }  // namespace
