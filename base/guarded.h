@@ -7,14 +7,17 @@
 #include <new>
 #include <type_traits>
 
+#include "base/first_error.h"
 #include "base/log.h"
 
 namespace but {
 
 // Runs `body` and gives its result, 0 where it has none. Where the host had no memory for it, or
-// refused it something else, -ENOMEM or -EAGAIN after an error line.
+// refused it something else, -ENOMEM or -EAGAIN after an error line. `thrown`, unless null, keeps
+// these two and no result of the body.
 template <typename Body>
-int Guarded(const char* tag, const Body& body) {
+int Guarded(const char* tag, const Body& body, FirstError* thrown = nullptr) {
+  int error = 0;
   try {
     if constexpr (std::is_void_v<decltype(body())>) {
       body();
@@ -24,11 +27,13 @@ int Guarded(const char* tag, const Body& body) {
     }
   } catch (const std::bad_alloc&) {
     log_error(tag, "no memory");
-    return -ENOMEM;
-  } catch (const std::exception& error) {
-    log_error(tag, "%s", error.what());
-    return -EAGAIN;
+    error = -ENOMEM;
+  } catch (const std::exception& refusal) {
+    log_error(tag, "%s", refusal.what());
+    error = -EAGAIN;
   }
+  if (thrown != nullptr) thrown->Keep(error);
+  return error;
 }
 
 }  // namespace but

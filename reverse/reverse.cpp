@@ -40,12 +40,20 @@ Reverse::Reverse(const char* inputPath, double start, double end, const char* ou
 
 Reverse::~Reverse() { Release(); }
 
+// A setting for which there is no memory fails the job's Init.
+template <typename Body>
+void Reverse::Set(const Body& body) {
+  but::Guarded(kTag, body, &mSettingError);
+}
+
 void Reverse::SetOutputParameter(const char* key, const char* value) {
-  mOutputParameters.SetString(key, value);
+  Set([&] { mOutputParameters.SetString(key, value); });
 }
 
 void Reverse::SetMirror(bool isMirror) {
-  mReversal = isMirror ? std::make_unique<MirrorReversal>() : std::make_unique<Reversal>();
+  Set([&] {
+    mReversal = isMirror ? std::make_unique<MirrorReversal>() : std::make_unique<Reversal>();
+  });
 }
 
 void Reverse::SetSafeOutput(bool isSafe) { mOutput->SetSafe(isSafe); }
@@ -63,7 +71,8 @@ int64_t Reverse::MemoryNeeded() const { return mMemory->Needed(); }
 int64_t Reverse::MemoryGranted() const { return mMemory->Granted(); }
 
 int Reverse::Init() {
-  const int result = but::Guarded(kTag, [this] { return CreateParts(); });
+  const int lost = mSettingError.Error();
+  const int result = lost != 0 ? lost : but::Guarded(kTag, [this] { return CreateParts(); });
   if (result == 0) return 0;
   Fail(FailedStep::kHost, result);
   // Closed before it is removed.
@@ -169,6 +178,7 @@ int Reverse::CreateWriter() {
     log_error(kTag, "Make MediaWriter error");
     int error = 0;
     format.GetInt32("output-error", error);
+    if (error == AVERROR(ENOMEM)) return Fail(FailedStep::kHost, error);
     return Fail(FailedStep::kOpenOutput, error, mOutput->Kind());
   }
   mOutput->Measure();
@@ -260,6 +270,14 @@ void Reverse::Release() {
 }
 
 int Reverse::DoReverse() {
+  but::FirstError thrown;
+  const int result = but::Guarded(
+      kTag, [this] { return MakeStep(); }, &thrown);
+  Settle(FailedStep::kHost, thrown.Error());
+  return result == 0 ? 0 : -1;
+}
+
+int Reverse::MakeStep() {
   if (mIsCancel == 1) {
     log_debug(kTag, "mIsCancel == 1, DoReverse return");
     return -1;
@@ -279,12 +297,9 @@ int Reverse::HostError() const {
 
 void Reverse::RunToEnd(const std::atomic<bool>& running) {
   const int64_t begin = but::ProcessClockMillis();
-  const int error = but::Guarded(kTag, [&] {
-    while (running && DoReverse() == 0) {
-    }
-    return HostError();
-  });
-  Settle(FailedStep::kHost, error);
+  while (running && DoReverse() == 0) {
+  }
+  Settle(FailedStep::kHost, HostError());
   const auto took = static_cast<int32_t>(but::ProcessClockMillis() - begin);
   log_debug(kTag, "reverse time : %.3fs", took / 1000.0);
   if (mWriter != nullptr) {

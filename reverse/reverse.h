@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "base/first_error.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/media_info.h"
 #include "codec/format/media_format.h"
@@ -135,6 +136,8 @@ class Reverse {
   virtual MediaWriter* MakeWriter(MediaFormat& format);
 
  private:
+  template <typename Body>
+  void Set(const Body& body);
   int CreateParts();
   int CreateDecoder();
   // Brings the range inside the clip. -1 if the range begins at or after the end of the clip.
@@ -146,6 +149,7 @@ class Reverse {
   void Settle(FailedStep step, int error);
   // The result of a range without written pictures: 0 or an error, logged.
   int MissPictures();
+  int MakeStep();
   int StartThreads();
   void CloseAccount();
   // The first failure of the host that has cost a frame; 0 if there was none.
@@ -172,6 +176,7 @@ class Reverse {
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;
   bool mIsStrict = false;
+  but::FirstError mSettingError;
   MediaFormat mOutputParameters;  // of the caller; they replace the job's own
 
   // Shared by the caller's thread and the worker.

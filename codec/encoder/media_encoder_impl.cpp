@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "base/guarded.h"
 #include "base/log.h"
 #include "codec/encoder/ffmpeg_encoder_impl.h"
 
@@ -33,7 +34,17 @@ MediaEncoderImpl::MediaEncoderImpl(std::unique_ptr<FFmpegEncoder> implementation
 
 MediaEncoderImpl::~MediaEncoderImpl() = default;
 
+// What is thrown ends here, and is an error of the output.
+template <typename Body>
+int MediaEncoderImpl::Bordered(const Body& body) {
+  return but::Guarded(kTag, body, &mThrown);
+}
+
 int MediaEncoderImpl::Configure(const MediaFormat& format) {
+  return Bordered([&] { return SetParameters(format); }) == 0 ? 0 : -1;
+}
+
+int MediaEncoderImpl::SetParameters(const MediaFormat& format) {
   log_debug(kTag, "Configure");
   if (mEncoder == nullptr) {
     log_error(kTag, "Configure Error");
@@ -55,26 +66,31 @@ int MediaEncoderImpl::Configure(const MediaFormat& format) {
   return 0;
 }
 
-int MediaEncoderImpl::Open() { return mEncoder == nullptr ? -1 : mEncoder->Open(); }
+int MediaEncoderImpl::Open() {
+  return mEncoder == nullptr ? -1 : Bordered([this] { return mEncoder->Open(); });
+}
 
 void MediaEncoderImpl::Close() {
-  if (mEncoder != nullptr) mEncoder->Close();
+  if (mEncoder != nullptr) Bordered([this] { mEncoder->Close(); });
 }
 
 int MediaEncoderImpl::GetParameter(const char* key) {
-  return mEncoder == nullptr ? -1 : mEncoder->GetParameter(key);
+  return mEncoder == nullptr ? -1 : Bordered([&] { return mEncoder->GetParameter(key); });
 }
 
 int MediaEncoderImpl::EncodeVideo(uint8_t* data, int ignored, int64_t ptsUs) {
-  return mEncoder == nullptr ? -1 : mEncoder->EncodeVideo(data, ignored, ptsUs);
+  if (mEncoder == nullptr) return -1;
+  return Bordered([&] { return mEncoder->EncodeVideo(data, ignored, ptsUs); });
 }
 
 int MediaEncoderImpl::EncodeAudio(uint8_t* data, size_t size) {
-  return mEncoder == nullptr ? -1 : mEncoder->EncodeAudio(data, size);
+  if (mEncoder == nullptr) return -1;
+  return Bordered([&] { return mEncoder->EncodeAudio(data, size); });
 }
 
 int MediaEncoderImpl::OutputError() const {
-  return mEncoder == nullptr ? -1 : mEncoder->OutputError();
+  if (mEncoder == nullptr) return -1;
+  return mThrown.Error() != 0 ? mThrown.Error() : mEncoder->OutputError();
 }
 
 }  // namespace codec

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
-// The front of the encoder: turns a MediaFormat into settings and forwards everything else.
+// The front of the encoder: turns a MediaFormat into settings and forwards everything else. No
+// exception leaves it: for want of memory a call gives -ENOMEM, and so does OutputError from then
+// on.
 #pragma once
 
 #include <memory>
 
+#include "base/first_error.h"
 #include "codec/encoder/ffmpeg_encoder.h"
 #include "codec/encoder/media_encoder.h"
 
@@ -30,6 +33,11 @@ class MediaEncoderImpl : public MediaEncoder {
   int OutputError() const override;
 
  private:
+  template <typename Body>
+  int Bordered(const Body& body);
+  int SetParameters(const MediaFormat& format);
+
+  but::FirstError mThrown;
   std::unique_ptr<FFmpegEncoder> mEncoder;
 };
 

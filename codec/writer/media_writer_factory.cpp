@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "base/guarded.h"
 #include "base/log.h"
 #include "codec/encoder/media_encoder_impl.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
@@ -113,19 +114,7 @@ MediaWriter* MakeConfigured(MediaFormat& format, std::unique_ptr<MediaEncoder> e
   return nullptr;
 }
 
-}  // namespace
-
-MediaWriter* MakeMediaWriter(MediaFormat& format) {
-  std::string codec;
-  if (format.GetString("video-codec", codec) != 0) {
-    log_error(kTag, "not set video codec");
-    return nullptr;
-  }
-  if (HasVideo(format) && codec != kRawInputCodec) return MakeMediaWriterWithFilter(format);
-  return MakeMediaWriterWithoutFilter(format);
-}
-
-MediaWriter* MakeMediaWriterWithFilter(MediaFormat& format) {
+MediaWriter* MakeWithFilter(MediaFormat& format) {
   log_info(kTag, "MakeMediaWriterWithFilter begin...");
   format.Dump();
   if (!CheckInput(format)) return nullptr;
@@ -142,7 +131,7 @@ MediaWriter* MakeMediaWriterWithFilter(MediaFormat& format) {
   return MakeConfigured(format, std::move(encoder), std::move(filters));
 }
 
-MediaWriter* MakeMediaWriterWithoutFilter(MediaFormat& format) {
+MediaWriter* MakeWithoutFilter(MediaFormat& format) {
   log_info(kTag, "MakeMediaWriterWithoutFilter begin...");
   format.Dump();
   if (!CheckInput(format)) return nullptr;
@@ -153,6 +142,36 @@ MediaWriter* MakeMediaWriterWithoutFilter(MediaFormat& format) {
   MediaWriter* const writer = MakeConfigured(format, std::move(encoder), nullptr);
   if (writer != nullptr) log_info(kTag, "MakeMediaWriterWithoutFilter done.");
   return writer;
+}
+
+MediaWriter* MakeAny(MediaFormat& format) {
+  std::string codec;
+  if (format.GetString("video-codec", codec) != 0) {
+    log_error(kTag, "not set video codec");
+    return nullptr;
+  }
+  if (HasVideo(format) && codec != kRawInputCodec) return MakeWithFilter(format);
+  return MakeWithoutFilter(format);
+}
+
+// Null also for want of memory.
+MediaWriter* Guarded(MediaWriter* (*make)(MediaFormat&), MediaFormat& format) {
+  MediaWriter* writer = nullptr;
+  const int error = but::Guarded(kTag, [&] { writer = make(format); });
+  if (error != 0) but::Guarded(kTag, [&] { format.SetInt32("output-error", error); });
+  return writer;
+}
+
+}  // namespace
+
+MediaWriter* MakeMediaWriter(MediaFormat& format) { return Guarded(&MakeAny, format); }
+
+MediaWriter* MakeMediaWriterWithFilter(MediaFormat& format) {
+  return Guarded(&MakeWithFilter, format);
+}
+
+MediaWriter* MakeMediaWriterWithoutFilter(MediaFormat& format) {
+  return Guarded(&MakeWithoutFilter, format);
 }
 
 }  // namespace codec

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -52,7 +53,20 @@ MediaWriterImpl::~MediaWriterImpl() {
   if (!mSettings.is_independent) ListenerRegistry::Instance().SetListener(nullptr);
 }
 
+// What is thrown ends here, and is an error of the output.
+template <typename Body>
+int MediaWriterImpl::Bordered(const Body& body) {
+  but::FirstError thrown;
+  const int result = but::Guarded(kTag, body, &thrown);
+  mEncoder.Fail(thrown.Error());
+  return result;
+}
+
 int MediaWriterImpl::Configure(MediaFormat& format) {
+  return Bordered([&] { return OpenParts(format); }) == 0 ? 0 : -1;
+}
+
+int MediaWriterImpl::OpenParts(const MediaFormat& format) {
   log_debug(kTag, "Configure MediaWriterImpl...");
   mSettings.ReadSharing(format);
   if (!mEncoder.HasEncoder()) {
@@ -89,9 +103,9 @@ int MediaWriterImpl::Start() {
   running = true;
   if (mSettings.use_thread_) {
     MWScheduler::Work* const work = this;
-    mScheduler = std::make_unique<MWScheduler>(work);
-    mScheduler->Start();
-    if (!mScheduler->HasThread()) {
+    mScheduler.reset(new (std::nothrow) MWScheduler(work));
+    if (mScheduler != nullptr) mScheduler->Start();
+    if (mScheduler == nullptr || !mScheduler->HasThread()) {
       // Queued frames would wait for ever; the producer's thread encodes them instead.
       log_warn(kTag, "no thread for the encoder, encoding on the caller's");
       mScheduler.reset();
@@ -137,7 +151,7 @@ void MediaWriterImpl::SetParameter(const char* key, int value) {
     Listener* const listener = LogoListener();
     if (listener == nullptr) return;
     const uint32_t argument = (static_cast<uint32_t>(value) & row.mask) << row.shift;
-    listener->OnEvent(kWaterMarkEvent, static_cast<int32_t>(argument));
+    Bordered([&] { listener->OnEvent(kWaterMarkEvent, static_cast<int32_t>(argument)); });
   }
 }
 
@@ -151,13 +165,6 @@ int64_t MediaWriterImpl::PicturesWritten() { return mEncoder.PicturesWritten(); 
 
 std::unique_ptr<vux::AudioProcess> MediaWriterImpl::NewAudioProcess() const {
   return std::make_unique<vux::AudioProcessImpl>();
-}
-
-// What is thrown ends here; the output lacks a frame then.
-template <typename Body>
-void MediaWriterImpl::Bordered(const Body& body) {
-  const int result = but::Guarded(kTag, body);
-  if (result != 0) mEncoder.Fail(result);
 }
 
 void MediaWriterImpl::ScheduleOnce() {

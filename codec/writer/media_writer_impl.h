@@ -62,7 +62,8 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work, private Q
   bool AwaitFewer(size_t frames) override;
 
   template <typename Body>
-  void Bordered(const Body& body);
+  int Bordered(const Body& body);
+  int OpenParts(const MediaFormat& format);
   void TakeFrame(int type, uint8_t* data, uint32_t size, int64_t pts);
   void PreparePool();
   Listener* LogoListener() const;
