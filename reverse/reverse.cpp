@@ -282,6 +282,8 @@ int Reverse::MakeStep() {
     log_debug(kTag, "mIsCancel == 1, DoReverse return");
     return -1;
   }
+  // What an exception has left half done cannot go on.
+  if (mResult != 0) return -1;
   // A frame that cannot be written need not be decoded.
   if (mWriter != nullptr && mWriter->OutputError() != 0) return -1;
   if (HostError() != 0) return -1;
