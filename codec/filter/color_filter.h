@@ -20,6 +20,9 @@ class ColorFilter : public MediaFilter {
   // Model 1 in front of another filter passes `picture` itself on.
   MediaBuffer* Process(uint8_t* picture) override;
 
+  // Bytes between this filter and the next.
+  int64_t WorkingBytes() const { return mWorking.Size(); }
+
  private:
   int SizeBuffers(int64_t inputBytes, const char* outputName);
   void Convert(const uint8_t* picture, uint8_t* out) const;

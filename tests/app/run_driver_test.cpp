@@ -60,11 +60,22 @@ TEST(RunDriver, LogsProgressEvery400MillisecondsUntilOneLineAfterHundred) {
   EXPECT_EQ(waits, (std::vector<int>{400, 400, 400, 400}));
 }
 
-TEST(RunDriver, KeepsReportingWhereTheWorkCannotStart) {
-  int waits = 0;
-  Notes notes;
-  ReportProgress([&] { return AtPercent(waits < 50 ? 0 : 100); }, [&](int) { ++waits; }, &notes);
-  EXPECT_EQ(notes.reports.size(), 51U);
+TEST(RunDriver, EndsWithoutAReportWhereTheWorkCannotStart) {
+  for (const bool isPlain : {false, true}) {
+    Notes notes;
+    const LogCapture log;
+    CommandLine line{Clip(ClipKind::kH264Short), ScratchPath("no_thread.mp4"), 0, 0.5};
+    line.isPlain = isPlain;
+    const codec::ffmpeg::Fault fault(codec::ffmpeg::FaultCall::pthread_create);
+    EXPECT_EQ(RunReverse(line, &notes), -1);
+    EXPECT_TRUE(notes.reports.empty());
+    ASSERT_EQ(notes.ends.size(), 1U);
+    EXPECT_FALSE(notes.ends[0].isDone);
+    EXPECT_EQ(notes.ends[0].advice,
+              line.output +
+                  " needs a thread that the host did not give; end other programs and try again");
+    EXPECT_FALSE(std::filesystem::exists(line.output));
+  }
 }
 
 TEST(RunDriver, TellsItsObserverHowFarTheRunIs) {

@@ -74,11 +74,13 @@ TEST(AudioEncoding, LosslessSoundComesBackAsItWas) {
 }
 
 // What the encoder asks for after each frame of a short film.
-std::vector<int> Wishes(const std::string& path) {
+std::vector<int> Wishes(const std::string& path, const char* codec = "aac") {
   FFmpegEncoderImpl encoder;
-  encoder_test::Configure(&encoder, encoder_test::FilmFormat(path));
+  MediaFormat format = encoder_test::FilmFormat(path);
+  format.SetString("audio-codec", codec);
+  encoder_test::Configure(&encoder, format);
   EXPECT_EQ(encoder.Open(), 0);
-  std::vector<uint8_t> tone = encoder_test::Tone(1024);
+  std::vector<uint8_t> tone = encoder_test::Tone(encoder.GetParameter("audio-frame-size"));
   std::vector<uint8_t> picture = encoder_test::Picture(1);
   std::vector<int> wishes;
   for (int64_t pictures = 0; pictures < 50;) {
@@ -100,6 +102,17 @@ TEST(AudioEncoding, AsksForTheSameFramesWithAThreadOfItsOwnAndWithout) {
     const test_support::NoThreads none;
     EXPECT_EQ(beside, Wishes(path)) << name;
   }
+}
+
+// Its packets come late, several at a time, and are of several lengths.
+TEST(AudioEncoding, AsksForTheSameFramesOfAnIrregularEncoder) {
+  const std::string path = ScratchPath("irregular.mkv");
+  const std::vector<int> beside = Wishes(path, "libvorbis");
+  const std::vector<std::string> packets = encoder_test::Probe(path, "a", "packet=pts,size");
+  EXPECT_GT(packets.size(), 100U);
+  const test_support::NoThreads none;
+  EXPECT_EQ(beside, Wishes(path, "libvorbis"));
+  EXPECT_EQ(packets, encoder_test::Probe(path, "a", "packet=pts,size"));
 }
 
 TEST(AudioEncoding, StampsCountSamplesNotTimes) {

@@ -101,6 +101,21 @@ TEST(EncoderOpen, ReportsAPathThatCannotBeOpened) {
   EXPECT_EQ(log.CountContaining(kLogDebug, kEncoderTag, "write trailer"), 0);
 }
 
+// The times of a file without a header are those of nothing.
+TEST(EncoderOpen, AsksForPicturesUntilThereIsAHeader) {
+  FFmpegEncoderImpl encoder;
+  encoder_test::Configure(&encoder,
+                          encoder_test::FilmFormat(ScratchPath("no-such-directory") + "/x.mp4"));
+  const LogCapture log;
+  EXPECT_EQ(encoder.Open(), -1);
+  std::vector<uint8_t> picture = encoder_test::Picture(1);
+  for (int64_t i = 0; i < 3; ++i) {
+    EXPECT_LT(encoder.EncodeVideo(picture.data(), 0, i * 1000000), 0);
+    EXPECT_EQ(encoder.GetParameter("next-frame-type"), 1) << i;
+  }
+  encoder.Close();
+}
+
 TEST(EncoderOpen, TellsWhyItFailed) {
   const MediaFormat film = encoder_test::FilmFormat(ScratchPath("open-why.mp4"));
   const auto reason = [](const MediaFormat& format) {

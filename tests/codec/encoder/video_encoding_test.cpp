@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -12,6 +13,7 @@
 #include "tests/codec/encoder/encoder_fixture.h"
 #include "tests/faults/faults.h"
 #include "tests/support/command.h"
+#include "tests/support/media_reading.h"
 
 namespace codec {
 namespace {
@@ -230,6 +232,44 @@ TEST_F(VideoEncoding, EndOfStreamIsReturnedWithoutCounting) {
   EXPECT_EQ(Texts(mLog, kLogDebug), (Lines{"encode video eof"}));
   EXPECT_EQ(Texts(mLog, kLogInfo), Lines{});
   mEncoder.Close();
+}
+
+// Several pictures are encoded at a time, after the calls that brought them. The caller's bytes are
+// others by then.
+TEST(VideoEncoding, KeepsPicturesThatAreEncodedLater) {
+  constexpr int kWide = 1280;
+  constexpr int kHigh = 720;
+  constexpr int kPictures = 12;
+  const std::string path = ScratchPath("later.mkv");
+  MediaFormat format = encoder_test::VideoFormat(path);
+  format.SetString("video-codec", "huffyuv");
+  format.SetString("output-color-format", "yuv422p");
+  format.SetString("thread-type", "frame");
+  format.SetInt32("thread-count", 4);
+  format.SetInt32("width", kWide);
+  format.SetInt32("height", kHigh);
+  FFmpegEncoderImpl encoder;
+  encoder_test::Configure(&encoder, format);
+  ASSERT_EQ(encoder.Open(), 0);
+  constexpr size_t kBytes = size_t{kWide} * kHigh * 2;
+  std::vector<uint8_t> picture(kBytes);
+  for (int i = 0; i < kPictures; ++i) {
+    // Every row has a value of its own.
+    for (size_t at = 0; at < kBytes; ++at) {
+      picture[at] = static_cast<uint8_t>(at / kWide + static_cast<size_t>(i) * 20);
+    }
+    EXPECT_EQ(encoder.EncodeVideo(picture.data(), 0, int64_t{40000} * i), 0);
+    std::fill(picture.begin(), picture.end(), uint8_t{7});
+  }
+  encoder.Close();
+  const std::vector<test_support::Picture> shown = test_support::DecodeLuma(path);
+  // The last ones stay in the encoder.
+  ASSERT_GE(shown.size(), 4U);
+  for (size_t i = 0; i < shown.size(); ++i) {
+    for (size_t row = 0; row < kHigh; ++row) {
+      ASSERT_EQ(shown[i].luma[row * kWide], static_cast<uint8_t>(row + i * 20)) << i << " " << row;
+    }
+  }
 }
 
 TEST(VideoEncoderAlone, WritesALateHeaderOnceItHasExtradata) {

@@ -381,6 +381,26 @@ TEST(ColorModelTable, HoldsTheBufferRules) {
   EXPECT_EQ(FindColorModel(23)->working, BufferRule::kAnyFormat);
 }
 
+// Rows of whole pairs of bytes, written down by hand.
+TEST(ColorFilterBuffer, HasRowsOfEvenLengthInTheGeneralModel) {
+  struct Row {
+    const char* output;
+    int64_t bytes;
+  };
+  for (const Row& row : {Row{"gray", 34 * 25}, Row{"rgb24", 100 * 25}, Row{"yuv444p", 3 * 34 * 25},
+                         Row{"gray16le", 66 * 25}}) {
+    MediaFormat format;
+    format.SetInt32("width", 33);
+    format.SetInt32("height", 25);
+    format.SetInt32("color-convert-model", 23);
+    format.SetString("input-color-format", "bgr24");
+    format.SetString("output-color-format", row.output);
+    ColorFilter filter;
+    ASSERT_EQ(filter.Configure(format), 0) << row.output;
+    EXPECT_EQ(filter.WorkingBytes(), row.bytes) << row.output;
+  }
+}
+
 // A picture whose even rows of color are 60 and whose odd ones are 200; `rows` of color.
 Bytes StripedColors(Size size, int colorBytes, int rows) {
   Bytes picture(static_cast<size_t>(size.width * size.height), 128);
