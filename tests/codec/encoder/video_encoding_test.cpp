@@ -236,7 +236,7 @@ TEST_F(VideoEncoding, EndOfStreamIsReturnedWithoutCounting) {
 
 // Several pictures are encoded at a time, after the calls that brought them. The caller's bytes are
 // others by then.
-TEST(VideoEncoding, KeepsPicturesThatAreEncodedLater) {
+TEST(VideoEncodingInThreads, KeepsPicturesThatAreEncodedLater) {
   constexpr int kWide = 1280;
   constexpr int kHigh = 720;
   constexpr int kPictures = 12;
