@@ -8,8 +8,7 @@
 namespace codec {
 
 // Numbers travel as text. A copy shares nothing with its source. Keys and texts are copied; none
-// may be null. Not synchronised: one thread at a time. As with the standard's own containers, a copy
-// or a setter for which there is no memory throws std::bad_alloc and changes nothing.
+// may be null. Not synchronised: one thread at a time.
 //
 // Getters return 0 when the key is present and -1 when it is absent; on -1 the output is untouched,
 // so that a caller's default survives. Text that is not a number reads as its leading number, or 0.

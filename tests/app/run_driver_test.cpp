@@ -66,7 +66,7 @@ TEST(RunDriver, EndsWithoutAReportWhereTheWorkCannotStart) {
     const LogCapture log;
     CommandLine line{Clip(ClipKind::kH264Short), ScratchPath("no_thread.mp4"), 0, 0.5};
     line.isPlain = isPlain;
-    const codec::ffmpeg::Fault fault(codec::ffmpeg::FaultCall::pthread_create);
+    const test_support::Fault fault(test_support::FaultCall::pthread_create);
     EXPECT_EQ(RunReverse(line, &notes), -1);
     EXPECT_TRUE(notes.reports.empty());
     ASSERT_EQ(notes.ends.size(), 1U);

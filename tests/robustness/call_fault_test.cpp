@@ -12,22 +12,22 @@
 #include "base/log.h"
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 #include "codec/encoder/media_encoder_impl.h"
-#include "codec/ffmpeg/faults.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/writer/media_writer_factory.h"
 #include "codec/writer/media_writer_impl.h"
 #include "reverse/reverse.h"
 #include "tests/codec/filter/png_file.h"
+#include "tests/faults/faults.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 
 namespace codec {
 namespace {
 
-using ffmpeg::Fault;
-using ffmpeg::FaultCall;
 using test_support::Clip;
 using test_support::ClipKind;
+using test_support::Fault;
+using test_support::FaultCall;
 using test_support::ScratchPath;
 
 constexpr int kWidth = 64;
@@ -42,9 +42,9 @@ using Prepare = std::function<Call()>;
 constexpr char kLongText[] = "a text that is longer than what a string holds within itself";
 
 int64_t AllocationsOf(const Call& call) {
-  const int64_t before = ffmpeg::FaultCallCount(FaultCall::operator_new);
+  const int64_t before = test_support::FaultCallCount(FaultCall::operator_new);
   call();
-  return ffmpeg::FaultCallCount(FaultCall::operator_new) - before;
+  return test_support::FaultCallCount(FaultCall::operator_new) - before;
 }
 
 // The answer of the call if its allocation after `passing` others fails; 1 if it throws.

@@ -139,7 +139,7 @@ TEST(EncoderOpen, TellsWhyItFailed) {
         FaultCall::av_frame_alloc, FaultCall::av_frame_get_buffer, FaultCall::av_packet_alloc,
         FaultCall::avcodec_open2, FaultCall::avcodec_parameters_from_context}) {
     const Fault fault(call);
-    EXPECT_EQ(reason(film), AVERROR(ENOMEM)) << ffmpeg::FaultCallName(call);
+    EXPECT_EQ(reason(film), AVERROR(ENOMEM)) << test_support::FaultCallName(call);
   }
 }
 
