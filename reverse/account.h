@@ -20,9 +20,10 @@ struct SoundAccount {
 // Every picture that the job has met in its range is either written or counted as lost.
 struct JobAccount {
   int64_t pictures = 0;  // written
-  LostPictures lost;
-  SoundAccount sound;
+  LostPictures lost;     // met, but not written
+  SoundAccount sound;    // the same of the sound
 
+  // Whether nothing was lost.
   bool IsWhole() const { return lost.Count() == 0 && !(sound.lost > 0); }
 };
 

@@ -22,6 +22,7 @@ enum class FailedStep {
   kHost,         // the host gave no memory in the middle of the work
   kLoss,         // all is written that could be read, but a part was lost: see SetStrict
   kWriteOutput,  // writing the output
+  kCancel,       // nothing: it was cancelled or released early, see SetDiscardCancelled
 };
 
 // The first thing that a job has failed at, kept so that nobody has to look at the files again:

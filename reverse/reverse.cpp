@@ -16,6 +16,7 @@
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "codec/writer/media_writer_factory.h"
 #include "reverse/closed_account.h"
+#include "reverse/end_signal.h"
 #include "reverse/job_memory.h"
 #include "reverse/job_output.h"
 #include "reverse/mirror_reversal.h"
@@ -36,7 +37,8 @@ Reverse::Reverse(const char* inputPath, double start, double end, const char* ou
       mMemory(std::make_unique<JobMemory>()),
       mReversal(std::make_unique<Reversal>()),
       mStart(start),
-      mEnd(end) {}
+      mEnd(end),
+      mEndSignal(std::make_unique<EndSignal>()) {}
 
 Reverse::~Reverse() { Release(); }
 
@@ -230,12 +232,12 @@ int Reverse::StartThreads() {
     return -1;
   }
   // A worker that was started before does not begin again.
-  if (!mWorkThread->running) mEndSignal.Begin();
+  if (!mWorkThread->running) mEndSignal->Begin();
   mWorkThread->Start();
   if (!mWorkThread->HasThread()) {
     log_error(kTag, "no thread for the work");
     mProgress = 100;
-    mEndSignal.End();
+    mEndSignal->End();
     return -1;
   }
   return 0;
@@ -250,7 +252,7 @@ float Reverse::GetProgress() {
 int64_t Reverse::BytesWritten() const { return mOutput->Bytes(); }
 
 bool Reverse::WaitForEnd(int milliseconds) {
-  return mEndSignal.Wait(std::chrono::milliseconds(milliseconds));
+  return mEndSignal->Wait(std::chrono::milliseconds(milliseconds));
 }
 
 void Reverse::Release() {
@@ -302,6 +304,9 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
   while (running && DoReverse() == 0) {
   }
   Settle(FailedStep::kHost, HostError());
+  if (mDiscardsCancelled && (mIsCancel == 1 || !running)) {
+    Settle(FailedStep::kCancel, AVERROR(ECANCELED));
+  }
   const auto took = static_cast<int32_t>(but::ProcessClockMillis() - begin);
   log_debug(kTag, "reverse time : %.3fs", took / 1000.0);
   if (mWriter != nullptr) {
@@ -315,7 +320,7 @@ void Reverse::RunToEnd(const std::atomic<bool>& running) {
   }
   FreePictures();
   mProgress = 100;
-  mEndSignal.End();
+  mEndSignal->End();
 }
 
 // An output that is whole does not fail because there was no memory to count what is in it, unless

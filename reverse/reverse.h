@@ -14,11 +14,11 @@
 #include "codec/format/media_format.h"
 #include "codec/writer/media_writer.h"
 #include "reverse/account.h"
-#include "reverse/end_signal.h"
 #include "reverse/job_failure.h"
 
 namespace codec {
 
+class EndSignal;
 class JobMemory;
 class JobOutput;
 class Reversal;
@@ -98,7 +98,8 @@ class Reverse {
   // are those that it was made with.
   const JobFailure& Failure() const { return mFailure; }
 
-  // Asks the work to end at its next step. The frames written by then become a whole file.
+  // Asks the work to end at its next step. The frames written by then become a whole file. May be
+  // called from any thread, and from a signal's handler.
   void Cancel() { mIsCancel = 1; }
   // A file that exists at the output's path stays until the new file is whole. Then the new file
   // replaces the old one in one step, with its permissions. So a run that fails or is killed
@@ -121,6 +122,10 @@ class Reverse {
   // shared with theirs. Off unless set: then the buffers of the process's writers are shared, and
   // one job at a time may run. To be called before Init.
   void SetIndependent(bool isIndependent);
+  // A job that is cancelled, or released before its end, fails with ECANCELED, and its output is
+  // taken away; with SetSafeOutput the old file stays. Off unless set: then the frames written by
+  // then become a whole file. To be called before Start.
+  void SetDiscardCancelled(bool discards) { mDiscardsCancelled = discards; }
   // Leaves the sound out. To be called before Init.
   void DisableAudio() { mAudioEnabled = false; }
 
@@ -176,6 +181,7 @@ class Reverse {
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;
   bool mIsStrict = false;
+  bool mDiscardsCancelled = false;
   but::FirstError mSettingError;
   MediaFormat mOutputParameters;  // of the caller; they replace the job's own
 
@@ -183,7 +189,7 @@ class Reverse {
   std::atomic<float> mProgress{0};
   std::atomic<int32_t> mIsCancel{0};
   std::atomic<int32_t> mResult{0};
-  EndSignal mEndSignal;
+  const std::unique_ptr<EndSignal> mEndSignal;
 
   // Touched by the caller's thread only.
   std::unique_ptr<ReverseWorkThread> mWorkThread;

@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
+#include <fstream>
 #include <future>
+#include <iterator>
+#include <string>
 
 #include "reverse/reverse.h"
 #include "tests/faults/no_threads.h"
@@ -104,6 +108,45 @@ TEST(ReverseEnd, IsReachedByACancelledJob) {
   EXPECT_TRUE(gate.isStopped);
   // The first step may be under way when the job is cancelled, and ends then.
   EXPECT_LE(gate.pictures, 24);
+}
+
+std::string Text(const std::string& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// A job that is told to: it fails, and what stood at the output still stands there.
+TEST(ReverseEnd, LeavesNoOutputOfAJobThatIsEndedEarly) {
+  const std::string output = ScratchPath("ended_early.mp4");
+  for (const bool cancels : {true, false}) {
+    std::ofstream(output) << "before";
+    Reverse job(test_support::LongStillClip().c_str(), 0, 0, output.c_str());
+    job.SetSafeOutput(true);
+    job.SetDiscardCancelled(true);
+    ASSERT_EQ(job.Init(), 0);
+    ASSERT_EQ(job.Start(), 0);
+    if (cancels) {
+      job.Cancel();
+      EXPECT_TRUE(job.WaitForEnd(kHour));
+    }
+    job.Release();
+    EXPECT_EQ(job.Result(), -ECANCELED);
+    EXPECT_EQ(job.Failure().step, FailedStep::kCancel);
+    EXPECT_EQ(Text(output), "before");
+  }
+}
+
+// A job that has ended by itself is not ended early by its release.
+TEST(ReverseEnd, LeavesTheOutputOfAJobThatIsReleasedAfterItsEnd) {
+  const std::string output = ScratchPath("ended.mp4");
+  Reverse job(Clip(ClipKind::kH264Short).c_str(), 0, 1, output.c_str());
+  job.SetDiscardCancelled(true);
+  ASSERT_EQ(job.Init(), 0);
+  ASSERT_EQ(job.Start(), 0);
+  ASSERT_TRUE(job.WaitForEnd(kHour));
+  job.Release();
+  EXPECT_EQ(job.Result(), 0);
+  EXPECT_EQ(test_support::VideoTimes(output).size(), 25U);
 }
 
 TEST(ReverseEnd, IsReachedByAJobWhoseOutputIsRefused) {
