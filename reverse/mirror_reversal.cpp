@@ -10,6 +10,7 @@
 #include "codec/decoder/hdr_light.h"
 #include "codec/decoder/picture_scan.h"
 #include "codec/decoder/quiet_scan.h"
+#include "codec/decoder/tag_reading.h"
 #include "codec/encoder/container.h"
 #include "codec/encoder/encoder_choice.h"
 #include "codec/encoder/output_tags.h"
@@ -19,7 +20,7 @@
 #include "codec/utils/field_order.h"
 #include "codec/utils/numbers.h"
 #include "codec/utils/orientation.h"
-#include "codec/utils/picture_colors.h"
+#include "codec/utils/color_keys.h"
 #include "reverse/output_description.h"
 #include "reverse/stamp_rate.h"
 

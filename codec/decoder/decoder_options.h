@@ -6,14 +6,12 @@
 #include <functional>
 #include <optional>
 
-#include "codec/decoder/replay_policy.h"
-
 namespace codec {
 
 // What is known of an input's pictures. 0 stands for unknown.
 struct PictureFacts {
-  int width = 0;  // pixels, as the next one
-  int height = 0;
+  int width = 0;      // pixels
+  int height = 0;     // the same
   int64_t bytes = 0;  // of one packed picture
   int held = 0;       // pictures that the decoder may hold beside the present one
   // Whether the streams have been probed, which decodes pictures. Before that, all other members
@@ -23,6 +21,10 @@ struct PictureFacts {
   double seconds = 0;      // length of the input
   bool hasFields = false;  // the header says that pictures are interlaced
 };
+
+// How many bytes of pictures are kept unless the caller says: the smaller of 1 GiB and an eighth of
+// the machine's memory.
+int64_t DefaultReplayBudget();
 
 // What a decoder may take.
 struct DecoderShare {
@@ -68,6 +70,7 @@ struct DecoderAdditions {
 
 // The share changes nothing in what comes out of a decoder.
 struct DecoderOptions : DecoderShare {
+  // What comes out of the decoder depends on these.
   DecoderAdditions additions;
 
   // Asked as soon as the size of the input's pictures is known. That may be twice: after the file's

@@ -9,10 +9,12 @@
 #include <utility>
 
 #include "base/guarded.h"
+#include "base/lock.h"
 #include "base/log.h"
 #include "codec/decoder/decode_session.h"
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/field_probe.h"
+#include "codec/decoder/first_failure.h"
 #include "codec/decoder/frame_receiver.h"
 #include "codec/decoder/frame_source.h"
 #include "codec/decoder/packet_decoder.h"
@@ -66,7 +68,7 @@ template <typename Body>
 int FFmpegDecoderImpl2::Bordered(const Body& body) {
   const int result = but::Guarded(kDecoderTag, body);
   if (result < -1) {
-    mThrown.Keep(result);
+    mThrown->Keep(result);
     if (mParts != nullptr) mParts->isWhole = false;
   }
   return result == 0 ? 0 : -1;
@@ -79,7 +81,10 @@ int FFmpegDecoderImpl2::WithParts(const Body& body) {
 }
 
 FFmpegDecoderImpl2::FFmpegDecoderImpl2(const char* path, const DecoderOptions& options)
-    : mPath(path), mOptions(options) {
+    : mPath(path),
+      mOptions(options),
+      mMutex(std::make_unique<but::Mutex>()),
+      mThrown(std::make_unique<FirstFailure>()) {
   mInfo.channels = SoundLayout().channels;
 }
 
@@ -162,9 +167,9 @@ int FFmpegDecoderImpl2::GetAudioBufferSize() { return mAudioBufferSize; }
 void FFmpegDecoderImpl2::Finish() {
   LogCounters();
   const int error = HostError();
-  if (error != 0) mThrown.Keep(error);
+  if (error != 0) mThrown->Keep(error);
   std::unique_ptr<Parts> parts;
-  const but::HeldLock held(&mMutex);
+  const but::HeldLock held(mMutex.get());
   // Freed after the lock is given up.
   parts = std::move(mParts);
 }
@@ -176,8 +181,8 @@ int FFmpegDecoderImpl2::RestSound() {
 }
 
 int FFmpegDecoderImpl2::HostError() {
-  const but::HeldLock held(&mMutex);
-  if (mThrown.Error() != 0 || mParts == nullptr) return mThrown.Error();
+  const but::HeldLock held(mMutex.get());
+  if (mThrown->Error() != 0 || mParts == nullptr) return mThrown->Error();
   const DecodeSession& session = mParts->session;
   const int error = session.input.Failure().Error();
   return error != 0 ? error : session.sound.Failure();

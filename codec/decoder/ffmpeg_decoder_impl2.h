@@ -6,15 +6,18 @@
 #include <memory>
 #include <string>
 
-#include "base/lock.h"
 #include "codec/decoder/decoder_options.h"
 #include "codec/decoder/ffmpeg_decoder.h"
-#include "codec/decoder/first_failure.h"
 #include "codec/decoder/open_failure.h"
 #include "codec/utils/field_order.h"
 
+namespace but {
+class Mutex;
+}
+
 namespace codec {
 
+class FirstFailure;
 class JoinedParts;
 
 // How much work was done since the input was opened.
@@ -101,8 +104,8 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   DecoderOptions mOptions;
   // Changed under mMutex if another thread may ask for HostError meanwhile.
   std::unique_ptr<Parts> mParts;  // null unless initialised
-  but::Mutex mMutex;
-  FirstFailure mThrown;
+  const std::unique_ptr<but::Mutex> mMutex;     // never null, as the next one
+  const std::unique_ptr<FirstFailure> mThrown;
   OpenFailure mOpenFailure;
   MediaInfo mInfo;
   int mFrameBufferSize = 0;

@@ -16,7 +16,9 @@ struct LostPictures {
   // Seconds, of the earliest; infinite if there is none.
   double first = std::numeric_limits<double>::infinity();
 
+  // All of them.
   int64_t Count() const { return undecoded + dropped + timeless + unread; }
+  // Adds those of another stretch.
   void Add(const LostPictures& other) {
     undecoded += other.undecoded;
     dropped += other.dropped;

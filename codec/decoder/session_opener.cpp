@@ -15,7 +15,9 @@
 #include "codec/decoder/length_scan.h"
 #include "codec/decoder/part_scan.h"
 #include "codec/decoder/stream_facts.h"
+#include "codec/decoder/tag_reading.h"
 #include "codec/ffmpeg/compat.h"
+#include "codec/utils/color_keys.h"
 #include "codec/utils/orientation.h"
 
 namespace codec {

@@ -489,10 +489,4 @@ void SetFields(FieldOrder order, AVFrame* picture) {
 #endif
 }
 
-std::string ErrorText(int error) {
-  std::array<char, AV_ERROR_MAX_STRING_SIZE * 2> text{};
-  av_strerror(error, text.data(), text.size());
-  return text.data();
-}
-
 }  // namespace codec::ffmpeg

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "codec/ffmpeg/error_text.h"
 #include "codec/ffmpeg/owned.h"
 #include "codec/utils/field_order.h"
 
@@ -134,10 +135,5 @@ int SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degr
 FieldOrder FieldsOf(const AVFrame* picture);
 // Says it of a picture that is going to be encoded.
 void SetFields(FieldOrder order, AVFrame* picture);
-
-// Errors.
-
-// FFmpeg's sentence for one of its error numbers.
-std::string ErrorText(int error);
 
 }  // namespace codec::ffmpeg

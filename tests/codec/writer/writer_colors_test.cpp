@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "codec/utils/picture_colors.h"
+#include "codec/utils/color_keys.h"
 #include "codec/writer/media_writer_factory.h"
 #include "tests/support/command.h"
 #include "tests/support/log_capture.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "codec/decoder/replay_policy.h"
+#include "codec/decoder/decoder_options.h"
 
 #include <gtest/gtest.h>
 

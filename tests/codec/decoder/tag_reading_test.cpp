@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "codec/decoder/clip_tags.h"
+#include "codec/decoder/tag_reading.h"
 
 #include <gtest/gtest.h>
 

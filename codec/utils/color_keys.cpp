@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "codec/utils/picture_colors.h"
+#include "codec/utils/color_keys.h"
 
 #include <algorithm>
 #include <array>
