@@ -53,7 +53,6 @@ struct ErrorRow {
 constexpr std::array kErrorRows = {
     ErrorRow{ENOENT, " lies in a folder that does not exist; make the folder or choose another"},
     ErrorRow{ENOTDIR, " lies in what is no folder; choose another"},
-    ErrorRow{EEXIST, " was made by another program during the run; choose another name for -o"},
     ErrorRow{EISDIR, " is a folder; name a file in it"},
     ErrorRow{EACCES, " may not be written; choose a folder that you may write to"},
     ErrorRow{EPERM, " may not be written; choose a folder that you may write to"},
@@ -92,6 +91,12 @@ bool HasNoExtension(const std::string& name) {
   return dot == std::string::npos || name.find('/', dot) != std::string::npos;
 }
 
+const OptionNames& Names(const Failure& f) { return *f.order.names; }
+
+std::string RangeNames(const Failure& f) {
+  return std::string(Names(f).start) + " and " + Names(f).end;
+}
+
 struct Row {
   bool (*applies)(const Failure&);
   std::string (*text)(const Failure&);
@@ -100,141 +105,153 @@ struct Row {
 // The first row that applies counts: what stands against the input, then what stands against this
 // input's pictures and sound, then the output.
 const std::array kRows = {
-    Row{[](const Failure& f) { return f.line.input.empty(); },
+    Row{[](const Failure& f) { return f.order.input.empty(); },
         [](const Failure&) -> std::string { return "no input is named; name it with -i FILE"; }},
     Row{[](const Failure& f) {
-          return IsAt(f, FailedStep::kOpenInput, ENOENT) && IsNoFileName(f.line.input);
+          return IsAt(f, FailedStep::kOpenInput, ENOENT) && IsNoFileName(f.order.input);
         },
         [](const Failure& f) {
-          return f.line.input + " is no file; save what it leads to, and name that file with -i";
+          return f.order.input + " is no file; save what it leads to, and name that file " +
+                 Names(f).asInput;
         }},
     Row{[](const Failure& f) { return IsAt(f, FailedStep::kOpenInput, ENOENT); },
-        [](const Failure& f) { return f.line.input + " does not exist; check the name after -i"; }},
+        [](const Failure& f) {
+          return f.order.input + " does not exist; check " + Names(f).inputName;
+        }},
     Row{[](const Failure& f) { return IsAt(f, FailedStep::kOpenInput, EACCES); },
         [](const Failure& f) {
-          return f.line.input + " may not be read; allow it with chmod +r, or ask its owner";
+          return f.order.input + " may not be read; allow it with chmod +r, or ask its owner";
         }},
     Row{[](const Failure& f) { return CannotOpen(f); },
         [](const Failure& f) {
-          return f.line.input + " cannot be opened (" + std::strerror(Number(f)) +
-                 "); check the name after -i";
+          return f.order.input + " cannot be opened (" + std::strerror(Number(f)) + "); check " +
+                 Names(f).inputName;
         }},
     Row{[](const Failure& f) { return IsAt(f, FailedStep::kOpenInput, ESPIPE); },
         [](const Failure& f) {
-          return f.line.input + " cannot be reversed: it is " + f.cause.kind +
+          return f.order.input + " cannot be reversed: it is " + f.cause.kind +
                  ", which cannot be read backwards; use a media file";
         }},
     Row{[](const Failure& f) { return f.cause.step == FailedStep::kSameFile; },
         [](const Failure& f) {
-          return f.line.output + " is the input itself; choose another name for -o";
+          return f.order.output + " is the input itself; choose " + Names(f).otherOutput;
         }},
     Row{[](const Failure& f) { return f.memoryNeeded > 0; },
         [](const Failure& f) {
-          return f.line.input + " needs " + MegabytesText(f.memoryNeeded) +
+          return f.order.input + " needs " + MegabytesText(f.memoryNeeded) +
                  " of memory, more than the " + MegabytesText(f.memoryGranted) +
                  " that it may have; allow more with " +
-                 (f.line.memory == f.memoryGranted ? "--memory" : "the container's limit") +
+                 (f.order.memory == f.memoryGranted ? Names(f).memory : "the container's limit") +
                  ", or make its pictures smaller first";
         }},
     Row{[](const Failure& f) { return !f.cause.obstacle.empty(); },
         [](const Failure& f) {
-          return f.line.input + " cannot be reversed: " + f.cause.obstacle +
-                 (f.line.isPlain ? ", or try without --plain" : "");
+          return f.order.input + " cannot be reversed: " + f.cause.obstacle +
+                 (f.order.isPlain ? std::string(", or try without ") + Names(f).plain : "");
         }},
     Row{[](const Failure& f) { return IsAt(f, FailedStep::kHost, ENOMEM); },
         [](const Failure& f) {
-          return f.line.input +
-                 " needs more memory than there is; end other programs, or try a smaller --memory";
+          return f.order.input +
+                 " needs more memory than there is; end other programs, or try a smaller " +
+                 Names(f).memory;
         }},
     Row{[](const Failure& f) { return f.info.has_video == 0 && f.info.has_audio == 0; },
         [](const Failure& f) {
-          return f.line.input +
+          return f.order.input +
                  " is no media file, or is cut off; use a whole video that other players open";
         }},
     Row{[](const Failure& f) { return f.info.has_video == 0; },
         [](const Failure& f) {
-          return f.line.input + " has sound only; use a clip that has video";
+          return f.order.input + " has sound only; use a clip that has video";
         }},
     Row{[](const Failure& f) { return !(f.info.duration > 0); },
         [](const Failure& f) {
-          return f.line.input + " does not tell its length; put it into .mkv or .mp4 first";
+          return f.order.input + " does not tell its length; put it into .mkv or .mp4 first";
         }},
-    Row{[](const Failure& f) { return !(f.line.start < f.info.duration); },
+    Row{[](const Failure& f) { return !(f.order.start < f.info.duration); },
         [](const Failure& f) {
-          return f.line.input + " ends before the range starts; use -s below " +
-                 SecondsText(f.info.duration);
+          return f.order.input + " ends before the range starts; use " + Names(f).start +
+                 " below " + SecondsText(f.info.duration);
         }},
-    Row{[](const Failure& f) { return f.line.output.empty(); },
+    Row{[](const Failure& f) { return f.order.output.empty(); },
         [](const Failure&) -> std::string {
           return "no output is named; name it with -o FILE, as in -o reversed.mp4";
         }},
+    Row{[](const Failure& f) { return Number(f) == EEXIST; },
+        [](const Failure& f) {
+          return f.order.output + " was made by another program during the run; choose " +
+                 Names(f).otherOutput;
+        }},
+    Row{[](const Failure& f) { return f.cause.step == FailedStep::kCancel; },
+        [](const Failure& f) { return f.order.output + " was not made: the job was cancelled"; }},
     Row{[](const Failure& f) {
           return IsRefusedByEncoder(f) && (f.info.width % 2 != 0 || f.info.height % 2 != 0);
         },
         [](const Failure& f) {
-          return f.line.input + " has pictures of " + std::to_string(f.info.width) + "x" +
+          return f.order.input + " has pictures of " + std::to_string(f.info.width) + "x" +
                  std::to_string(f.info.height) +
                  ", which H.264 cannot hold; crop it to an even width and height first";
         }},
     Row{[](const Failure& f) {
-          return IsRefusedByEncoder(f) && f.info.has_audio != 0 && !f.line.hasNoSound &&
+          return IsRefusedByEncoder(f) && f.info.has_audio != 0 && !f.order.hasNoSound &&
                  f.info.sample_rate > kHighestSampleRate;
         },
         [](const Failure& f) {
-          return f.line.input + " has sound of " + std::to_string(f.info.sample_rate) +
+          return f.order.input + " has sound of " + std::to_string(f.info.sample_rate) +
                  " Hz, which AAC cannot hold; convert it to 48000 Hz first";
         }},
     Row{[](const Failure& f) {
-          return f.notTaken != nullptr && IsRefusedByContainer(f) && HasNoExtension(f.line.output);
+          return f.notTaken != nullptr && IsRefusedByContainer(f) && HasNoExtension(f.order.output);
         },
         [](const Failure& f) {
-          return f.line.output +
+          return f.order.output +
                  " has no extension that says what to write; use .mp4, .mov, .mkv, .avi or .ts";
         }},
     Row{[](const Failure& f) { return f.notTaken != nullptr && IsRefusedByContainer(f); },
-        [](const Failure& f) { return ContainerAdvice(f.line, f.notTaken); }},
+        [](const Failure& f) { return ContainerAdvice(f.order, f.notTaken); }},
     Row{[](const Failure& f) { return f.cause.kind != nullptr && IsRefusedByContainer(f); },
         [](const Failure& f) {
-          return f.line.output + " is " + f.cause.kind +
+          return f.order.output + " is " + f.cause.kind +
                  ", and this container is written back and forth; use .mkv or .ts for it, or write "
                  "to a file";
         }},
     Row{[](const Failure& f) { return f.cause.step == FailedStep::kReadInput; },
         [](const Failure& f) {
-          return f.line.input + " gave no picture " + RangeText(f) +
-                 "; its pictures may end before, or be damaged there; try another range with -s "
-                 "and -e";
+          return f.order.input + " gave no picture " + RangeText(f) +
+                 "; its pictures may end before, or be damaged there; try another range with " +
+                 RangeNames(f);
         }},
     Row{[](const Failure& f) { return f.cause.step == FailedStep::kLoss; },
         [](const Failure& f) {
-          return f.line.input +
-                 " cannot be reversed without a loss; leave --strict out to reverse what is left";
+          return f.order.input + " cannot be reversed without a loss; leave " + Names(f).strict +
+                 " out to reverse what is left";
         }},
     Row{[](const Failure& f) { return f.cause.step == FailedStep::kReadRange; },
         [](const Failure& f) {
-          return f.line.input + " has no picture that begins in the range " + RangeText(f) +
-                 "; make it longer with -s and -e";
+          return f.order.input + " has no picture that begins in the range " + RangeText(f) +
+                 "; make it longer with " + RangeNames(f);
         }},
     Row{[](const Failure& f) { return f.cause.step == FailedStep::kReadFirst; },
         [](const Failure& f) {
-          return f.line.input +
+          return f.order.input +
                  " has no picture there but the one that the range begins with, which is left out; "
-                 "begin a little earlier with -s";
+                 "begin a little earlier with " +
+                 Names(f).start;
         }},
 };
 
 }  // namespace
 
-Failure FailureOf(const CommandLine& line, const codec::Reverse& job) {
+Failure FailureOf(const Order& order, const codec::Reverse& job) {
   Failure failure;
-  failure.line = line;
+  failure.order = order;
   failure.cause = job.Failure();
   failure.info = job.InputInfo();
-  failure.start = std::max(line.start, 0.0);
+  failure.start = std::max(order.start, 0.0);
   failure.end = failure.start + job.RangeSeconds();
   failure.memoryNeeded = job.MemoryNeeded();
   failure.memoryGranted = job.MemoryGranted();
-  failure.notTaken = NotTaken(line);
+  failure.notTaken = NotTaken(order);
   return failure;
 }
 
@@ -242,8 +259,8 @@ std::string Advice(const Failure& failure) {
   for (const Row& row : kRows) {
     if (row.applies(failure)) return row.text(failure);
   }
-  if (const char* const text = HostText(failure)) return failure.line.output + text;
-  return failure.line.output + " could not be made; the lines above say why, and -v tells more";
+  if (const char* const text = HostText(failure)) return failure.order.output + text;
+  return failure.order.output + " could not be made; " + Names(failure).more;
 }
 
 }  // namespace app

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "app/command_line.h"
+#include "app/order.h"
 #include "codec/decoder/media_info.h"
 #include "reverse/job_failure.h"
 #include "reverse/reverse.h"
@@ -14,7 +14,7 @@ namespace app {
 
 // What is known of a failure, by which it is told apart.
 struct Failure {
-  CommandLine line;
+  Order order;
   codec::JobFailure cause;
   codec::MediaInfo info;           // of the input; blank if it could not be opened
   double start = 0;                // of the range, in seconds, once the job has checked it
@@ -26,7 +26,7 @@ struct Failure {
 
 // Collects what the job, which has failed, knows of it. No file is looked at: it may be another one
 // by now.
-Failure FailureOf(const CommandLine& line, const codec::Reverse& job);
+Failure FailureOf(const Order& order, const codec::Reverse& job);
 
 // One sentence: the file, the reason, what would work.
 std::string Advice(const Failure& failure);

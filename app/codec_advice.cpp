@@ -7,41 +7,41 @@
 
 namespace app {
 
-codec::EncoderSettings WishesOf(const CommandLine& line) {
-  codec::EncoderSettings wishes = codec::UsualEncoders(line.output);
-  wishes.takesAnyEncoder = !line.isPlain;
-  wishes.hasAudio = !line.hasNoSound;
-  for (const OutputValue& given : line.outputValues) {
+codec::EncoderSettings WishesOf(const Order& order) {
+  codec::EncoderSettings wishes = codec::UsualEncoders(order.output);
+  wishes.takesAnyEncoder = order.Mirrors();
+  wishes.hasAudio = !order.hasNoSound;
+  for (const OutputValue& given : order.outputValues) {
     wishes.SetParameter(given.key.c_str(), given.value.c_str());
   }
   return wishes;
 }
 
-std::string WhyNotEncodable(const CommandLine& line) {
-  const codec::EncoderSettings wishes = WishesOf(line);
+std::string WhyNotEncodable(const Order& order) {
+  const codec::EncoderSettings wishes = WishesOf(order);
   if (!DelaysVideo(wishes) && !DelaysAudio(wishes)) return "";
   std::string why = WhyNotEncoded(wishes);
-  if (!why.empty()) return line.output + " cannot be made: " + why;
-  const char* const path = line.output.c_str();
+  if (!why.empty()) return order.output + " cannot be made: " + why;
+  const char* const path = order.output.c_str();
   const bool isRefused = codec::RefusesCodec(path, wishes.videoCodec.c_str()) ||
                          (wishes.hasAudio && codec::RefusesCodec(path, wishes.audioCodec.c_str()));
-  return isRefused ? ContainerAdvice(line, NotTaken(line)) : "";
+  return isRefused ? ContainerAdvice(order, NotTaken(order)) : "";
 }
 
-const char* NotTaken(const CommandLine& line) {
-  const codec::EncoderSettings wishes = WishesOf(line);
-  const char* const path = line.output.c_str();
+const char* NotTaken(const Order& order) {
+  const codec::EncoderSettings wishes = WishesOf(order);
+  const char* const path = order.output.c_str();
   const char* const video = codec::CodecNotTaken(path, wishes.videoCodec.c_str());
-  if (video != nullptr || line.hasNoSound) return video;
+  if (video != nullptr || order.hasNoSound) return video;
   return codec::CodecNotTaken(path, wishes.audioCodec.c_str());
 }
 
-std::string ContainerAdvice(const CommandLine& line, const std::string& notTaken) {
-  const codec::EncoderPair taken = codec::EncodersTaken(line.output.c_str());
-  std::string text = line.output + " cannot hold " + notTaken + "; use ";
-  if (taken.video != nullptr) text += std::string("--set video-codec=") + taken.video;
-  if (taken.video != nullptr && taken.audio != nullptr && !line.hasNoSound) {
-    text += std::string(" --set audio-codec=") + taken.audio;
+std::string ContainerAdvice(const Order& order, const std::string& notTaken) {
+  const codec::EncoderPair taken = codec::EncodersTaken(order.output.c_str());
+  std::string text = order.output + " cannot hold " + notTaken + "; use ";
+  if (taken.video != nullptr) text += std::string(order.names->set) + "video-codec=" + taken.video;
+  if (taken.video != nullptr && taken.audio != nullptr && !order.hasNoSound) {
+    text += std::string(" ") + order.names->set + "audio-codec=" + taken.audio;
   }
   if (taken.video != nullptr) text += ", or ";
   return text + ".mp4, .mov, .mkv, .avi or .ts";

@@ -2,37 +2,21 @@
 // The program's arguments.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "app/output_keys.h"
+#include "app/order.h"
 
 namespace app {
-
-// What becomes of a file that stands at the output.
-enum class Overwrite { kYes, kNo, kAsk };
 
 // A text that is shown instead of a run.
 enum class Page { kNone, kHelp, kKeys, kVersion };
 
-struct CommandLine {
-  std::string input;
-  std::string output;
-  double start = 0;  // seconds
-  double end = 0;    // seconds
-  // Everything that goes beyond the plain reversal is left off; see SwitchOnAdditions.
-  bool isPlain = false;
-  int64_t memory = 0;  // bytes that the process may take; 0 for what the host grants
+// An order, and how the run is shown.
+struct CommandLine : Order {
   // What start and end were read from, if they were given.
   std::optional<std::string> startText = std::nullopt;
   std::optional<std::string> endText = std::nullopt;
-  bool hasNoSound = false;
-  bool isLikeSource = false;                   // encoded as the input is
-  bool isStrict = false;                       // a loss is a failure
-  std::vector<OutputValue> outputValues = {};  // in the order of the arguments
-  Overwrite overwrite = Overwrite::kYes;
   bool isQuiet = false;
   bool isJson = false;  // progress as JSON
   Page page = Page::kNone;

@@ -56,7 +56,7 @@ int StoreProgress(CommandLine* line, const char* value) {
   return -1;
 }
 
-template <bool CommandLine::*Member>
+template <auto Member>
 int Switch(CommandLine* line, const char* /*value*/) {
   line->*Member = true;
   return 0;

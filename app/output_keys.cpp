@@ -203,14 +203,14 @@ const OutputKey* Find(const std::string& name) {
   return nullptr;
 }
 
-std::string UnknownKey(const std::string& name) {
+std::string UnknownKey(const std::string& name, const OptionNames& owner) {
   std::vector<std::string> names;
   for (const OutputKey& key : OutputKeys()) {
     if (key.isSettable) names.emplace_back(key.name);
   }
   const std::string nearest = Nearest(name, names);
-  const std::string reason = "--set knows no key " + name;
-  if (nearest.empty()) return reason + "; --help=keys lists them";
+  const std::string reason = owner.keyOwner + (" knows no key " + name);
+  if (nearest.empty()) return reason + "; " + owner.keyList;
   return reason + "; did you mean " + nearest + "?";
 }
 
@@ -298,16 +298,16 @@ std::string RangeText(const OutputKey& key) {
   return "";
 }
 
-std::string WhyNotSet(const OutputValue& value) {
+std::string WhyNotSet(const OutputValue& value, const OptionNames& names) {
   const OutputKey* const key = Find(value.key);
-  if (key == nullptr) return UnknownKey(value.key);
+  if (key == nullptr) return UnknownKey(value.key, names);
   if (Takes(*key, value.value)) return "";
   const std::string range = RangeText(*key);
-  return "--set " + value.key + " takes " + (range.empty() ? "a name" : range) + ", not " +
+  return names.set + value.key + " takes " + (range.empty() ? "a name" : range) + ", not " +
          (value.value.empty() ? "nothing" : value.value);
 }
 
-std::string WhyNotTogether(const std::vector<OutputValue>& values) {
+std::string WhyNotTogether(const std::vector<OutputValue>& values, const OptionNames& names) {
   const auto isSet = [&values](std::string_view name) {
     return std::any_of(values.begin(), values.end(),
                        [name](const OutputValue& other) { return other.key == name; });
@@ -315,7 +315,7 @@ std::string WhyNotTogether(const std::vector<OutputValue>& values) {
   for (const OutputValue& value : values) {
     const OutputKey* const key = Find(value.key);
     if (key == nullptr || *key->needs == '\0' || isSet(key->needs)) continue;
-    return "--set " + value.key + " does nothing alone; set " + key->needs + " too";
+    return names.set + value.key + " does nothing alone; set " + key->needs + " too";
   }
   return "";
 }

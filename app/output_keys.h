@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "app/option_names.h"
+
 namespace app {
 
 // What a key's value looks like.
@@ -50,10 +52,11 @@ const char* TypeName(KeyType type);
 // text.
 std::string RangeText(const OutputKey& key);
 
-// What stands against a value for --set: why and what would do. Empty if nothing does. No file is
-// opened.
-std::string WhyNotSet(const OutputValue& value);
+// What stands against a value for a key of --set: why and what would do. Empty if nothing does. No
+// file is opened.
+std::string WhyNotSet(const OutputValue& value, const OptionNames& names = kToolNames);
 // The same for all values together: a key that does nothing without another one.
-std::string WhyNotTogether(const std::vector<OutputValue>& values);
+std::string WhyNotTogether(const std::vector<OutputValue>& values,
+                           const OptionNames& names = kToolNames);
 
 }  // namespace app

@@ -22,23 +22,26 @@ bool IsYes(const std::string& answer) { return answer == "y" || answer == "Y" ||
 
 }  // namespace
 
-std::string WhyNotOverwritten(const CommandLine& line, const Ask& ask) {
-  if (line.overwrite == Overwrite::kYes) return "";
-  const std::string output = but::LocalPath(line.output);
-  if (!IsFile(output) || but::IsSameFile(output, but::LocalPath(line.input))) return "";
-  if (line.overwrite == Overwrite::kNo) {
-    return line.output + " exists; choose another name for -o, or allow it with --overwrite yes";
+std::string WhyNotOverwritten(const Order& order, const Ask& ask) {
+  if (order.overwrite == Overwrite::kYes) return "";
+  const OptionNames& names = *order.names;
+  const std::string output = but::LocalPath(order.output);
+  if (!IsFile(output) || but::IsSameFile(output, but::LocalPath(order.input))) return "";
+  if (order.overwrite == Overwrite::kNo) {
+    return order.output + " exists; choose " + names.otherOutput + ", or allow it with " +
+           names.overwrite + " yes";
   }
   if (ask == nullptr) {
-    return line.output + " exists, and there is no terminal to ask at; use --overwrite yes or no";
+    return order.output + " exists, and there is no terminal to ask at; use " + names.overwrite +
+           " yes or no";
   }
-  if (IsYes(ask(line.output + " exists; replace it? [y/N] "))) return "";
-  return line.output + " stays as it is; choose another name for -o";
+  if (IsYes(ask(order.output + " exists; replace it? [y/N] "))) return "";
+  return order.output + " stays as it is; choose " + names.otherOutput;
 }
 
-bool KeepsExisting(const CommandLine& line) {
-  if (line.overwrite == Overwrite::kAsk) return !IsFile(but::LocalPath(line.output));
-  return line.overwrite == Overwrite::kNo;
+bool KeepsExisting(const Order& order) {
+  if (order.overwrite == Overwrite::kAsk) return !IsFile(but::LocalPath(order.output));
+  return order.overwrite == Overwrite::kNo;
 }
 
 Ask AskAtTerminal() {

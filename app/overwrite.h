@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-#include "app/command_line.h"
+#include "app/order.h"
 
 namespace app {
 
@@ -15,11 +15,11 @@ using Ask = std::function<std::string(const std::string& question)>;
 
 // What stands against a run by its --overwrite: empty, or a sentence that says what to do. Only a
 // file counts, not a device or a pipe, nor the input, which the job refuses by itself.
-std::string WhyNotOverwritten(const CommandLine& line, const Ask& ask);
+std::string WhyNotOverwritten(const Order& order, const Ask& ask);
 
 // Whether a file that comes to stand at the output during the run has to stay: nobody has allowed
 // to replace it. To be called before WhyNotOverwritten.
-bool KeepsExisting(const CommandLine& line);
+bool KeepsExisting(const Order& order);
 
 // Asks on standard error and reads standard input; null unless both are at a terminal.
 Ask AskAtTerminal();

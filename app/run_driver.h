@@ -15,14 +15,7 @@ namespace app {
 // The exit status: 0, or -1 after an error line that says what to do.
 int RunReverse(const CommandLine& commandLine, ProgressObserver* observer = nullptr);
 
-// Switches on what the tool does beyond the plain reversal, unless the command line says --plain. A
-// job that another program constructs has none of it. To be called before the job's Init.
-void SwitchOnAdditions(const CommandLine& commandLine, codec::Reverse* job);
-
-// Tells the job what the command line says of the output. To be called before the job's Init.
-void DescribeOutput(const CommandLine& commandLine, codec::Reverse* job);
-
-// The same as RunReverse with a job of these arguments that is not yet initialised.
+// The same with a job of these arguments that is not yet initialised, as the caller has made it.
 int RunJob(std::unique_ptr<codec::Reverse> job, const CommandLine& commandLine,
            ProgressObserver* observer = nullptr);
 

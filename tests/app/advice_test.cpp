@@ -14,7 +14,7 @@ namespace {
 // A run on a good clip that failed for no known reason.
 Failure Unknown() {
   Failure failure;
-  failure.line = {"in.mp4", "out.mp4", 0, 0};
+  failure.order = {"in.mp4", "out.mp4", 0, 0};
   failure.info.has_video = 1;
   failure.info.has_audio = 1;
   failure.info.duration = 3;
@@ -35,18 +35,18 @@ struct Case {
 
 TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
   const std::vector<Case> cases = {
-      {[](Failure* f) { f->line.input = ""; }, "no input is named; name it with -i FILE"},
+      {[](Failure* f) { f->order.input = ""; }, "no input is named; name it with -i FILE"},
       {[](Failure* f) {
          f->cause = {FailedStep::kOpenInput, AVERROR(ENOENT)};
        },
        "in.mp4 does not exist; check the name after -i"},
       {[](Failure* f) {
-         f->line.input.assign(1, '-');
+         f->order.input.assign(1, '-');
          f->cause = {FailedStep::kOpenInput, AVERROR(ENOENT)};
        },
        "- is no file; save what it leads to, and name that file with -i"},
       {[](Failure* f) {
-         f->line.input = "https://host/in.mp4";
+         f->order.input = "https://host/in.mp4";
          f->cause = {FailedStep::kOpenInput, AVERROR(ENOENT)};
        },
        "https://host/in.mp4 is no file; save what it leads to, and name that file with -i"},
@@ -65,7 +65,7 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        "in.mp4 cannot be reversed: its clock restarts at 3.000 s; put it on one time line first"},
       {[](Failure* f) {
          f->cause.obstacle = "its clock restarts";
-         f->line.isPlain = true;
+         f->order.isPlain = true;
        },
        "in.mp4 cannot be reversed: its clock restarts, or try without --plain"},
       {[](Failure* f) {
@@ -78,7 +78,7 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
       {[](Failure* f) {
          f->memoryNeeded = int64_t{180} << 20;
          f->memoryGranted = int64_t{96} << 20;
-         f->line.memory = f->memoryGranted;
+         f->order.memory = f->memoryGranted;
        },
        "in.mp4 needs 180 MB of memory, more than the 96 MB that it may have; allow more with "
        "--memory, or make its pictures smaller first"},
@@ -106,7 +106,7 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        "in.mp4 has sound only; use a clip that has video"},
       {[](Failure* f) { f->info.duration = 0; },
        "in.mp4 does not tell its length; put it into .mkv or .mp4 first"},
-      {[](Failure* f) { f->line.start = 3; },
+      {[](Failure* f) { f->order.start = 3; },
        "in.mp4 ends before the range starts; use -s below 3.000 s"},
       {[](Failure* f) {
          f->cause = {FailedStep::kOpenOutput, AVERROR_EXTERNAL};
@@ -125,7 +125,7 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
          f->info.sample_rate = 192000;
        },
        "in.mp4 has sound of 192000 Hz, which AAC cannot hold; convert it to 48000 Hz first"},
-      {[](Failure* f) { f->line.output = ""; },
+      {[](Failure* f) { f->order.output = ""; },
        "no output is named; name it with -o FILE, as in -o reversed.mp4"},
       {[](Failure* f) {
          f->notTaken = "H.264";
@@ -134,7 +134,7 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        "out.mp4 cannot hold H.264; use --set video-codec=libx264 --set audio-codec=aac, or .mp4, "
        ".mov, .mkv, .avi or .ts"},
       {[](Failure* f) {
-         f->line.output = "my.clips/out";
+         f->order.output = "my.clips/out";
          f->notTaken = "H.264";
          f->cause = {FailedStep::kWriteOutput, AVERROR(EINVAL)};
        },
@@ -190,7 +190,7 @@ TEST(Advice, SpeaksOfSoundOnlyWhereThereIsSome) {
     Failure failure = Unknown();
     failure.cause = {FailedStep::kOpenOutput, AVERROR_EXTERNAL};
     failure.info.has_audio = isLeftOut ? 1 : 0;
-    failure.line.hasNoSound = isLeftOut;
+    failure.order.hasNoSound = isLeftOut;
     failure.info.sample_rate = 192000;
     EXPECT_EQ(Advice(failure), Advice(Unknown()));
   }
@@ -204,6 +204,22 @@ TEST(Advice, SpeaksOfTheInputOnlyWhereTheEncoderRefusesIt) {
     EXPECT_EQ(Advice(failure),
               "out.mp4 did not fit on its disk, which is full; free some room or use another disk");
   }
+}
+
+// The sentences for programs name no option of the tool.
+TEST(Advice, UsesTheNamesOfTheOrder) {
+  Failure failure = Unknown();
+  failure.order.names = &kJobNames;
+  EXPECT_EQ(Advice(failure), "out.mp4 could not be made; the log says why");
+  failure.cause = {FailedStep::kOpenInput, AVERROR(ENOENT)};
+  EXPECT_EQ(Advice(failure), "in.mp4 does not exist; check its name");
+  failure.cause = {FailedStep::kReadRange, AVERROR(ENODATA)};
+  EXPECT_EQ(
+      Advice(failure),
+      "in.mp4 has no picture that begins in the range from 1.000 s to 2.500 s; make it longer "
+      "with \"start\" and \"end\"");
+  failure.cause = {FailedStep::kCancel, AVERROR(ECANCELED)};
+  EXPECT_EQ(Advice(failure), "out.mp4 was not made: the job was cancelled");
 }
 
 }  // namespace

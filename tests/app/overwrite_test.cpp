@@ -18,8 +18,8 @@ std::string MakeFile(const std::string& name) {
   return path;
 }
 
-CommandLine Line(const std::string& output, Overwrite overwrite) {
-  CommandLine line;
+Order Line(const std::string& output, Overwrite overwrite) {
+  Order line;
   line.input = "in.mp4";
   line.output = output;
   line.overwrite = overwrite;
@@ -45,14 +45,14 @@ TEST(Overwrite, LetsThroughWhatLosesNothing) {
       EXPECT_EQ(WhyNotOverwritten(Line(path, overwrite), nullptr), "") << path;
     }
   }
-  CommandLine ontoItself = Line(MakeFile("itself.mp4"), Overwrite::kNo);
+  Order ontoItself = Line(MakeFile("itself.mp4"), Overwrite::kNo);
   ontoItself.input = ontoItself.output;
   EXPECT_EQ(WhyNotOverwritten(ontoItself, nullptr), "") << "the job says this better";
 }
 
 TEST(Overwrite, AsksAndTakesOnlyAYes) {
   const std::string path = MakeFile("asked.mp4");
-  const CommandLine line = Line(path, Overwrite::kAsk);
+  const Order line = Line(path, Overwrite::kAsk);
   std::string question;
   for (const char* answer : {"y", "Y", "yes"}) {
     EXPECT_EQ(WhyNotOverwritten(line,

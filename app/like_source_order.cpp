@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "app/like_source_line.h"
+#include "app/like_source_order.h"
 
 #include <algorithm>
 #include <array>
@@ -18,41 +18,40 @@ constexpr std::array<std::string_view, 8> kQualities = {
     "crf",          "qp",          "video-bitrate", "video-opt:crf",
     "video-opt:qp", "video-opt:q", "video-opt:b",   "video-opt:cq"};
 
-bool IsGiven(const CommandLine& line, std::string_view key) {
-  return std::any_of(line.outputValues.begin(), line.outputValues.end(),
+bool IsGiven(const Order& order, std::string_view key) {
+  return std::any_of(order.outputValues.begin(), order.outputValues.end(),
                      [key](const OutputValue& value) { return value.key == key; });
 }
 
-bool AsksForQuality(const CommandLine& line) {
+bool AsksForQuality(const Order& order) {
   return std::any_of(kQualities.begin(), kQualities.end(),
-                     [&line](std::string_view key) { return IsGiven(line, key); });
+                     [&order](std::string_view key) { return IsGiven(order, key); });
 }
 
 }  // namespace
 
-CommandLine WithSourceKeys(const CommandLine& line) {
-  if (!line.isLikeSource) return line;
-  if (line.isPlain) {
-    log_warn(kTag, "--plain leaves --like-source out");
-    return line;
+Order WithSourceKeys(Order order) {
+  if (!order.isLikeSource) return order;
+  if (order.isPlain) {
+    log_warn(kTag, "%s leaves %s out", order.names->plain, order.names->likeSource);
+    return order;
   }
-  codec::SourceForm source = codec::ReadSourceForm(line.input);
-  if (IsGiven(line, "video-codec")) source.video = AV_CODEC_ID_NONE;
-  if (line.hasNoSound) source.sound = AV_CODEC_ID_NONE;
+  codec::SourceForm source = codec::ReadSourceForm(order.input);
+  if (IsGiven(order, "video-codec")) source.video = AV_CODEC_ID_NONE;
+  if (order.hasNoSound) source.sound = AV_CODEC_ID_NONE;
   const codec::LikeSourceKeys keys = codec::LikeSource(source);
-  CommandLine complete = line;
   std::vector<OutputValue> values;
   const auto add = [&values](const codec::LikeSourceKeys::List& list) {
     for (const auto& [key, value] : list) values.push_back({key, value});
   };
   add(keys.video);
-  if (!AsksForQuality(line)) add(keys.quality);
-  if (!IsGiven(line, "audio-codec")) add(keys.sound);
+  if (!AsksForQuality(order)) add(keys.quality);
+  if (!IsGiven(order, "audio-codec")) add(keys.sound);
   add(keys.always);
   // The last value of a key counts.
-  complete.outputValues.insert(complete.outputValues.begin(), values.begin(), values.end());
+  order.outputValues.insert(order.outputValues.begin(), values.begin(), values.end());
   for (const std::string& sentence : keys.missing) log_warn(kTag, "%s", sentence.c_str());
-  return complete;
+  return order;
 }
 
 }  // namespace app
