@@ -34,31 +34,33 @@ install(FILES completions/clip-reverse.fish COMPONENT tool
 install(FILES completions/_clip-reverse COMPONENT zsh
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/zsh/site-functions")
 
-# The library. Until version 1 each minor release may change its interface.
+# The library of C++. Until version 1 each minor release may change its interface.
 
-set_target_properties(
-  clipreverse PROPERTIES VERSION "${PROJECT_VERSION}"
-                         SOVERSION "${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}")
 install(TARGETS clipreverse EXPORT clipreverse COMPONENT development
         DESTINATION "${CMAKE_INSTALL_LIBDIR}"
         INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/clipreverse")
 
-# All that an embedding program needs to reverse, read or write clips, and what these headers include.
+# The library of C, which stays as it is: a component of its own for who runs programs that use it.
+
+install(TARGETS clipreverse_c EXPORT clipreverse-c
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT library
+                NAMELINK_COMPONENT development
+        INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+install(FILES include/clipreverse.h DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
+install(FILES examples/reverse.py DESTINATION "${DOC_DIR}/examples" COMPONENT development)
+
+# All that an embedding program needs to reverse, read or write clips, and nothing of the inside: a
+# test looks that none of them includes another header. docs/Doxyfile.public has the same list.
 foreach(header
-        base/first_error.h
         base/log.h
         codec/decoder/clip_tags.h
         codec/decoder/decoder_options.h
         codec/decoder/ffmpeg_decoder.h
         codec/decoder/ffmpeg_decoder_impl2.h
-        codec/decoder/first_failure.h
         codec/decoder/lost_pictures.h
         codec/decoder/media_info.h
         codec/decoder/open_failure.h
-        codec/decoder/replay_policy.h
-        codec/encoder/ffmpeg_encoder.h
-        codec/encoder/media_encoder.h
-        codec/encoder/media_encoder_impl.h
+        codec/ffmpeg/error_text.h
         codec/ffmpeg/log_bridge.h
         codec/ffmpeg/versions.h
         codec/format/media_format.h
@@ -68,7 +70,6 @@ foreach(header
         codec/writer/media_writer.h
         codec/writer/media_writer_factory.h
         reverse/account.h
-        reverse/end_signal.h
         reverse/job_failure.h
         reverse/reverse.h)
   get_filename_component(folder "${header}" DIRECTORY)
@@ -76,27 +77,20 @@ foreach(header
           DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/clipreverse/${folder}")
 endforeach()
 
-# Who links the static library links what it uses; in both files it says so.
-if(BUILD_SHARED_LIBS)
-  set(CLIPREVERSE_IS_STATIC OFF)
-  set(PC_REQUIRES "Requires.private")
-  set(PC_LIBS "\nLibs.private:")
-  set_target_properties(clip-reverse PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-else()
-  set(CLIPREVERSE_IS_STATIC ON)
-  set(PC_REQUIRES "Requires")
-  set(PC_LIBS "")
-endif()
 string(REPLACE ";" " " PC_MODULES "${CLIPREVERSE_FFMPEG_MODULES};spdlog;inih;libpng")
 # Relative, so that an installed tree may be moved.
 string(REGEX REPLACE "[^/]+" ".." PC_PREFIX "${PC_DIR}")
-configure_file(cmake/clipreverse.pc.in clipreverse.pc @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/clipreverse.pc" DESTINATION "${PC_DIR}" COMPONENT development)
+foreach(pc clipreverse clipreverse-c)
+  configure_file(cmake/${pc}.pc.in ${pc}.pc @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${pc}.pc" DESTINATION "${PC_DIR}" COMPONENT development)
+endforeach()
 
 configure_file(cmake/clipreverse-config.cmake.in clipreverse-config.cmake @ONLY)
 write_basic_package_version_file(clipreverse-config-version.cmake COMPATIBILITY SameMinorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/clipreverse-config.cmake"
               "${PROJECT_BINARY_DIR}/clipreverse-config-version.cmake" cmake/FindLibyuv.cmake
         DESTINATION "${PACKAGE_DIR}" COMPONENT development)
-install(EXPORT clipreverse NAMESPACE clipreverse:: FILE clipreverse-targets.cmake
-        DESTINATION "${PACKAGE_DIR}" COMPONENT development)
+foreach(targets clipreverse clipreverse-c)
+  install(EXPORT ${targets} NAMESPACE clipreverse:: FILE ${targets}-targets.cmake
+          DESTINATION "${PACKAGE_DIR}" COMPONENT development)
+endforeach()

@@ -1,8 +1,6 @@
-# `cpack -G DEB` in a build directory makes two Debian packages: clip-reverse, the tool, and
-# libclipreverse-dev, the static library. A build of the shared library is not packed.
-if(BUILD_SHARED_LIBS)
-  return()
-endif()
+# `cpack -G DEB` in a build directory makes three Debian packages: clip-reverse, the tool,
+# libclipreverse0, the shared library of C, and libclipreverse-dev for who builds against it or
+# against the static library of C++.
 
 file(STRINGS packaging/changelog newest LIMIT_COUNT 1)
 if(NOT newest MATCHES "^clip-reverse \\(${PROJECT_VERSION}\\) ")
@@ -22,13 +20,17 @@ install(FILES packaging/copyright "${CHANGELOG}" COMPONENT tool EXCLUDE_FROM_ALL
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/clip-reverse")
 install(FILES packaging/copyright "${CHANGELOG}" COMPONENT development EXCLUDE_FROM_ALL
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/libclipreverse-dev")
+install(FILES packaging/copyright "${CHANGELOG}" COMPONENT library EXCLUDE_FROM_ALL
+        DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/libclipreverse0")
 install(FILES completions/_clip-reverse COMPONENT tool EXCLUDE_FROM_ALL
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/zsh/vendor-completions")
 install(FILES packaging/lintian-overrides RENAME clip-reverse COMPONENT tool EXCLUDE_FROM_ALL
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides")
+install(FILES packaging/libclipreverse0.lintian-overrides RENAME libclipreverse0 COMPONENT library
+        EXCLUDE_FROM_ALL DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides")
 
 set(CPACK_GENERATOR DEB)
-set(CPACK_COMPONENTS_ALL tool development)
+set(CPACK_COMPONENTS_ALL tool library development)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_STRIP_PROGRAM "${CMAKE_STRIP}")
@@ -52,12 +54,26 @@ set(CPACK_DEBIAN_TOOL_DESCRIPTION
 first and its sound runs backwards, sample by sample. The memory that it needs
 does not depend on the length of the clip.")
 
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libclipreverse0)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+configure_file(packaging/libclipreverse0.symbols "${PROJECT_BINARY_DIR}/control/symbols" COPYONLY)
+configure_file(packaging/libclipreverse0.triggers "${PROJECT_BINARY_DIR}/control/triggers" COPYONLY)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/control/symbols;${PROJECT_BINARY_DIR}/control/triggers")
+set(CPACK_DEBIAN_LIBRARY_DESCRIPTION
+    "The shared library of clip-reverse, for programs in C and in languages that call
+C: it writes a new file in which the pictures of a clip come last to first and
+its sound runs backwards, sample by sample.")
+
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libclipreverse-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "libavformat-dev, libavcodec-dev, libavutil-dev, libswresample-dev, libswscale-dev, libyuv-dev, libspdlog-dev, libinih-dev, libpng-dev")
+    "libclipreverse0 (= ${PROJECT_VERSION}), libavformat-dev, libavcodec-dev, libavutil-dev, libswresample-dev, libswscale-dev, libyuv-dev, libspdlog-dev, libinih-dev, libpng-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
-    "The static library of clip-reverse, its headers, and its files for CMake and
-pkg-config, for programs that embed it.")
+    "What programs that embed clip-reverse are built with: the header of its library
+of C, the static library of C++ and its headers, and files for CMake and
+pkg-config.")
 
 include(CPack)
