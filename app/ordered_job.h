@@ -17,7 +17,7 @@ namespace app {
 class OrderedJob {
  public:
   // With a job of its own, which has the additions and the output of the order.
-  explicit OrderedJob(Order order);
+  explicit OrderedJob(const Order& order);
   // With a given job that is not yet initialised.
   OrderedJob(Order order, std::unique_ptr<codec::Reverse> job);
 
