@@ -57,15 +57,17 @@ does not depend on the length of the clip.")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libclipreverse0)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-configure_file(packaging/libclipreverse0.symbols "${PROJECT_BINARY_DIR}/control/symbols" COPYONLY)
-configure_file(packaging/libclipreverse0.triggers "${PROJECT_BINARY_DIR}/control/triggers" COPYONLY)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/control/symbols;${PROJECT_BINARY_DIR}/control/triggers")
+# By hand: CPack's own would have the package run ldconfig, which dpkg does by the trigger.
+set(CONTROL_FILES)
+foreach(control shlibs symbols triggers)
+  configure_file("packaging/libclipreverse0.${control}" "${PROJECT_BINARY_DIR}/control/${control}" @ONLY)
+  list(APPEND CONTROL_FILES "${PROJECT_BINARY_DIR}/control/${control}")
+endforeach()
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA "${CONTROL_FILES}")
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION
-    "The shared library of clip-reverse, for programs in C and in languages that call
-C: it writes a new file in which the pictures of a clip come last to first and
-its sound runs backwards, sample by sample.")
+    "The shared library of clip-reverse, for programs in C and in languages that
+call C: it writes a new file in which the pictures of a clip come last to first
+and its sound runs backwards, sample by sample.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libclipreverse-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

@@ -10,8 +10,8 @@
 //
 // The output is the mirror of what a player shows of the clip: pictures newest first, the sound
 // sample by sample, in memory that does not depend on the clip's length. A file that stands at the
-// output stays until the new one is whole. Paths and other texts are UTF-8 and copied; texts that
-// a call gives belong to the library.
+// output stays until the new one is whole. Paths are those of the host, other texts UTF-8; all are
+// copied. Texts that a call gives belong to the library.
 //
 // Threads. A job may be used by any thread, but by one at a time; clipreverse_cancel alone may be
 // called at any moment. Different jobs may be used by different threads at once.
