@@ -57,7 +57,7 @@ does not depend on the length of the clip.")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libclipreverse0)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
-# By hand: CPack's own would have the package run ldconfig, which dpkg does by the trigger.
+# By hand: CPack makes no list of symbols, and no trigger for ldconfig.
 set(CONTROL_FILES)
 foreach(control shlibs symbols triggers)
   configure_file("packaging/libclipreverse0.${control}" "${PROJECT_BINARY_DIR}/control/${control}" @ONLY)
