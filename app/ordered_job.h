@@ -31,6 +31,8 @@ class OrderedJob {
   // Ends the work, closes the output and logs what was written and lost. 0, or -1 after error
   // lines.
   int Finish();
+  // Frees the job, which writes its last lines of the log. Job is null from then on.
+  void Drop() { mJob.reset(); }
 
   // What to do about the failure: one sentence. Empty if there was none.
   const std::string& Advice() const { return mAdvice; }
@@ -41,7 +43,7 @@ class OrderedJob {
   int Fail();
 
   const Order mOrder;
-  const std::unique_ptr<codec::Reverse> mJob;
+  std::unique_ptr<codec::Reverse> mJob;  // until Drop
   std::string mAdvice;
   bool mMetExisting = false;
 };

@@ -39,6 +39,7 @@ int Run(OrderedJob* run, const CommandLine& commandLine, ProgressObserver* obser
   ProgressLines lines;
   if (observer == nullptr) observer = &lines;
   const bool isDone = RunOrdered(run, commandLine, observer) == 0;
+  run->Drop();
   // After the job's own last lines: what remains on the screen is what a person can do.
   if (!isDone) log_error(kTag, "%s", run->Advice().c_str());
   observer->OnEnd({isDone, commandLine.output, run->Advice()});
