@@ -151,6 +151,8 @@ int Job::Start() {
   }
   mRun = std::make_unique<app::OrderedJob>(mOrder);
   mRun->Job()->SetDiscardCancelled(true);
+  // Plain jobs may run beside others, too.
+  mRun->Job()->SetIndependent(true);
   mCancellable = mRun->Job();
   if (mIsCancelled) mRun->Job()->Cancel();
   // Until it is known how the job ends: an exception leaves it over, too.
