@@ -17,10 +17,10 @@
 #include "codec/encoder/sample_rates.h"
 #include "codec/encoder/sound_layouts.h"
 #include "codec/ffmpeg/compat.h"
+#include "codec/utils/color_keys.h"
 #include "codec/utils/field_order.h"
 #include "codec/utils/numbers.h"
 #include "codec/utils/orientation.h"
-#include "codec/utils/color_keys.h"
 #include "reverse/output_description.h"
 #include "reverse/stamp_rate.h"
 
