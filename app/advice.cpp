@@ -144,6 +144,8 @@ const std::array kRows = {
                  (f.order.memory == f.memoryGranted ? Names(f).memory : "the container's limit") +
                  ", or make its pictures smaller first";
         }},
+    Row{[](const Failure& f) { return f.cause.step == FailedStep::kCopy && f.cause.error == 0; },
+        [](const Failure& f) { return f.line.input + " cannot be copied: " + f.cause.obstacle; }},
     Row{[](const Failure& f) { return !f.cause.obstacle.empty(); },
         [](const Failure& f) {
           return f.order.input + " cannot be reversed: " + f.cause.obstacle +

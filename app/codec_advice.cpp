@@ -3,13 +3,32 @@
 
 #include "codec/encoder/container.h"
 #include "codec/encoder/encoder_choice.h"
+#include "reverse/copy_keys.h"
 #include "reverse/output_description.h"
 
 namespace app {
 
+namespace {
+
+// The options that ask for something else than a copy.
+std::string WhyNotCopied(const Order& order) {
+  const std::string copy = order.names->copy;
+  const std::string plain = order.names->plain;
+  if (order.isPlain) return copy + " goes beyond the plain reversal; leave " + plain + " out";
+  for (const OutputValue& given : order.outputValues) {
+    if (codec::IsForCopies(given.key)) continue;
+    return copy + " writes the pictures as they are, and cannot set " + given.key +
+           "; leave one of the two out";
+  }
+  return "";
+}
+
+}  // namespace
+
 codec::EncoderSettings WishesOf(const Order& order) {
   codec::EncoderSettings wishes = codec::UsualEncoders(order.output);
   wishes.takesAnyEncoder = order.Mirrors();
+  wishes.hasVideo = !order.isCopy;
   wishes.hasAudio = !order.hasNoSound;
   for (const OutputValue& given : order.outputValues) {
     wishes.SetParameter(given.key.c_str(), given.value.c_str());
@@ -18,20 +37,26 @@ codec::EncoderSettings WishesOf(const Order& order) {
 }
 
 std::string WhyNotEncodable(const Order& order) {
+  if (order.isCopy) {
+    const std::string why = WhyNotCopied(order);
+    if (!why.empty()) return why;
+  }
   const codec::EncoderSettings wishes = WishesOf(order);
   if (!DelaysVideo(wishes) && !DelaysAudio(wishes)) return "";
   std::string why = WhyNotEncoded(wishes);
   if (!why.empty()) return order.output + " cannot be made: " + why;
   const char* const path = order.output.c_str();
-  const bool isRefused = codec::RefusesCodec(path, wishes.videoCodec.c_str()) ||
-                         (wishes.hasAudio && codec::RefusesCodec(path, wishes.audioCodec.c_str()));
+  const bool isRefused =
+      (wishes.hasVideo && codec::RefusesCodec(path, wishes.videoCodec.c_str())) ||
+      (wishes.hasAudio && codec::RefusesCodec(path, wishes.audioCodec.c_str()));
   return isRefused ? ContainerAdvice(order, NotTaken(order)) : "";
 }
 
 const char* NotTaken(const Order& order) {
   const codec::EncoderSettings wishes = WishesOf(order);
   const char* const path = order.output.c_str();
-  const char* const video = codec::CodecNotTaken(path, wishes.videoCodec.c_str());
+  const char* const video =
+      wishes.hasVideo ? codec::CodecNotTaken(path, wishes.videoCodec.c_str()) : nullptr;
   if (video != nullptr || order.hasNoSound) return video;
   return codec::CodecNotTaken(path, wishes.audioCodec.c_str());
 }

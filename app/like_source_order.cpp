@@ -37,7 +37,7 @@ Order WithSourceKeys(Order order) {
     return order;
   }
   codec::SourceForm source = codec::ReadSourceForm(order.input);
-  if (IsGiven(order, "video-codec")) source.video = AV_CODEC_ID_NONE;
+  if (order.isCopy || IsGiven(order, "video-codec")) source.video = AV_CODEC_ID_NONE;
   if (order.hasNoSound) source.sound = AV_CODEC_ID_NONE;
   const codec::LikeSourceKeys keys = codec::LikeSource(source);
   std::vector<OutputValue> values;
@@ -45,7 +45,7 @@ Order WithSourceKeys(Order order) {
     for (const auto& [key, value] : list) values.push_back({key, value});
   };
   add(keys.video);
-  if (!AsksForQuality(order)) add(keys.quality);
+  if (!order.isCopy && !AsksForQuality(order)) add(keys.quality);
   if (!IsGiven(order, "audio-codec")) add(keys.sound);
   add(keys.always);
   // The last value of a key counts.

@@ -12,6 +12,7 @@ struct OptionNames {
   const char* memory;
   const char* plain;
   const char* likeSource;
+  const char* copy;
   const char* strict;
   const char* overwrite;
   const char* set;          // what stands before a key of the output
@@ -29,6 +30,7 @@ inline constexpr OptionNames kToolNames = {"-s",
                                            "--memory",
                                            "--plain",
                                            "--like-source",
+                                           "--copy",
                                            "--strict",
                                            "--overwrite",
                                            "--set ",
@@ -45,6 +47,7 @@ inline constexpr OptionNames kJobNames = {"\"start\"",
                                           "\"memory\"",
                                           "\"plain\"",
                                           "\"like-source\"",
+                                          "\"copy\"",
                                           "\"strict\"",
                                           "\"overwrite\"",
                                           "",

@@ -18,6 +18,7 @@ void SwitchOnAdditions(const Order& order, codec::Reverse* job) {
   // Of the one warning that every run has, a person who is shown warnings only would learn nothing.
   if (!log_enabled(kLogInfo)) job->SetOutputParameter("speed", "1");
   job->SetMirror(order.Mirrors());
+  job->SetCopy(order.isCopy);
   job->SetSafeOutput(order.isSafe);
   job->SetIndependent(true);
   job->SetMemoryLimit(order.memory > 0 ? order.memory : codec::Reverse::kHostMemory);

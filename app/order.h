@@ -28,6 +28,7 @@ struct Order {
   bool isSafe = true;
   int64_t memory = 0;  // bytes that the process may take; 0 for what the host grants
   bool hasNoSound = false;
+  bool isCopy = false;                         // pictures are written as the packets that they are
   bool isLikeSource = false;                   // encoded as the input is
   bool isStrict = false;                       // a loss is a failure
   std::vector<OutputValue> outputValues = {};  // in the order in which they were set

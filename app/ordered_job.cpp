@@ -56,8 +56,7 @@ void LogAccount(const codec::Reverse& job) {
 
 }  // namespace
 
-OrderedJob::OrderedJob(const Order& order)
-    : mOrder(WithSourceKeys(order)), mJob(MakeJob(mOrder)) {}
+OrderedJob::OrderedJob(const Order& order) : mOrder(WithSourceKeys(order)), mJob(MakeJob(mOrder)) {}
 
 OrderedJob::OrderedJob(Order order, std::unique_ptr<codec::Reverse> job)
     : mOrder(std::move(order)), mJob(std::move(job)) {}

@@ -5,8 +5,9 @@
 
 namespace codec {
 
-JobAccount ClosedAccount(const ReverseLoop& loop, MediaWriter* writer, const Reversal& reversal) {
-  JobAccount account = loop.Account();
+JobAccount ClosedAccount(const BackwardWalk& walk, double start, double end, MediaWriter* writer,
+                         const Reversal& reversal) {
+  JobAccount account = walk.Account();
   LostPictures& lost = account.lost;
   // The writer takes no picture that has the time of the one before.
   const int64_t taken = writer->PicturesWritten();
@@ -14,9 +15,9 @@ JobAccount ClosedAccount(const ReverseLoop& loop, MediaWriter* writer, const Rev
     lost.timeless += account.pictures - taken;
     account.pictures = taken;
   }
-  const bool isDone = loop.IsDone() && writer->OutputError() == 0;
-  if (isDone && (loop.IsTorn() || lost.timeless > 0)) {
-    const int64_t met = reversal.CountPictures(loop.Range().start, loop.Range().end);
+  const bool isDone = walk.IsDone() && writer->OutputError() == 0;
+  if (isDone && (walk.IsTorn() || lost.timeless > 0)) {
+    const int64_t met = reversal.CountPictures(start, end);
     lost.unread = std::max<int64_t>(met - account.pictures - lost.Count(), 0);
   }
   return account;

@@ -4,14 +4,15 @@
 
 #include "codec/writer/media_writer.h"
 #include "reverse/account.h"
+#include "reverse/backward_walk.h"
 #include "reverse/reversal.h"
-#include "reverse/reverse_loop.h"
 
 namespace codec {
 
-// What the loop has met, held against what the writer has taken. Where pictures have the time of
-// others, or times go back, the packets of the whole file are counted: there may be pictures that
-// no seek has found. The writer has been stopped.
-JobAccount ClosedAccount(const ReverseLoop& loop, MediaWriter* writer, const Reversal& reversal);
+// What the walk over [start, end), in seconds, has met, held against what the writer has taken.
+// Where pictures have the time of others, or times go back, the packets of the whole file are
+// counted: there may be pictures that no seek has found. The writer has been stopped.
+JobAccount ClosedAccount(const BackwardWalk& walk, double start, double end, MediaWriter* writer,
+                         const Reversal& reversal);
 
 }  // namespace codec

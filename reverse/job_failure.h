@@ -13,6 +13,7 @@ enum class FailedStep {
   kOpenInput,    // opening the input and reading its header and streams
   kMemory,       // planning its memory: see MemoryNeeded
   kReadFacts,    // what the input holds is nothing that can be reversed: see InputInfo
+  kCopy,         // finding out whether the pictures can be copied: see the obstacle
   kCheckRange,   // the range starts at or after the end of the input
   kOpenOutput,   // making the output, its encoders and its container
   kStart,        // starting the work: the host gave no thread
@@ -33,8 +34,8 @@ struct JobFailure {
   // What the file of that step is, if not one that can be read and written back and forth: "a
   // directory", "a pipe (FIFO)". Null if it is such a file, or not known. Static text.
   const char* kind = nullptr;
-  // What stands in the way of an input that could be opened, and what would work. Empty if nothing
-  // is known.
+  // What stands in the way of an input that could be opened, or of copying it, and what would work.
+  // Empty if nothing is known.
   std::string obstacle = {};
 };
 

@@ -102,7 +102,10 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
 int MirrorReversal::OpenSound(const std::string& path, int stream) {
   mSound = std::make_unique<SoundWalk>();
   mSound->NormalizeMix();
-  if (mSound->Open(path, stream, mJoined) == 0) return PrepareForm();
+  if (mSound->Open(path, stream, mJoined) == 0) {
+    ChooseSound(mSound->SourceBits(), &mWishes);
+    return PrepareForm();
+  }
   if (mSound->Failure() != 0) return -1;
   log_warn(kTag, "the sound of %s cannot be read, and is left out", path.c_str());
   mSound.reset();
@@ -330,6 +333,13 @@ std::unique_ptr<FramePlacement> MirrorReversal::Place(MediaWriter* writer, Rever
   range->keepsMetPicture = true;
   const int rate = mSound == nullptr ? 0 : mSound->SampleRate();
   return std::make_unique<MirrorPlacement>(writer, *range, mSound.get(), rate, mResampler.get());
+}
+
+std::unique_ptr<MirroredSound> MirrorReversal::SoundOf(MediaWriter* writer, double start,
+                                                       double end) const {
+  if (mSound == nullptr) return nullptr;
+  return std::make_unique<MirroredSound>(mSound.get(), writer, start, end, mSound->SampleRate(),
+                                         mResampler.get());
 }
 
 int64_t MirrorReversal::CountPictures(double start, double end) const {

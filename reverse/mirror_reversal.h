@@ -8,6 +8,7 @@
 #include "codec/decoder/sound_walk.h"
 #include "codec/encoder/encoder_settings.h"
 #include "codec/utils/sound_resampler.h"
+#include "reverse/mirrored_sound.h"
 #include "reverse/reversal.h"
 
 namespace codec {
@@ -38,6 +39,18 @@ class MirrorReversal : public Reversal {
   std::unique_ptr<FramePlacement> Place(MediaWriter* writer, ReverseRange* range) override;
   int64_t CountPictures(double start, double end) const override;
   int HostError() const override;
+
+ protected:
+  // The sound has been opened; its samples have this many bits, 32 for floats. May choose how it is
+  // encoded.
+  virtual void ChooseSound(int /*bits*/, EncoderSettings* /*wishes*/) const {}
+
+  const EncoderSettings& Wishes() const { return mWishes; }
+  const std::string& Path() const { return mPath; }
+  const std::shared_ptr<const JoinedParts>& Joined() const { return mJoined; }
+  double Zero() const { return mZero; }
+  // The sound of a range, in seconds, for this writer; null without sound.
+  std::unique_ptr<MirroredSound> SoundOf(MediaWriter* writer, double start, double end) const;
 
  private:
   int OpenSound(const std::string& path, int stream);

@@ -6,10 +6,12 @@
 #include <string>
 
 #include "codec/decoder/decoder_options.h"
+#include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 #include "codec/decoder/media_info.h"
 #include "codec/format/media_format.h"
 #include "codec/writer/media_writer.h"
+#include "reverse/backward_walk.h"
 #include "reverse/frame_placement.h"
 #include "reverse/segment_reader.h"
 
@@ -45,9 +47,20 @@ class Reversal {
   // Adds to the description of the output; the range is [start, end) in seconds.
   virtual void Describe(const MediaInfo& /*info*/, double /*start*/, double /*end*/,
                         MediaFormat* /*format*/) const {}
-  // May change how the range is read. Returns the object that writes the frames. The writer belongs
-  // to the caller.
+  // Why an output like this cannot be made of the range, and what would work, as one sentence
+  // without a stop; empty if nothing is known to stand against it. Nothing has been written so far.
+  virtual std::string Obstacle(const MediaInfo& /*info*/, double /*start*/, double /*end*/,
+                               const MediaFormat& /*format*/) {
+    return "";
+  }
+  // Makes the writer that `format` describes. The caller owns it. Null if it cannot be made.
+  virtual MediaWriter* MakeWriter(MediaFormat& format) const;
+  // May change how the range is read. Returns the object that writes the frames, for a walk that
+  // has frames. The writer belongs to the caller.
   virtual std::unique_ptr<FramePlacement> Place(MediaWriter* writer, ReverseRange* range);
+  // The walk over the range. Decoder and writer belong to the caller.
+  virtual std::unique_ptr<BackwardWalk> MakeWalk(FFmpegDecoder* decoder, MediaWriter* writer,
+                                                 const ReverseRange& range);
 
   // The pictures of a range, in seconds, as the packets of the whole file tell; reads all of them.
   // Below 0 if nobody can tell.

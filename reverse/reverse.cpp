@@ -14,14 +14,13 @@
 #include "base/platform.h"
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
-#include "codec/writer/media_writer_factory.h"
 #include "reverse/closed_account.h"
+#include "reverse/copy_reversal.h"
 #include "reverse/end_signal.h"
 #include "reverse/job_memory.h"
 #include "reverse/job_output.h"
 #include "reverse/mirror_reversal.h"
 #include "reverse/output_description.h"
-#include "reverse/reverse_loop.h"
 #include "reverse/reverse_work_thread.h"
 
 namespace codec {
@@ -55,6 +54,12 @@ void Reverse::SetOutputParameter(const char* key, const char* value) {
 void Reverse::SetMirror(bool isMirror) {
   Set([&] {
     mReversal = isMirror ? std::make_unique<MirrorReversal>() : std::make_unique<Reversal>();
+  });
+}
+
+void Reverse::SetCopy(bool isCopy) {
+  Set([&] {
+    if (isCopy) mReversal = std::make_unique<CopyReversal>();
   });
 }
 
@@ -172,6 +177,13 @@ int Reverse::CreateWriter() {
   for (const auto& [key, value] : mOutputParameters.Entries()) {
     format.SetString(key.c_str(), value.c_str());
   }
+  const std::string obstacle = mReversal->Obstacle(info, mStart, mEnd, format);
+  if (!obstacle.empty()) {
+    log_error(kTag, "%s cannot be copied: %s", mInputPath.c_str(), obstacle.c_str());
+    Fail(FailedStep::kCopy, mReversal->HostError());
+    mFailure.obstacle = obstacle;
+    return -1;
+  }
   if (const int error = mOutput->Place(&format); error != 0) {
     return Fail(FailedStep::kOpenOutput, AVERROR(error));
   }
@@ -195,12 +207,11 @@ int Reverse::CreateWriter() {
   range.isToEnd = mEnd >= mReversal->Duration(info);
   range.bufferSize = mFrameBufferSize;
   mMemory->ApplyTo(&range);
-  std::unique_ptr<FramePlacement> placement = mReversal->Place(mWriter.get(), &range);
-  mLoop = std::make_unique<ReverseLoop>(mDecoder.get(), std::move(placement), range);
+  mLoop = mReversal->MakeWalk(mDecoder.get(), mWriter.get(), range);
   return 0;
 }
 
-MediaWriter* Reverse::MakeWriter(MediaFormat& format) { return MakeMediaWriter(format); }
+MediaWriter* Reverse::MakeWriter(MediaFormat& format) { return mReversal->MakeWriter(format); }
 
 int Reverse::Start() {
   const int result = but::Guarded(kTag, [this] { return StartThreads(); });
@@ -329,7 +340,7 @@ void Reverse::CloseAccount() {
   if (mLoop == nullptr || mWriter == nullptr) return;
   mAccount = mLoop->Account();
   const int error = but::Guarded(kTag, [this] {
-    mAccount = ClosedAccount(*mLoop, mWriter.get(), *mReversal);
+    mAccount = ClosedAccount(*mLoop, mStart, mEnd, mWriter.get(), *mReversal);
     return 0;
   });
   if (!mIsStrict) return;

@@ -18,11 +18,11 @@
 
 namespace codec {
 
+class BackwardWalk;
 class EndSignal;
 class JobMemory;
 class JobOutput;
 class Reversal;
-class ReverseLoop;
 class ReverseWorkThread;
 
 // Life: constructor, Init, Start, GetProgress until it is 100 or WaitForEnd until it is true,
@@ -115,6 +115,11 @@ class Reverse {
   // its colours. Off unless set: then frames are stamped with their distance from the end of the
   // range, and each block of sound is reversed by itself. To be called before Init.
   void SetMirror(bool isMirror);
+  // The same, and the packets of the pictures are written as they are, bit for bit, without being
+  // decoded and encoded. The sound is kept without loss, unless "audio-codec" says otherwise. Init
+  // fails where that is not possible: Failure tells why. Replaces SetMirror. Off unless set. To be
+  // called before Init.
+  void SetCopy(bool isCopy);
   // A job that loses a part of its range fails, as if the output could not be written. Off unless
   // set. To be called before Start. Account tells what was lost.
   void SetStrict(bool isStrict) { mIsStrict = isStrict; }
@@ -172,7 +177,7 @@ class Reverse {
   std::unique_ptr<FFmpegDecoder> mDecoder;
   std::unique_ptr<MediaWriter> mWriter;
   std::unique_ptr<Reversal> mReversal;  // never null
-  std::unique_ptr<ReverseLoop> mLoop;   // uses the three above
+  std::unique_ptr<BackwardWalk> mLoop;  // uses the three above
   double mStart;
   double mEnd;
   MediaInfo mInputInfo;

@@ -7,6 +7,7 @@
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/writer/media_writer.h"
 #include "reverse/account.h"
+#include "reverse/backward_walk.h"
 #include "reverse/frame_buffer.h"
 #include "reverse/frame_placement.h"
 #include "reverse/frame_stock.h"
@@ -30,45 +31,31 @@ namespace codec {
 //
 // Used by one thread. Decoder and writer belong to the caller; without a writer frames are dropped.
 // The destructor waits for a step that is being read.
-class ReverseLoop {
+class ReverseLoop : public BackwardWalk {
  public:
   ReverseLoop(FFmpegDecoder* decoder, MediaWriter* writer, const ReverseRange& range);
   // The same with another placement than the plain one.
   ReverseLoop(FFmpegDecoder* decoder, std::unique_ptr<FramePlacement> placement,
               const ReverseRange& range);
-  ReverseLoop(const ReverseLoop&) = delete;
-  ReverseLoop& operator=(const ReverseLoop&) = delete;
 
   const ReverseRange& Range() const { return mRange; }
 
-  // One step: 0 if more work may remain, -1 if the range is done.
-  int Step();
-
-  // Percent of the range that is done.
-  float Progress() const { return mProgress; }
+  int Step() override;
+  float Progress() const override { return mProgress; }
 
   // The part still to do is [start, Cursor()).
   double Cursor() const { return mCursor; }
 
-  // Whether nothing of the range is left to do.
-  bool IsDone() const { return mCursor <= mRange.start; }
-  // Whether the range had a length, is done, and gave no picture.
-  bool FoundNoPicture() const {
+  bool IsDone() const override { return mCursor <= mRange.start; }
+  bool FoundNoPicture() const override {
     return mRange.start < mRange.end && mCursor <= mRange.start && mPictures == 0;
   }
-  // Whether a seek has used up a picture. If no step has read that picture, it was the first of the
-  // range.
-  bool UsedUpPicture() const { return mUsedUpPicture; }
-  // Whether pictures were met that lie before the start of the range, and any after its end.
-  bool PassedPicture() const { return mPassedPicture; }
-  bool SawLaterPicture() const { return mSawLaterPicture; }
-  // Whether some pictures may not have been read: times go back in the file, so that seeks miss
-  // them.
-  bool IsTorn() const { return mIsTorn; }
-  // Whether sound was written.
-  bool HasSound() const { return mHasSound; }
-  // The pictures given to the writer, and what was lost on the way to it.
-  JobAccount Account() const;
+  bool UsedUpPicture() const override { return mUsedUpPicture; }
+  bool PassedPicture() const override { return mPassedPicture; }
+  bool SawLaterPicture() const override { return mSawLaterPicture; }
+  bool IsTorn() const override { return mIsTorn; }
+  bool HasSound() const override { return mHasSound; }
+  JobAccount Account() const override;
 
  private:
   void Write(Segment segment);

@@ -27,10 +27,13 @@ struct NalCodec {
   int lastStartType;
   int lengthSizeAt;  // offset in the configuration record
   int messageType;   // of units with messages (recovery points); 0 for none
+  // Types of pictures at which all counting begins anew.
+  int firstAloneType;
+  int lastAloneType;
 };
 constexpr std::array<NalCodec, 2> kNalCodecs = {{
-    {AV_CODEC_ID_H264, 0, 0x1f, 5, 5, 5, 4, 6},
-    {AV_CODEC_ID_HEVC, 1, 0x3f, 31, 16, 21, 21, 0},
+    {AV_CODEC_ID_H264, 0, 0x1f, 5, 5, 5, 4, 6, 5, 5},
+    {AV_CODEC_ID_HEVC, 1, 0x3f, 31, 16, 21, 21, 0, 19, 20},
 }};
 
 // The units of a packet, one after another.
@@ -144,6 +147,17 @@ bool BeginsAfresh(const AVPacket& packet, const NalCodec& codec, size_t lengthSi
   return false;
 }
 
+// Whether the first picture is one at which all counting begins anew.
+bool CountsAnew(const AVPacket& packet, const NalCodec& codec, size_t lengthSize) {
+  for (Units units(packet, lengthSize); units.HasMore(); units.Next()) {
+    const int type = (units.Data()[0] >> codec.shift) & codec.mask;
+    // As above: HEVC has pictures of type 0, H.264 has none.
+    if (type > codec.lastPictureType) continue;
+    return codec.firstAloneType <= type && type <= codec.lastAloneType;
+  }
+  return false;
+}
+
 // Whether MPEG-1 or MPEG-2 says before its first picture that the group is closed.
 bool IsClosedGroup(const AVPacket& packet) {
   constexpr int kGroup = 0xb8;
@@ -174,6 +188,11 @@ bool IsOpenHevc(const AVPacket& packet) {
 
 }  // namespace
 
+bool IsIntraOnly(AVCodecID codec) {
+  const AVCodecDescriptor* const descriptor = avcodec_descriptor_get(codec);
+  return descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0;
+}
+
 bool LosesLeading(AVCodecID codec, const AVPacket& packet) {
   if (packet.data == nullptr || (packet.flags & AV_PKT_FLAG_KEY) == 0) return false;
   if (codec == AV_CODEC_ID_HEVC) return IsOpenHevc(packet);
@@ -187,10 +206,19 @@ bool StartsAfresh(const AVCodecParameters& stream, const AVPacket& packet) {
     if (codec.codec != stream.codec_id) continue;
     return BeginsAfresh(packet, codec, LengthSize(stream, codec));
   }
-  const AVCodecDescriptor* const descriptor = avcodec_descriptor_get(stream.codec_id);
-  if (descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_INTRA_ONLY) != 0) return true;
+  if (IsIntraOnly(stream.codec_id)) return true;
   return std::find(kFreshAtEachKey.begin(), kFreshAtEachKey.end(), stream.codec_id) !=
          kFreshAtEachKey.end();
+}
+
+bool StandsAlone(const AVCodecParameters& stream, const AVPacket& packet) {
+  if (IsIntraOnly(stream.codec_id)) return true;
+  if (packet.data == nullptr || (packet.flags & AV_PKT_FLAG_KEY) == 0) return false;
+  for (const NalCodec& codec : kNalCodecs) {
+    if (codec.codec != stream.codec_id) continue;
+    return CountsAnew(packet, codec, LengthSize(stream, codec));
+  }
+  return true;
 }
 
 }  // namespace codec

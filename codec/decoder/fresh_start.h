@@ -18,4 +18,12 @@ bool StartsAfresh(const AVCodecParameters& stream, const AVPacket& packet);
 // not certain.
 bool LosesLeading(AVCodecID codec, const AVPacket& packet);
 
+// Whether the packet's picture can be decoded without any other, and still can if the pictures of
+// the stream stand in another order. H.264 and HEVC count their pictures from one IDR picture to
+// the next, so that other key pictures cannot be moved.
+bool StandsAlone(const AVCodecParameters& stream, const AVPacket& packet);
+
+// Whether every picture of the codec stands alone.
+bool IsIntraOnly(AVCodecID codec);
+
 }  // namespace codec

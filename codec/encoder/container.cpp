@@ -88,6 +88,11 @@ const char* CodecNotTaken(const char* path, const char* encoder) {
   return avcodec_get_name(codec->id);
 }
 
+bool TakesCodec(const char* path, AVCodecID codec) {
+  const AVOutputFormat* const format = ChooseContainer(path);
+  return format != nullptr && Takes(*format, codec);
+}
+
 bool RefusesCodec(const char* path, const char* encoder) {
   // Others hold codecs that they have no name of their own for, or decide by more than the codec.
   constexpr std::array<std::string_view, 2> kStrict = {"mpegts", "webm"};

@@ -449,6 +449,21 @@ uint8_t* NewSideData(AVStream* stream, AVPacketSideDataType type, size_t bytes) 
 #endif
 }
 
+int CopySideData(AVStream* to, const AVStream* from) {
+#if HAS_PARAMETER_SIDE_DATA
+  static_cast<void>(to);
+  static_cast<void>(from);
+#else
+  for (int i = 0; i < from->nb_side_data; ++i) {
+    const AVPacketSideData& data = from->side_data[i];
+    uint8_t* const bytes = av_stream_new_side_data(to, data.type, data.size);
+    if (bytes == nullptr) return AVERROR(ENOMEM);
+    std::copy_n(data.data, data.size, bytes);
+  }
+#endif
+  return 0;
+}
+
 int SetRotation(const AVOutputFormat* format, AVStream* stream, const char* degrees) {
   const int result = av_dict_set(&stream->metadata, "rotate", degrees, 0);
   const int angle = std::atoi(degrees);

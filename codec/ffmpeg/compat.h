@@ -122,6 +122,10 @@ std::optional<int> MatrixOrientation(const AVStream* stream);
 // type; null when memory runs out. To be called after `avcodec_parameters_from_context`, which
 // wipes them on newer releases.
 uint8_t* NewSideData(AVStream* stream, AVPacketSideDataType type, size_t bytes);
+// Gives a stream that is going to be muxed what stands beside a demuxed one: its display matrix,
+// the light of its pictures. To be called after `avcodec_parameters_copy`, which does so on newer
+// releases. 0 or a negative error.
+int CopySideData(AVStream* to, const AVStream* from);
 // Whether a file of this format keeps the turn that SetRotation asks for.
 bool KeepsRotation(const AVOutputFormat* format);
 // Makes a stream that is going to be muxed ask for this turn. To be called after

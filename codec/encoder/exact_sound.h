@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+// The encoder that keeps sound as it is.
+#pragma once
+
+#include <string>
+
+namespace codec {
+
+// FFmpeg's name of an encoder that loses nothing of samples of this many bits, 32 for floats, and
+// whose codec the container of `path` takes: PCM of that width, else FLAC, which holds 24 bits.
+// Empty if the container takes neither.
+std::string ExactSoundEncoder(const std::string& path, int bits);
+
+}  // namespace codec

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#include "codec/encoder/packet_track.h"
+
+#include <algorithm>
+
+#include "base/log.h"
+#include "codec/encoder/container.h"
+#include "codec/ffmpeg/compat.h"
+#include "codec/utils/field_order.h"
+
+namespace codec {
+namespace {
+
+constexpr char kTag[] = "codec::PacketTrack";
+
+// The source's name of the codec if the container knows it, or has none of its own; 0 leaves the
+// choice to the container. The name tells variants apart, such as the qualities of ProRes.
+uint32_t TagFor(const AVOutputFormat& format, const AVCodecParameters& source) {
+  unsigned own = 0;
+  const bool isKnown = format.codec_tag == nullptr ||
+                       av_codec_get_id(format.codec_tag, source.codec_tag) == source.codec_id;
+  if (isKnown || av_codec_get_tag2(format.codec_tag, source.codec_id, &own) == 0) {
+    return source.codec_tag;
+  }
+  return 0;
+}
+
+AVFieldOrder FieldsFor(const EncoderSettings& settings, AVFieldOrder source) {
+  const FieldOrder order = FieldOrderOf(settings.fieldOrder).value_or(FieldOrder::kProgressive);
+  if (!IsWoven(order)) return source;
+  return order == FieldOrder::kTopFirst ? AV_FIELD_TT : AV_FIELD_BB;
+}
+
+}  // namespace
+
+int PacketTrack::Create(const AVStream* source) {
+  AVStream* const stream = mFile->AddStream(nullptr);
+  if (stream == nullptr ||
+      mFile->Remember(avcodec_parameters_copy(stream->codecpar, source->codecpar)) < 0 ||
+      mFile->Remember(ffmpeg::CopySideData(stream, source)) < 0) {
+    log_error(kTag, "Could not alloc video stream.");
+    return -1;
+  }
+  mTrack.stream = stream;
+  stream->codecpar->codec_tag = TagFor(*mFile->Format(), *source->codecpar);
+  stream->codecpar->field_order = FieldsFor(mSettings, source->codecpar->field_order);
+  stream->sample_aspect_ratio = source->sample_aspect_ratio;
+  mSourceBase = source->time_base;
+  mBase = mSourceBase;
+  const AVRational rate = source->avg_frame_rate;
+  const bool isCounted = HasFixedRate(*mFile->Format()) && rate.num > 0 && rate.den > 0;
+  if (isCounted) mBase = av_inv_q(rate);
+  if (isCounted || mSettings.hasConstantRate) stream->avg_frame_rate = rate;
+  stream->time_base = mBase;
+  return 0;
+}
+
+int PacketTrack::Write(AVPacket* packet, int64_t stamp, int64_t duration) {
+  mLast = std::max(av_rescale_q(stamp, mSourceBase, mBase), mLast + 1);
+  packet->pts = mLast;
+  packet->dts = mLast;
+  packet->duration = std::max<int64_t>(1, av_rescale_q(duration, mSourceBase, mBase));
+  packet->pos = -1;
+  const int result = mFile->WritePacket(packet, mBase, &mTrack);
+  if (result >= 0) ++mPacketsWritten;
+  return result;
+}
+
+}  // namespace codec

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+#include "reverse/copy_reversal.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "base/plain_number.h"
+#include "codec/decoder/packet_clock.h"
+#include "codec/encoder/container.h"
+#include "codec/encoder/exact_sound.h"
+#include "codec/ffmpeg/compat.h"
+#include "codec/utils/orientation.h"
+#include "codec/writer/packet_writer.h"
+#include "reverse/copy_keys.h"
+#include "reverse/copy_walk.h"
+
+namespace codec {
+namespace {
+
+constexpr char kEncodeInstead[] = "leave --copy out, which encodes them anew";
+
+// Codecs whose packets do not say which field is shown first: only the container does.
+constexpr std::array kWithoutFields = {AV_CODEC_ID_RAWVIDEO, AV_CODEC_ID_V210,    AV_CODEC_ID_R210,
+                                       AV_CODEC_ID_HUFFYUV,  AV_CODEC_ID_FFVHUFF, AV_CODEC_ID_PNG};
+
+// The best of those that hold most codecs first.
+constexpr std::array<const char*, 6> kContainers = {".mov", ".mkv", ".mp4", ".avi", ".ts", ".nut"};
+
+std::string NameOf(AVCodecID codec) { return avcodec_get_name(codec); }
+
+// What the packets would fit into.
+std::string OthersThan(const std::string& output, AVCodecID codec) {
+  std::string text;
+  for (const char* const extension : kContainers) {
+    const bool isSame = ChooseContainer(extension) == ChooseContainer(output.c_str());
+    if (isSame || !TakesCodec(extension, codec)) continue;
+    text += (text.empty() ? "" : " or ") + std::string(extension);
+  }
+  return text.empty() ? "" : "use " + text + ", or ";
+}
+
+}  // namespace
+
+void CopyReversal::SetWishes(const std::string& outputPath, const MediaFormat& parameters) {
+  MirrorReversal::SetWishes(outputPath, parameters);
+  mOutput = outputPath;
+  for (const auto& [key, value] : parameters.Entries()) {
+    if (!IsForCopies(key) && mForeignKey.empty()) mForeignKey = key;
+    mHasSoundChoice = mHasSoundChoice || key == "audio-codec";
+  }
+}
+
+void CopyReversal::ChooseSound(int bits, EncoderSettings* wishes) const {
+  if (!mHasSoundChoice) wishes->audioCodec = ExactSoundEncoder(mOutput, bits);
+}
+
+std::string CopyReversal::Obstacle(const MediaInfo& info, double start, double end,
+                                   const MediaFormat& format) {
+  if (!mForeignKey.empty()) {
+    return mForeignKey + " is for pictures that are encoded; leave it out, or leave --copy out";
+  }
+  mIsConstant = info.has_constant_rate != 0;
+  if (mPackets.Open(Path(), Joined()) != 0) return "it cannot be read a second time";
+  std::string obstacle = NotKept(info);
+  if (obstacle.empty()) obstacle = NotAlone(start, end);
+  return obstacle.empty() ? NotHeld(format) : obstacle;
+}
+
+// What the pictures' packets do not say, and what they say wrongly once time runs backward.
+std::string CopyReversal::NotKept(const MediaInfo& info) const {
+  const AVCodecParameters& codec = *Pictures()->codecpar;
+  const bool tellsFields = std::find(kWithoutFields.begin(), kWithoutFields.end(),
+                                     codec.codec_id) == kWithoutFields.end();
+  if (info.field_order == FieldOrder::kSingle ||
+      (info.field_order != FieldOrder::kProgressive && tellsFields)) {
+    return std::string(
+               "its pictures are interlaced, and each says which field comes first, which "
+               "is the other one once time runs backward; ") +
+           kEncodeInstead;
+  }
+  if (codec.format == AV_PIX_FMT_PAL8 && codec.codec_id == AV_CODEC_ID_RAWVIDEO) {
+    return std::string("its pictures have their palette beside them; ") + kEncodeInstead;
+  }
+  if (info.orientation != kUpright && !TellsRotation(mOutput.c_str())) {
+    return "players turn its pictures, which " + mOutput + " cannot ask for; use " +
+           (TakesCodec(".mp4", codec.codec_id) ? ".mov or .mp4" : ".mov") + ", or leave --copy out";
+  }
+  return "";
+}
+
+std::string CopyReversal::NotAlone(double start, double end) {
+  const AVStream& stream = *Pictures();
+  mPackets.SetRange(TickFrom(Zero() + start, stream.time_base),
+                    TickFrom(Zero() + end, stream.time_base));
+  const ffmpeg::UniquePacket found = mPackets.FindDependent();
+  if (found == nullptr) return "";
+  const int64_t stamp = StampOf(found.get());
+  if (stamp == AV_NOPTS_VALUE) return "its pictures have no times; put it into .mkv or .mov first";
+  const double time = Seconds(stamp, stream.time_base) - Zero();
+  return "its picture at " + but::PlainNumberText(time) + " s leans on others (" +
+         NameOf(stream.codecpar->codec_id) + "), so that it cannot stand in another order; " +
+         kEncodeInstead;
+}
+
+// Containers tell by writing. So the header and one packet are written to nowhere.
+std::string CopyReversal::NotHeld(const MediaFormat& format) {
+  const AVCodecID codec = Pictures()->codecpar->codec_id;
+  const std::string pictures = mOutput + " cannot hold its " + NameOf(codec) + " pictures; " +
+                               OthersThan(mOutput, codec) + kEncodeInstead;
+  if (!TakesCodec(mOutput.c_str(), codec)) return pictures;
+  int hasSound = 0;
+  format.GetInt32("has-audio", hasSound);
+  if (hasSound != 0 && Wishes().audioCodec.empty()) {
+    return mOutput +
+           " can hold neither PCM nor FLAC; use .mov or .mkv, or name a codec for the sound, as by "
+           "--set audio-codec=aac, or leave the sound out with --no-sound";
+  }
+  if (WritesSeveralFiles(mOutput.c_str())) return "";
+  MediaFormat trial = format;
+  trial.SetString("write-path", "/dev/null");
+  PacketWriter writer(Pictures());
+  const ffmpeg::UniquePacket packet = mPackets.Sample();
+  const bool isOpen = writer.Configure(trial) == 0;
+  if (isOpen && packet != nullptr) writer.WritePacket(packet.get(), 0, 1);
+  writer.Stop();
+  return isOpen && writer.OutputError() == 0 ? "" : pictures;
+}
+
+void CopyReversal::Describe(const MediaInfo& info, double start, double end,
+                            MediaFormat* format) const {
+  MirrorReversal::Describe(info, start, end, format);
+  format->SetString("audio-codec", Wishes().audioCodec.c_str());
+}
+
+MediaWriter* CopyReversal::MakeWriter(MediaFormat& format) const {
+  auto writer = std::make_unique<PacketWriter>(Pictures());
+  if (writer->Configure(format) == 0) return writer.release();
+  format.SetInt32("output-error", writer->OutputError());
+  return nullptr;
+}
+
+std::unique_ptr<BackwardWalk> CopyReversal::MakeWalk(FFmpegDecoder* decoder, MediaWriter* writer,
+                                                     const ReverseRange& range) {
+  // Nothing more is decoded.
+  decoder->Finish();
+  CopyRange copied;
+  copied.start = range.start;
+  copied.end = range.end;
+  copied.zero = Zero();
+  copied.lastsToEnd = !mIsConstant;
+  auto* const packetWriter = static_cast<PacketWriter*>(writer);
+  return std::make_unique<CopyWalk>(&mPackets, packetWriter, copied,
+                                    SoundOf(writer, range.start, range.end));
+}
+
+int CopyReversal::HostError() const {
+  const int error = MirrorReversal::HostError();
+  return error != 0 ? error : mPackets.Failure();
+}
+
+}  // namespace codec
