@@ -105,7 +105,7 @@ std::vector<Option> MakeOptions() {
       {"Output", "--like-source", "", "--same-codecs", V::kNone, "", "", "",
        "keeps the clip's codecs, pixel format and channels", &Switch<&C::isLikeSource>},
       {"Output", "--copy", "", "--stream-copy", V::kNone, "", "", "",
-       "copies pictures bit for bit; sound as PCM or FLAC", &Switch<&C::isCopy>},
+       "copies pictures bit for bit; sound as PCM, ALAC, FLAC", &Switch<&C::isCopy>},
       {"Output", "--set", "", "--param", V::kKey, "KEY=VALUE", "preset=fast", "",
        "sets a key of the output; may be given several times", &StoreOutputValue},
       {"Output", "--strict", "", "--exact", V::kNone, "", "", "",

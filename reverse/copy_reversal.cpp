@@ -52,6 +52,20 @@ void CopyReversal::SetWishes(const std::string& outputPath, const MediaFormat& p
   }
 }
 
+DecoderAdditions CopyReversal::Additions() const {
+  DecoderAdditions additions = MirrorReversal::Additions();
+  additions.skipsKeyScan = true;
+  return additions;
+}
+
+// A file without video is refused later, and says so.
+int CopyReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path, bool withSound,
+                          MediaInfo* info) {
+  if (MirrorReversal::Prepare(decoder, path, withSound, info) != 0) return -1;
+  if (info->has_video == 0) return 0;
+  return mPackets.Open(path, decoder->TakeInput(), Joined());
+}
+
 void CopyReversal::ChooseSound(int bits, EncoderSettings* wishes) const {
   if (!mHasSoundChoice) wishes->audioCodec = ExactSoundEncoder(mOutput, bits);
 }
@@ -62,7 +76,6 @@ std::string CopyReversal::Obstacle(const MediaInfo& info, double start, double e
     return mForeignKey + " is for pictures that are encoded; leave it out, or leave --copy out";
   }
   mIsConstant = info.has_constant_rate != 0;
-  if (mPackets.Open(Path(), Joined()) != 0) return "it cannot be read a second time";
   std::string obstacle = NotKept(info);
   if (obstacle.empty()) obstacle = NotAlone(start, end);
   return obstacle.empty() ? NotHeld(format) : obstacle;
@@ -80,7 +93,7 @@ std::string CopyReversal::NotKept(const MediaInfo& info) const {
                "is the other one once time runs backward; ") +
            kEncodeInstead;
   }
-  if (codec.format == AV_PIX_FMT_PAL8 && codec.codec_id == AV_CODEC_ID_RAWVIDEO) {
+  if (codec.format == AV_PIX_FMT_PAL8 && codec.codec_id != AV_CODEC_ID_PNG) {
     return std::string("its pictures have their palette beside them; ") + kEncodeInstead;
   }
   if (info.orientation != kUpright && !TellsRotation(mOutput.c_str())) {
@@ -104,28 +117,34 @@ std::string CopyReversal::NotAlone(double start, double end) {
          kEncodeInstead;
 }
 
-// Containers tell by writing. So the header and one packet are written to nowhere.
 std::string CopyReversal::NotHeld(const MediaFormat& format) {
   const AVCodecID codec = Pictures()->codecpar->codec_id;
-  const std::string pictures = mOutput + " cannot hold its " + NameOf(codec) + " pictures; " +
-                               OthersThan(mOutput, codec) + kEncodeInstead;
-  if (!TakesCodec(mOutput.c_str(), codec)) return pictures;
+  MediaFormat pictures = format;
+  pictures.SetInt32("has-audio", 0);
+  if (!TakesCodec(mOutput.c_str(), codec) || !CanBeWritten(pictures)) {
+    return mOutput + " cannot hold its " + NameOf(codec) + " pictures; " +
+           OthersThan(mOutput, codec) + kEncodeInstead;
+  }
   int hasSound = 0;
   format.GetInt32("has-audio", hasSound);
-  if (hasSound != 0 && Wishes().audioCodec.empty()) {
-    return mOutput +
-           " can hold neither PCM nor FLAC; use .mov or .mkv, or name a codec for the sound, as by "
-           "--set audio-codec=aac, or leave the sound out with --no-sound";
-  }
-  if (WritesSeveralFiles(mOutput.c_str())) return "";
-  MediaFormat trial = format;
-  trial.SetString("write-path", "/dev/null");
+  if (hasSound == 0 || (!Wishes().audioCodec.empty() && CanBeWritten(format))) return "";
+  const std::string what =
+      mHasSoundChoice ? Wishes().audioCodec + " sound like this" : "sound without loss";
+  return mOutput + " cannot hold " + what +
+         "; use .mov or .mkv, name another codec for the sound, as by --set audio-codec=aac, or "
+         "leave the sound out with --no-sound";
+}
+
+// Containers tell by writing. So a header and one picture are written to nowhere.
+bool CopyReversal::CanBeWritten(MediaFormat format) {
+  if (WritesSeveralFiles(mOutput.c_str())) return true;
+  format.SetString("write-path", "/dev/null");
   PacketWriter writer(Pictures());
+  if (writer.Configure(format) != 0) return false;
   const ffmpeg::UniquePacket packet = mPackets.Sample();
-  const bool isOpen = writer.Configure(trial) == 0;
-  if (isOpen && packet != nullptr) writer.WritePacket(packet.get(), 0, 1);
+  if (packet != nullptr) writer.WritePacket(packet.get(), 0, 1);
   writer.Stop();
-  return isOpen && writer.OutputError() == 0 ? "" : pictures;
+  return writer.OutputError() == 0;
 }
 
 void CopyReversal::Describe(const MediaInfo& info, double start, double end,
@@ -141,10 +160,9 @@ MediaWriter* CopyReversal::MakeWriter(MediaFormat& format) const {
   return nullptr;
 }
 
-std::unique_ptr<BackwardWalk> CopyReversal::MakeWalk(FFmpegDecoder* decoder, MediaWriter* writer,
+std::unique_ptr<BackwardWalk> CopyReversal::MakeWalk(FFmpegDecoder* /*decoder*/,
+                                                     MediaWriter* writer,
                                                      const ReverseRange& range) {
-  // Nothing more is decoded.
-  decoder->Finish();
   CopyRange copied;
   copied.start = range.start;
   copied.end = range.end;

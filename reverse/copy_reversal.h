@@ -16,6 +16,10 @@ namespace codec {
 class CopyReversal : public MirrorReversal {
  public:
   void SetWishes(const std::string& outputPath, const MediaFormat& parameters) override;
+  DecoderAdditions Additions() const override;
+  // Takes the file from the decoder: nothing more is decoded.
+  int Prepare(FFmpegDecoderImpl2* decoder, const std::string& path, bool withSound,
+              MediaInfo* info) override;
   std::string Obstacle(const MediaInfo& info, double start, double end,
                        const MediaFormat& format) override;
   void Describe(const MediaInfo& info, double start, double end,
@@ -33,6 +37,7 @@ class CopyReversal : public MirrorReversal {
   std::string NotAlone(double start, double end);
   std::string NotKept(const MediaInfo& info) const;
   std::string NotHeld(const MediaFormat& format);
+  bool CanBeWritten(MediaFormat format);
 
   std::string mOutput;
   std::string mForeignKey;       // that the caller has set, and that is for encoders

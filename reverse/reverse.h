@@ -116,7 +116,8 @@ class Reverse {
   // range, and each block of sound is reversed by itself. To be called before Init.
   void SetMirror(bool isMirror);
   // The same, and the packets of the pictures are written as they are, bit for bit, without being
-  // decoded and encoded. The sound is kept without loss, unless "audio-codec" says otherwise. Init
+  // decoded and encoded. The sound is PCM, or ALAC or FLAC if the container takes no PCM, unless
+  // "audio-codec" says otherwise. Init
   // fails where that is not possible: Failure tells why. Replaces SetMirror. Off unless set. To be
   // called before Init.
   void SetCopy(bool isCopy);

@@ -64,6 +64,9 @@ struct DecoderAdditions {
   bool readsTags = false;
   // The loop filter is never skipped: all pictures are those that players show.
   bool keepsLoopFilter = false;
+  // The distance of key pictures is not looked for, which only seeks of modes 1 and 2 need. If all
+  // pictures are key pictures, the search reads the whole file.
+  bool skipsKeyScan = false;
   // A file without a stream of sound is opened without an error line.
   bool expectsSilence = false;
 };

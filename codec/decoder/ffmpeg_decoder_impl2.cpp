@@ -174,6 +174,13 @@ void FFmpegDecoderImpl2::Finish() {
   parts = std::move(mParts);
 }
 
+ffmpeg::UniqueInput FFmpegDecoderImpl2::TakeInput() {
+  if (mParts == nullptr) return nullptr;
+  ffmpeg::UniqueInput input = mParts->session.input.GiveAway();
+  Finish();
+  return input;
+}
+
 int FFmpegDecoderImpl2::RestSound() {
   if (mParts == nullptr) return -1;
   if (mParts->session.audio != nullptr) mParts->session.audio->Rest();

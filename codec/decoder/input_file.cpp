@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 #include "base/local_file.h"
 #include "base/log.h"
@@ -43,6 +44,11 @@ int InputFile::FindStreams() {
   mOpenFailure.error = result;
   log_error(kDecoderTag, "Could not find stream information");
   return -1;
+}
+
+void InputFile::Adopt(const std::string& path, ffmpeg::UniqueInput context) {
+  mPath = path;
+  mContext = std::move(context);
 }
 
 // Reads the first packet: a palette may come with no other.

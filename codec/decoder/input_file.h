@@ -6,6 +6,7 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "codec/decoder/first_failure.h"
@@ -26,6 +27,11 @@ class InputFile : public PacketSource {
   int FindStreams();
   // Both.
   int Open(const std::string& path) { return OpenHeader(path) == 0 ? FindStreams() : -1; }
+
+  // Goes on with a file that another object has opened at this path.
+  void Adopt(const std::string& path, ffmpeg::UniqueInput context);
+  // Gives the file away. To be destroyed next.
+  ffmpeg::UniqueInput GiveAway() { return std::move(mContext); }
 
   bool Read(AVPacket* packet) override;
   // Makes these packets, which were just read, the next ones again; a seek drops them.

@@ -14,7 +14,8 @@ bool IsKey(const AVPacket* packet) { return (packet->flags & AV_PKT_FLAG_KEY) !=
 }  // namespace
 
 void KeyFrameScan::Run(PacketSource* source, AVPacket* packet, int64_t* firstPts) {
-  while (!mSecondKeyFound && source->Read(packet)) {
+  const auto isOver = [&] { return mEndsAtFirst ? *firstPts != AV_NOPTS_VALUE : mSecondKeyFound; };
+  while (!isOver() && source->Read(packet)) {
     const ffmpeg::PacketGuard guard(packet);
     if (packet->stream_index != mVideoIndex) continue;
     if (*firstPts == AV_NOPTS_VALUE) *firstPts = PacketTimestamp(packet);

@@ -14,6 +14,9 @@ class KeyFrameScan {
  public:
   explicit KeyFrameScan(int videoIndex) : mVideoIndex(videoIndex) {}
 
+  // Only the first video packet is read, for its stamp.
+  void EndAtFirst() { mEndsAtFirst = true; }
+
   // `firstPts` is set from the first video packet if it is AV_NOPTS_VALUE. `packet` is scratch.
   void Run(PacketSource* source, AVPacket* packet, int64_t* firstPts);
 
@@ -22,6 +25,7 @@ class KeyFrameScan {
 
  private:
   int mVideoIndex;
+  bool mEndsAtFirst = false;
   bool mKeyFound = false;
   bool mSecondKeyFound = false;
   int64_t mCount = 0;

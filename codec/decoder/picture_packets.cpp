@@ -17,9 +17,12 @@ int64_t TicksOf(const AVStream* stream, double seconds) {
 
 }  // namespace
 
-int PicturePackets::Open(const std::string& path, const std::shared_ptr<const JoinedParts>& parts) {
+int PicturePackets::Open(const std::string& path, ffmpeg::UniqueInput file,
+                         const std::shared_ptr<const JoinedParts>& parts) {
   constexpr int kNoSound = -1;
-  if (mInput.Open(path, kNoSound, parts) != 0 || mInput.video == nullptr) return -1;
+  if (mInput.Adopt(path, std::move(file), kNoSound, parts) != 0) return -1;
+  if (mInput.video == nullptr) return -1;
+  mInput.file.SeekToStart(std::numeric_limits<int64_t>::min());
   const ffmpeg::UniquePacket first = ReadPicture();
   mFirst = PacketIdentity::Of(first.get());
   return 0;

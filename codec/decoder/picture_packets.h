@@ -25,9 +25,10 @@ class PicturePackets {
   // Packets in the order of the file.
   using Piece = std::deque<ffmpeg::UniquePacket>;
 
-  // Opens the best video stream of a local file. `parts` as for InputFile::Join. 0, or -1 with the
-  // reason logged.
-  int Open(const std::string& path, const std::shared_ptr<const JoinedParts>& parts);
+  // Reads the best video stream of a local file that has been opened. `parts` as for
+  // InputFile::Join. 0, or -1 if there is no file, no video or no memory.
+  int Open(const std::string& path, ffmpeg::UniqueInput file,
+           const std::shared_ptr<const JoinedParts>& parts);
   // Owned here.
   const AVStream* Stream() const { return mInput.video; }
 

@@ -20,6 +20,12 @@ struct ScanInput {
   // below 0 for none. `parts` as for InputFile::Join. 0, or -1 with the reason logged.
   int Open(const std::string& path, int soundStream,
            const std::shared_ptr<const JoinedParts>& parts);
+  // The same with a file that another object has opened.
+  int Adopt(const std::string& path, ffmpeg::UniqueInput context, int soundStream,
+            const std::shared_ptr<const JoinedParts>& parts);
+
+ private:
+  int Prepare(int soundStream, const std::shared_ptr<const JoinedParts>& parts);
 };
 
 }  // namespace codec

@@ -238,6 +238,7 @@ void SessionOpener::ScanKeyFrames() {
   DecodeSession& session = *mSession;
   KeyFrameScan scan(session.VideoIndex());
   // Without video there is nothing to find, and the scan would read the whole file.
+  if (mOptions.additions.skipsKeyScan) scan.EndAtFirst();
   if (session.video != nullptr && mPacket != nullptr) {
     scan.Run(&session.input, mPacket.get(), &session.first_video_pts_);
   }
@@ -248,6 +249,7 @@ void SessionOpener::ScanKeyFrames() {
     session.input.SeekToStart(std::numeric_limits<int64_t>::min());
   }
   session.FlushDecoders();
+  if (mOptions.additions.skipsKeyScan) return;
   if (scan.PacketsBetween() == 0) {
     log_warn(kDecoderTag, "not find keyint, not support seek to no key frame");
   } else {

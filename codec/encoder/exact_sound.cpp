@@ -20,8 +20,8 @@ constexpr std::array<Row, 8> kRows = {{{16, "pcm_s16le"},
                                        {24, "pcm_s24be"},
                                        {32, "pcm_f32le"},
                                        {32, "pcm_f32be"},
-                                       {32, "flac"},
-                                       {32, "alac"}}};
+                                       {32, "alac"},
+                                       {32, "flac"}}};
 
 }  // namespace
 
