@@ -3,15 +3,16 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <string_view>
 #include <utility>
 
-#include "base/plain_number.h"
 #include "codec/decoder/packet_clock.h"
 #include "codec/encoder/container.h"
 #include "codec/encoder/exact_sound.h"
 #include "codec/ffmpeg/compat.h"
 #include "codec/utils/orientation.h"
+#include "codec/writer/packet_trial.h"
 #include "codec/writer/packet_writer.h"
 #include "reverse/copy_keys.h"
 #include "reverse/copy_walk.h"
@@ -26,9 +27,15 @@ constexpr std::array kWithoutFields = {AV_CODEC_ID_RAWVIDEO, AV_CODEC_ID_V210,  
                                        AV_CODEC_ID_HUFFYUV,  AV_CODEC_ID_FFVHUFF, AV_CODEC_ID_PNG};
 
 // The best of those that hold most codecs first.
-constexpr std::array<const char*, 6> kContainers = {".mov", ".mkv", ".mp4", ".avi", ".ts", ".nut"};
+constexpr std::array<const char*, 5> kContainers = {".mov", ".mkv", ".mp4", ".avi", ".ts"};
 
 std::string NameOf(AVCodecID codec) { return avcodec_get_name(codec); }
+
+std::string SecondsText(double seconds) {
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%.3f", seconds);
+  return text.data();
+}
 
 // What the packets would fit into.
 std::string OthersThan(const std::string& output, AVCodecID codec) {
@@ -112,39 +119,31 @@ std::string CopyReversal::NotAlone(double start, double end) {
   const int64_t stamp = StampOf(found.get());
   if (stamp == AV_NOPTS_VALUE) return "its pictures have no times; put it into .mkv or .mov first";
   const double time = Seconds(stamp, stream.time_base) - Zero();
-  return "its picture at " + but::PlainNumberText(time) + " s leans on others (" +
+  return "its picture at " + SecondsText(time) + " s leans on others (" +
          NameOf(stream.codecpar->codec_id) + "), so that it cannot stand in another order; " +
          kEncodeInstead;
 }
 
 std::string CopyReversal::NotHeld(const MediaFormat& format) {
   const AVCodecID codec = Pictures()->codecpar->codec_id;
-  MediaFormat pictures = format;
-  pictures.SetInt32("has-audio", 0);
-  if (!TakesCodec(mOutput.c_str(), codec) || !CanBeWritten(pictures)) {
+  MediaFormat silent = format;
+  silent.SetInt32("has-audio", 0);
+  const ffmpeg::UniquePacket picture = mPackets.Sample();
+  if (!TakesCodec(mOutput.c_str(), codec) ||
+      !GivesPicturesBack(Pictures(), silent, picture.get())) {
     return mOutput + " cannot hold its " + NameOf(codec) + " pictures; " +
            OthersThan(mOutput, codec) + kEncodeInstead;
   }
   int hasSound = 0;
   format.GetInt32("has-audio", hasSound);
-  if (hasSound == 0 || (!Wishes().audioCodec.empty() && CanBeWritten(format))) return "";
+  if (hasSound == 0) return "";
+  const bool hasEncoder = !Wishes().audioCodec.empty();
+  if (hasEncoder && GivesPicturesBack(Pictures(), format, picture.get())) return "";
   const std::string what =
       mHasSoundChoice ? Wishes().audioCodec + " sound like this" : "sound without loss";
   return mOutput + " cannot hold " + what +
          "; use .mov or .mkv, name another codec for the sound, as by --set audio-codec=aac, or "
          "leave the sound out with --no-sound";
-}
-
-// Containers tell by writing. So a header and one picture are written to nowhere.
-bool CopyReversal::CanBeWritten(MediaFormat format) {
-  if (WritesSeveralFiles(mOutput.c_str())) return true;
-  format.SetString("write-path", "/dev/null");
-  PacketWriter writer(Pictures());
-  if (writer.Configure(format) != 0) return false;
-  const ffmpeg::UniquePacket packet = mPackets.Sample();
-  if (packet != nullptr) writer.WritePacket(packet.get(), 0, 1);
-  writer.Stop();
-  return writer.OutputError() == 0;
 }
 
 void CopyReversal::Describe(const MediaInfo& info, double start, double end,

@@ -37,7 +37,6 @@ class CopyReversal : public MirrorReversal {
   std::string NotAlone(double start, double end);
   std::string NotKept(const MediaInfo& info) const;
   std::string NotHeld(const MediaFormat& format);
-  bool CanBeWritten(MediaFormat format);
 
   std::string mOutput;
   std::string mForeignKey;       // that the caller has set, and that is for encoders

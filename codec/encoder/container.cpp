@@ -90,7 +90,8 @@ const char* CodecNotTaken(const char* path, const char* encoder) {
 
 bool TakesCodec(const char* path, AVCodecID codec) {
   const AVOutputFormat* const format = ChooseContainer(path);
-  return format != nullptr && Takes(*format, codec);
+  if (format == nullptr) return false;
+  return std::string_view(format->name) == "matroska" || Takes(*format, codec);
 }
 
 bool RefusesCodec(const char* path, const char* encoder) {

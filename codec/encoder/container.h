@@ -23,8 +23,8 @@ bool TellsRotation(const char* path);
 // Containers that tell by their header only count as taking nothing.
 const char* CodecNotTaken(const char* path, const char* encoder);
 
-// Whether the path's container takes packets of this codec. Of MP4 and others that name each codec,
-// only those that are named.
+// Whether the path's container takes packets of this codec, as far as it tells. Matroska takes
+// those of other containers under the names that they have there.
 bool TakesCodec(const char* path, AVCodecID codec);
 
 // Whether the container says so before its header is written.
