@@ -8,9 +8,10 @@ Makes its clips once (in DIR, by default a folder in the temporary directory), r
 in turn and prints medians: the ratios of the times, peak memory, frames decoded for each frame written,
 and how busy the cores were (processor time / (wall time x cores)). Clips of up to five seconds are run at
 least five times. The four clips with a dash are the program's alone: a minute and ten of the same pictures, for
-flat memory, a clip with one key frame, and a group of pictures far above the budget. With --write the
-rows measured replace theirs in docs/performance.md, and the others stay. Needs python3 and ffmpeg, and
-the release build.
+flat memory, a clip with one key frame, and a group of pictures far above the budget. The rows that end with
+-copy are runs with --copy; ffmpeg, which cannot copy in another order, encodes with the clip's own codec. The
+row that ends with -crf20 has "preset=medium" and "crf=20" in all three. With --write the rows measured
+replace theirs in docs/performance.md, and the others stay. Needs python3 and ffmpeg, and the release build.
 """
 import argparse
 import os
@@ -44,6 +45,22 @@ CLIPS = {
     "720p-one-key-60s": ("1280x720", 30, 60, 100000, "5M", X264, "5M"),
     "2160p-10bit-gop250": ("3840x2160", 30, 9, 250, "30M", X265 + ":keyint=250:scenecut=0", "35M"),
 }
+# Runs that ask for something else than the usual output. Name: the clip's file, coding and bit rate, what the
+# program is asked for, and ffmpeg's words for the same.
+PRORES = "-c:v prores_ks -profile:v 2 -pix_fmt yuv422p10le"
+MJPEG = "-c:v mjpeg -q:v 4 -pix_fmt yuvj420p"
+CRF20 = "-c:v libx264 -preset medium -crf 20 -g 30 -threads 4 -c:a aac -b:a 384k -movflags +faststart"
+ASKED = {
+    "1080p-prores-copy": (".mov", PRORES + " -c:a pcm_s16le", "--copy", PRORES + " -c:a pcm_s16le"),
+    "1080p-mjpeg-copy": (".avi", MJPEG + " -c:a pcm_s16le", "--copy", MJPEG + " -c:a pcm_s16le"),
+    "720p-crf20": (".mp4", X264 + " -b:v 6M -g 250 -pix_fmt yuv420p -c:a aac",
+                   "--set preset=medium --set crf=20", CRF20),
+}
+CLIPS |= {
+    "1080p-prores-copy": ("1920x1080", 25, 10, None, None, None, None),
+    "1080p-mjpeg-copy": ("1920x1080", 25, 10, None, None, None, None),
+    "720p-crf20": ("1280x720", 30, 12, None, None, None, None),
+}
 # Short clips, each without sound and with it. Up to 8 s they are one group of pictures, as encoders make
 # them by default, so that nothing can be written before all of it is decoded.
 SHORT_SIZES = {"270p": ("480x270", "1200k", "1M"), "720p": ("1280x720", "6M", "5M"),
@@ -61,11 +78,12 @@ ALONE = ("360p-1min", "360p-10min", "720p-one-key-60s", "2160p-10bit-gop250")
 
 
 def make_clip(folder, name):
-    path = folder / (name + ".mp4")
+    extension = ASKED[name][0] if name in ASKED else ".mp4"
+    path = folder / (name + extension)
     if path.exists():
         return path
     size, rate, seconds, gop, bits, coding, _ = CLIPS[name]
-    unfinished = folder / ("unfinished-" + name + ".mp4")
+    unfinished = folder / ("unfinished-" + name + extension)
     # Noise makes bit rates real: a drawn scene alone costs the codecs nothing. And the limit keeps
     # them real from the start: the encoders would spend most of their bits on the first pictures.
     command = ["ffmpeg", "-v", "error", "-y",
@@ -73,6 +91,10 @@ def make_clip(folder, name):
     if name not in SILENT:
         command += ["-f", "lavfi", "-i",
                     "aevalsrc=0.3*sin(2*PI*(220*t+45*t*t))|0.3*sin(2*PI*(330*t+25*t*t)):s=48000:c=stereo"]
+    if name in ASKED:
+        subprocess.run(command + ["-t", str(seconds), *ASKED[name][1].split(), str(unfinished)], check=True)
+        unfinished.rename(path)
+        return path
     command += ["-t", str(seconds), "-pix_fmt", "yuv420p10" if "10bit" in name else "yuv420p", *coding.split(),
                 "-b:v", bits, "-maxrate", bits, "-bufsize", bits]
     if gop:
@@ -83,12 +105,19 @@ def make_clip(folder, name):
 
 
 def commands(clip, name, output):
+    ffmpeg = ["ffmpeg", "-v", "error", "-y", "-i", str(clip)]
+    if name in ASKED:
+        encode = ASKED[name][3].split() + [output]
+        return {
+            "tool": [str(PROGRAM), "-i", str(clip), "-o", output, *ASKED[name][2].split()],
+            "reverse": ffmpeg + ["-vf", "reverse", "-af", "areverse"] + encode,
+            "forward": ffmpeg + encode,
+        }
     _, rate, _, _, _, _, bits = CLIPS[name]
     buffer = str(5 * int(bits[:-1])) + "M"
     encode = ["-c:v", "libx264", "-preset", "superfast", "-tune", "zerolatency", "-profile:v", "baseline",
               "-level", "4", "-b:v", bits, "-maxrate", bits, "-bufsize", buffer, "-g", str(rate),
               "-keyint_min", str(rate), "-c:a", "aac", "-b:a", "384k", "-movflags", "+faststart", output]
-    ffmpeg = ["ffmpeg", "-v", "error", "-y", "-i", str(clip)]
     return {
         "tool": [str(PROGRAM), "-i", str(clip), "-o", output],
         "reverse": ffmpeg + ["-vf", "reverse"] + ([] if name in SILENT else ["-af", "areverse"]) + encode,
@@ -108,18 +137,17 @@ def run(command):
     return took, usage.ru_maxrss / 1024, (usage.ru_utime + usage.ru_stime) / (took * cores)
 
 
-def decodes_per_frame(clip, output):
+def decodes_per_frame(command):
     """From the counters that the program logs at its verbose level."""
-    log = subprocess.run([str(PROGRAM), "-v", "-i", str(clip), "-o", output], stderr=subprocess.PIPE,
-                         text=True, check=True).stderr
+    log = subprocess.run(command + ["-v"], stderr=subprocess.PIPE, text=True, check=True).stderr
     decoded = int(re.search(r"video frames decoded:(\d+)", log).group(1))
-    written = int(re.search(r"encode video frames:(\d+)", log).group(1))
+    written = int(re.search(r" (\d+) pictures", log).group(1))
     return decoded / written
 
 
 def measure(folder, name, runs):
     clip = make_clip(folder, name)
-    output = str(folder / "out.mp4")
+    output = str(folder / ("out" + clip.suffix))
     seconds = {"tool": [], "reverse": [], "forward": []}
     busy = {"tool": [], "reverse": [], "forward": []}
     memory = {}
@@ -139,7 +167,7 @@ def measure(folder, name, runs):
 
     shares = " / ".join(f"{statistics.median(share):.2f}" for share in busy.values() if share)
     row = (name, statistics.median(seconds["tool"]), ratio("reverse"), ratio("forward"), memory["tool"],
-           f"{memory['reverse']:.0f}" if "reverse" in memory else "-", decodes_per_frame(clip, output), shares)
+           f"{memory['reverse']:.0f}" if "reverse" in memory else "-", decodes_per_frame(commands(clip, name, output)["tool"]), shares)
     return "| {} | {:.2f} | {} | {} | {:.0f} | {} | {:.2f} | {} |".format(*row)
 
 

@@ -27,6 +27,12 @@ std::vector<std::string> Recipes() {
   return recipes;
 }
 
+// The same pictures, each for itself.
+std::string ClipOfJpegs() {
+  return CustomClip("recipe_jpegs.mov", {"-i", Clip(ClipKind::kH264), "-c:v", "mjpeg", "-q:v", "2",
+                                         "-pix_fmt", "yuvj420p", "-c:a", "copy"});
+}
+
 struct Codecs {
   const char* video;
   const char* audio;
@@ -37,7 +43,7 @@ TEST(Recipes, GiveTheCodecsThatTheyPromise) {
       {"small.mp4", {"h264", "aac"}},    {"web.webm", {"vp9", "opus"}},
       {"phone.mp4", {"hevc", "aac"}},    {"edit.mov", {"prores", "pcm_s24le"}},
       {"archive.mkv", {"ffv1", "flac"}}, {"old.avi", {"mpeg4", "mp3"}},
-      {"like.mp4", {"h264", "aac"}},
+      {"like.mp4", {"h264", "aac"}},     {"copy.mov", {"mjpeg", "pcm_f32le"}},
   };
   const std::vector<std::string> recipes = Recipes();
   EXPECT_EQ(recipes.size(), expected.size());
@@ -48,7 +54,9 @@ TEST(Recipes, GiveTheCodecsThatTheyPromise) {
     const std::string name = words[1];
     ASSERT_EQ(expected.count(name), 1U) << name;
     words[1] = ScratchPath(name);
-    words.insert(words.end(), {"-i", Clip(ClipKind::kH264), "-e", "1", "--set", "thread-count=2"});
+    const bool isCopy = recipe.find("--copy") != std::string::npos;
+    words.insert(words.end(), {"-i", isCopy ? ClipOfJpegs() : Clip(ClipKind::kH264), "-e", "1"});
+    if (!isCopy) words.insert(words.end(), {"--set", "thread-count=2"});
     const CommandResult result = RunProgram(words);
     ASSERT_EQ(result.status, 0) << recipe << " " << result.err;
     EXPECT_EQ(StreamFields(ScratchPath(name), "v")["codec_name"], expected.at(name).video) << name;
