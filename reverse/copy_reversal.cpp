@@ -167,7 +167,9 @@ std::unique_ptr<BackwardWalk> CopyReversal::MakeWalk(FFmpegDecoder* /*decoder*/,
   copied.end = range.end;
   copied.zero = Zero();
   copied.lastsToEnd = !mIsConstant;
-  auto* const packetWriter = static_cast<PacketWriter*>(writer);
+  auto* const packetWriter = dynamic_cast<PacketWriter*>(writer);
+  // A job may bring a writer of its own, for pictures.
+  if (packetWriter == nullptr) return nullptr;
   return std::make_unique<CopyWalk>(&mPackets, packetWriter, copied,
                                     SoundOf(writer, range.start, range.end));
 }

@@ -155,5 +155,39 @@ TEST(LeadingPictures, AreLostAtTheOpenKeyPicturesOfHevc) {
   EXPECT_FALSE(Loses(AV_CODEC_ID_HEVC, unit(20)));
 }
 
+// Other key pictures count from the one before, and cannot be moved.
+TEST(FreshStart, OnlyIdrPicturesStandAloneInH264AndHevc) {
+  const std::vector<uint8_t> avc = Record(7, 4, 3);
+  const std::vector<uint8_t> hvc = Record(23, 21, 3);
+  const Case cases[] = {
+      {"IDR", AV_CODEC_ID_H264, avc, OfLength(9, 0x65), true},
+      {"I of another kind", AV_CODEC_ID_H264, avc, OfLength(9, 0x61), false},
+      {"IDR_W_RADL", AV_CODEC_ID_HEVC, hvc, OfLength(9, 19 << 1), true},
+      {"IDR_N_LP", AV_CODEC_ID_HEVC, hvc, OfLength(9, 20 << 1), true},
+      {"CRA", AV_CODEC_ID_HEVC, hvc, OfLength(9, 21 << 1), false},
+      {"trailing", AV_CODEC_ID_HEVC, hvc, OfLength(9, 0), false},
+      {"key picture of FFV1", AV_CODEC_ID_FFV1, {}, {1}, true},
+  };
+  for (const Case& one : cases) {
+    std::vector<uint8_t> extradata = one.extradata;
+    std::vector<uint8_t> bytes = one.packet;
+    AVCodecParameters parameters{};
+    parameters.codec_id = one.codec;
+    parameters.extradata = extradata.data();
+    parameters.extradata_size = static_cast<int>(extradata.size());
+    EXPECT_EQ(StandsAlone(parameters, PacketOf(&bytes, AV_PKT_FLAG_KEY)), one.fresh) << one.name;
+    EXPECT_FALSE(StandsAlone(parameters, PacketOf(&bytes, 0))) << one.name;
+  }
+}
+
+TEST(FreshStart, PicturesOfIntraCodecsStandAloneWithoutAFlag) {
+  AVCodecParameters parameters{};
+  parameters.codec_id = AV_CODEC_ID_PRORES;
+  std::vector<uint8_t> bytes = {1};
+  EXPECT_TRUE(StandsAlone(parameters, PacketOf(&bytes, 0)));
+  EXPECT_TRUE(IsIntraOnly(AV_CODEC_ID_MJPEG));
+  EXPECT_FALSE(IsIntraOnly(AV_CODEC_ID_H264));
+}
+
 }  // namespace
 }  // namespace codec
