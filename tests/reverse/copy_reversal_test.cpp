@@ -24,8 +24,9 @@ using test_support::ScratchPath;
 
 // Pictures of 6 MB, so that a job has many pieces.
 std::string LargePictures() {
-  return CustomClip("copy_job.avi", {"-f", "lavfi", "-i", "testsrc2=rate=25:size=1920x1080",
-                                     "-frames:v", "60", "-c:v", "rawvideo", "-pix_fmt", "rgb24"});
+  return CustomClip("copy_job_rgb.avi",
+                    {"-f", "lavfi", "-i", "testsrc2=rate=25:size=1920x1080", "-frames:v", "60",
+                     "-c:v", "rawvideo", "-pix_fmt", "bgr24"});
 }
 
 TEST(CopyJob, CountsWhatItWrites) {
