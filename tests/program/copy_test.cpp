@@ -176,7 +176,7 @@ TEST(Copy, PassesFromTransportStreamsToMp4AndBack) {
     // Before a start code there may be a zero. FFmpeg's reader of HEVC counts the zero to one
     // packet or to the next, depending on which they are.
     const bool isVague = way.source == hevc && std::string(way.extension) == ".ts";
-    if (!isVague) EXPECT_TRUE(Packets(output) == Reversed(Packets(forward)));
+    EXPECT_TRUE(isVague || Packets(output) == Reversed(Packets(forward)));
     const std::vector<Picture> pictures = DecodeLuma(output);
     ASSERT_EQ(pictures.size(), static_cast<size_t>(kPictures));
     for (int i = 0; i < kPictures; ++i) {
