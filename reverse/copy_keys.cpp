@@ -8,7 +8,7 @@
 namespace codec {
 
 bool IsForCopies(const std::string& key) {
-  constexpr std::array<std::string_view, 7> kKeys = {
+  constexpr std::array<std::string_view, 8> kKeys = {
       "audio-codec", "audio-bit-rate", "use-thread",    "speed",
       "chapters",    "video-language", "audio-language"};
   constexpr std::array<std::string_view, 2> kPrefixes = {"audio-opt:", "tag."};

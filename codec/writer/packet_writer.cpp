@@ -5,14 +5,13 @@
 
 #include "base/guarded.h"
 #include "base/log.h"
+#include "codec/utils/frame_type.h"
 #include "codec/utils/image_utils.h"
 
 namespace codec {
 namespace {
 
 constexpr char kTag[] = "codec::PacketWriter";
-
-constexpr int kSoundFrame = 2;  // type of WriteFrame
 
 // Of encoders that take any number of samples.
 constexpr int kUsualSamples = 1024;
@@ -45,7 +44,7 @@ int PacketWriter::Open() {
 
 void PacketWriter::WriteFrame(int type, uint8_t* data, uint32_t size, int64_t /*pts*/) {
   const int result = but::Guarded(kTag, [&] {
-    if (type != kSoundFrame || mFrameBytes == 0) return;
+    if (type != static_cast<int>(kAudioFrame) || mFrameBytes == 0) return;
     mSamples.insert(mSamples.end(), data, data + size);
     while (mSamples.size() - mTaken >= mFrameBytes) Encode(mFrameBytes);
     mSamples.erase(mSamples.begin(), mSamples.begin() + static_cast<std::ptrdiff_t>(mTaken));
