@@ -358,6 +358,7 @@ TEST(Copy, ThatCannotBeMadeEndsBeforeTheOutputExists) {
     result = Copy(refusal.source, output, refusal.words);
     EXPECT_NE(result.status, 0);
     EXPECT_EQ(std::filesystem::file_size(output), 3U);
+    std::filesystem::remove(output);
   }
 }
 
