@@ -145,7 +145,7 @@ const std::array kRows = {
                  ", or make its pictures smaller first";
         }},
     Row{[](const Failure& f) { return f.cause.step == FailedStep::kCopy && f.cause.error == 0; },
-        [](const Failure& f) { return f.line.input + " cannot be copied: " + f.cause.obstacle; }},
+        [](const Failure& f) { return f.order.input + " cannot be copied: " + f.cause.obstacle; }},
     Row{[](const Failure& f) { return !f.cause.obstacle.empty(); },
         [](const Failure& f) {
           return f.order.input + " cannot be reversed: " + f.cause.obstacle +

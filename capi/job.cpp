@@ -25,6 +25,7 @@ constexpr std::array kCodes = {
     CLIPREVERSE_ERROR_INPUT,      // kOpenInput
     CLIPREVERSE_ERROR_MEMORY,     // kMemory
     CLIPREVERSE_ERROR_INPUT,      // kReadFacts
+    CLIPREVERSE_ERROR_OPTION,     // kCopy
     CLIPREVERSE_ERROR_RANGE,      // kCheckRange
     CLIPREVERSE_ERROR_OUTPUT,     // kOpenOutput
     CLIPREVERSE_ERROR_HOST,       // kStart

@@ -39,6 +39,7 @@ using app::Order;
 // Those that are no keys of the output.
 constexpr std::array kOptions = {
     JobOption{"sound", "0, 1", &StoreFlag<&Order::hasNoSound, false>},
+    JobOption{"copy", "0, 1", &StoreFlag<&Order::isCopy, true>},
     JobOption{"like-source", "0, 1", &StoreFlag<&Order::isLikeSource, true>},
     JobOption{"strict", "0, 1", &StoreFlag<&Order::isStrict, true>},
     JobOption{"mirror", "0, 1", &StoreFlag<&Order::isMirrored, true>},

@@ -40,7 +40,7 @@ _clip_reverse() {
     =has-water-mark) values=(0 1) ;;
     =water-mark-rotation) values=(0 90 180 270) ;;
     -i | -o | -s | -e | --memory | =*) values=() ;;
-    *) values=(-i -o --overwrite -s -e --no-sound --like-source --set --strict --memory --plain -v --quiet --progress -h --help --help=keys --version) ;;
+    *) values=(-i -o --overwrite -s -e --no-sound --like-source --copy --set --strict --memory --plain -v --quiet --progress -h --help --help=keys --version) ;;
   esac
   # end of generated: words
   mapfile -t COMPREPLY < <(compgen -W "${values[*]}" -- "$current")

@@ -20,6 +20,7 @@ complete -c clip-reverse -s s -x -d 'where the range starts: seconds or 1:30.5 (
 complete -c clip-reverse -s e -x -d 'where it ends (default: the end of the clip)'
 complete -c clip-reverse -l no-sound -d 'leaves the sound out'
 complete -c clip-reverse -l like-source -d 'keeps the clip\'s codecs, pixel format and channels'
+complete -c clip-reverse -l copy -d 'copies pictures bit for bit; sound as PCM, ALAC, FLAC'
 complete -c clip-reverse -l set -x -d 'sets a key of the output; may be given several times' -a 'target-width= target-height= rotation=0 rotation=90 rotation=180 rotation=270 rotate=0 rotate=90 rotate=180 rotate=270 sample_aspect_num= sample_aspect_den= video-codec= audio-codec= crf= qp= preset=ultrafast preset=superfast preset=veryfast preset=faster preset=fast preset=medium preset=slow preset=slower preset=veryslow preset=placebo profile= level= video-opt:NAME= audio-opt:NAME= output-color-format= video-bitrate= maxrate= bufsize= gop= thread-count= thread-type=frame thread-type=slice use-thread=0 use-thread=1 audio-bit-rate= audio-channels=source audio-channels=1 audio-channels=2 audio-channels=3 audio-channels=4 audio-channels=5 audio-channels=6 audio-channels=7 audio-channels=8 has-water-mark=0 has-water-mark=1 logo-path= water-mark-pos= water-mark-gap= water-mark-rotation=0 water-mark-rotation=90 water-mark-rotation=180 water-mark-rotation=270'
 complete -c clip-reverse -l strict -d 'fails if a part of the clip is lost'
 complete -c clip-reverse -l memory -x -d 'memory to stay below: 300M, 1.5G (default: the host\'s)'

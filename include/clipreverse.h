@@ -105,6 +105,7 @@ CLIPREVERSE_API int clipreverse_set_output(clipreverse_job* job, const char* pat
 CLIPREVERSE_API int clipreverse_set_range(clipreverse_job* job, double start, double end);
 // Any other option by its key. Later calls win. The keys that "clip-reverse --help=keys" lists, and
 //   "sound"      0 leaves the sound out; 1 unless set
+//   "copy"       1 writes pictures that stand alone bit for bit; 0 unless set
 //   "like-source"  1 encodes the output as the input is; 0 unless set
 //   "strict"     1 makes a failure of a loss; 0 unless set
 //   "overwrite"  "no" replaces no file that stands at the output; "yes" unless set

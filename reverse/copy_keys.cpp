@@ -8,9 +8,9 @@
 namespace codec {
 
 bool IsForCopies(const std::string& key) {
-  constexpr std::array<std::string_view, 8> kKeys = {
-      "audio-codec", "audio-bit-rate", "independent",    "use-thread",
-      "speed",       "chapters",       "video-language", "audio-language"};
+  constexpr std::array<std::string_view, 9> kKeys = {
+      "audio-channels", "audio-codec", "audio-bit-rate", "independent",   "use-thread",
+      "speed",          "chapters",    "video-language", "audio-language"};
   constexpr std::array<std::string_view, 2> kPrefixes = {"audio-opt:", "tag."};
   const std::string_view name = key;
   return std::find(kKeys.begin(), kKeys.end(), name) != kKeys.end() ||

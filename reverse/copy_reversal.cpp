@@ -74,6 +74,7 @@ int CopyReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path, 
 }
 
 void CopyReversal::ChooseSound(int bits, EncoderSettings* wishes) const {
+  if (wishes->audioChannels.empty()) wishes->audioChannels = "source";
   if (!mHasSoundChoice) wishes->audioCodec = ExactSoundEncoder(mOutput, bits);
 }
 
