@@ -25,7 +25,6 @@ constexpr char kIntroduction[] =
 constexpr char kExamples[] =
     "\n"
     "Examples:\n"
-    "  clip-reverse -i in.mp4 -o out.mp4\n"
     "  clip-reverse -i in.mp4 -o out.mkv -s 0:02 -e 0:05.5 --no-sound\n"
     "  clip-reverse -i in.mp4 -o out.mp4 --set preset=medium --set gop=50\n"
     "\n"

@@ -283,10 +283,9 @@ void Reverse::Release() {
 }
 
 int Reverse::DoReverse() {
-  but::FirstError thrown;
   const int result = but::Guarded(
-      kTag, [this] { return MakeStep(); }, &thrown);
-  Settle(FailedStep::kHost, thrown.Error());
+      kTag, [this] { return MakeStep(); }, &mStepError);
+  Settle(FailedStep::kHost, mStepError.Error());
   return result == 0 ? 0 : -1;
 }
 
@@ -296,7 +295,7 @@ int Reverse::MakeStep() {
     return -1;
   }
   // What an exception has left half done cannot go on.
-  if (mResult != 0) return -1;
+  if (mStepError.Error() != 0) return -1;
   // A frame that cannot be written need not be decoded.
   if (mWriter != nullptr && mWriter->OutputError() != 0) return -1;
   if (HostError() != 0) return -1;

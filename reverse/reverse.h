@@ -189,6 +189,7 @@ class Reverse {
   bool mIsStrict = false;
   bool mDiscardsCancelled = false;
   but::FirstError mSettingError;
+  but::FirstError mStepError;     // that a step has thrown
   MediaFormat mOutputParameters;  // of the caller; they replace the job's own
 
   // Shared by the caller's thread and the worker.

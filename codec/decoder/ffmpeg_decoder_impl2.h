@@ -108,8 +108,8 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   std::string mPath;
   DecoderOptions mOptions;
   // Changed under mMutex if another thread may ask for HostError meanwhile.
-  std::unique_ptr<Parts> mParts;  // null unless initialised
-  const std::unique_ptr<but::Mutex> mMutex;     // never null, as the next one
+  std::unique_ptr<Parts> mParts;             // null unless initialised
+  const std::unique_ptr<but::Mutex> mMutex;  // never null, as the next one
   const std::unique_ptr<FirstFailure> mThrown;
   OpenFailure mOpenFailure;
   MediaInfo mInfo;
