@@ -69,6 +69,7 @@ DecoderAdditions MirrorReversal::Additions() const {
   additions.laysOverBlack = true;
   additions.adaptsChanges = true;
   additions.readsTags = true;
+  additions.asksContainerForShape = true;
   additions.expectsSilence = true;
   additions.keepsLoopFilter = DelaysVideo(mWishes);
   return additions;

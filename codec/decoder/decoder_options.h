@@ -67,6 +67,9 @@ struct DecoderAdditions {
   // The distance of key pictures is not looked for, which only seeks of modes 1 and 2 need. If all
   // pictures are key pictures, the search reads the whole file.
   bool skipsKeyScan = false;
+  // The shape of a pixel is what the container says, as players take it; that of the pictures
+  // themselves counts if the container says nothing.
+  bool asksContainerForShape = false;
   // A file without a stream of sound is opened without an error line.
   bool expectsSilence = false;
 };

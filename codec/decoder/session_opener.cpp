@@ -143,8 +143,13 @@ void SessionOpener::DescribeVideo() {
   mInfo->has_video = 1;
   mInfo->width = session.pictures.Width();
   mInfo->height = session.pictures.Height();
-  mInfo->sample_aspect_num = context->sample_aspect_ratio.num;
-  mInfo->sample_aspect_den = context->sample_aspect_ratio.den;
+  AVFormatContext* const file = session.input.Context();
+  const AVRational shape =
+      mOptions.additions.asksContainerForShape
+          ? av_guess_sample_aspect_ratio(file, file->streams[stream->index], nullptr)
+          : context->sample_aspect_ratio;
+  mInfo->sample_aspect_num = shape.num;
+  mInfo->sample_aspect_den = shape.den;
   mInfo->rotation = RotationDegrees(ffmpeg::RotateText(session.input.Context(), stream));
   mInfo->orientation =
       ffmpeg::MatrixOrientation(stream).value_or(OrientationOfTurn(mInfo->rotation));

@@ -44,7 +44,11 @@ int PacketTrack::Create(const AVStream* source) {
   mTrack.stream = stream;
   stream->codecpar->codec_tag = TagFor(*mFile->Format(), *source->codecpar);
   stream->codecpar->field_order = FieldsFor(mSettings, source->codecpar->field_order);
-  stream->sample_aspect_ratio = source->sample_aspect_ratio;
+  // Some containers are written from the one, some from the other; FFmpeg refuses two shapes.
+  if (source->sample_aspect_ratio.num > 0) {
+    stream->codecpar->sample_aspect_ratio = source->sample_aspect_ratio;
+  }
+  stream->sample_aspect_ratio = stream->codecpar->sample_aspect_ratio;
   mSourceBase = source->time_base;
   mBase = mSourceBase;
   const AVRational rate = source->avg_frame_rate;
