@@ -170,7 +170,8 @@ const std::array kRows = {
         [](const Failure& f) {
           return f.order.input + " does not tell its length; put it into .mkv or .mp4 first";
         }},
-    Row{[](const Failure& f) { return !(f.order.start < f.info.duration); },
+    // The length is a float: 2.4 of it is more than 2.4 of a double.
+    Row{[](const Failure& f) { return !(static_cast<float>(f.order.start) < f.info.duration); },
         [](const Failure& f) {
           return f.order.input + " ends before the range starts; use " + Names(f).start +
                  " below " + SecondsText(f.info.duration);

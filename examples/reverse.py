@@ -59,7 +59,10 @@ def describe(library, job, source, target, options):
     times = {"start": 0.0, "end": 0.0}
     for key, _, value in (option.partition("=") for option in options):
         if key in times:
-            times[key] = float(value)
+            try:
+                times[key] = float(value)
+            except ValueError:
+                sys.exit(f"{key} has to be a number of seconds, not {value}")
         elif library.clipreverse_set_option(job, key.encode(), value.encode()) != 0:
             return False
     return (

@@ -109,6 +109,11 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
       {[](Failure* f) { f->order.start = 3; },
        "in.mp4 ends before the range starts; use -s below 3.000 s"},
       {[](Failure* f) {
+         f->info.duration = 2.4F;
+         f->order.start = 2.4;
+       },
+       "in.mp4 ends before the range starts; use -s below 2.400 s"},
+      {[](Failure* f) {
          f->cause = {FailedStep::kOpenOutput, AVERROR_EXTERNAL};
          f->info.width = 641;
        },
