@@ -20,16 +20,20 @@ CopyWalk::CopyWalk(PicturePackets* packets, PacketWriter* writer, const CopyRang
       mWriter(writer),
       mRange(range),
       mSound(std::move(sound)),
-      mBase(packets->Stream()->time_base),
+      mBase(writer->StampBase()),
       mEnd(Ticks(range.end)),
       mSuccessor(mEnd) {
-  mPackets->SetRange(TickFrom(range.zero + range.start, mBase),
-                     TickFrom(range.zero + range.end, mBase));
+  const AVRational base = packets->Stream()->time_base;
+  mPackets->SetRange(TickFrom(range.zero + range.start, base),
+                     TickFrom(range.zero + range.end, base));
 }
 
-int64_t CopyWalk::Ticks(double seconds) const {
-  return std::llround((mRange.zero + seconds) / av_q2d(mBase));
+int64_t CopyWalk::TimeOf(const AVPacket* packet) const {
+  return av_rescale_q(StampOf(packet), mPackets->Stream()->time_base, mBase);
 }
+
+// As the pictures of the range are chosen, so that each of them begins before its end.
+int64_t CopyWalk::Ticks(double seconds) const { return TickFrom(mRange.zero + seconds, mBase); }
 
 double CopyWalk::Seconds(int64_t ticks) const { return codec::Seconds(ticks, mBase) - mRange.zero; }
 
@@ -47,30 +51,29 @@ int CopyWalk::Step() {
 
 // The picture before is written now: it is not the last one.
 void CopyWalk::Take(ffmpeg::UniquePacket packet) {
-  const int64_t time = StampOf(packet.get());
+  const int64_t time = TimeOf(packet.get());
   // No player shows a picture whose successor has the same time.
-  if (time >= (mKept == nullptr ? mSuccessor : StampOf(mKept.get()))) {
+  if (time >= (mKept == nullptr ? mSuccessor : mKeptTime)) {
     ++mTimeless.timeless;
     mTimeless.first = std::min(mTimeless.first, Seconds(time));
     return;
   }
   if (mSound != nullptr) mSound->WriteDownTo(Seconds(time));
-  if (mKept != nullptr) WriteKept(StampOf(mKept.get()));
+  if (mKept != nullptr) WriteKept(mKeptTime);
   mKept = std::move(packet);
+  mKeptTime = time;
 }
 
 // The picture is shown from `begin` of the source up to its successor.
 void CopyWalk::WriteKept(int64_t begin) {
-  const int64_t time = StampOf(mKept.get());
   mWriter->WritePacket(mKept.get(), mEnd - mSuccessor, mSuccessor - begin);
-  mSuccessor = time;
+  mSuccessor = mKeptTime;
   ++mPictures;
 }
 
 void CopyWalk::Finish() {
   if (mKept != nullptr) {
-    const int64_t time = StampOf(mKept.get());
-    WriteKept(mRange.lastsToEnd ? std::min(time, Ticks(mRange.start)) : time);
+    WriteKept(mRange.lastsToEnd ? std::min(mKeptTime, Ticks(mRange.start)) : mKeptTime);
     mKept.reset();
   }
   if (mSound != nullptr) mSound->Finish();

@@ -23,10 +23,10 @@ struct CopyRange {
 };
 
 // A step reads a piece of the packets and writes its pictures, newest first. Each is stamped with
-// the place at which its successor stood in the source, in ticks of the source, and the first one
-// with 0. Sound is written some way ahead.
+// the place at which its successor stood in the source, and the first one with 0. Sound is written
+// some way ahead.
 //
-// Packets and writer belong to the caller.
+// Packets and writer belong to the caller. The writer has been configured.
 class CopyWalk : public BackwardWalk {
  public:
   CopyWalk(PicturePackets* packets, PacketWriter* writer, const CopyRange& range,
@@ -38,6 +38,8 @@ class CopyWalk : public BackwardWalk {
   bool FoundNoPicture() const override {
     return mRange.start < mRange.end && mIsDone && mPictures == 0;
   }
+  bool PassedPicture() const override { return mPackets->PassedPicture(); }
+  bool SawLaterPicture() const override { return mPackets->SawLaterPicture(); }
   bool IsTorn() const override { return mPackets->IsTorn(); }
   bool HasSound() const override { return mSound != nullptr && mSound->Written() > 0; }
   JobAccount Account() const override;
@@ -46,6 +48,8 @@ class CopyWalk : public BackwardWalk {
   void Take(ffmpeg::UniquePacket packet);
   void WriteKept(int64_t begin);
   void Finish();
+  // Times of the file, in ticks of the writer.
+  int64_t TimeOf(const AVPacket* packet) const;
   int64_t Ticks(double seconds) const;
   // Of the range, in seconds.
   double Seconds(int64_t ticks) const;
@@ -54,10 +58,11 @@ class CopyWalk : public BackwardWalk {
   PacketWriter* const mWriter;
   const CopyRange mRange;
   const std::unique_ptr<MirroredSound> mSound;  // null without sound
-  const AVRational mBase;
-  const int64_t mEnd;          // ticks
+  const AVRational mBase;                       // of the ticks
+  const int64_t mEnd;                           // ticks
   int64_t mSuccessor;          // ticks, of the picture written last; at first the end
   ffmpeg::UniquePacket mKept;  // the picture before it, not written yet
+  int64_t mKeptTime = 0;       // ticks
   int64_t mPictures = 0;
   LostPictures mTimeless;
   float mProgress = 0;

@@ -34,6 +34,7 @@ void PicturePackets::SetRange(int64_t from, int64_t to) {
   mSpan = TicksOf(mInput.video, 1);
   mEarlier = 0;
   mIsDone = mIsTorn = false;
+  mPassed = mSawLater = false;
   mBorder.reset();
 }
 
@@ -105,6 +106,8 @@ PicturePackets::Piece PicturePackets::ReadPiece() {
       mIsTorn = true;
       continue;
     }
+    mPassed = mPassed || stamp < mFrom;
+    mSawLater = mSawLater || stamp >= mTo;
     if (stamp >= mTop) break;
     if (stamp < mFrom) continue;
     bytes += packet->size;

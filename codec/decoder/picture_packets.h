@@ -44,6 +44,9 @@ class PicturePackets {
   // The next older piece; empty if the range is done.
   Piece ReadBack();
 
+  // Whether pictures were met that lie before the start of the range, and any at its end or later.
+  bool PassedPicture() const { return mPassed; }
+  bool SawLaterPicture() const { return mSawLater; }
   // Whether some pictures may have been missed, because times go back in the file or the file
   // cannot be read further.
   bool IsTorn() const { return mIsTorn; }
@@ -71,6 +74,8 @@ class PicturePackets {
   int64_t mEarlier = 0;  // by which landings have to be aimed
   bool mIsDone = false;
   bool mIsTorn = false;
+  bool mPassed = false;                   // one before the range
+  bool mSawLater = false;                 // one after it
   std::optional<PacketIdentity> mBorder;  // first packet of the later piece
   PacketIdentity mFirst;                  // packet of the stream
 };

@@ -2,6 +2,8 @@
 #include "codec/encoder/packet_track.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "base/log.h"
 #include "codec/encoder/container.h"
@@ -23,6 +25,17 @@ uint32_t TagFor(const AVOutputFormat& format, const AVCodecParameters& source) {
     return source.codec_tag;
   }
   return 0;
+}
+
+// A tick may be as long as a picture.
+AVRational ShortTick(AVRational tick) {
+  constexpr double kLongest = 0.0001;  // seconds
+  const auto parts = static_cast<int64_t>(std::ceil(av_q2d(tick) / kLongest));
+  AVRational part = tick;
+  const bool isExact =
+      av_reduce(&part.num, &part.den, tick.num, tick.den * std::max<int64_t>(1, parts),
+                std::numeric_limits<int>::max()) == 1;
+  return isExact ? part : tick;
 }
 
 AVFieldOrder FieldsFor(const EncoderSettings& settings, AVFieldOrder source) {
@@ -49,21 +62,21 @@ int PacketTrack::Create(const AVStream* source) {
     stream->codecpar->sample_aspect_ratio = source->sample_aspect_ratio;
   }
   stream->sample_aspect_ratio = stream->codecpar->sample_aspect_ratio;
-  mSourceBase = source->time_base;
-  mBase = mSourceBase;
+  mStampBase = ShortTick(source->time_base);
+  mBase = mStampBase;
   const AVRational rate = source->avg_frame_rate;
   const bool isCounted = HasFixedRate(*mFile->Format()) && rate.num > 0 && rate.den > 0;
   if (isCounted) mBase = av_inv_q(rate);
   if (isCounted || mSettings.hasConstantRate) stream->avg_frame_rate = rate;
-  stream->time_base = mBase;
+  stream->time_base = isCounted ? mBase : source->time_base;
   return 0;
 }
 
 int PacketTrack::Write(AVPacket* packet, int64_t stamp, int64_t duration) {
-  mLast = std::max(av_rescale_q(stamp, mSourceBase, mBase), mLast + 1);
+  mLast = std::max(av_rescale_q(stamp, mStampBase, mBase), mLast + 1);
   packet->pts = mLast;
   packet->dts = mLast;
-  packet->duration = std::max<int64_t>(1, av_rescale_q(duration, mSourceBase, mBase));
+  packet->duration = std::max<int64_t>(1, av_rescale_q(duration, mStampBase, mBase));
   packet->pos = -1;
   const int result = mFile->WritePacket(packet, mBase, &mTrack);
   if (result >= 0) ++mPacketsWritten;

@@ -19,7 +19,10 @@ class PacketTrack {
 
   // Adds a stream like `source`, which is not needed afterwards. 0, or -1 after an error line.
   int Create(const AVStream* source);
-  // Writes a packet at this time, for this long, both in ticks of the source, and leaves the packet
+  // A tick of what is written, in seconds: a whole part of the source's tick, and short enough for
+  // times that lie between two pictures, such as the end of a range.
+  AVRational StampBase() const { return mStampBase; }
+  // Writes a packet at this time, for this long, both in ticks of StampBase, and leaves the packet
   // empty. A container that counts pictures is given the nearest number. 0 or a negative error.
   int Write(AVPacket* packet, int64_t stamp, int64_t duration);
 
@@ -30,7 +33,7 @@ class PacketTrack {
   const EncoderSettings& mSettings;
   OutputFile* const mFile;
   OutputTrack mTrack;
-  AVRational mSourceBase = {0, 1};
+  AVRational mStampBase = {0, 1};
   AVRational mBase = {0, 1};  // of what is written
   int64_t mLast = -1;         // stamp in the same
   int64_t mPacketsWritten = 0;

@@ -25,7 +25,9 @@ class PacketWriter : public MediaWriter {
   int Start() override { return 0; }
   void Stop() override;
   void WriteFrame(int type, uint8_t* data, uint32_t size, int64_t pts) override;
-  // Stamp and duration are in ticks of the source. The packet is left empty. What goes wrong shows
+  // A tick of stamps in seconds, a whole part of the source's tick. After Configure.
+  AVRational StampBase() const { return mPictures.StampBase(); }
+  // Stamp and duration are in ticks of StampBase. The packet is left empty. What goes wrong shows
   // in OutputError.
   void WritePacket(AVPacket* packet, int64_t stamp, int64_t duration);
   int64_t GetParameter(const char* /*key*/) override { return -1; }

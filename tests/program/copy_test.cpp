@@ -215,6 +215,33 @@ TEST(Copy, TakesTheRangeThatIsAskedFor) {
   EXPECT_NEAR(std::stod(ContainerFields(output)["duration"]), 0.8, 1e-3);
 }
 
+// A range may end while a picture is shown. AVI has a tick for each picture, which does not tell
+// such a time.
+TEST(Copy, OfARangeShowsItsNewestPictureForItsPartOnly) {
+  const std::string source = Source("mjpeg.avi", kKinds[1].coding);
+  const std::vector<std::string> all = Packets(source);
+  const std::string output = ScratchPath("part.mov");
+  const CommandResult result = Copy(source, output, "-s 0.32 -e 0.41 --strict");
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(Packets(output) ==
+              Reversed(std::vector<std::string>(all.begin() + 8, all.begin() + 11)));
+  const std::vector<double> times = VideoTimes(output);
+  ASSERT_EQ(times.size(), 3U);
+  EXPECT_EQ(times[0], 0.0);
+  EXPECT_NEAR(times[1], 0.01, 1e-4);
+  EXPECT_NEAR(times[2], 0.05, 1e-4);
+}
+
+TEST(Copy, OfARangeBetweenTwoPicturesIsRefused) {
+  const std::string output = ScratchPath("between.mov");
+  const CommandResult result =
+      Copy(Source("mjpeg.avi", kKinds[1].coding), output, "-s 0.41 -e 0.43");
+  EXPECT_NE(result.status, 0);
+  EXPECT_NE(result.err.find("has no picture that begins in the range"), std::string::npos)
+      << result.err;
+  EXPECT_FALSE(std::filesystem::exists(output));
+}
+
 TEST(Copy, OfACopyIsTheSource) {
   for (const char* const extension : {".mov", ".mkv", ".avi"}) {
     const std::string source = Source("mjpeg.mov", kKinds[3].coding);

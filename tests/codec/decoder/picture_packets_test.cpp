@@ -79,6 +79,23 @@ TEST(PicturePackets, KeepToTheRange) {
   EXPECT_TRUE(ReadAll(&packets, &most).empty());
 }
 
+TEST(PicturePackets, TellWhatLiesOutsideOfTheRange) {
+  PicturePackets packets;
+  Open(LargePictures(), &packets);
+  int64_t most = 0;
+  packets.SetRange(0, kAll);
+  ReadAll(&packets, &most);
+  EXPECT_FALSE(packets.PassedPicture());
+  EXPECT_FALSE(packets.SawLaterPicture());
+  packets.SetRange(7, 7);
+  EXPECT_TRUE(ReadAll(&packets, &most).empty());
+  EXPECT_TRUE(packets.SawLaterPicture());
+  packets.SetRange(40, kAll);
+  EXPECT_TRUE(ReadAll(&packets, &most).empty());
+  EXPECT_TRUE(packets.PassedPicture());
+  EXPECT_FALSE(packets.SawLaterPicture());
+}
+
 TEST(PicturePackets, FindTheFirstThatLeansOnAnother) {
   PicturePackets packets;
   Open(Clip(ClipKind::kH264Short), &packets);
