@@ -145,7 +145,12 @@ const std::array kRows = {
                  ", or make its pictures smaller first";
         }},
     Row{[](const Failure& f) { return f.cause.step == FailedStep::kCopy && f.cause.error == 0; },
-        [](const Failure& f) { return f.order.input + " cannot be copied: " + f.cause.obstacle; }},
+        [](const Failure& f) {
+          const bool hasOthers = f.cause.obstacle.find("; ") != std::string::npos;
+          return f.order.input + " cannot be copied: " + f.cause.obstacle +
+                 (hasOthers ? ", or leave " : "; leave ") + Names(f).copy +
+                 " out, which encodes its pictures anew";
+        }},
     Row{[](const Failure& f) { return !f.cause.obstacle.empty(); },
         [](const Failure& f) {
           return f.order.input + " cannot be reversed: " + f.cause.obstacle +

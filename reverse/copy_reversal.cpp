@@ -20,8 +20,6 @@
 namespace codec {
 namespace {
 
-constexpr char kEncodeInstead[] = "leave --copy out, which encodes them anew";
-
 // Codecs whose packets do not say which field is shown first: only the container does.
 constexpr std::array kWithoutFields = {AV_CODEC_ID_RAWVIDEO, AV_CODEC_ID_V210,    AV_CODEC_ID_R210,
                                        AV_CODEC_ID_HUFFYUV,  AV_CODEC_ID_FFVHUFF, AV_CODEC_ID_PNG};
@@ -37,15 +35,16 @@ std::string SecondsText(double seconds) {
   return text.data();
 }
 
-// What the packets would fit into.
-std::string OthersThan(const std::string& output, AVCodecID codec) {
+// What the packets would fit into, and sound beside them if an encoder is named.
+std::string OthersThan(const std::string& output, AVCodecID codec, const char* sound = nullptr) {
   std::string text;
   for (const char* const extension : kContainers) {
     const bool isSame = ChooseContainer(extension) == ChooseContainer(output.c_str());
     if (isSame || !TakesCodec(extension, codec)) continue;
-    text += (text.empty() ? "" : " or ") + std::string(extension);
+    if (sound != nullptr && CodecNotTaken(extension, sound) != nullptr) continue;
+    text += (text.empty() ? "use " : " or ") + std::string(extension);
   }
-  return text.empty() ? "" : "use " + text + ", or ";
+  return text;
 }
 
 }  // namespace
@@ -81,7 +80,7 @@ void CopyReversal::ChooseSound(int bits, EncoderSettings* wishes) const {
 std::string CopyReversal::Obstacle(const MediaInfo& info, double start, double end,
                                    const MediaFormat& format) {
   if (!mForeignKey.empty()) {
-    return mForeignKey + " is for pictures that are encoded; leave it out, or leave --copy out";
+    return mForeignKey + " is for pictures that are encoded; leave it out";
   }
   mIsConstant = info.has_constant_rate != 0;
   std::string obstacle = NotKept(info);
@@ -96,17 +95,15 @@ std::string CopyReversal::NotKept(const MediaInfo& info) const {
                                      codec.codec_id) == kWithoutFields.end();
   if (info.field_order == FieldOrder::kSingle ||
       (info.field_order != FieldOrder::kProgressive && tellsFields)) {
-    return std::string(
-               "its pictures are interlaced, and each says which field comes first, which "
-               "is the other one once time runs backward; ") +
-           kEncodeInstead;
+    return "its pictures are interlaced, and each says which field comes first, which is the other "
+           "one once time runs backward";
   }
   if (codec.format == AV_PIX_FMT_PAL8 && codec.codec_id != AV_CODEC_ID_PNG) {
-    return std::string("its pictures have their palette beside them; ") + kEncodeInstead;
+    return "its pictures have their palette beside them";
   }
   if (info.orientation != kUpright && !TellsRotation(mOutput.c_str())) {
     return "players turn its pictures, which " + mOutput + " cannot ask for; use " +
-           (TakesCodec(".mp4", codec.codec_id) ? ".mov or .mp4" : ".mov") + ", or leave --copy out";
+           (TakesCodec(".mp4", codec.codec_id) ? ".mov or .mp4" : ".mov");
   }
   return "";
 }
@@ -121,8 +118,7 @@ std::string CopyReversal::NotAlone(double start, double end) {
   if (stamp == AV_NOPTS_VALUE) return "its pictures have no times; put it into .mkv or .mov first";
   const double time = Seconds(stamp, stream.time_base) - Zero();
   return "its picture at " + SecondsText(time) + " s leans on others (" +
-         NameOf(stream.codecpar->codec_id) + "), so that it cannot stand in another order; " +
-         kEncodeInstead;
+         NameOf(stream.codecpar->codec_id) + "), so that it cannot stand in another order";
 }
 
 std::string CopyReversal::NotHeld(const MediaFormat& format) {
@@ -132,8 +128,9 @@ std::string CopyReversal::NotHeld(const MediaFormat& format) {
   const ffmpeg::UniquePacket picture = mPackets.Sample();
   if (!TakesCodec(mOutput.c_str(), codec) ||
       !GivesPicturesBack(Pictures(), silent, picture.get())) {
-    return mOutput + " cannot hold its " + NameOf(codec) + " pictures; " +
-           OthersThan(mOutput, codec) + kEncodeInstead;
+    const std::string others = OthersThan(mOutput, codec);
+    return mOutput + " cannot hold its " + NameOf(codec) + " pictures" +
+           (others.empty() ? "" : "; " + others);
   }
   int hasSound = 0;
   format.GetInt32("has-audio", hasSound);
@@ -142,9 +139,10 @@ std::string CopyReversal::NotHeld(const MediaFormat& format) {
   if (hasEncoder && GivesPicturesBack(Pictures(), format, picture.get())) return "";
   const std::string what =
       mHasSoundChoice ? Wishes().audioCodec + " sound like this" : "sound without loss";
-  return mOutput + " cannot hold " + what +
-         "; use .mov or .mkv, name another codec for the sound, as by --set audio-codec=aac, or "
-         "leave the sound out with --no-sound";
+  const char* const sound = mHasSoundChoice ? Wishes().audioCodec.c_str() : "pcm_s16le";
+  const std::string others = OthersThan(mOutput, codec, sound);
+  return mOutput + " cannot hold " + what + "; " + (others.empty() ? "" : others + ", ") +
+         "set another audio-codec, such as aac, or leave the sound out";
 }
 
 void CopyReversal::Describe(const MediaInfo& info, double start, double end,

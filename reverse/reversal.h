@@ -47,8 +47,9 @@ class Reversal {
   // Adds to the description of the output; the range is [start, end) in seconds.
   virtual void Describe(const MediaInfo& /*info*/, double /*start*/, double /*end*/,
                         MediaFormat* /*format*/) const {}
-  // Why an output like this cannot be made of the range, and what would work, as one sentence
-  // without a stop; empty if nothing is known to stand against it. Nothing has been written so far.
+  // Why an output like this cannot be made of the range, and after a semicolon what would work, if
+  // anything would, as one sentence without a stop; empty if nothing is known to stand against it.
+  // Names no option, since programs have other names for them. Nothing has been written so far.
   virtual std::string Obstacle(const MediaInfo& /*info*/, double /*start*/, double /*end*/,
                                const MediaFormat& /*format*/) {
     return "";

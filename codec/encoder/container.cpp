@@ -110,10 +110,9 @@ bool TakesPackets(const AVOutputFormat& format, const AVCodecParameters& codec, 
   // AVI names a codec by its tag only, and writes those without one all the same.
   if (std::string_view(format.name) == "avi") return hasTag;
   if ((format.flags & AVFMT_NOTIMESTAMPS) == 0 || Contains(kOwnJudges, format.name)) return true;
-  if (codec.codec_id == format.video_codec || codec.codec_id == format.audio_codec) return true;
-  if (format.codec_tag != nullptr) return hasTag;
-  // Numbered pictures are of the kind that their names tell.
-  return codec.codec_id == av_guess_codec(&format, nullptr, path, nullptr, codec.codec_type);
+  // Numbered pictures are of the kind that their names tell, others of the format's own.
+  const AVCodecID own = av_guess_codec(&format, nullptr, path, nullptr, codec.codec_type);
+  return codec.codec_id == own || (format.codec_tag != nullptr && hasTag);
 }
 
 EncoderPair EncodersTaken(const char* path) {

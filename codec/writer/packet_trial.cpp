@@ -52,8 +52,11 @@ bool Holds(const std::string& path, const AVStream& source, const AVPacket& pict
 bool GivesPicturesBack(const AVStream* source, const MediaFormat& format, const AVPacket* picture) {
   std::string output;
   format.GetString("output-path", output);
+  if (WritesSeveralFiles(output.c_str())) {
+    return TakesPackets(*ChooseContainer(output.c_str()), *source->codecpar, output.c_str());
+  }
   const but::Descriptor memory(memfd_create("trial", MFD_CLOEXEC));
-  if (WritesSeveralFiles(output.c_str()) || !memory.IsOpen()) return true;
+  if (!memory.IsOpen()) return true;
   const std::string path = "/proc/self/fd/" + std::to_string(memory.Number());
   MediaFormat trial = format;
   trial.SetString("write-path", path.c_str());

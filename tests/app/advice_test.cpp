@@ -69,6 +69,18 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        },
        "in.mp4 cannot be reversed: its clock restarts, or try without --plain"},
       {[](Failure* f) {
+         f->cause = {FailedStep::kCopy};
+         f->cause.obstacle = "its picture leans on others";
+       },
+       "in.mp4 cannot be copied: its picture leans on others; leave --copy out, which encodes its "
+       "pictures anew"},
+      {[](Failure* f) {
+         f->cause = {FailedStep::kCopy};
+         f->cause.obstacle = "out.mp4 cannot hold it; use .mov";
+       },
+       "in.mp4 cannot be copied: out.mp4 cannot hold it; use .mov, or leave --copy out, which "
+       "encodes its pictures anew"},
+      {[](Failure* f) {
          f->memoryNeeded = (int64_t{180} << 20) - 5;
          f->memoryGranted = int64_t{96} << 20;
          f->info = {};

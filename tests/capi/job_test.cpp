@@ -260,6 +260,50 @@ TEST(CJob, SaysWhatFailedAndLeavesTheOldFile) {
   }
 }
 
+// Of the packets of pictures, in their order.
+std::vector<std::string> PacketHashes(const std::string& path) {
+  const CommandResult result = test_support::Run(
+      {"ffmpeg", "-v", "error", "-i", path, "-map", "0:v", "-c", "copy", "-f", "framehash", "-"});
+  std::istringstream text(result.out);
+  std::vector<std::string> hashes;
+  for (std::string line; std::getline(text, line);) {
+    if (line[0] != '#') hashes.push_back(line.substr(line.rfind(' ') + 1));
+  }
+  return hashes;
+}
+
+TEST(CJob, NamesNoOptionOfTheToolIfItCannotCopy) {
+  const std::string output = ScratchPath("uncopied.mov");
+  JobHandle job(Clip(ClipKind::kH264Short), output);
+  ASSERT_EQ(job.Set("copy", "1"), CLIPREVERSE_OK);
+  EXPECT_NE(job.Run(), CLIPREVERSE_OK);
+  EXPECT_NE(job.ErrorText().find("leave \"copy\" out, which encodes its pictures anew"),
+            std::string::npos)
+      << job.ErrorText();
+  EXPECT_EQ(job.ErrorText().find("--"), std::string::npos) << job.ErrorText();
+  EXPECT_FALSE(fs::exists(output));
+}
+
+TEST(CJob, CopiesPicturesAndEncodesLikeTheSource) {
+  const std::string source =
+      CustomClip("c_copy.mov", {"-f", "lavfi", "-i", "testsrc2=size=160x120:rate=25", "-frames:v",
+                                "10", "-c:v", "mjpeg", "-pix_fmt", "yuvj420p"});
+  const std::string output = ScratchPath("c_copy.mov");
+  JobHandle copy(source, output);
+  ASSERT_EQ(copy.Set("copy", "1"), CLIPREVERSE_OK);
+  ASSERT_EQ(copy.Run(), CLIPREVERSE_OK) << copy.ErrorText();
+  std::vector<std::string> packets = PacketHashes(source);
+  ASSERT_EQ(packets.size(), 10U);
+  std::reverse(packets.begin(), packets.end());
+  EXPECT_EQ(PacketHashes(output), packets);
+  const std::string like = ScratchPath("c_like.mov");
+  JobHandle encoded(source, like);
+  ASSERT_EQ(encoded.Set("like-source", "1"), CLIPREVERSE_OK);
+  ASSERT_EQ(encoded.Run(), CLIPREVERSE_OK) << encoded.ErrorText();
+  EXPECT_EQ(StreamFields(like, "v")["codec_name"], "mjpeg");
+  EXPECT_NE(PacketHashes(like), packets);
+}
+
 TEST(CJob, TellsHowMuchMemoryItNeeds) {
   JobHandle job(SampleClip(), ScratchPath("large.mp4"));
   EXPECT_EQ(job.Set("memory", "20M"), CLIPREVERSE_OK);

@@ -322,7 +322,8 @@ TEST(Copy, KeepsTheTurnOfTheClip) {
   const CommandResult refused = Copy(turned, unturned);
   EXPECT_NE(refused.status, 0);
   EXPECT_NE(refused.err.find("players turn its pictures, which " + unturned +
-                             " cannot ask for; use .mov or .mp4, or leave --copy out\n"),
+                             " cannot ask for; use .mov or .mp4, or leave --copy out, which "
+                             "encodes its pictures anew\n"),
             std::string::npos)
       << refused.err;
 }
@@ -355,18 +356,19 @@ TEST(Copy, ThatCannotBeMadeEndsBeforeTheOutputExists) {
   const Refusal refusals[] = {
       {"a.mp4", Clip(ClipKind::kH264), "",
        "leans on others (h264), so that it cannot stand in another order; leave --copy out, which "
-       "encodes them anew"},
+       "encodes its pictures anew"},
       {"a.mkv", Clip(ClipKind::kH264Short), "-s 1", "its picture at 1.040 s leans on others"},
       {"a.webm", Clip(ClipKind::kVp9), "", "leans on others (vp9)"},
       {"a.mkv", Source("ffv1_long.mkv", "-c:v ffv1 -g 12 -c:a flac"), "",
        "its picture at 0.040 s leans on others (ffv1)"},
       {"a.webm", jpeg, "",
        "a.webm cannot hold its mjpeg pictures; use .mov or .mkv or .mp4 or .avi, or leave --copy "
-       "out, which encodes them anew"},
+       "out, which encodes its pictures anew"},
+      {"a%d.png", jpeg, "--no-sound", "a%d.png cannot hold its mjpeg pictures"},
       {"a.mov", Source("raw.avi", kKinds[8].coding), "", "cannot hold its rawvideo pictures"},
       {"a.ts", Source("h264.mp4", kKinds[10].coding), "",
-       "a.ts cannot hold sound without loss; use .mov or .mkv, name another codec for the sound, "
-       "as by --set audio-codec=aac, or leave the sound out with --no-sound"},
+       "a.ts cannot hold sound without loss; use .mov or .mkv"},
+      {"a.mov", jpeg, "--set audio-codec=flac", "a.mov cannot hold flac sound like this; use .mkv"},
       {"a.mov", jpeg, "--set crf=20",
        "--copy writes the pictures as they are, and cannot set crf; leave one of the two out"},
       {"a.mov", jpeg, "--plain", "--copy goes beyond the plain reversal; leave --plain out"},

@@ -116,8 +116,9 @@ TEST(BareFiles, RefuseWhatNoReaderWouldTakeForTheirs) {
     const char *name, *codec, *pixels;
   };
   for (const Case& row :
-       {Case{"im%03d.png", "libx264", "yuv420p"}, Case{"im%03d.bmp", "png", "rgb24"},
-        Case{"bare.264", "mpeg4", "yuv420p"}, Case{"bare.yuv", "libx264", "yuv420p"}}) {
+       {Case{"im%03d.png", "libx264", "yuv420p"}, Case{"im%03d.png", "mjpeg", "yuvj420p"},
+        Case{"im%03d.bmp", "png", "rgb24"}, Case{"bare.264", "mpeg4", "yuv420p"},
+        Case{"bare.yuv", "libx264", "yuv420p"}}) {
     MediaFormat format = encoder_test::VideoFormat(ScratchPath(row.name));
     format.SetString("video-codec", row.codec);
     format.SetString("output-color-format", row.pixels);
