@@ -46,11 +46,16 @@ Order WithSourceKeys(Order order) {
   };
   add(keys.video);
   if (!order.isCopy && !AsksForQuality(order)) add(keys.quality);
-  if (!IsGiven(order, "audio-codec")) add(keys.sound);
+  const bool choosesSound = !IsGiven(order, "audio-codec");
+  if (choosesSound) add(keys.sound);
   add(keys.always);
   // The last value of a key counts.
   order.outputValues.insert(order.outputValues.begin(), values.begin(), values.end());
-  for (const std::string& sentence : keys.missing) log_warn(kTag, "%s", sentence.c_str());
+  if (!keys.missingVideo.empty()) log_warn(kTag, "%s", keys.missingVideo.c_str());
+  // A copy writes such sound without loss.
+  if (choosesSound && !order.isCopy && !keys.missingSound.empty()) {
+    log_warn(kTag, "%s", keys.missingSound.c_str());
+  }
   return order;
 }
 

@@ -180,7 +180,7 @@ void AddVideo(const SourceForm& source, LikeSourceKeys* keys) {
   const AVCodec* encoder = VideoEncoder(source);
   const VideoRow* row = RowOf(source.video);
   if (encoder == nullptr) {
-    keys->missing.push_back(Missing(source.video, "H.264"));
+    keys->missingVideo = Missing(source.video, "H.264");
     row = RowOf(AV_CODEC_ID_H264);
     keys->video.emplace_back("video-codec", UsualEncoders("").videoCodec);
   } else {
@@ -209,7 +209,7 @@ void AddSound(const SourceForm& source, LikeSourceKeys* keys) {
   const AVCodec* const encoder = SoundEncoder(source.sound);
   keys->always.emplace_back("audio-channels", "source");
   if (encoder == nullptr) {
-    keys->missing.push_back(Missing(source.sound, "AAC"));
+    keys->missingSound = Missing(source.sound, "AAC");
     return;
   }
   keys->sound.emplace_back("audio-codec", encoder->name);

@@ -18,8 +18,9 @@ struct LikeSourceKeys {
   List quality;  // of the pictures
   List sound;    // encoder and bit rate
   List always;   // for any encoder
-  // One sentence without a stop for each codec that cannot be encoded.
-  std::vector<std::string> missing;
+  // One sentence without a stop for a codec that cannot be encoded; empty if it can.
+  std::string missingVideo;
+  std::string missingSound;
 };
 
 // The encoder of the source's own codec if there is one in software, else the usual one of a

@@ -210,6 +210,31 @@ TEST(LikeSourceRefusals, AreNoneForACodecWithoutAnEncoder) {
       << result.err;
   EXPECT_EQ(StreamFields(output, "a")["codec_name"], "aac");
   EXPECT_EQ(StreamFields(output, "a")["channel_layout"], "5.1");
+  const CommandResult chosen =
+      RunProgram({"-i", source, "-o", output, "--like-source", "--set", "audio-codec=flac"});
+  ASSERT_EQ(chosen.status, 0) << chosen.err;
+  EXPECT_EQ(chosen.err.find("has no encoder"), std::string::npos) << chosen.err;
+}
+
+// Pictures are copied, and only sound is encoded as the source's. AAC is not what sound without an
+// encoder becomes.
+TEST(LikeSourceCopy, EncodesTheSoundOnly) {
+  const auto run = [](const Row& row) {
+    const std::string source = Source(row);
+    const std::string output = ScratchPath(std::string(row.name) + ".mkv");
+    const CommandResult result =
+        RunProgram({"-i", source, "-o", output, "--like-source", "--copy"});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err.find("AAC"), std::string::npos) << result.err;
+    std::vector<std::string> hashes = PictureHashes(source);
+    std::reverse(hashes.begin(), hashes.end());
+    EXPECT_EQ(PictureHashes(output), hashes);
+    EXPECT_EQ(StreamFields(output, "a")["channel_layout"], row.layout);
+    return StreamFields(output, "a")["codec_name"];
+  };
+  constexpr char kJpeg[] = "mjpeg -pix_fmt yuvj420p";
+  EXPECT_EQ(run({"copy_ac3", "mkv", kJpeg, "ac3", "5.1(side)", 48000}), "ac3");
+  EXPECT_EQ(run({"copy_dts", "mkv", kJpeg, "dca -strict -2", "5.1(side)", 48000}), "pcm_f32le");
 }
 
 TEST(LikeSourceRefusals, StandBackForThoseOfTheInput) {

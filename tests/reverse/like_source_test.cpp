@@ -62,7 +62,7 @@ TEST(LikeSource, NamesTheEncoderOfTheSourcesCodec) {
     EXPECT_EQ(keys.video, row.video) << name;
     EXPECT_EQ(keys.quality, row.quality) << name;
     EXPECT_TRUE(keys.sound.empty() && keys.always.empty()) << name;
-    EXPECT_EQ(keys.missing.size(), row.source.video == AV_CODEC_ID_VC1 ? 1U : 0U) << name;
+    EXPECT_EQ(keys.missingVideo.empty(), row.source.video != AV_CODEC_ID_VC1) << name;
   }
 }
 
@@ -82,14 +82,13 @@ TEST(LikeSource, KeepsTheSoundsCodecRateAndChannels) {
   // The only encoder is not finished.
   form.sound = AV_CODEC_ID_DTS;
   EXPECT_TRUE(LikeSource(form).sound.empty());
-  EXPECT_EQ(LikeSource(form).missing,
-            (std::vector<std::string>{"FFmpeg has no encoder for dts, so AAC is written"}));
+  EXPECT_EQ(LikeSource(form).missingSound, "FFmpeg has no encoder for dts, so AAC is written");
 }
 
 TEST(LikeSource, HasNoKeysForAFileWithoutStreams) {
   const LikeSourceKeys keys = LikeSource(ReadSourceForm("no such file"));
   EXPECT_TRUE(keys.video.empty() && keys.quality.empty() && keys.sound.empty());
-  EXPECT_TRUE(keys.always.empty() && keys.missing.empty());
+  EXPECT_TRUE(keys.always.empty() && keys.missingVideo.empty() && keys.missingSound.empty());
 }
 
 }  // namespace
