@@ -30,6 +30,7 @@ int PacketWriter::Configure(MediaFormat& format) {
 }
 
 int PacketWriter::Open() {
+  if (mSettings.hasEvenSlots) mFile.KeepSlotsEven();
   if (mPictures.Create(mSource) != 0) return -1;
   if (mSettings.hasAudio) {
     if (mSound.Create({}) != 0) return -1;

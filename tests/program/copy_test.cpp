@@ -401,6 +401,21 @@ TEST(Copy, EncodesSoundIfACodecIsNamed) {
   EXPECT_EQ(CountPackets(output), kPictures);
 }
 
+// AVI has slots of one length for its pictures. These encoders begin before the first of them.
+TEST(Copy, LeavesNoSlotEmptyIfSoundIsEncoded) {
+  const std::string source = Source("mjpeg.avi", kKinds[1].coding);
+  for (const char* const codec : {"aac", "libmp3lame"}) {
+    const std::string output = ScratchPath("slots.avi");
+    const CommandResult result = Copy(source, output, std::string("--set audio-codec=") + codec);
+    ASSERT_EQ(result.status, 0) << result.err;
+    const std::vector<double> times = VideoTimes(output);
+    ASSERT_EQ(times.size(), static_cast<size_t>(kPictures));
+    for (size_t i = 0; i < times.size(); ++i) {
+      EXPECT_NEAR(times[i], 0.04 * static_cast<double>(i), 1e-6) << codec;
+    }
+  }
+}
+
 struct Sound {
   const char* source;
   const char* output;
