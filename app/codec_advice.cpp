@@ -13,8 +13,9 @@ namespace {
 // The options that ask for something else than a copy.
 std::string WhyNotCopied(const Order& order) {
   const std::string copy = order.names->copy;
-  const std::string plain = order.names->plain;
-  if (order.isPlain) return copy + " goes beyond the plain reversal; leave " + plain + " out";
+  if (!order.Mirrors()) {
+    return copy + " goes beyond the plain reversal; leave " + order.AgainstMirror() + " out";
+  }
   for (const OutputValue& given : order.outputValues) {
     if (codec::IsForCopies(given.key)) continue;
     return copy + " writes the pictures as they are, and cannot set " + given.key +

@@ -32,8 +32,8 @@ bool AsksForQuality(const Order& order) {
 
 Order WithSourceKeys(Order order) {
   if (!order.isLikeSource) return order;
-  if (order.isPlain) {
-    log_warn(kTag, "%s leaves %s out", order.names->plain, order.names->likeSource);
+  if (!order.Mirrors()) {
+    log_warn(kTag, "%s leaves %s out", order.AgainstMirror(), order.names->likeSource);
     return order;
   }
   codec::SourceForm source = codec::ReadSourceForm(order.input);

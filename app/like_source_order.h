@@ -10,7 +10,7 @@ namespace app {
 // that were given count more: a codec leaves out what is meant for the source's, a quality the
 // quality. A line is logged for each codec that is not
 // encoded because there is no encoder for it. As it is without --like-source,
-// and, after a warning, with --plain.
+// and, after a warning, without the mirror.
 Order WithSourceKeys(Order order);
 
 }  // namespace app

@@ -11,6 +11,7 @@ struct OptionNames {
   const char* end;
   const char* memory;
   const char* plain;
+  const char* noMirror;  // the part of a plain reversal that leaves the mirror off
   const char* likeSource;
   const char* copy;
   const char* strict;
@@ -29,6 +30,7 @@ inline constexpr OptionNames kToolNames = {"-s",
                                            "-e",
                                            "--memory",
                                            "--plain",
+                                           "--plain",
                                            "--like-source",
                                            "--copy",
                                            "--strict",
@@ -42,20 +44,13 @@ inline constexpr OptionNames kToolNames = {"-s",
                                            "the lines above say why, and -v tells more"};
 
 // Those of the C interface.
-inline constexpr OptionNames kJobNames = {"\"start\"",
-                                          "\"end\"",
-                                          "\"memory\"",
-                                          "\"plain\"",
-                                          "\"like-source\"",
-                                          "\"copy\"",
-                                          "\"strict\"",
-                                          "\"overwrite\"",
-                                          "",
-                                          "a job",
-                                          "docs/library.md lists them",
-                                          "its name",
-                                          "as the input",
-                                          "another output",
-                                          "the log says why"};
+inline constexpr OptionNames kJobNames = {"\"start\"",      "\"end\"",
+                                          "\"memory\"",     "\"plain\"",
+                                          "\"mirror\" 0",   "\"like-source\"",
+                                          "\"copy\"",       "\"strict\"",
+                                          "\"overwrite\"",  "",
+                                          "a job",          "docs/library.md lists them",
+                                          "its name",       "as the input",
+                                          "another output", "the log says why"};
 
 }  // namespace app

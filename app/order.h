@@ -37,6 +37,8 @@ struct Order {
 
   // Whether the output is the mirror of what a player shows.
   bool Mirrors() const { return isMirrored && !isPlain; }
+  // What the option is called that keeps it from being one. Static text.
+  const char* AgainstMirror() const { return isPlain ? names->plain : names->noMirror; }
 };
 
 // Switches on what goes beyond the plain reversal, unless the order is a plain one. A job that a

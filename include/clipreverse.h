@@ -111,7 +111,7 @@ CLIPREVERSE_API int clipreverse_set_range(clipreverse_job* job, double start, do
 //   "overwrite"  "no" replaces no file that stands at the output; "yes" unless set
 //   "memory"     bytes to stay below, as "300M"; what the host grants unless set
 //   "mirror"     0 reverses plainly: pictures for their neighbour's time, sound in blocks; 1 unless
-//                set
+//                set. "copy" is refused without it, and "like-source" left out
 //   "safe"       0 writes the output in its place, and what stood there is lost; 1 unless set
 //   "plain"      1 leaves off all that goes beyond the plain reversal: mirror, safe, memory limit
 CLIPREVERSE_API int clipreverse_set_option(clipreverse_job* job, const char* key,

@@ -284,6 +284,25 @@ TEST(CJob, NamesNoOptionOfTheToolIfItCannotCopy) {
   EXPECT_FALSE(fs::exists(output));
 }
 
+// Both are additions to the mirror. A copy without it would be another one than was asked for.
+TEST(CJob, NeitherCopiesNorEncodesLikeTheSourceWithoutTheMirror) {
+  const std::string source =
+      CustomClip("c_prores.mov", {"-f", "lavfi", "-i", "testsrc2=size=160x120:rate=25", "-frames:v",
+                                  "10", "-c:v", "prores_ks"});
+  const std::string output = ScratchPath("c_plain.mov");
+  JobHandle copy(source, output);
+  ASSERT_EQ(copy.Set("mirror", "0"), CLIPREVERSE_OK);
+  ASSERT_EQ(copy.Set("copy", "1"), CLIPREVERSE_OK);
+  EXPECT_NE(copy.Run(), CLIPREVERSE_OK);
+  EXPECT_EQ(copy.ErrorText(), "\"copy\" goes beyond the plain reversal; leave \"mirror\" 0 out");
+  EXPECT_FALSE(fs::exists(output));
+  JobHandle like(source, output);
+  ASSERT_EQ(like.Set("mirror", "0"), CLIPREVERSE_OK);
+  ASSERT_EQ(like.Set("like-source", "1"), CLIPREVERSE_OK);
+  ASSERT_EQ(like.Run(), CLIPREVERSE_OK) << like.ErrorText();
+  EXPECT_EQ(StreamFields(output, "v")["codec_name"], "h264");
+}
+
 TEST(CJob, CopiesPicturesAndEncodesLikeTheSource) {
   const std::string source =
       CustomClip("c_copy.mov", {"-f", "lavfi", "-i", "testsrc2=size=160x120:rate=25", "-frames:v",
