@@ -52,10 +52,16 @@ int CopyWalk::Step() {
 // The picture before is written now: it is not the last one.
 void CopyWalk::Take(ffmpeg::UniquePacket packet) {
   const int64_t time = TimeOf(packet.get());
+  // A part of the packet is missing, as at the end of a file that was cut off.
+  if ((packet->flags & AV_PKT_FLAG_CORRUPT) != 0) {
+    ++mLost.undecoded;
+    mLost.first = std::min(mLost.first, Seconds(time));
+    return;
+  }
   // No player shows a picture whose successor has the same time.
   if (time >= (mKept == nullptr ? mSuccessor : mKeptTime)) {
-    ++mTimeless.timeless;
-    mTimeless.first = std::min(mTimeless.first, Seconds(time));
+    ++mLost.timeless;
+    mLost.first = std::min(mLost.first, Seconds(time));
     return;
   }
   if (mSound != nullptr) mSound->WriteDownTo(Seconds(time));
@@ -82,7 +88,7 @@ void CopyWalk::Finish() {
 JobAccount CopyWalk::Account() const {
   JobAccount account;
   account.pictures = mPictures;
-  account.lost = mTimeless;
+  account.lost = mLost;
   if (mSound != nullptr) account.sound = mSound->Account();
   return account;
 }

@@ -64,7 +64,7 @@ class CopyWalk : public BackwardWalk {
   ffmpeg::UniquePacket mKept;  // the picture before it, not written yet
   int64_t mKeptTime = 0;       // ticks
   int64_t mPictures = 0;
-  LostPictures mTimeless;
+  LostPictures mLost;
   float mProgress = 0;
   bool mIsDone = false;
 };

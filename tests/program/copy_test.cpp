@@ -440,6 +440,27 @@ TEST(Copy, GivesSoundItsOwnWidth) {
   }
 }
 
+// FFmpeg's own copy has the beginning of the picture that the file breaks off in.
+TEST(Copy, LeavesOutAPictureOfWhichAPartIsMissing) {
+  const std::string source =
+      Source("cut.mxf", "-c:v dnxhd -profile:v dnxhr_lb -pix_fmt yuv422p -an");
+  const std::string path = ScratchPath("cut.mxf");
+  std::filesystem::copy_file(source, path, std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::resize_file(path, std::filesystem::file_size(path) * 6 / 10);
+  std::vector<std::string> whole = Packets(source);
+  const std::vector<std::string> left = Packets(path);
+  ASSERT_LT(left.size(), whole.size());
+  whole.resize(left.size() - 1);
+  ASSERT_TRUE(std::equal(whole.begin(), whole.end(), left.begin())) << "only the last is cut";
+
+  const std::string output = ScratchPath("uncut.mov");
+  const CommandResult result = Copy(path, output);
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_NE(result.err.find("1 picture could not be decoded"), std::string::npos) << result.err;
+  EXPECT_TRUE(Packets(output) == Reversed(whole)) << CountPackets(output);
+  EXPECT_NE(RunProgram({"-i", path, "-o", output, "--copy", "--strict"}).status, 0);
+}
+
 // A copy has what ffmpeg's own copy has of a file that breaks off, or has a hole.
 TEST(Copy, OfDamagedFilesHasWhatIsLeft) {
   const std::string source = Source("mjpeg.mkv", kKinds[2].coding);
