@@ -69,7 +69,7 @@ int CopyReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path, 
                           MediaInfo* info) {
   if (MirrorReversal::Prepare(decoder, path, withSound, info) != 0) return -1;
   if (info->has_video == 0) return 0;
-  return mPackets.Open(path, decoder->TakeInput(), Joined());
+  return mPackets.Open(path, ffmpeg::UniqueInput(decoder->TakeInput()), Joined());
 }
 
 void CopyReversal::ChooseSound(int bits, EncoderSettings* wishes) const {

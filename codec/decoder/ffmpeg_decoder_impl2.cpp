@@ -174,11 +174,11 @@ void FFmpegDecoderImpl2::Finish() {
   parts = std::move(mParts);
 }
 
-ffmpeg::UniqueInput FFmpegDecoderImpl2::TakeInput() {
+AVFormatContext* FFmpegDecoderImpl2::TakeInput() {
   if (mParts == nullptr) return nullptr;
   ffmpeg::UniqueInput input = mParts->session.input.GiveAway();
   Finish();
-  return input;
+  return input.release();
 }
 
 int FFmpegDecoderImpl2::RestSound() {

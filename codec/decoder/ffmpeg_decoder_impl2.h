@@ -9,8 +9,9 @@
 #include "codec/decoder/decoder_options.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/open_failure.h"
-#include "codec/ffmpeg/owned.h"
 #include "codec/utils/field_order.h"
+
+struct AVFormatContext;
 
 namespace but {
 class Mutex;
@@ -78,9 +79,9 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   // The time in the file's stamps, in seconds, that counts as 0 for pictures and sound.
   void SetZero(double seconds);
 
-  // Ends as Finish does, and gives the opened file to a caller that reads packets; null if no input
-  // is open.
-  ffmpeg::UniqueInput TakeInput();
+  // Ends as Finish does, and gives the opened file to a caller that reads packets, and closes the
+  // file. Null if no input is open.
+  AVFormatContext* TakeInput();
 
   // The parts of the input if its clock restarts; null otherwise.
   std::shared_ptr<const JoinedParts> Joined() const;
