@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 
+#include "base/lock.h"
 #include "base/log.h"
 #include "base/log_backend.h"
 #include "codec/ffmpeg/log_bridge.h"
@@ -37,14 +38,14 @@ int LevelOf(spdlog::level::level_enum level) {
 class CallbackSink : public spdlog::sinks::sink {
  public:
   void Set(clipreverse_log_callback callback, void* user) {
-    const std::lock_guard<std::mutex> lock(mMutex);
+    const but::HeldLock held(&mLock);
     mCallback = callback;
     mUser = user;
   }
 
   void log(const spdlog::details::log_msg& message) override {
     if (tIsSpeaking) return;
-    const std::lock_guard<std::mutex> lock(mMutex);
+    const but::HeldLock held(&mLock);
     if (mCallback == nullptr) return;
     tIsSpeaking = true;
     try {
@@ -60,11 +61,10 @@ class CallbackSink : public spdlog::sinks::sink {
   void set_formatter(std::unique_ptr<spdlog::formatter> /*formatter*/) override {}
 
  private:
-  std::mutex mMutex;
-  // Under mMutex.
-  clipreverse_log_callback mCallback = nullptr;
-  void* mUser = nullptr;
-  std::string mLine;
+  but::Mutex mLock;
+  clipreverse_log_callback mCallback BUT_UNDER(mLock) = nullptr;
+  void* mUser BUT_UNDER(mLock) = nullptr;
+  std::string mLine BUT_UNDER(mLock);
 };
 
 // Never destroyed: threads of a job may outlive the program's main function.
