@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "base/file_identity.h"
+#include "base/first_error.h"
 #include "base/guarded.h"
 #include "base/local_file.h"
 #include "base/log.h"
@@ -44,7 +45,8 @@ Reverse::~Reverse() { Release(); }
 // A setting for which there is no memory fails the job's Init.
 template <typename Body>
 void Reverse::Set(const Body& body) {
-  but::Guarded(kTag, body, &mSettingError);
+  const int error = but::Guarded(kTag, body);
+  if (mSettingError == 0) mSettingError = error;
 }
 
 void Reverse::SetOutputParameter(const char* key, const char* value) {
@@ -68,7 +70,7 @@ void Reverse::SetSafeOutput(bool isSafe) { mOutput->SetSafe(isSafe); }
 void Reverse::SetKeepExisting(bool keeps) { mOutput->SetKeepExisting(keeps); }
 
 void Reverse::SetIndependent(bool isIndependent) {
-  mOutputParameters.SetInt32("independent", isIndependent ? 1 : 0);
+  Set([&] { mOutputParameters.SetInt32("independent", isIndependent ? 1 : 0); });
 }
 
 void Reverse::SetMemoryLimit(int64_t bytes) { mMemory->SetLimit(bytes); }
@@ -78,9 +80,15 @@ int64_t Reverse::MemoryNeeded() const { return mMemory->Needed(); }
 int64_t Reverse::MemoryGranted() const { return mMemory->Granted(); }
 
 int Reverse::Init() {
-  const int lost = mSettingError.Error();
-  const int result = lost != 0 ? lost : but::Guarded(kTag, [this] { return CreateParts(); });
-  if (result == 0) return 0;
+  // The walk uses the decoder and the writer that exist already, maybe on its own thread by now.
+  if (mIsInitialised) {
+    log_error(kTag, "the job was initialised before; make another one");
+    return -1;
+  }
+  const int result =
+      mSettingError != 0 ? mSettingError : but::Guarded(kTag, [this] { return CreateParts(); });
+  mIsInitialised = result == 0;
+  if (mIsInitialised) return 0;
   Fail(FailedStep::kHost, result);
   // Closed before it is removed.
   mLoop.reset();
@@ -283,9 +291,11 @@ void Reverse::Release() {
 }
 
 int Reverse::DoReverse() {
+  but::FirstError thrown;
   const int result = but::Guarded(
-      kTag, [this] { return MakeStep(); }, &mStepError);
-  Settle(FailedStep::kHost, mStepError.Error());
+      kTag, [this] { return MakeStep(); }, &thrown);
+  if (mStepError == 0) mStepError = thrown.Error();
+  Settle(FailedStep::kHost, mStepError);
   return result == 0 ? 0 : -1;
 }
 
@@ -295,7 +305,7 @@ int Reverse::MakeStep() {
     return -1;
   }
   // What an exception has left half done cannot go on.
-  if (mStepError.Error() != 0) return -1;
+  if (mStepError != 0) return -1;
   // A frame that cannot be written need not be decoded.
   if (mWriter != nullptr && mWriter->OutputError() != 0) return -1;
   if (HostError() != 0) return -1;

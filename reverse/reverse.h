@@ -8,7 +8,6 @@
 #include <memory>
 #include <string>
 
-#include "base/first_error.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/media_info.h"
 #include "codec/format/media_format.h"
@@ -64,7 +63,8 @@ class Reverse {
   // The bytes that the process may have, if MemoryNeeded is not 0. Otherwise 0.
   int64_t MemoryGranted() const;
 
-  // Opens input and output. 0, or -1 after an error line.
+  // Opens input and output. 0, or -1 after an error line. After an Init that has succeeded, another
+  // one answers -1 and changes nothing.
   int Init();
   // The length of the range after Init, which brings it inside the clip. Below 0 if the end lies
   // before the start.
@@ -186,10 +186,11 @@ class Reverse {
   JobAccount mAccount;
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;
+  bool mIsInitialised = false;
   bool mIsStrict = false;
   bool mDiscardsCancelled = false;
-  but::FirstError mSettingError;
-  but::FirstError mStepError;     // that a step has thrown
+  int mSettingError = 0;          // the first
+  int mStepError = 0;             // that a step has thrown
   MediaFormat mOutputParameters;  // of the caller; they replace the job's own
 
   // Shared by the caller's thread and the worker.

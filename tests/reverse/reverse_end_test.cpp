@@ -196,5 +196,22 @@ TEST(ReverseEnd, StaysWhenTheJobIsStartedOnceMore) {
   EXPECT_TRUE(job.WaitForEnd(kHour)) << "there is no second run";
 }
 
+// The work goes on with what was opened first.
+TEST(ReverseEnd, IsNotDisturbedByAnotherInit) {
+  Gate gate;
+  GatedJob job(&gate);
+  ASSERT_EQ(job.Init(), 0);
+  EXPECT_EQ(job.Init(), -1);
+  ASSERT_EQ(job.Start(), 0);
+  EXPECT_EQ(job.Init(), -1);
+  gate.opener.set_value();
+  ASSERT_TRUE(job.WaitForEnd(kHour));
+  EXPECT_EQ(job.Init(), -1);
+  job.Release();
+  EXPECT_EQ(job.Result(), 0);
+  EXPECT_EQ(job.Failure().step, FailedStep::kNone);
+  EXPECT_EQ(gate.pictures, 125);
+}
+
 }  // namespace
 }  // namespace codec

@@ -351,6 +351,7 @@ TEST(CallFaults, OfJobsAreAnswers) {
           use->job.SetOutputParameter(kLongText, kLongText);
           use->job.SetMirror(true);
           use->job.SetSafeOutput(true);
+          use->job.SetIndependent(true);
           use->job.SetMemoryLimit(Reverse::kHostMemory);
           return 0;
         };
@@ -395,16 +396,17 @@ TEST(CallFaults, OfJobsAreAnswers) {
 
 // A setting that is lost must not be missed in silence.
 TEST(CallFaults, OfAJobsSettingsFailItsInit) {
-  for (const bool isMirror : {false, true}) {
+  using Setting = void (*)(Reverse*);
+  for (const Setting set :
+       {Setting{[](Reverse* job) { job->SetMirror(true); }},
+        Setting{[](Reverse* job) { job->SetCopy(true); }},
+        Setting{[](Reverse* job) { job->SetIndependent(true); }},
+        Setting{[](Reverse* job) { job->SetOutputParameter(kLongText, kLongText); }}}) {
     JobInUse use;
     {
       Fault fault(FaultCall::operator_new);
       fault.Once();
-      if (isMirror) {
-        use.job.SetMirror(true);
-      } else {
-        use.job.SetOutputParameter(kLongText, kLongText);
-      }
+      set(&use.job);
       ASSERT_EQ(fault.Failed(), 1);
     }
     EXPECT_EQ(use.job.Init(), -1);
