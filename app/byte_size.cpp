@@ -3,8 +3,9 @@
 
 #include <cctype>
 #include <cmath>
-#include <cstdlib>
 #include <string_view>
+
+#include "base/plain_number.h"
 
 namespace app {
 namespace {
@@ -34,7 +35,7 @@ int64_t ParseByteSize(const std::string& text) {
   const bool isNumber = number.find_first_of("0123456789") != std::string::npos &&
                         number.find('.') == number.rfind('.');
   if (!isNumber || power < 0) return -1;
-  const double bytes = std::floor(std::strtod(number.c_str(), nullptr) * std::pow(1024.0, power));
+  const double bytes = std::floor(but::ReadPlainNumber(number.c_str()) * std::pow(1024.0, power));
   return bytes >= 1 && bytes <= kMost ? static_cast<int64_t>(bytes) : -1;
 }
 

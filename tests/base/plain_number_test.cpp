@@ -11,6 +11,7 @@
 #include <limits>
 #include <locale>
 
+#include "app/byte_size.h"
 #include "codec/format/media_format.h"
 #include "tests/support/command.h"
 
@@ -73,6 +74,9 @@ TEST_F(PlainNumberInALocale, IsWhatABagOfSettingsHolds) {
   EXPECT_EQ(format.GetDouble("frame-rate", rate), 0);
   EXPECT_EQ(rate, 29.97);
 }
+
+// Programs of C give sizes as texts.
+TEST_F(PlainNumberInALocale, IsWhatASizeIsGivenAs) { EXPECT_EQ(app::ParseByteSize("1.5K"), 1536); }
 
 }  // namespace
 }  // namespace but
