@@ -222,6 +222,11 @@ int Reverse::CreateWriter() {
 MediaWriter* Reverse::MakeWriter(MediaFormat& format) { return mReversal->MakeWriter(format); }
 
 int Reverse::Start() {
+  // Another attempt takes back that one has failed: its output would be taken away by Release.
+  if (mFailure.step == FailedStep::kStart) {
+    mFailure = {};
+    mResult = 0;
+  }
   const int result = but::Guarded(kTag, [this] { return StartThreads(); });
   if (result == 0) return 0;
   mResult = result == -1 ? -EAGAIN : result;

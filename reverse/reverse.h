@@ -72,7 +72,8 @@ class Reverse {
   // What the input holds. Blank until Init has opened the input. Stays if Init fails after that.
   const MediaInfo& InputInfo() const { return mInputInfo; }
   // Starts the work. 0, or -1 after an error line: then the job is over, and its result is an
-  // error. If the reason was that the host gave no thread, its progress is 100.
+  // error, unless another Start succeeds. If the reason was that the host gave no thread, its
+  // progress is 100, and another Start fails, too.
   int Start();
   // Percent done, 0 to 100; 0 before Start.
   float GetProgress();

@@ -172,6 +172,9 @@ TEST(ReverseEnd, NeedsNoWaitWhereNoWorkWasBegun) {
   ASSERT_EQ(job.Start(), 0);
   EXPECT_TRUE(job.WaitForEnd(kHour));
   EXPECT_EQ(gate.pictures, 125) << "the second attempt is waited for";
+  job.Release();
+  EXPECT_EQ(job.Result(), 0);
+  EXPECT_EQ(job.Failure().step, FailedStep::kNone);
 }
 
 TEST(ReverseEnd, NeedsNoWaitWhereTheHostGivesNoThread) {
