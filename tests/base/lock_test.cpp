@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <stdexcept>
@@ -84,6 +85,23 @@ TYPED_TEST(BlockingLock, LetsOneThreadInAtATime) {
   second.join();
   EXPECT_EQ(count, 40000);
   EXPECT_EQ(mostInside, 1);
+}
+
+// The pause is for a thread that is let in: it gets this long to show.
+TYPED_TEST(BlockingLock, KeepsAnotherThreadWaiting) {
+  TypeParam lock;
+  std::atomic<bool> isInside = false;
+  lock.Lock();
+  std::thread other([&] {
+    lock.Lock();
+    isInside = true;
+    lock.Unlock();
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_FALSE(isInside);
+  lock.Unlock();
+  other.join();
+  EXPECT_TRUE(isInside);
 }
 
 TEST(Mutex, HandsOutItsNativeMutex) {

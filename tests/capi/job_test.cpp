@@ -151,6 +151,7 @@ TEST(CJob, AnswersNullPointers) {
   EXPECT_EQ(clipreverse_set_output(job, nullptr), CLIPREVERSE_ERROR_ARGUMENT);
   EXPECT_EQ(clipreverse_set_range(nullptr, 0, 0), CLIPREVERSE_ERROR_ARGUMENT);
   EXPECT_EQ(clipreverse_set_range(job, std::nan(""), 0), CLIPREVERSE_ERROR_ARGUMENT);
+  EXPECT_EQ(clipreverse_set_range(job, 0, std::nan("")), CLIPREVERSE_ERROR_ARGUMENT);
   EXPECT_EQ(clipreverse_set_option(nullptr, "a", "b"), CLIPREVERSE_ERROR_ARGUMENT);
   EXPECT_EQ(clipreverse_set_option(job, nullptr, "b"), CLIPREVERSE_ERROR_ARGUMENT);
   EXPECT_EQ(clipreverse_set_option(job, "crf", nullptr), CLIPREVERSE_ERROR_ARGUMENT);

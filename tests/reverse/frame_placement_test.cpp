@@ -65,6 +65,7 @@ TEST(MirrorPlacement, HoldsTheStartAndLeavesOutTheEnd) {
   EXPECT_TRUE(WritePicture(&placement, 1 - 1e-7));
   EXPECT_FALSE(WritePicture(&placement, 0.9));
   EXPECT_EQ(Stamps(writer), (std::vector<int64_t>{0, 500000}));
+  EXPECT_EQ(placement.Timeless().timeless, 0) << "what is outside of the range is no loss";
 }
 
 TEST(MirrorPlacement, StampsHoursToTheMicrosecond) {

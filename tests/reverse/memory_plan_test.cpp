@@ -59,6 +59,7 @@ TEST(MemoryPlan, FitsIntoTheLeastLimitAndIntoNoSmallerOne) {
     EXPECT_TRUE(smallest.Fits());
     EXPECT_EQ(smallest.Threads(), 1);
     EXPECT_EQ(smallest.Least(), least);
+    EXPECT_GE(smallest.StepBytes() + smallest.AheadBytes() + smallest.ReplayBytes(), picture);
     EXPECT_LT(smallest.AheadBytes(), picture) << "nothing is read ahead";
     EXPECT_LT(smallest.ReplayBytes(), picture) << "nothing is replayed";
   }

@@ -115,5 +115,16 @@ TEST(AnswerPlaces, BeginsAgainAfterAFlush) {
   EXPECT_EQ(places.Answered(), 0);
 }
 
+TEST(AnswerPlaces, ForgetsPacketsUnderWayAtAFlush) {
+  AnswerPlaces places(1);
+  places.Sent(1);
+  places.Sent(2);
+  places.Flush();
+  places.Sent(7);
+  places.Sent(8);
+  places.Gave(8);
+  EXPECT_EQ(places.Answered(), 1);
+}
+
 }  // namespace
 }  // namespace codec
