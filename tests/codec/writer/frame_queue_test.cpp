@@ -87,6 +87,8 @@ TEST(WakeSignal, EndsAWaitInAnotherThread) {
   WakeSignal wake;
   const uint64_t ticket = wake.Ticket();
   std::thread waiter([&] { wake.WaitBeyond(ticket, std::chrono::hours(1)); });
+  // So that the wait has begun: a signal before the wait needs to wake nobody.
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
   wake.Signal();
   waiter.join();
 }
