@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <mutex>
 #include <thread>
@@ -123,7 +124,14 @@ TEST(FrameStock, GoesOnWhereTheLimitIsLifted) {
   stock.Limit(1);
   std::unique_ptr<FrameBuffer> first = stock.Get();
   std::unique_ptr<FrameBuffer> second;
-  std::thread taker([&] { second = stock.Get(); });
+  std::atomic<bool> isServed{false};
+  std::thread taker([&] {
+    second = stock.Get();
+    isServed = true;
+  });
+  // A taker that does not wait gets this long to show.
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_FALSE(isServed);
   stock.LiftLimit();
   taker.join();
   EXPECT_NE(second, nullptr);

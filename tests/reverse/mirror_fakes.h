@@ -55,12 +55,17 @@ class FakeSound : public SoundReader {
         out->samples.push_back(-static_cast<float>(block.first + i));
       }
     }
+    for (const LostSound& one : lost) {
+      if (one.time < to && one.time + one.seconds > from) out->lost.push_back(one);
+    }
     return 0;
   }
 
   // Reading inside this stretch fails, in seconds.
   double failsFrom = std::numeric_limits<double>::infinity();
   double failsTo = 0;
+  // Each reading tells of those that reach into what it reads.
+  std::vector<LostSound> lost;
 
  private:
   struct Block {

@@ -72,6 +72,17 @@ TEST(MirroredSound, IsSilentWhereReadingFails) {
   EXPECT_TRUE(std::equal(written.begin() + 4100, written.end(), expected.begin() + 4100));
 }
 
+// Readings overlap, so that sound at a border of two is told of twice.
+TEST(MirroredSound, CountsLostSoundOnce) {
+  FakeSound sound;
+  sound.lost = {{1.99, 0.5}, {3.01, 0.25}, {5.5, 0.125}};
+  FakeSoundWriter writer;
+  MirroredSound mirrored(&sound, &writer, 0, 6, kRate);
+  mirrored.Finish();
+  EXPECT_EQ(mirrored.Account().lost, 0.875);
+  EXPECT_EQ(mirrored.Account().firstLost, 1.99);
+}
+
 TEST(MirroredSound, WritesAtMostASecondAhead) {
   FakeSound sound;
   sound.Add(0, std::vector<int>(300, 64));

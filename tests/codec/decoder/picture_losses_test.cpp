@@ -90,6 +90,16 @@ TEST(PictureLosses, ExpectsTheSameAfterEachRestart) {
   EXPECT_EQ(losses.Take(0, 1, kMilliseconds, 0).undecoded, 2);
 }
 
+// The pictures before a restart may never come again.
+TEST(PictureLosses, CountsPicturesThatWereOnlyExpectedBeforeARestart) {
+  PictureLosses losses;
+  losses.Expect(400);
+  losses.Restart();
+  losses.Expect(100);
+  losses.Give(100);
+  EXPECT_EQ(losses.Take(0, 1, kMilliseconds, 0).undecoded, 1);
+}
+
 TEST(PictureLosses, CountsAllIfNoPictureComes) {
   PictureLosses losses;
   losses.Expect(0);

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "codec/filter/orientation_filter.h"
 #include "codec/filter/rotate_filter.h"
 #include "codec/filter/scale_filter.h"
 #include "tests/codec/filter/filter_fixture.h"
@@ -36,6 +37,22 @@ MediaFormat RotateFormat(Size size, int rotation, int type, const char* name) {
   format.SetInt32("rotate-color-type", type);
   format.SetString("color-format", name);
   return format;
+}
+
+TEST(OrientationFilter, TakesEvenSizesAndTheEightOrientations) {
+  const auto configure = [](Size size, int orientation) {
+    OrientationFilter filter;
+    MediaFormat format = FormatOf(size);
+    format.SetInt32("orientation", orientation);
+    return filter.Configure(format);
+  };
+  for (int orientation = 1; orientation <= 8; ++orientation) {
+    EXPECT_EQ(configure({6, 4}, orientation), 0) << orientation;
+  }
+  EXPECT_EQ(configure({6, 4}, 0), -1);
+  EXPECT_EQ(configure({6, 4}, 9), -1);
+  EXPECT_EQ(configure({5, 4}, 1), -1);
+  EXPECT_EQ(configure({6, 3}, 1), -1);
 }
 
 TEST(ScaleFilter, AveragesBlocksWhenItHalves) {
