@@ -41,6 +41,20 @@ TEST(UndoRounding, FindsThePlacesThatWereRounded) {
   }
 }
 
+// The first stamp is as wrong as any other. All of them together tell more.
+TEST(UndoRounding, DoesNotRelyOnTheFirstStamp) {
+  constexpr int kRate = 44100;
+  for (const int samples : {576, 960, 1024, 1152}) {
+    std::vector<SampleBlock> blocks;
+    constexpr int64_t kFirst = 20;  // 0.45 milliseconds
+    for (int64_t place = kFirst; place < kRate; place += samples) {
+      blocks.push_back({Rounded(place, kRate), samples});
+    }
+    ASSERT_EQ(blocks[0].start, 0);
+    EXPECT_NEAR(static_cast<double>(Starts(blocks, kRate)[0]), double{kFirst}, 8.0) << samples;
+  }
+}
+
 TEST(UndoRounding, LeavesExactStampsAlone) {
   const std::vector<SampleBlock> blocks = {{100, 1024}, {1124, 1024}, {2148, 17}, {2165, 1}};
   EXPECT_EQ(Starts(blocks, 48000), (std::vector<int64_t>{100, 1124, 2148, 2165}));

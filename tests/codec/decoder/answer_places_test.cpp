@@ -122,6 +122,7 @@ TEST(AnswerPlaces, ForgetsPacketsUnderWayAtAFlush) {
   places.Flush();
   places.Sent(7);
   places.Sent(8);
+  places.SentEnd(0);
   places.Gave(8);
   EXPECT_EQ(places.Answered(), 1);
 }

@@ -49,6 +49,14 @@ TEST(PictureLosses, TellsEachStretchOnce) {
   EXPECT_EQ(losses.Take(0, 1, kMilliseconds, 0).Count(), 0);
 }
 
+TEST(PictureLosses, LeavesThePictureAtTheEndOfAStretchToTheNext) {
+  PictureLosses losses;
+  losses.Lose(2000, Loss::kUndecoded);
+  EXPECT_EQ(losses.Take(1, 2, kMilliseconds, 0).Count(), 0);
+  losses.Lose(1000, Loss::kUndecoded);
+  EXPECT_EQ(losses.Take(1, 2, kMilliseconds, 0).Count(), 1);
+}
+
 TEST(PictureLosses, CountsTimesFromZero) {
   PictureLosses losses;
   losses.Lose(10500, Loss::kUndecoded);
