@@ -78,8 +78,7 @@ TEST(CopyJob, RefusesKeysOfPictures) {
   job.SetOutputParameter("target-width", "320");
   EXPECT_EQ(job.Init(), -1);
   EXPECT_EQ(job.Failure().step, FailedStep::kCopy);
-  EXPECT_EQ(job.Failure().obstacle,
-            "target-width is for pictures that are encoded; leave it out");
+  EXPECT_EQ(job.Failure().obstacle, "target-width is for pictures that are encoded; leave it out");
   EXPECT_FALSE(std::filesystem::exists(output));
 }
 
