@@ -72,7 +72,8 @@ typedef enum clipreverse_log_level {
 typedef struct clipreverse_job clipreverse_job;
 
 // Told how far a job is, from 0 to 100. Called inside clipreverse_wait, by the thread that waits.
-// May call clipreverse_cancel and clipreverse_get, and nothing else of the job.
+// May call clipreverse_cancel and clipreverse_get, and nothing else of the job. SIGPIPE and SIGXFSZ
+// are held back meanwhile, as in all calls: a callback that writes into a closed pipe gets EPIPE.
 typedef void (*clipreverse_progress_callback)(void* user, double percent);
 
 // Given the lines of the log, without their ends. Called by the thread that speaks: one that calls
