@@ -45,7 +45,7 @@ Order WithSourceKeys(Order order) {
     for (const auto& [key, value] : list) values.push_back({key, value});
   };
   add(keys.video);
-  if (!order.isCopy && !AsksForQuality(order)) add(keys.quality);
+  if (!AsksForQuality(order)) add(keys.quality);
   const bool choosesSound = !IsGiven(order, "audio-codec");
   if (choosesSound) add(keys.sound);
   add(keys.always);

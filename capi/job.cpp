@@ -207,7 +207,7 @@ double Job::Percent() const {
 }
 
 int Job::Finish() {
-  // Counts if an exception comes in between: then the end is known, but not what it was.
+  // Stays if the next call throws: the job has ended then, without a result.
   mEnd = CLIPREVERSE_ERROR_MEMORY;
   if (mRun->Finish() != 0) return FailAsRun();
   mEnd = CLIPREVERSE_OK;

@@ -96,8 +96,8 @@ bool Keeps(const AVCodec* encoder, AVPixelFormat format) {
 }
 
 // Of the encoders of a codec the first one that keeps the pictures as they are, else the first one.
-const AVCodec* VideoEncoder(const SourceForm& source) {
-  const VideoRow* const row = RowOf(source.video);
+// `row`: of the source's codec; null if there is none.
+const AVCodec* VideoEncoder(const SourceForm& source, const VideoRow* row) {
   if (row == nullptr) return OwnEncoder(source.video);
   const AVCodec* first = nullptr;
   for (const char* const name : row->encoders) {
@@ -129,8 +129,8 @@ bool TakesRate(const SourceForm& source, const AVCodec* encoder, int64_t bitRate
   return avcodec_open2(context.get(), encoder, nullptr) >= 0;
 }
 
-// The older kind has few sizes, and a few rates for each, of which the source has one, rounded in
-// its way.
+// The bit rate of the source's older kind of DNxHD; 0 if there is none. That kind has a few sizes
+// and a few rates for each size. A file tells its rate rounded, so the nearest rates are tried.
 int64_t DnxhdRate(const SourceForm& source, const AVCodec* encoder) {
   constexpr int64_t kMegabit = 1000000;
   constexpr double kMostOff = 0.1;
@@ -177,8 +177,8 @@ std::string Missing(AVCodecID codec, const char* instead) {
 }
 
 void AddVideo(const SourceForm& source, LikeSourceKeys* keys) {
-  const AVCodec* encoder = VideoEncoder(source);
   const VideoRow* row = RowOf(source.video);
+  const AVCodec* const encoder = VideoEncoder(source, row);
   if (encoder == nullptr) {
     keys->missingVideo = Missing(source.video, "H.264");
     row = RowOf(AV_CODEC_ID_H264);

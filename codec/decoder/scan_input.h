@@ -16,8 +16,8 @@ struct ScanInput {
   const AVStream* video = nullptr;  // the best one, as the next one owned by the file; null if none
   const AVStream* sound = nullptr;  // the one that was asked for
 
-  // Opens a local file, of which only the packets of these two streams are read. `soundStream`
-  // below 0 for none. `parts` as for InputFile::Join. 0, or -1 with the reason logged.
+  // Opens a local file. Only the packets of the best video and of `soundStream` are read; below 0
+  // for no sound. `parts` as for InputFile::Join. 0, or -1 with the reason logged.
   int Open(const std::string& path, int soundStream,
            const std::shared_ptr<const JoinedParts>& parts);
   // The same with a file that another object has opened.

@@ -72,7 +72,7 @@ class AudioEncoder : public AudioTrack, private PendingPackets {
   size_t mNextJob = 0;
   size_t mNextPacket = 0;
   int mLateResult = 0;            // of a frame that failed after its call; the next call gives it
-  std::optional<int64_t> mDelay;  // of a packet's stamp behind its frame's, once seen
+  std::optional<int64_t> mDelay;  // from a frame's stamp to its packet's; empty before the first
   bool mIsRegular = true;         // no packet had another delay, all samples are usual
   std::unique_ptr<AudioEncodeThread> mThread;  // ends before the context goes
 };

@@ -31,8 +31,9 @@ bool TakesCodec(const char* path, AVCodecID codec);
 bool RefusesCodec(const char* path, const char* encoder);
 
 // Whether readers of the container will know packets of this codec for what they are. Many
-// containers see to that themselves when they write their header. This one asks those that do not:
-// AVI, and the containers without time stamps, most of which are the bare packets of one codec.
+// containers see to that themselves when they write their header. Here AVI and the containers
+// without time stamps are asked, which do not; most of the latter are the bare packets of one
+// codec.
 bool TakesPackets(const AVOutputFormat& format, const AVCodecParameters& codec, const char* path);
 
 // FFmpeg's names of encoders; null for none.

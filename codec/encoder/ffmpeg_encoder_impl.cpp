@@ -18,14 +18,10 @@ constexpr char kTag[] = "codec::FFmpegEncoderImpl";
 // What GetParameter answers to "next-frame-type" if no frame is wanted; a FrameType otherwise.
 constexpr int kNeither = 0;
 
-int AudioFrameSize(const AudioTrack& audio) {
-  return audio.FrameSize() < 1 ? 1024 : audio.FrameSize();
-}
-
 // Microseconds.
 int AudioFrameDuration(const AudioTrack& audio) {
   if (audio.SampleRate() < 1) return 0;
-  return static_cast<int>(static_cast<int64_t>(AudioFrameSize(audio)) * 1000000 /
+  return static_cast<int>(static_cast<int64_t>(audio.UsualFrameSize()) * 1000000 /
                           audio.SampleRate());
 }
 
@@ -35,7 +31,7 @@ struct AudioParameter {
 };
 
 constexpr std::array<AudioParameter, 3> kAudioParameters = {{
-    {"audio-frame-size", &AudioFrameSize},
+    {"audio-frame-size", [](const AudioTrack& audio) { return audio.UsualFrameSize(); }},
     {"audio-frame-duration", &AudioFrameDuration},
     {"sample-rate", [](const AudioTrack& audio) { return audio.SampleRate(); }},
 }};
@@ -62,7 +58,7 @@ void FFmpegEncoderImpl::SetParameter(const char* key, const char* value) {
 
 int FFmpegEncoderImpl::Open() {
   const int result = OpenParts();
-  // Where no closer reason is known, the settings are to blame.
+  // If no other reason is known, the settings were wrong.
   if (result != 0 && OutputError() == 0) mFile.Remember(AVERROR(EINVAL));
   return result;
 }

@@ -63,6 +63,8 @@ class AudioTrack {
 
   // Samples per channel that the encoder takes at once; below 1 when it takes any number.
   virtual int FrameSize() const = 0;
+  // Samples per channel to give at once: FrameSize, or 1024 if the encoder takes any number.
+  int UsualFrameSize() const { return FrameSize() < 1 ? 1024 : FrameSize(); }
   virtual int SampleRate() const = 0;
   virtual int StreamIndex() const = 0;
   // Seconds that the track has come to.

@@ -155,12 +155,15 @@ int OutputFile::WriteNow(AVPacket* packet, AVRational encoderTimeBase, OutputTra
   return Remember(av_interleaved_write_frame(mContext.get(), packet));
 }
 
+void OutputFile::KeepSlotsEven() {
+  mKeepsSlotsEven =
+      mContext != nullptr && HasFixedRate(*Format()) && (Format()->flags & AVFMT_TS_NEGATIVE) == 0;
+}
+
 void OutputFile::RaisePriming(AVPacket* packet, OutputTrack* track) const {
   const bool isFirst = track->lastDts == AV_NOPTS_VALUE;
   const bool isSound = track->stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
-  const bool hasSlots =
-      mContext != nullptr && HasFixedRate(*Format()) && (Format()->flags & AVFMT_TS_NEGATIVE) == 0;
-  if (isFirst && isSound && hasSlots && packet->dts != AV_NOPTS_VALUE && packet->dts < 0) {
+  if (isFirst && isSound && packet->dts != AV_NOPTS_VALUE && packet->dts < 0) {
     track->rise = -packet->dts;
   }
   if (packet->dts != AV_NOPTS_VALUE) packet->dts += track->rise;

@@ -44,8 +44,9 @@ class OutputFile {
 
   // Containers that count pictures in slots of one length (AVI) move all streams until no stamp is
   // negative. If the first packet of sound is, for its encoder's priming, the pictures get between
-  // two slots and one slot stays empty. With this, sound alone is moved. Off unless called.
-  void KeepSlotsEven() { mKeepsSlotsEven = true; }
+  // two slots and one slot stays empty. With this, sound alone is moved. Off unless called, after
+  // Create.
+  void KeepSlotsEven();
 
   bool Exists() const { return mContext != nullptr; }
   const AVOutputFormat* Format() const { return mContext->oformat; }

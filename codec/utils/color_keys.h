@@ -25,7 +25,8 @@ PictureColors ColorsOf(const AVCodecContext& context);
 //   gray                           limited  kept         kept
 //   RGB, palettes                  limited  BT.601       kept
 //
-// Chroma that is made of more samples lies in the middle of these, that of 4:2:0 where it was.
+// A chroma sample that is made of several lies in the middle of them. Chroma of 4:2:0 stays where
+// it was.
 PictureColors ConvertedColors(const PictureColors& source, const std::string& inputFormat,
                               const std::string& outputFormat);
 

@@ -25,7 +25,7 @@ class AudioTimeline {
 
   // Whether the stamps are more than a second behind the block and behind its start.
   bool NeedsSilence(const Block& block) const;
-  // Whether the stamps are so far behind the block's start that its time must be wrong.
+  // Whether the block's start is more than a day later than the next stamp. Such a time is wrong.
   bool IsBeyondADay(const Block& block) const {
     return block.early - mNext > int64_t{24} * 3600 * 1000000;
   }

@@ -29,8 +29,7 @@ bool FrameQueue::Empty() {
 }
 
 size_t FrameQueue::Size() {
-  mLock.Lock();
-  const but::LockGuard guard(&mLock);
+  const but::HeldLock held(&mLock);
   return mFrames.Size();
 }
 

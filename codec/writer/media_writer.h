@@ -28,8 +28,8 @@ class MediaWriter {
   virtual void Stop() = 0;
   // One frame, copied before the call returns; `type` is a FrameType, `size` is in bytes, `pts` in
   // microseconds. A picture is of "width" x "height" in "input-color-format", packed: planes one
-  // after another, rows without padding; it must be newer than the one before it. Behind a planar
-  // picture width + 64 bytes more must be readable, because image routines round chroma sizes up.
+  // after another, rows without padding. Each picture is newer than the picture before. After a
+  // planar picture width + 64 bytes more must be readable: image routines round chroma sizes up.
   // Sound is a block of any number of samples of the type of "sample-format", interleaved also
   // where that is planar. What goes wrong is logged and shows in OutputError.
   virtual void WriteFrame(int type, uint8_t* data, uint32_t size, int64_t pts) = 0;

@@ -10,7 +10,7 @@ namespace codec {
 // Whether the output that `format` describes, with pictures from the stream `source`, can be
 // written, and a picture comes out of it as it went in. Containers tell no sooner: some refuse a
 // codec with their header, some write what nothing can read. So a file with one picture is made in
-// memory. Where no file can be made in memory, the answer is yes.
+// memory. If the host gives no such file, the answer is yes.
 //
 // H.264 and HEVC may be put into another frame, since MP4 parts their units in another way than
 // transport streams. `picture` may be null; it stays as it is.

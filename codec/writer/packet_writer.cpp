@@ -13,9 +13,6 @@ namespace {
 
 constexpr char kTag[] = "codec::PacketWriter";
 
-// Of encoders that take any number of samples.
-constexpr int kUsualSamples = 1024;
-
 }  // namespace
 
 int PacketWriter::Configure(MediaFormat& format) {
@@ -34,9 +31,9 @@ int PacketWriter::Open() {
   if (mPictures.Create(mSource) != 0) return -1;
   if (mSettings.hasAudio) {
     if (mSound.Create({}) != 0) return -1;
-    const int samples = mSound.FrameSize() < 1 ? kUsualSamples : mSound.FrameSize();
     mFrameBytes = static_cast<size_t>(BytesPerSample(mSettings.sampleFormat)) *
-                  static_cast<size_t>(mSettings.channelCount) * static_cast<size_t>(samples);
+                  static_cast<size_t>(mSettings.channelCount) *
+                  static_cast<size_t>(mSound.UsualFrameSize());
   }
   mFile.Tag(mSettings);
   mFile.StampMetadata();
