@@ -40,6 +40,10 @@ std::string LossText(const codec::JobAccount& account) {
     parts.push_back(SecondsText(account.sound.lost) + " of sound could not be decoded" +
                     FirstText(account.sound.firstLost));
   }
+  if (account.input.Missing() > 0) {
+    parts.push_back("the file is cut off: it tells of " + std::to_string(account.input.told) +
+                    " bytes and holds " + std::to_string(account.input.held));
+  }
   std::string text;
   for (const std::string& part : parts) text += (text.empty() ? "" : ", ") + part;
   return text;

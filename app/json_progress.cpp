@@ -110,10 +110,12 @@ std::string JsonProgress::Fields() const {
 // After the run only, with a comma before the first one. Empty if there is no account.
 std::string JsonProgress::AccountFields() const {
   if (!mAccount.has_value()) return "";
+  const int64_t missing = mAccount->input.Missing();
   return ",\"pictures\":" + std::to_string(mAccount->pictures) +
          ",\"sound\":" + Number(mAccount->sound.written, 3) +
          ",\"lost_pictures\":" + std::to_string(mAccount->lost.Count()) +
-         ",\"lost_sound\":" + Number(mAccount->sound.lost, 3);
+         ",\"lost_sound\":" + Number(mAccount->sound.lost, 3) +
+         (missing > 0 ? ",\"missing_bytes\":" + std::to_string(missing) : "");
 }
 
 // In one write, so that no line of the log comes between.

@@ -22,7 +22,8 @@ std::string JsonText(const std::string& text);
 // Position and length of the range in seconds, speed as a multiple of playing, seconds left, bytes
 // written. What is not known yet is null. The last line has "result" too, "done" or "failed", and
 // for the latter "advice", a sentence. Of a run that was begun the last line also tells the
-// "pictures" and the seconds of "sound" that were reversed, "lost_pictures" and "lost_sound".
+// "pictures" and the seconds of "sound" that were reversed, "lost_pictures" and "lost_sound", and
+// "missing_bytes" if the clip is cut off.
 class JsonProgress : public ProgressObserver {
  public:
   // `file` is open and stays so. `clock` gives seconds that never run backwards.

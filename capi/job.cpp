@@ -85,6 +85,9 @@ constexpr std::array kAccountFigures = {
     AccountFigure{"sound", [](const codec::JobAccount& a) { return a.sound.written; }},
     AccountFigure{"lost-sound", [](const codec::JobAccount& a) { return a.sound.lost; }},
     AccountFigure{
+        "missing-bytes",
+        [](const codec::JobAccount& a) { return static_cast<double>(a.input.Missing()); }},
+    AccountFigure{
         "first-loss",
         [](const codec::JobAccount& a) { return std::min(a.lost.first, a.sound.firstLost); }},
 };

@@ -57,6 +57,7 @@ foreach(header
         codec/decoder/decoder_options.h
         codec/decoder/ffmpeg_decoder.h
         codec/decoder/ffmpeg_decoder_impl2.h
+        codec/decoder/file_extent.h
         codec/decoder/lost_pictures.h
         codec/decoder/media_info.h
         codec/decoder/open_failure.h

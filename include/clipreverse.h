@@ -142,6 +142,7 @@ CLIPREVERSE_API int clipreverse_cancel(clipreverse_job* job);
 // and after the end:
 //   "pictures", "lost-pictures"   written; met in the clip, but not written
 //   "sound", "lost-sound"         the same in seconds
+//   "missing-bytes"               of the clip's file, if it is cut off within the range or before
 //   "first-loss"                  seconds, of the earliest loss; infinite if there is none
 //   "memory-needed"               bytes, if the job has failed because it may not have them
 CLIPREVERSE_API int clipreverse_get(clipreverse_job* job, const char* name, double* value);

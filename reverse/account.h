@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "codec/decoder/file_extent.h"
 #include "codec/decoder/lost_pictures.h"
 
 namespace codec {
@@ -22,9 +23,12 @@ struct JobAccount {
   int64_t pictures = 0;  // written
   LostPictures lost;     // met, but not written
   SoundAccount sound;    // the same of the sound
+  // Of the input, if it was cut off within the range or before; otherwise blank. Nobody knows how
+  // much of the range the bytes are that are missing.
+  FileExtent input;
 
   // Whether nothing was lost.
-  bool IsWhole() const { return lost.Count() == 0 && !(sound.lost > 0); }
+  bool IsWhole() const { return lost.Count() == 0 && !(sound.lost > 0) && input.Missing() == 0; }
 };
 
 }  // namespace codec

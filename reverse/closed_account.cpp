@@ -20,6 +20,7 @@ JobAccount ClosedAccount(const BackwardWalk& walk, double start, double end, Med
     const int64_t met = reversal.CountPictures(start, end);
     lost.unread = std::max<int64_t>(met - account.pictures - lost.Count(), 0);
   }
+  if (isDone && !walk.SawLaterPicture()) account.input = reversal.InputExtent();
   return account;
 }
 

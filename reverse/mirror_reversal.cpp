@@ -7,6 +7,7 @@
 
 #include "base/log.h"
 #include "base/plain_number.h"
+#include "codec/decoder/cut_off_file.h"
 #include "codec/decoder/hdr_light.h"
 #include "codec/decoder/picture_scan.h"
 #include "codec/decoder/quiet_scan.h"
@@ -80,6 +81,7 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
                             MediaInfo* info) {
   if (info->has_video == 0) return 0;
   mPath = path;
+  mExtent = ReadExtent(path);
   mSoundStream = decoder->SoundStream();
   mJoined = decoder->Joined();
   decoder->LeaveSoundOut();

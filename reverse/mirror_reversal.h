@@ -38,6 +38,8 @@ class MirrorReversal : public Reversal {
                 MediaFormat* format) const override;
   std::unique_ptr<FramePlacement> Place(MediaWriter* writer, ReverseRange* range) override;
   int64_t CountPictures(double start, double end) const override;
+  // As it was when the input was opened: a file may grow meanwhile.
+  FileExtent InputExtent() const override { return mExtent; }
   int HostError() const override;
 
  protected:
@@ -63,6 +65,7 @@ class MirrorReversal : public Reversal {
   EncoderSettings mWishes;      // what the caller wants of the encoders
   bool mTurnsPictures = false;  // the caller wants turned pictures
   std::string mPath;
+  FileExtent mExtent;
   std::shared_ptr<const JoinedParts> mJoined;  // null unless the clock restarts
   int mSoundStream = -1;                       // FFmpeg's number; -1 without sound
   double mZero = 0;                            // of the mirror, in the file's stamps, in seconds

@@ -8,6 +8,7 @@
 #include "codec/decoder/decoder_options.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
+#include "codec/decoder/file_extent.h"
 #include "codec/decoder/media_info.h"
 #include "codec/format/media_format.h"
 #include "codec/writer/media_writer.h"
@@ -66,6 +67,9 @@ class Reversal {
   // The pictures of a range, in seconds, as the packets of the whole file tell; reads all of them.
   // Below 0 if nobody can tell.
   virtual int64_t CountPictures(double /*start*/, double /*end*/) const { return -1; }
+
+  // What the input lacks, if it is known that its end was cut off; otherwise blank.
+  virtual FileExtent InputExtent() const { return {}; }
 
   // The first failure of the host that has cost a frame, as FFmpeg's negative number, besides the
   // failures that the decoder knows of; 0 if there was none.

@@ -87,7 +87,7 @@ bool SegmentReader::Read(double from) {
     if (isWanted) {
       Keep(std::move(frame));
     } else {
-      if (frame->type == kVideoFrame) mSawLater = true;
+      mSawLater = mSawLater || (frame->type == kVideoFrame && frame->pts >= mRange.end);
       NoteEnd(*frame, &videoDone, &audioDone);
       mStock->Put(std::move(frame));
     }

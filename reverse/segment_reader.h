@@ -48,7 +48,7 @@ struct Segment {
   int64_t bytes = 0;             // filled by the frames
   int64_t pictureBytes = 0;      // filled by one picture
   bool usedUpPicture = false;    // the seek met a picture, which is left to the next step
-  bool sawLaterPicture = false;  // a picture came that lies after the step
+  bool sawLaterPicture = false;  // a picture came that lies after the range
   bool isTorn = false;           // the reading did not end where the later step begins
   LostPictures lost;             // pictures of the step, told with its last part
 };
@@ -128,7 +128,7 @@ class SegmentReader {
   int mEmptySteps = 0;                                 // in a row
   bool mIsNarrowing = false;    // a step longer than a second turned out not empty
   bool mHasRead = false;        // a step is done
-  bool mSawLater = false;       // a picture that lies after a step
+  bool mSawLater = false;       // a picture that lies after the range
   bool mUsedUpPicture = false;  // by the seek of the current step
   // A time alone does not tell a picture: in a file whose times go back others may have it.
   struct PictureMark {

@@ -41,6 +41,13 @@ TEST(AccountText, SaysHowMuchWasLostAndWhyAndWhere) {
             "first at 2.000 s)");
 }
 
+TEST(AccountText, SaysThatTheFileIsCutOff) {
+  codec::JobAccount account;
+  account.input = {1000, 600};
+  EXPECT_EQ(LossText(account), "the file is cut off: it tells of 1000 bytes and holds 600");
+  EXPECT_FALSE(account.IsWhole());
+}
+
 TEST(AccountText, NamesNoPlaceThatNobodyKnows) {
   codec::JobAccount account;
   account.lost.timeless = 2;

@@ -249,6 +249,90 @@ TEST(Account, HasTheLastPicturesOfAnAviWithReorderedOnes) {
   }
 }
 
+// Four seconds with sound, the index of an MP4 first.
+std::string MotionIn(const std::string& extension, const std::string& coding) {
+  std::vector<std::string> words = {"-f", "lavfi", "-i",   SceneFilter(320, 180, "25"),
+                                    "-f", "lavfi", "-i",   SweepFilter(48000, "stereo"),
+                                    "-t", "4",     "-c:v", coding,
+                                    "-g", "25",    "-c:a", "libmp3lame"};
+  if (extension == ".mp4") AppendWords("-movflags +faststart", &words);
+  return CustomClip("account_" + coding + "_whole" + extension, words);
+}
+
+struct CutClip {
+  const char* extension;
+  const char* coding;
+};
+
+class CutOffClips : public testing::TestWithParam<CutClip> {
+ protected:
+  // The first part of the clip, and what is to be said of it.
+  void SetUp() override {
+    const std::string bytes = Bytes(MotionIn(GetParam().extension, GetParam().coding));
+    const size_t held = bytes.size() * 6 / 10;
+    mCut = Write(std::string("cut") + GetParam().extension, bytes.substr(0, held));
+    mMissing = std::to_string(bytes.size() - held);
+    mText = "the file is cut off: it tells of " + std::to_string(bytes.size()) +
+            " bytes and holds " + std::to_string(held);
+    mOutput = Write(std::string("cut_output") + GetParam().extension, "before");
+  }
+
+  CommandResult Reverse(const std::vector<std::string>& options) const {
+    std::vector<std::string> arguments = {"-i", mCut, "-o", mOutput};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return RunProgram(arguments);
+  }
+
+  std::string mCut;
+  std::string mMissing;
+  std::string mText;
+  std::string mOutput;
+};
+
+// The demuxers end such a file as they end a whole one.
+TEST_P(CutOffClips, AreALoss) {
+  const CommandResult strict = Reverse({"--strict"});
+  EXPECT_EQ(strict.status, kFailure);
+  EXPECT_NE(Warning(strict, mText), "") << strict.err;
+  EXPECT_EQ(Bytes(mOutput), "before");
+  const CommandResult kept = Reverse({"--progress", "json"});
+  EXPECT_EQ(kept.status, 0) << kept.err;
+  EXPECT_NE(Warning(kept, mText), "") << kept.err;
+  EXPECT_NE(kept.err.find("\"missing_bytes\":" + mMissing), std::string::npos) << kept.err;
+}
+
+TEST_P(CutOffClips, AreWholeBeforeTheCut) {
+  const CommandResult before = Reverse({"-e", "1.5", "--strict"});
+  EXPECT_EQ(before.status, 0) << before.err;
+  EXPECT_EQ(Warning(before, "cut off"), "") << before.err;
+}
+
+TEST_P(CutOffClips, ArePlainlyReversedAsBefore) {
+  EXPECT_EQ(Reverse({"--plain"}).err.find("cut off"), std::string::npos);
+}
+
+TEST_P(CutOffClips, AreNotThoseThatAreWhole) {
+  const CommandResult whole = RunProgram(
+      {"-i", MotionIn(GetParam().extension, GetParam().coding), "-o", mOutput, "--strict"});
+  EXPECT_EQ(whole.status, 0) << whole.err;
+}
+
+INSTANTIATE_TEST_SUITE_P(Account, CutOffClips,
+                         testing::Values(CutClip{".mkv", "libx264"}, CutClip{".avi", "mpeg4"},
+                                         CutClip{".mp4", "mpeg4"}));
+
+TEST(Account, TellsThatACopiedFileIsCutOff) {
+  const std::string bytes = Bytes(MotionIn(".mkv", "mjpeg"));
+  const std::string cut = Write("cut_copied.mkv", bytes.substr(0, bytes.size() / 2));
+  const std::string output = ScratchPath("cut_copy.mkv");
+  const CommandResult strict = RunProgram({"-i", cut, "-o", output, "--copy", "--strict"});
+  EXPECT_EQ(strict.status, kFailure);
+  EXPECT_NE(Warning(strict, "the file is cut off: it tells of "), "") << strict.err;
+  const CommandResult before =
+      RunProgram({"-i", cut, "-o", output, "--copy", "-e", "1", "--strict"});
+  EXPECT_EQ(before.status, 0) << before.err;
+}
+
 TEST(Account, LeavesThePlainReversalAsItIs) {
   const CommandResult result =
       RunProgram({"-i", Clip(ClipKind::kH264), "-o", ScratchPath("plain.mp4"), "--plain"});
