@@ -181,6 +181,12 @@ const std::array kRows = {
           return f.order.input + " ends before the range starts; use " + Names(f).start +
                  " below " + SecondsText(f.info.duration);
         }},
+    Row{[](const Failure& f) { return f.cause.step == FailedStep::kCheckRange; },
+        [](const Failure& f) {
+          return f.order.input + " cannot be reversed " + RangeText(f) +
+                 ", which is an empty range; use " + Names(f).end + " above " +
+                 SecondsText(f.start);
+        }},
     Row{[](const Failure& f) { return f.order.output.empty(); },
         [](const Failure&) -> std::string {
           return "no output is named; name it with -o FILE, as in -o reversed.mp4";

@@ -20,6 +20,7 @@ void SwitchOnAdditions(const Order& order, codec::Reverse* job) {
   job->SetMirror(order.Mirrors());
   job->SetCopy(order.isCopy);
   job->SetSafeOutput(order.isSafe);
+  job->SetRefuseEmpty(true);
   job->SetIndependent(true);
   job->SetMemoryLimit(order.memory > 0 ? order.memory : codec::Reverse::kHostMemory);
 }

@@ -26,7 +26,7 @@ std::unique_ptr<codec::Reverse> MakeJob(const Order& order) {
 }
 
 // A range may hold something else than was meant, and is no error: the usage text speaks of
-// milliseconds, and an end before the start leaves a file without pictures.
+// milliseconds, and plainly reversed an end before the start leaves a file without pictures.
 void WarnOfRange(const Order& order, const codec::Reverse& job) {
   constexpr double kUsualRounding = 1;
   const double duration = static_cast<double>(job.InputInfo().duration);

@@ -20,6 +20,7 @@
 #include "reverse/end_signal.h"
 #include "reverse/job_memory.h"
 #include "reverse/job_output.h"
+#include "reverse/job_range.h"
 #include "reverse/mirror_reversal.h"
 #include "reverse/output_description.h"
 #include "reverse/reverse_work_thread.h"
@@ -35,9 +36,8 @@ Reverse::Reverse(const char* inputPath, double start, double end, const char* ou
     : mInputPath(inputPath),
       mOutput(std::make_unique<JobOutput>(outputPath)),
       mMemory(std::make_unique<JobMemory>()),
+      mRange(std::make_unique<JobRange>(start, end)),
       mReversal(std::make_unique<Reversal>()),
-      mStart(start),
-      mEnd(end),
       mEndSignal(std::make_unique<EndSignal>()) {}
 
 Reverse::~Reverse() { Release(); }
@@ -66,6 +66,8 @@ void Reverse::SetCopy(bool isCopy) {
 }
 
 void Reverse::SetSafeOutput(bool isSafe) { mOutput->SetSafe(isSafe); }
+
+void Reverse::SetRefuseEmpty(bool refuses) { mRange->RefuseEmpty(refuses); }
 
 void Reverse::SetKeepExisting(bool keeps) { mOutput->SetKeepExisting(keeps); }
 
@@ -133,33 +135,12 @@ int Reverse::CreateDecoder() {
   if (mReversal->Prepare(decoder.get(), mInputPath, mAudioEnabled, &mInputInfo) != 0) {
     return Fail(FailedStep::kHost, mReversal->HostError());
   }
-  log_debug(kTag, "mStart:%.3f, mDuration:%.3f", mStart, mReversal->Duration(mInputInfo));
-  if (CheckRange() != 0) return Fail(FailedStep::kCheckRange);
-  mReversal->Limit(mStart, mEnd, &mInputInfo);
+  log_debug(kTag, "mStart:%.3f, mDuration:%.3f", mRange->Start(), mReversal->Duration(mInputInfo));
+  if (mRange->FitInto(mReversal->Duration(mInputInfo)) != 0) return Fail(FailedStep::kCheckRange);
+  mReversal->Limit(mRange->Start(), mRange->End(), &mInputInfo);
   mDecoder = std::move(decoder);
   mFrameBufferSize = FrameBufferSize(mInputInfo);
   return mFrameBufferSize < 0 ? Fail(FailedStep::kReadFacts) : 0;
-}
-
-int Reverse::CheckRange() {
-  const double duration = mReversal->Duration(mInputInfo);
-  if (!(mStart < duration)) {
-    log_error(kTag, "error reverse start position");
-    return -1;
-  }
-  if (mStart < 0) {
-    log_info(kTag, "error reverse start position, use default 0");
-    mStart = 0;
-  }
-  if (mEnd <= 0) {
-    log_info(kTag, "error reverse length, use start to end clip");
-    mEnd = duration;
-  }
-  if (mEnd > duration) {
-    log_info(kTag, "reverse length overflow");
-    mEnd = duration;
-  }
-  return 0;
 }
 
 int32_t Reverse::FrameBufferSize(const MediaInfo& info) {
@@ -181,11 +162,11 @@ int Reverse::CreateWriter() {
   if (DescribeOutput(info, hasAudio, mOutput->Path(), format) != 0) {
     return Fail(FailedStep::kReadFacts);
   }
-  mReversal->Describe(info, mStart, mEnd, &format);
+  mReversal->Describe(info, mRange->Start(), mRange->End(), &format);
   for (const auto& [key, value] : mOutputParameters.Entries()) {
     format.SetString(key.c_str(), value.c_str());
   }
-  const std::string obstacle = mReversal->Obstacle(info, mStart, mEnd, format);
+  const std::string obstacle = mReversal->Obstacle(info, mRange->Start(), mRange->End(), format);
   if (!obstacle.empty()) {
     log_error(kTag, "%s cannot be copied: %s", mInputPath.c_str(), obstacle.c_str());
     Fail(FailedStep::kCopy, mReversal->HostError());
@@ -206,13 +187,13 @@ int Reverse::CreateWriter() {
   mOutput->Measure();
 
   ReverseRange range;
-  range.start = mStart;
-  range.end = mEnd;
+  range.start = mRange->Start();
+  range.end = mRange->End();
   range.hasAudio = hasAudio;
   range.channels = info.channels;
   range.sampleRate = info.sample_rate;
   range.sampleFormat = info.sample_format;
-  range.isToEnd = mEnd >= mReversal->Duration(info);
+  range.isToEnd = mRange->End() >= mReversal->Duration(info);
   range.bufferSize = mFrameBufferSize;
   mMemory->ApplyTo(&range);
   mLoop = mReversal->MakeWalk(mDecoder.get(), mWriter.get(), range);
@@ -272,6 +253,8 @@ float Reverse::GetProgress() {
   if (mProgress > 100) mProgress = 100;
   return mProgress;
 }
+
+double Reverse::RangeSeconds() const { return mRange->Seconds(); }
 
 int64_t Reverse::BytesWritten() const { return mOutput->Bytes(); }
 
@@ -354,7 +337,7 @@ void Reverse::CloseAccount() {
   if (mLoop == nullptr || mWriter == nullptr) return;
   mAccount = mLoop->Account();
   const int error = but::Guarded(kTag, [this] {
-    mAccount = ClosedAccount(*mLoop, mStart, mEnd, mWriter.get(), *mReversal);
+    mAccount = ClosedAccount(*mLoop, mRange->Start(), mRange->End(), mWriter.get(), *mReversal);
     return 0;
   });
   if (!mIsStrict) return;
@@ -366,7 +349,7 @@ void Reverse::CloseAccount() {
 // and there is sound.
 int Reverse::MissPictures() {
   if (mLoop->PassedPicture() || !mLoop->UsedUpPicture()) {
-    log_error(kTag, "no picture could be read from %.3f to %.3f", mStart, mEnd);
+    log_error(kTag, "no picture could be read from %.3f to %.3f", mRange->Start(), mRange->End());
     const bool hasOthers = mLoop->PassedPicture() || mLoop->SawLaterPicture();
     const int error = hasOthers ? AVERROR(ENODATA) : AVERROR_INVALIDDATA;
     Fail(hasOthers ? FailedStep::kReadRange : FailedStep::kReadInput, error);
@@ -374,10 +357,10 @@ int Reverse::MissPictures() {
   }
   constexpr char kText[] = "no picture from %.3f to %.3f but the one that the range begins with";
   if (mLoop->HasSound()) {
-    log_warn(kTag, kText, mStart, mEnd);
+    log_warn(kTag, kText, mRange->Start(), mRange->End());
     return 0;
   }
-  log_error(kTag, kText, mStart, mEnd);
+  log_error(kTag, kText, mRange->Start(), mRange->End());
   Fail(FailedStep::kReadFirst, AVERROR(ENODATA));
   return AVERROR(ENODATA);
 }

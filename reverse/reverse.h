@@ -21,6 +21,7 @@ class BackwardWalk;
 class EndSignal;
 class JobMemory;
 class JobOutput;
+class JobRange;
 class Reversal;
 class ReverseWorkThread;
 
@@ -68,7 +69,7 @@ class Reverse {
   int Init();
   // The length of the range after Init, which brings it inside the clip. Below 0 if the end lies
   // before the start.
-  double RangeSeconds() const { return mEnd - mStart; }
+  double RangeSeconds() const;
   // What the input holds. Blank until Init has opened the input. Stays if Init fails after that.
   const MediaInfo& InputInfo() const { return mInputInfo; }
   // Starts the work. 0, or -1 after an error line: then the job is over, and its result is an
@@ -133,6 +134,9 @@ class Reverse {
   // taken away; with SetSafeOutput the old file stays. Off unless set: then the frames written by
   // then become a whole file. To be called before Start.
   void SetDiscardCancelled(bool discards) { mDiscardsCancelled = discards; }
+  // A range whose end is not after its start fails Init, and nothing is written. Off unless set:
+  // then the output holds no frames. To be called before Init.
+  void SetRefuseEmpty(bool refuses);
   // Leaves the sound out. To be called before Init.
   void DisableAudio() { mAudioEnabled = false; }
 
@@ -152,8 +156,6 @@ class Reverse {
   void Set(const Body& body);
   int CreateParts();
   int CreateDecoder();
-  // Brings the range inside the clip. -1 if the range begins at or after the end of the clip.
-  int CheckRange();
   int CreateWriter();
   // Keeps the first failure. -1.
   int Fail(FailedStep step, int error = 0, const char* kind = nullptr);
@@ -173,6 +175,7 @@ class Reverse {
   const std::string mInputPath;
   const std::unique_ptr<JobOutput> mOutput;
   const std::unique_ptr<JobMemory> mMemory;
+  const std::unique_ptr<JobRange> mRange;
 
   // Set by Init. While the worker runs, nobody else uses them. The worker frees decoder and loop at
   // its end.
@@ -180,8 +183,6 @@ class Reverse {
   std::unique_ptr<MediaWriter> mWriter;
   std::unique_ptr<Reversal> mReversal;  // never null
   std::unique_ptr<BackwardWalk> mLoop;  // uses the three above
-  double mStart;
-  double mEnd;
   MediaInfo mInputInfo;
   JobFailure mFailure;
   JobAccount mAccount;

@@ -126,6 +126,12 @@ TEST(Advice, NamesTheFileTheReasonAndWhatWouldWork) {
        },
        "in.mp4 ends before the range starts; use -s below 2.400 s"},
       {[](Failure* f) {
+         f->cause.step = FailedStep::kCheckRange;
+         f->end = 0.5;
+       },
+       "in.mp4 cannot be reversed from 1.000 s to 0.500 s, which is an empty range; use -e above "
+       "1.000 s"},
+      {[](Failure* f) {
          f->cause = {FailedStep::kOpenOutput, AVERROR_EXTERNAL};
          f->info.width = 641;
        },

@@ -120,7 +120,6 @@ TEST(RunDriver, WarnsOfARangeThatIsNotMeant) {
       {0, 5000,
        "-e 5000 lies beyond the end of the clip at 3.000 s, where the range ends; times are "
        "seconds"},
-      {2, 1, "-e 1 is not after the start at 2 s; the output holds no pictures"},
       {-1, 2, "-s -1 lies before the start of the clip, where the range starts"},
       {2.5, 3.9, nullptr},
       {2.5, std::numeric_limits<double>::infinity(), nullptr},
@@ -136,6 +135,13 @@ TEST(RunDriver, WarnsOfARangeThatIsNotMeant) {
       EXPECT_TRUE(log.Has(kLogWarn, "reverse::Main", row.warning));
     }
   }
+}
+
+TEST(RunDriver, WarnsOfAnEmptyRangeIfPlain) {
+  const LogCapture log;
+  EXPECT_EQ(RunReverse({Clip(ClipKind::kH264Short), ScratchPath("meant.mp4"), 2, 1, true}), 0);
+  EXPECT_TRUE(log.Has(kLogWarn, "reverse::Main",
+                      "-e 1 is not after the start at 2 s; the output holds no pictures"));
 }
 
 TEST(RunDriver, DescribesTheOutputByTheCommandLine) {

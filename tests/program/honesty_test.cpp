@@ -320,10 +320,23 @@ TEST(Honesty, BringsInfiniteTimesIntoTheClip) {
   EXPECT_TRUE(Contains(behind.err, "error reverse start position"));
 }
 
-TEST(Honesty, SucceedsWithoutPicturesForAnEmptyRange) {
+TEST(Honesty, RefusesAnEmptyRangeAndLeavesTheOutputAsItWas) {
   const std::string output = ScratchPath("empty.mp4");
+  std::ofstream(output) << "before";
+  for (const std::string end : {"1", "2"}) {
+    const CommandResult result =
+        RunProgram({"-i", Source(), "-o", output, "-s", "2", "-e", end}, kNotForEver);
+    EXPECT_EQ(result.status, kFailure) << result.err;
+    EXPECT_EQ(Advice(result), Source() + " cannot be reversed from 2.000 s to " + end +
+                                  ".000 s, which is an empty range; use -e above 2.000 s");
+    EXPECT_EQ(Bytes(output), "before");
+  }
+}
+
+TEST(Honesty, SucceedsWithoutPicturesForAnEmptyRangeIfPlain) {
+  const std::string output = ScratchPath("empty_plain.mp4");
   const CommandResult result =
-      RunProgram({"-i", Source(), "-o", output, "-s", "2", "-e", "1"}, kNotForEver);
+      RunProgram({"--plain", "-i", Source(), "-o", output, "-s", "2", "-e", "1"}, kNotForEver);
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_TRUE(fs::exists(output));
   EXPECT_TRUE(VideoTimes(output).empty());
