@@ -2,14 +2,14 @@
 # SPDX-License-Identifier: MIT
 """Runs clip-reverse in control groups with little memory, and prints peak and speed.
 
-usage: scripts/bench-memory [--sizes 360,720,...] [--keep DIR] [--write]
+usage: scripts/bench-memory [--sizes 360,720,...] [--keep DIR]
 
 For each size, codec, length of groups and limit: the most that the group took, in MB of 2^20 bytes, and the
 speed as a multiple of playing; or that the run was refused, with what it says that it needs. A run that the
 kernel kills, or that loses a picture, is printed as such and makes the script fail. Speeds are of two seconds
 that end eight seconds into a group of 250 pictures (2160p: of one that ends at three), start and end of the
-program included. With --write the table replaces the one in docs/performance.md, of all sizes only. Needs
-root, python3 and ffmpeg, and the release build.
+program included. scripts/figures writes the table into docs/performance.md. Needs root, python3 and ffmpeg, and
+the release build.
 """
 import argparse
 import os
@@ -19,6 +19,7 @@ import subprocess
 import sys
 import tempfile
 import time
+import zlib
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PROGRAM = ROOT / "build/release/clip-reverse"
@@ -30,21 +31,21 @@ RANGES = {"360": (6, 8), "720": (6, 8), "1080": (6, 8), "2160": (2, 3)}
 
 
 def make_clip(folder, size, codec, group):
-    path = folder / f"{codec}-{size}-{group}.mp4"
-    if path.exists():
-        return path
     coding = {
         "h264": f"-c:v libx264 -preset superfast -bf 3 -refs 4 -sc_threshold 0 -g {group} -keyint_min {group}",
         "hevc": "-c:v libx265 -preset ultrafast -tag:v hvc1 -x265-params "
                 f"log-level=error:scenecut=0:bframes=3:ref=4:keyint={group}:min-keyint={group}",
     }[codec]
-    unfinished = folder / ("unfinished-" + path.name)
-    subprocess.run(["ffmpeg", "-v", "error", "-y",
-                    "-f", "lavfi", "-i", f"testsrc2=size={SIZES[size]}:rate={RATE}",
-                    "-f", "lavfi", "-i", "sine=frequency=440:sample_rate=48000",
-                    "-t", str(RANGES[size][1]), "-pix_fmt", "yuv420p", *coding.split(), "-c:a", "aac", "-ac", "2",
-                    str(unfinished)], check=True)
-    unfinished.rename(path)
+    command = ["ffmpeg", "-v", "error", "-y",
+               "-f", "lavfi", "-i", f"testsrc2=size={SIZES[size]}:rate={RATE}",
+               "-f", "lavfi", "-i", "sine=frequency=440:sample_rate=48000",
+               "-t", str(RANGES[size][1]), "-pix_fmt", "yuv420p", *coding.split(), "-c:a", "aac", "-ac", "2"]
+    # A clip that was made in another way before is not this one.
+    path = folder / f"{codec}-{size}-{group}-{zlib.crc32(' '.join(command).encode()):08x}.mp4"
+    if not path.exists():
+        unfinished = folder / ("unfinished-" + path.name)
+        subprocess.run(command + [str(unfinished)], check=True)
+        unfinished.rename(path)
     return path
 
 
@@ -113,13 +114,11 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--sizes", default=",".join(SIZES))
     parser.add_argument("--keep", type=pathlib.Path)
-    parser.add_argument("--write", action="store_true")
     arguments = parser.parse_args()
     folder = arguments.keep or pathlib.Path(tempfile.gettempdir()) / "clip-reverse-bench-memory"
     folder.mkdir(parents=True, exist_ok=True)
 
-    lines = ["| clip | " + " | ".join(f"{limit} MB" for limit in LIMITS) + " |", "|---" * (len(LIMITS) + 1) + "|"]
-    print("\n".join(lines))
+    print("| clip | " + " | ".join(f"{limit} MB" for limit in LIMITS) + " |\n" + "|---" * (len(LIMITS) + 1) + "|")
     all_well = True
     for size in arguments.sizes.split(","):
         for codec in ("h264", "hevc"):
@@ -130,13 +129,7 @@ def main():
                     text, is_well = run(clip, folder / "output.mp4", *RANGES[size], limit)
                     cells.append(text)
                     all_well &= is_well
-                lines.append(f"| {size}p, {codec}, groups of {group} | " + " | ".join(cells) + " |")
-                print(lines[-1], flush=True)
-    if arguments.write:
-        page = ROOT / "docs/performance.md"
-        table = "<!-- memory table -->\n" + "\n".join(lines) + "\n<!-- end of memory table -->"
-        page.write_text(re.sub(r"<!-- memory table -->.*<!-- end of memory table -->", lambda _: table,
-                               page.read_text(), flags=re.S))
+                print(f"| {size}p, {codec}, groups of {group} | " + " | ".join(cells) + " |", flush=True)
     return 0 if all_well else 1
 
 

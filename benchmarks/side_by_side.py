@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Times clip-reverse beside ffmpeg's reverse filters and a plain forward transcode.
 
-usage: scripts/bench [--runs N] [--clips NAME,...] [--write] [--keep DIR]
+usage: scripts/bench [--runs N] [--clips NAME,...] [--keep DIR]
 
 Makes its clips once (in DIR, by default a folder in the temporary directory), runs the three programs
 in turn and prints medians: the ratios of the times, peak memory, frames decoded for each frame written,
@@ -10,8 +10,8 @@ and how busy the cores were (processor time / (wall time x cores)). Clips of up 
 least five times. The four clips with a dash are the program's alone: a minute and ten of the same pictures, for
 flat memory, a clip with one key frame, and a group of pictures far above the budget. The rows that end with
 -copy are runs with --copy; ffmpeg, which cannot copy in another order, encodes with the clip's own codec. The
-row that ends with -crf20 has "preset=medium" and "crf=20" in all three. With --write the rows measured
-replace theirs in docs/performance.md, and the others stay. Needs python3 and ffmpeg, and the release build.
+row that ends with -crf20 has "preset=medium" and "crf=20" in all three. scripts/figures writes the table into
+docs/performance.md. Needs python3 and ffmpeg, and the release build.
 """
 import argparse
 import os
@@ -22,6 +22,7 @@ import subprocess
 import sys
 import tempfile
 import time
+import zlib
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PROGRAM = ROOT / "build/release/clip-reverse"
@@ -78,12 +79,7 @@ ALONE = ("360p-1min", "360p-10min", "720p-one-key-60s", "2160p-10bit-gop250")
 
 
 def make_clip(folder, name):
-    extension = ASKED[name][0] if name in ASKED else ".mp4"
-    path = folder / (name + extension)
-    if path.exists():
-        return path
     size, rate, seconds, gop, bits, coding, _ = CLIPS[name]
-    unfinished = folder / ("unfinished-" + name + extension)
     # Noise makes bit rates real: a drawn scene alone costs the codecs nothing. And the limit keeps
     # them real from the start: the encoders would spend most of their bits on the first pictures.
     command = ["ffmpeg", "-v", "error", "-y",
@@ -91,16 +87,23 @@ def make_clip(folder, name):
     if name not in SILENT:
         command += ["-f", "lavfi", "-i",
                     "aevalsrc=0.3*sin(2*PI*(220*t+45*t*t))|0.3*sin(2*PI*(330*t+25*t*t)):s=48000:c=stereo"]
+    command += ["-t", str(seconds)]
+    extension = ".mp4"
     if name in ASKED:
-        subprocess.run(command + ["-t", str(seconds), *ASKED[name][1].split(), str(unfinished)], check=True)
+        extension = ASKED[name][0]
+        command += ASKED[name][1].split()
+    else:
+        command += ["-pix_fmt", "yuv420p10" if "10bit" in name else "yuv420p", *coding.split(),
+                    "-b:v", bits, "-maxrate", bits, "-bufsize", bits]
+        if gop:
+            command += ["-g", str(gop), "-keyint_min", str(gop)]
+        command += ["-c:a", "aac", "-b:a", "192k"]
+    # A clip that was made in another way before is not this one.
+    path = folder / f"{name}-{zlib.crc32(' '.join(command).encode()):08x}{extension}"
+    if not path.exists():
+        unfinished = folder / ("unfinished-" + path.name)
+        subprocess.run(command + [str(unfinished)], check=True)
         unfinished.rename(path)
-        return path
-    command += ["-t", str(seconds), "-pix_fmt", "yuv420p10" if "10bit" in name else "yuv420p", *coding.split(),
-                "-b:v", bits, "-maxrate", bits, "-bufsize", bits]
-    if gop:
-        command += ["-g", str(gop), "-keyint_min", str(gop)]
-    subprocess.run(command + ["-c:a", "aac", "-b:a", "192k", str(unfinished)], check=True)
-    unfinished.rename(path)
     return path
 
 
@@ -171,38 +174,18 @@ def measure(folder, name, runs):
     return "| {} | {:.2f} | {} | {} | {:.0f} | {} | {:.2f} | {} |".format(*row)
 
 
-def row_name(row):
-    return row.split("|")[1].strip()
-
-
-def write(table):
-    """Puts the rows into the page, in the order of CLIPS; rows of clips that were not run stay."""
-    page = ROOT / "docs/performance.md"
-    begin, end = "<!-- table -->\n", "<!-- end of table -->"
-    head, rest = page.read_text().split(begin, 1)
-    old, rest = rest.split(end, 1)
-    rows = {row_name(row): row for row in old.splitlines()[2:] + table[2:]}
-    ordered = [rows[name] for name in CLIPS if name in rows]
-    page.write_text(head + begin + "\n".join(table[:2] + ordered) + "\n" + end + rest)
-
-
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
     parser.add_argument("--runs", type=int, default=3)
     parser.add_argument("--clips", default=",".join(CLIPS))
-    parser.add_argument("--write", action="store_true")
     parser.add_argument("--keep", default=os.path.join(tempfile.gettempdir(), "clip-reverse-bench"))
     options = parser.parse_args()
     folder = pathlib.Path(options.keep)
     folder.mkdir(parents=True, exist_ok=True)
-    table = ["| clip | seconds | against `reverse` | against forward | MB | MB of `reverse` | decodes a frame "
-             "| cores busy |", "|---|---|---|---|---|---|---|---|"]
-    print("\n".join(table), flush=True)
+    print("| clip | seconds | against `reverse` | against forward | MB | MB of `reverse` | decodes a frame "
+          "| cores busy |\n|---|---|---|---|---|---|---|---|", flush=True)
     for name in options.clips.split(","):
-        table.append(measure(folder, name, options.runs))
-        print(table[-1], flush=True)
-    if options.write:
-        write(table)
+        print(measure(folder, name, options.runs), flush=True)
 
 
 if __name__ == "__main__":
