@@ -21,7 +21,7 @@ CODECS = """scripts/setup test
 cmake --preset release -DCLIPREVERSE_BUILD_TESTS=ON >&2
 cmake --build --preset release --target program_tests clip-reverse >&2
 cd build/release/tests
-./program_tests --gtest_filter='Codecs/*' --gtest_output=xml:codecs.xml >&2
+./program_tests --gtest_filter='Codecs/VideoMatrix.*:Codecs/AudioMatrix.*' --gtest_output=xml:codecs.xml >&2
 cat codecs.xml"""
 PEERS = """scripts/setup test
 scripts/run --version >&2
