@@ -79,7 +79,7 @@ void ExpectEveryPictureOnce(const std::string& path) {
   }
 }
 
-// For the table in docs/recipes.md, which is made of the report of these tests.
+// For the table in docs/containers.md, which is made of the report of these tests.
 void Record(const std::string& encoder, const std::string& format, const std::string& containers) {
   testing::Test::RecordProperty("encoder", encoder);
   testing::Test::RecordProperty("format", format);

@@ -12,7 +12,7 @@ import tempfile
 import unittest
 
 SOURCE = pathlib.Path(sys.argv.pop(1)).resolve()
-TABLES = {"docs/performance.md": ("bench", "aims", "memory"), "README.md": ("readme",), "docs/recipes.md": ("codecs",),
+TABLES = {"docs/performance.md": ("bench", "aims", "memory"), "README.md": ("readme",), "docs/containers.md": ("codecs",),
           "docs/reliability.md": ("peers", "mutations", "fuzzers", "releases")}
 STAND_INS = {
     "bench-memory": """echo "| clip | 96 MB |
@@ -129,7 +129,7 @@ class FiguresTest(unittest.TestCase):
     def test_a_change_of_pages_leaves_tables_right_and_one_of_code_does_not(self):
         self.run_well("memory", "soak")
         measured = self.tree.head()
-        self.tree.change("docs/other.md", "More.\n")
+        self.tree.change("docs/program.1", "More.\n")
         self.assertEqual(self.faults(), [])
         self.tree.commit("pages")
         self.assertEqual(self.faults(), [])
@@ -153,13 +153,13 @@ class FiguresTest(unittest.TestCase):
         result = self.tree.figures("--check")
         self.assertEqual(result.returncode, 1)
         self.assertEqual(len(result.stderr.splitlines()), sum(map(len, TABLES.values())))
-        self.tree.change("docs/recipes.md", "")
+        self.tree.change("docs/containers.md", "")
         self.assertEqual(self.faults(), ["figures: no page has the table codecs"])
-        self.tree.change("docs/recipes.md", "<!-- table: codecs 123abc -->\n<!-- end of table -->\n"
+        self.tree.change("docs/containers.md", "<!-- table: codecs 123abc -->\n<!-- end of table -->\n"
                          "<!-- table: other 123abc -->\n<!-- end of table -->\n")
         self.assertEqual(self.faults(), [
-            "figures: docs/recipes.md, table codecs: 123abc is no commit that led to this tree",
-            "figures: docs/recipes.md, table other: nothing measures it"])
+            "figures: docs/containers.md, table codecs: 123abc is no commit that led to this tree",
+            "figures: docs/containers.md, table other: nothing measures it"])
 
     def test_a_tree_with_changes_is_refused(self):
         self.tree.change("source.cpp", "int b;\n")
