@@ -15,6 +15,7 @@ import argparse
 import os
 import pathlib
 import re
+import signal
 import subprocess
 import sys
 import tempfile
@@ -134,4 +135,6 @@ def main():
 
 
 if __name__ == "__main__":
+    # Stopped in this way, too, the control group is removed.
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
     sys.exit(main())
