@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: MIT
 """Measures what the pages quote, and writes the tables into them, each with the commit that it is of.
 
-usage: scripts/figures [PART...]          runs these parts, by default all, and writes their tables
-       scripts/figures --list             the parts, what is done of each, and how long the others take
+usage: scripts/figures [PART[/PIECE]...]  runs these, by default all, and writes the tables of the parts
+       scripts/figures --list [PART...]   the parts, what is done of each, and how long the others take; of
+                                          parts that are named each piece that is not done
        scripts/figures --write [PART...]  writes the tables of what has been measured, and runs nothing
        scripts/figures --check            fails if a table in the pages is not of the code of the tree
 
@@ -60,10 +61,13 @@ def run_piece(kept, name, command):
     return True
 
 
-def run_part(name, commits):
+def run_part(name, only, commits):
+    """Runs the pieces that are not done, or one of them."""
     kept = Kept(ROOT, commits, name, PARTS[name])
     is_well = True
     for piece in kept.missing():
+        if only and piece != only:
+            continue
         command, minutes = kept.part.pieces[piece]
         kept.begin()
         print(f"{name} {piece}, about {minutes:.1f} minutes: ", end="", flush=True)
@@ -102,7 +106,7 @@ def write_part(name, commits):
     return is_well
 
 
-def show_list(commits):
+def show_list(commits, named):
     row = "{:<9} {:>6} {:>8}  {:<10} {}".format
     print(row("part", "done", "minutes", "commit", "what"))
     total = 0
@@ -112,6 +116,8 @@ def show_list(commits):
         total += kept.minutes_left()
         print(row(name, f"{done}/{len(part.pieces)}", f"{kept.minutes_left():.0f}", kept.commit if done else "-",
                   part.what + ("; alone" if part.is_alone else "")))
+        for piece in kept.missing() if name in named else ():
+            print(row("", "", f"{part.pieces[piece][1]:.1f}", "", f"{name}/{piece}"))
     print(f"{total:.0f} minutes are left, by estimate")
     return 0
 
@@ -138,26 +144,32 @@ def check(commits):
     return 1 if faults else 0
 
 
+def is_known(word):
+    name, slash, piece = word.partition("/")
+    return name in PARTS and (not slash or piece in PARTS[name].pieces)
+
+
 def main(words):
     action = words.pop(0) if words and words[0].startswith("-") else ""
     if action in ("-h", "--help"):
         print(__doc__.strip())
         return 0
     commits = Commits(ROOT)
-    unknown = [word for word in words if word not in PARTS]
+    unknown = [word for word in words if not is_known(word)]
     if action not in ("", "--list", "--write", "--check") or unknown:
         fail(f"unknown '{(unknown or [action])[0]}'; one of --list, --write, --check, {', '.join(PARTS)} is expected")
     if not commits.head():
         fail("this is no Git repository, so that figures would be of no commit")
     if action == "--list":
-        return show_list(commits)
+        return show_list(commits, words)
     if action == "--check":
         return check(commits)
     refuse_changes(commits)
     results = []
-    for name in words or PARTS:
+    for word in words or PARTS:
+        name, _, piece = word.partition("/")
         if not action:
-            results.append(run_part(name, commits))
+            results.append(run_part(name, piece, commits))
         results.append(write_part(name, commits))
     return 0 if all(results) else 1
 

@@ -126,6 +126,16 @@ class FiguresTest(unittest.TestCase):
         self.assertEqual(self.tree.calls(), ["bench-memory --sizes 720"])
         self.assertEqual(self.faults(), [])
 
+    def test_a_piece_can_be_named(self):
+        self.run_well("memory/1080", "memory/360")
+        self.assertEqual(self.tree.calls(), ["bench-memory --sizes 1080", "bench-memory --sizes 360"])
+        self.assertIn("|---|---|\n| 360p, h264 | 43, 3.28x |\n| 1080p, h264 | 43, 3.28x |\n\n",
+                      self.tree.page("docs/performance.md"))
+        left = self.run_well("--list", "memory")
+        self.assertRegex(left, r"memory +2/4")
+        self.assertIn("memory/720\n", left)
+        self.assertNotIn("memory/360\n", left)
+
     def test_a_change_of_pages_leaves_tables_right_and_one_of_code_does_not(self):
         self.run_well("memory", "soak")
         measured = self.tree.head()
@@ -197,7 +207,7 @@ class FiguresTest(unittest.TestCase):
                       "| bullseye | 5.1.6 | g++ 12.2 | 310 |\n| bookworm | 5.1.6 | g++ 12.2 | 310 |\n", text)
 
     def test_unknown_words_are_refused(self):
-        for words in (["--chekc"], ["memroy"], ["--list", "memroy"]):
+        for words in (["--chekc"], ["memroy"], ["memory/361"], ["--list", "memroy"]):
             result = self.tree.figures(*words)
             self.assertEqual(result.returncode, 1)
             self.assertIn(f"unknown '{words[-1]}'", result.stderr)
