@@ -23,7 +23,7 @@ def markdown(texts, first):
     """The rows of all tables whose first heading is `first`, under one heading."""
     table = []
     for text in texts.values():
-        lines = itertools.dropwhile(lambda line: not line.startswith(f"| {first} |"), text.splitlines())
+        lines = itertools.dropwhile(lambda line: not line.lower().startswith(f"| {first.lower()} |"), text.splitlines())
         rows = list(itertools.takewhile(lambda line: line.startswith("|"), lines))
         table += rows[2:] if table else rows
     if not table:
