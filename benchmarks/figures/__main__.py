@@ -10,8 +10,8 @@ usage: scripts/figures [PART[/PIECE]...]  runs these, by default all, and writes
 Each part consists of pieces. The output of a piece is kept in build/figures/COMMIT/PART, so that a run that
 was stopped goes on with the next piece; remove a file there to have its piece measured again. A commit that
 changes only documentation, or how tables are made, keeps what was measured before it, and tables stay right.
-The figures of bench and memory do not depend on tests and scripts, either. Refuses a tree with changes that are not committed:
-figures would be of no commit. Nothing else should be at work while bench and memory run.
+The figures of bench and memory do not depend on tests and scripts, either. Refuses a tree with changes that
+are not committed: figures would be of no commit. Nothing else should be at work while bench and memory run.
 """
 import os
 import pathlib

@@ -104,7 +104,7 @@ def mutations(texts):
 
 
 def releases(texts):
-    """Columns of a plain text, of which one has a blank in its cells."""
+    """Columns of a plain text. Compilers are two words in one of them."""
     lines = []
     for text in texts.values():
         heading, *rows = [line.replace("g++ ", "g++\0").split() for line in text.splitlines() if line.strip()]
