@@ -14,8 +14,9 @@ import tables  # noqa: E402
 from commits import DOCUMENTATION, NOT_THE_PROGRAM  # noqa: E402
 
 SUITES = ("bullseye", "bookworm", "trixie", "forky")
-# Seconds for each fuzzer.
-FUZZ = 600
+FUZZERS = ("png", "ini", "format", "decoder")
+# For each fuzzer.
+FUZZ_MINUTES = 10
 # Builds the tests of the program and prints the report of those that write every codec.
 CODECS = """scripts/setup test
 cmake --preset release -DCLIPREVERSE_BUILD_TESTS=ON >&2
@@ -61,8 +62,9 @@ PARTS = {
                    {"codecs": tables.codecs}),
     "soak": Part("damaged inputs under sanitizers, then every fuzzer for ten minutes",
                  {"mutations": (["scripts/soak", "--markdown", "--fuzz", "0"], 14),
-                  "fuzzers": (["scripts/soak", "--markdown", "--mutations", "0", "--fuzz", str(FUZZ)], 42)},
-                 {"mutations": tables.mutations, "fuzzers": table_of("fuzzer")}),
+                  **{f"fuzz-{name}": (["scripts/soak", "--markdown", "--only", f"fuzz {name}",
+                                       "--fuzz", str(60 * FUZZ_MINUTES)], FUZZ_MINUTES) for name in FUZZERS}},
+                 {"mutations": tables.mutations, "fuzzers": table_of("Fuzzer")}),
     "releases": Part("all tests in each release of Debian; takes root",
                      {suite: (["scripts/test-releases", suite], 25) for suite in SUITES},
                      {"releases": tables.releases}),

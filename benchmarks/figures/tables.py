@@ -20,10 +20,10 @@ def rule(count):
 
 
 def markdown(texts, first):
-    """The rows of all tables whose first heading is `first`, under one heading."""
+    """The rows of all tables whose first heading begins with `first`, under one heading."""
     table = []
     for text in texts.values():
-        lines = itertools.dropwhile(lambda line: not line.lower().startswith(f"| {first.lower()} |"), text.splitlines())
+        lines = itertools.dropwhile(lambda line: not line.startswith(f"| {first}"), text.splitlines())
         rows = list(itertools.takewhile(lambda line: line.startswith("|"), lines))
         table += rows[2:] if table else rows
     if not table:

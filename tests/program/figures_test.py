@@ -18,13 +18,13 @@ STAND_INS = {
     "bench-memory": """echo "| clip | 96 MB |
 |---|---|
 | ${2}p, h264 | 43, 3.28x |" """,
-    "soak": """[[ " $* " == *" --mutations 0 "* ]] || echo "soak: seed 77
+    "soak": """if [[ $2 == --only ]]; then echo "| Fuzzer, $5 s | runs |
+|---|---|
+| ${3#fuzz } | 1 |"
+else echo "soak: seed 77
 | Input | tried |
 |---|---|
-| hostile | 74 |"
-[[ " $* " == *" --fuzz 0 "* ]] || echo "| fuzzer | runs |
-|---|---|
-| png | 1 |" """,
+| hostile | 74 |"; fi""",
     "test-releases": """echo "suite      FFmpeg   compiler   tests
 $1   5.1.6    g++ 12.2       310" """,
 }
@@ -202,7 +202,8 @@ class FiguresTest(unittest.TestCase):
         self.run_well("soak", "releases")
         text = self.tree.page("docs/reliability.md")
         self.assertIn("| Input | tried |\n|---|---|\n| hostile | 74 |\n\nSeed 77.\n", text)
-        self.assertIn("| fuzzer | runs |\n|---|---|\n| png | 1 |\n", text)
+        self.assertIn("| Fuzzer, 600 s | runs |\n|---|---|\n| png | 1 |\n| ini | 1 |\n| format | 1 |\n| decoder | 1 |\n",
+                      text)
         self.assertIn("| suite | FFmpeg | compiler | tests |\n|---|---|---|---|\n"
                       "| bullseye | 5.1.6 | g++ 12.2 | 310 |\n| bookworm | 5.1.6 | g++ 12.2 | 310 |\n", text)
 
