@@ -111,7 +111,7 @@ bool TakesPackets(const AVOutputFormat& format, const AVCodecParameters& codec, 
   if (std::string_view(format.name) == "avi") return hasTag;
   if ((format.flags & AVFMT_NOTIMESTAMPS) == 0 || Contains(kOwnJudges, format.name)) return true;
   // Numbered pictures are of the kind that their names tell, others of the format's own.
-  const AVCodecID own = av_guess_codec(&format, nullptr, path, nullptr, codec.codec_type);
+  const AVCodecID own = ffmpeg::UsualCodec(&format, path, codec.codec_type);
   return codec.codec_id == own || (format.codec_tag != nullptr && hasTag);
 }
 

@@ -199,6 +199,10 @@ UniqueOutput NewMuxer(const AVOutputFormat* format, const char* path) {
   return UniqueOutput(context);
 }
 
+AVCodecID UsualCodec(const AVOutputFormat* format, const char* path, AVMediaType kind) {
+  return av_guess_codec(const_cast<AVOutputFormat*>(format), nullptr, path, nullptr, kind);
+}
+
 int Channels(const AVCodecContext* context) {
 #if HAS_CHANNEL_LAYOUT
   return context->ch_layout.nb_channels;

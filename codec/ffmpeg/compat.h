@@ -69,6 +69,9 @@ int EncodeOne(AVCodecContext* context, AVPacket* packet, const AVFrame* frame, i
 // defaults; null when memory runs out.
 UniqueOutput NewMuxer(const AVOutputFormat* format, const char* path);
 
+// The codec that `format` holds unless told otherwise. For numbered pictures `path` decides.
+AVCodecID UsualCodec(const AVOutputFormat* format, const char* path, AVMediaType kind);
+
 // Channels.
 
 int Channels(const AVCodecContext* context);
