@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -18,6 +19,16 @@ std::string Told(const char* name) {
   const std::string_view text = name == nullptr ? "" : name;
   const bool isTold = std::find(kNoNames.begin(), kNoNames.end(), text) == kNoNames.end();
   return isTold ? std::string(text) : std::string();
+}
+
+// A stream may say a number that the enumeration cannot hold; reading it as one is undefined. So
+// its bytes are read. FFmpeg has no name for such a number.
+template <typename Enum>
+std::string NameOf(const Enum& value, const char* (*name)(Enum)) {
+  int number = 0;
+  static_assert(sizeof(number) == sizeof(value));
+  std::memcpy(&number, &value, sizeof(number));
+  return Told(name(static_cast<Enum>(number)));
 }
 
 enum class Kind { kYuv, kFullYuv, kRgb };
@@ -39,11 +50,11 @@ bool HasChromaOf(const AVPixFmtDescriptor& a, const AVPixFmtDescriptor& b) {
 }  // namespace
 
 PictureColors ColorsOf(const AVCodecContext& context) {
-  return {Told(av_color_range_name(context.color_range)),
-          Told(av_color_space_name(context.colorspace)),
-          Told(av_color_primaries_name(context.color_primaries)),
-          Told(av_color_transfer_name(context.color_trc)),
-          Told(av_chroma_location_name(context.chroma_sample_location))};
+  return {NameOf(context.color_range, &av_color_range_name),
+          NameOf(context.colorspace, &av_color_space_name),
+          NameOf(context.color_primaries, &av_color_primaries_name),
+          NameOf(context.color_trc, &av_color_transfer_name),
+          NameOf(context.chroma_sample_location, &av_chroma_location_name)};
 }
 
 PictureColors ConvertedColors(const PictureColors& source, const std::string& inputFormat,

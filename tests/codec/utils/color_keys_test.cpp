@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,10 @@ TEST(PictureColors, AreTheNamesThatADecoderReports) {
   context->color_trc = static_cast<AVColorTransferCharacteristic>(7777);
   EXPECT_EQ(ColorsOf(*context).range, "");
   EXPECT_EQ(ColorsOf(*context).transfer, "");
+  // An MPEG-2 stream can say any byte.
+  const int number = 205;
+  std::memcpy(&context->color_primaries, &number, sizeof(number));
+  EXPECT_EQ(ColorsOf(*context).primaries, "");
 }
 
 struct Conversion {
