@@ -47,6 +47,8 @@ int64_t EncoderGate::PicturesWritten() {
 }
 
 void EncoderGate::Fail(int error) {
+  // The lock may be held for as long as a picture is encoded.
+  if (error >= 0) return;
   const but::HeldLock held(&mLock);
   mError.Keep(error);
 }

@@ -30,7 +30,8 @@ class EncoderGate {
   int GetParameter(const char* key);
   // The first failure of the encoder or the writer, also after Close; -1 without an encoder.
   int OutputError();
-  // Keeps a failure of the writer that leaves the output incomplete, a negative errno number.
+  // Keeps a failure of the writer that leaves the output incomplete, a negative errno number. 0 is
+  // none, and never waits for a frame that is being encoded.
   void Fail(int error);
   // Pictures that the encoder has taken without an error.
   int64_t PicturesWritten();

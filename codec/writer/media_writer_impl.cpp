@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "codec/writer/media_writer_impl.h"
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <new>
@@ -42,8 +41,10 @@ MediaWriterImpl::MediaWriterImpl(MediaEncoder* encoder, MediaFilter* filter)
     : mEncoder(encoder),
       mDrain(&mVideoQueue, &mAudioQueue, &mEncoder),
       mFramer(&mAudioQueue),
-      mFilter(filter) {
+      mFilter(filter),
+      mIntake(&mVideoQueue, filter) {
   mFramer.SetOutlet(this);
+  mIntake.SetGiver(this);
 }
 
 MediaWriterImpl::~MediaWriterImpl() {
@@ -79,6 +80,8 @@ int MediaWriterImpl::OpenParts(const MediaFormat& format) {
   }
   if (mSettings.Read(format) != 0) return -1;
   PreparePool();
+  mIntake.SetFrame(mSettings.video_frame_size);
+  mIntake.SetDiscard(mSettings.auto_discard_video);
   mFramer.SetSync(mSettings.enable_av_sync);
   mFramer.SetShortLast(mSettings.has_short_last_frame);
   if (mSettings.has_audio && ConfigureAudio(format) != 0) return -1;
@@ -137,7 +140,7 @@ void MediaWriterImpl::WriteFrame(int type, uint8_t* data, uint32_t size, int64_t
 }
 
 void MediaWriterImpl::TakeFrame(int type, uint8_t* data, uint32_t size, int64_t pts) {
-  if (type == kVideoFrame) WriteVideo(data, size, pts);
+  if (type == kVideoFrame) mEncoder.Fail(mIntake.Write(data, size, pts));
   if (type == kAudioFrame && size > 0 && !WriteAudio(data, size, pts)) return;
   if (!mSettings.use_thread_) mDrain.DrainPreferred();
 }
@@ -193,6 +196,7 @@ void MediaWriterImpl::PreparePool() {
     mOwnPool = std::make_unique<MediaBufferPool>();
     mPool = mOwnPool.get();
     mFramer.SetPool(mPool);
+    mIntake.SetPool(mPool);
     if (mFilter) mFilter->SetPool(mPool);
   }
   mPool->SetVideoBufferSize(mSettings.video_frame_size);
@@ -257,34 +261,6 @@ int MediaWriterImpl::SizeAudioFrames() {
   return 0;
 }
 
-void MediaWriterImpl::WriteVideo(uint8_t* data, uint32_t size, int64_t pts) {
-  if (mLastVideoPts >= 1 && mLastVideoPts >= pts) {
-    log_debug(kTag, "Discard repeat video frame:%lld", static_cast<long long>(pts));
-    return;
-  }
-  mLastVideoPts = pts;
-  ++mVideoFrames;
-  // Where the pool has run dry for want of memory, nobody would end the wait.
-  if (mIsOutOfBuffers) return;
-  if (!mSettings.auto_discard_video && !AwaitVideoBuffer()) return LosePicture();
-  PooledBuffer buffer = FilledBuffer(data, size);
-  if (!buffer) {
-    log_debug(kTag, "discard video frame");
-    if (!mSettings.auto_discard_video && mPool->IsOutOfVideo()) LosePicture();
-    return;
-  }
-  buffer->SetPts(pts);
-  mVideoQueue.Append(std::move(buffer));
-}
-
-// Waits until a buffer is idle. False if none is, and none will be.
-bool MediaWriterImpl::AwaitVideoBuffer() {
-  // The encoder is asked only then: it answers when its current frame is done.
-  if (!mPool->IsOutOfVideo()) return true;
-  return GivesBuffersBack() ? mPool->AwaitVideo() : !mPool->IsOutOfVideo();
-}
-
-// Whether another thread gives buffers back while this one waits.
 bool MediaWriterImpl::GivesBuffersBack() {
   if (!running || mScheduler == nullptr) return false;
   const int wanted = mEncoder.GetParameter("next-frame-type");
@@ -301,19 +277,9 @@ bool MediaWriterImpl::AwaitFewer(size_t frames) {
   return mAudioQueue.Size() < frames;
 }
 
-void MediaWriterImpl::LosePicture() {
-  if (mPool->HasTakenVideo()) {
-    log_error(kTag, "a picture is lost: nobody encodes those before it");
-    return mEncoder.Fail(AVERROR(EINVAL));
-  }
-  log_error(kTag, "no memory for pictures");
-  mIsOutOfBuffers = true;
-  mEncoder.Fail(AVERROR(ENOMEM));
-}
-
 // False when the frame ends the call it came with.
 bool MediaWriterImpl::WriteAudio(const uint8_t* data, uint32_t size, int64_t pts) {
-  if (mVideoFrames < 1 && mSettings.auto_discard_audio_) {
+  if (mIntake.Pictures() < 1 && mSettings.auto_discard_audio_) {
     log_debug(kTag, "discard audio frame, no video arrive");
     return false;
   }
@@ -321,27 +287,6 @@ bool MediaWriterImpl::WriteAudio(const uint8_t* data, uint32_t size, int64_t pts
   if (mFramer.IsOutOfBuffers()) mEncoder.Fail(AVERROR(ENOMEM));
   if (mFramer.HasLostSilence()) mEncoder.Fail(AVERROR(EINVAL));
   return result == 0;
-}
-
-PooledBuffer MediaWriterImpl::FilledBuffer(uint8_t* data, uint32_t size) {
-  if (data == nullptr) return nullptr;
-  if (!mFilter) return CopiedBuffer(data, size);
-  PooledBuffer buffer(mFilter->Process(data));
-  // Filters leave time and size to the writer.
-  if (buffer) buffer->SetSize(std::min(mSettings.video_frame_size, buffer->Capacity()));
-  return buffer;
-}
-
-PooledBuffer MediaWriterImpl::CopiedBuffer(const uint8_t* data, uint32_t size) {
-  const int32_t room = mSettings.video_frame_size;
-  if (room < 1 || size > static_cast<uint32_t>(room)) {
-    log_warn(kTag, "video frame of %u bytes exceeds its buffer of %d", size, room);
-    mEncoder.Fail(AVERROR(EINVAL));
-    return nullptr;
-  }
-  PooledBuffer buffer(mPool->TakeVideo(room));
-  if (buffer) buffer->CopyIn(data, static_cast<int32_t>(size));
-  return buffer;
 }
 
 void MediaWriterImpl::StopScheduler() {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The media writer: a front over the queues, the sound framer and the encoder.
+// The media writer: a front over the two intakes, the queues and the encoder.
 //
-//   WriteFrame -> filter chain or copy -> video queue --+
+//   WriteFrame -> PictureIntake -> video queue ---------+
 //                                                       +-> FrameDrain -> encoder -> buffer pool
 //   WriteFrame -> AudioFramer ---------> audio queue ---+
 //
@@ -24,6 +24,7 @@
 #include "codec/writer/media_buffer_pool.h"
 #include "codec/writer/media_writer.h"
 #include "codec/writer/mw_scheduler.h"
+#include "codec/writer/picture_intake.h"
 #include "codec/writer/wake_signal.h"
 #include "codec/writer/writer_settings.h"
 
@@ -31,7 +32,10 @@ namespace codec {
 
 // Configure, Start, WriteFrame and Stop belong to one thread, the producer. Destruction without
 // Stop stops as Stop does.
-class MediaWriterImpl : public MediaWriter, private MWScheduler::Work, private QueueOutlet {
+class MediaWriterImpl : public MediaWriter,
+                        private MWScheduler::Work,
+                        private QueueOutlet,
+                        private BufferGiver {
  public:
   // Takes ownership of both. Without an encoder Configure and Start fail; without a filter pictures
   // go to the encoder as they come.
@@ -60,6 +64,7 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work, private Q
   void ScheduleOnce() override;
   void Flush() override;
   bool AwaitFewer(size_t frames) override;
+  bool GivesBuffersBack() override;
 
   template <typename Body>
   int Bordered(const Body& body);
@@ -71,13 +76,7 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work, private Q
   int MakeAudioProcess();
   int SizeAudioFrames();
 
-  void WriteVideo(uint8_t* data, uint32_t size, int64_t pts);
   bool WriteAudio(const uint8_t* data, uint32_t size, int64_t pts);
-  bool AwaitVideoBuffer();
-  bool GivesBuffersBack();
-  void LosePicture();
-  PooledBuffer FilledBuffer(uint8_t* data, uint32_t size);
-  PooledBuffer CopiedBuffer(const uint8_t* data, uint32_t size);
   void StopScheduler();
 
   // First, because buffers go back to it until all else is gone. Null unless the writer is
@@ -100,10 +99,8 @@ class MediaWriterImpl : public MediaWriter, private MWScheduler::Work, private Q
   WriterSettings mSettings;
   AudioFramer mFramer;
   std::vector<uint8_t> mAudioScratch;
-  int64_t mLastVideoPts = 0;
-  int64_t mVideoFrames = 0;
-  bool mIsOutOfBuffers = false;
   const std::unique_ptr<MediaFilter> mFilter;
+  PictureIntake mIntake;
   std::unique_ptr<MWScheduler> mScheduler;
 };
 
