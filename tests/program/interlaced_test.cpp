@@ -52,7 +52,7 @@ TEST_P(Interlaced, KeepsTheOrderAtAQualityOfItsOwn) {
   const std::string output = ScratchPath("crf.mkv");
   const CommandResult result = RunProgram({"-i", input, "-o", output, "--set", "crf=18"});
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(StreamFields(output, "v").at("field_order"), Order(!clip.isTopFirst)) << output;
+  EXPECT_EQ(ToldFieldOrder(output), Order(!clip.isTopFirst)) << output;
   EXPECT_EQ(result.err.find("interlaced"), std::string::npos) << result.err;
   ExpectAlike(Fields(output, "fields_crf"), expected, output);
 }
@@ -66,7 +66,7 @@ TEST_P(Interlaced, ShowsEachFieldInTheOppositeOrder) {
     const std::string output = ScratchPath("out" + extension);
     const CommandResult result = RunProgram({"-i", input, "-o", output});
     ASSERT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(StreamFields(output, "v").at("field_order"), Order(!clip.isTopFirst)) << output;
+    EXPECT_EQ(ToldFieldOrder(output), Order(!clip.isTopFirst)) << output;
     EXPECT_EQ(result.err.find("interlaced"), std::string::npos) << result.err;
     EXPECT_EQ(result.err.find("[ffmpeg:libx264]"), std::string::npos) << result.err;
     ExpectAlike(Fields(output, "fields"), expected, output);
@@ -85,7 +85,7 @@ TEST(InterlacedTwice, IsTheSourceAgain) {
   const std::string twice = ScratchPath("twice.mp4");
   ASSERT_EQ(RunProgram({"-i", input, "-o", once}).status, 0);
   ASSERT_EQ(RunProgram({"-i", once, "-o", twice}).status, 0);
-  EXPECT_EQ(StreamFields(twice, "v").at("field_order"), Order(FieldClips().front().isTopFirst));
+  EXPECT_EQ(ToldFieldOrder(twice), Order(FieldClips().front().isTopFirst));
   ExpectAlike(Fields(twice, "twice_fields"), Fields(input, "source_fields"), twice);
 }
 
@@ -102,7 +102,7 @@ TEST(InterlacedScaled, IsProgressiveWithOneWarning) {
       RunProgram({"-i", MakeFieldClip(FieldClips().front()), "-o", output, "--set",
                   "target-width=360", "--set", "target-height=288"});
   ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(StreamFields(output, "v").at("field_order"), "progressive");
+  EXPECT_EQ(ToldFieldOrder(output), "progressive");
   EXPECT_EQ(Count(result.err, "interlaced"), 1) << result.err;
 }
 
@@ -110,14 +110,14 @@ TEST(InterlacedPlain, IsProgressiveBaseline) {
   const std::string output = ScratchPath("plain.mp4");
   ASSERT_EQ(RunProgram({"--plain", "-i", MakeFieldClip(FieldClips().front()), "-o", output}).status,
             0);
-  EXPECT_EQ(StreamFields(output, "v").at("field_order"), "progressive");
+  EXPECT_EQ(ToldFieldOrder(output), "progressive");
   EXPECT_EQ(StreamFields(output, "v").at("profile"), "Constrained Baseline");
 }
 
 TEST(NotInterlaced, StaysProgressiveBaseline) {
   const std::string output = ScratchPath("whole.mp4");
   ASSERT_EQ(RunProgram({"-i", Clip(ClipKind::kTransport), "-o", output}).status, 0);
-  EXPECT_EQ(StreamFields(output, "v").at("field_order"), "progressive");
+  EXPECT_EQ(ToldFieldOrder(output), "progressive");
   EXPECT_EQ(StreamFields(output, "v").at("profile"), "Constrained Baseline");
 }
 

@@ -141,7 +141,7 @@ TEST(MemoryGroupsOfFields, GetEveryPictureOrARefusalAndNoKill) {
       continue;
     }
     ASSERT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(StreamFields(output, "v").at("field_order"), "bb");
+    EXPECT_EQ(ToldFieldOrder(output), "bb");
     EXPECT_EQ(DecodeLuma(output).size(), static_cast<size_t>(kPictures));
   }
 }

@@ -92,6 +92,16 @@ std::map<std::string, std::string> StreamFields(const std::string& path, const s
                              "-show_streams", "-of", "default=noprint_wrappers=1", path}));
 }
 
+std::string ToldFieldOrder(const std::string& path) {
+  const std::string told = StreamFields(path, "v").at("field_order");
+  if (told != "unknown") return told;
+  auto picture =
+      ParseFields(Output({"ffprobe", "-v", "error", "-select_streams", "v:0", "-read_intervals",
+                          "%+#1", "-show_frames", "-of", "default=noprint_wrappers=1", path}));
+  if (picture["interlaced_frame"] == "0") return "progressive";
+  return picture["top_field_first"] == "1" ? "tt" : "bb";
+}
+
 std::map<std::string, std::string> ContainerFields(const std::string& path) {
   return ParseFields(Output(
       {"ffprobe", "-v", "error", "-show_format", "-of", "default=noprint_wrappers=1", path}));

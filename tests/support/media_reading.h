@@ -38,6 +38,10 @@ std::vector<float> DecodeStereo(const std::string& path);
 std::map<std::string, std::string> StreamFields(const std::string& path, const std::string& kind);
 std::map<std::string, std::string> ContainerFields(const std::string& path);
 
+// "tt", "bb" or "progressive": the field order of the first video stream. FFmpeg 4 tells none of
+// H.264 in MP4 and MOV; there the first picture is asked.
+std::string ToldFieldOrder(const std::string& path);
+
 // When a file ends, in seconds of its stamps, as its container says. FFmpeg works the length of
 // MPEG streams out from the first stamp on; others tell it from 0 on. If a file begins later, only
 // its packets say what is meant.

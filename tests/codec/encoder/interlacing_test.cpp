@@ -84,7 +84,7 @@ TEST(Interlacing, IsReadBackFromEveryContainer) {
       const std::string path = ScratchPath("interlaced" + std::string(extension));
       Write(path, order);
       auto fields = test_support::StreamFields(path, "v");
-      EXPECT_EQ(fields["field_order"], order) << path;
+      EXPECT_EQ(test_support::ToldFieldOrder(path), order) << path;
       const bool isWhole = std::string(order) == "progressive";
       EXPECT_EQ(fields["profile"], isWhole ? "Constrained Baseline" : "Main") << path;
       EXPECT_EQ(test_support::VideoTimes(path).size(), 10U) << path;
@@ -107,7 +107,7 @@ TEST(Interlacing, IsKeptAtAnyPresetWithoutAWarning) {
     ASSERT_EQ(encoder.Open(), 0) << preset;
     EXPECT_EQ(encoder_test::Feed(&encoder, 3), 0);
     encoder.Close();
-    EXPECT_EQ(test_support::StreamFields(path, "v").at("field_order"), "bb") << preset;
+    EXPECT_EQ(test_support::ToldFieldOrder(path), "bb") << preset;
     for (const test_support::LogLine& line : log.Lines()) {
       EXPECT_GT(line.level, kLogWarn) << line.text;
     }
@@ -119,7 +119,7 @@ TEST(Interlacing, IsLeftOffWithOneWarningIfTheHeightHasNoRoomForIt) {
   const LogCapture log;
   const std::string path = ScratchPath("low.mp4");
   Write(path, "tt", 50);
-  EXPECT_EQ(test_support::StreamFields(path, "v").at("field_order"), "progressive");
+  EXPECT_EQ(test_support::ToldFieldOrder(path), "progressive");
   EXPECT_EQ(encoder_test::Texts(log, kLogWarn),
             (std::vector<std::string>{"the pictures are interlaced, which the output does not say: "
                                       "their height, 50, is no multiple of 4"}));
