@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -41,9 +42,14 @@ std::vector<Picture> Pictures(const std::string& path, const ViewWords& words) {
 
 // Time of the first sample that is decoded, in the file's stamps.
 double FirstSound(const std::string& path) {
-  return std::stod(
+  constexpr char kNone[] = "N/A,";
+  // FFmpeg 4 names the stamp otherwise; its best effort does not know that samples were cut off.
+  std::string stamps =
       Output({"ffprobe", "-v", "error", "-select_streams", "a:0", "-read_intervals", "%+#80",
-              "-show_entries", "frame=best_effort_timestamp_time", "-of", "csv=p=0", path}));
+              "-show_entries", "frame=pkt_pts_time,pts_time,best_effort_timestamp_time", "-of",
+              "csv=p=0", path});
+  if (stamps.rfind(kNone, 0) == 0) stamps.erase(0, std::size(kNone) - 1);
+  return std::stod(stamps);
 }
 
 double Tick(const std::string& timeBase) {
