@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -197,6 +198,46 @@ TEST(Copy, KeepsTimesThatVary) {
     EXPECT_TRUE(Packets(output) == Reversed(Packets(source)));
     return output;
   }());
+}
+
+// Pictures at 0, 0.06, 0.08, 0.14, 0.16 s and so on.
+std::string UnevenPictures() {
+  return Source("uneven_ticks.mov", "-vf settb=1/1000,setpts=(N+0.5*mod(N\\,2))*40 " +
+                                        FrameTimingOption() +
+                                        " passthrough -enc_time_base 1:1000 -c:v mjpeg -pix_fmt "
+                                        "yuvj420p -an -video_track_timescale 1000");
+}
+
+// How long the last packet of the pictures is shown, in seconds.
+double LastDuration(const std::string& path) {
+  std::vector<std::string> durations;
+  AppendWords(Run({"ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
+                   "packet=duration_time", "-of", "default=nk=1:nw=1", path})
+                  .out,
+              &durations);
+  return durations.empty() ? 0 : std::stod(durations.back());
+}
+
+// A range may begin while an earlier picture is shown. Where pictures last as long as they like,
+// the first one of the range is shown in its place; equally long ones stay so.
+TEST(Copy, OfARangeShowsItsOldestPictureUpToTheEnd) {
+  const std::string output = ScratchPath("open_end.mov");
+  ASSERT_EQ(Copy(UnevenPictures(), output, "-s 0.1 -e 0.5").status, 0);
+  EXPECT_NEAR(LastDuration(output), 0.06, kMatroskaTick);
+  ASSERT_EQ(Copy(Source("mjpeg.mov", kKinds[3].coding), output, "-s 0.33 -e 0.5").status, 0);
+  EXPECT_NEAR(LastDuration(output), 0.04, kMatroskaTick);
+}
+
+// AVI has one tick for a picture, so that two of these pictures fall on one.
+TEST(Copy, GivesEachPictureATickOfItsOwn) {
+  const std::string source = UnevenPictures();
+  const std::string output = ScratchPath("ticks.avi");
+  const CommandResult result = Copy(source, output);
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(Packets(output) == Reversed(Packets(source)));
+  const std::vector<double> times = VideoTimes(output);
+  EXPECT_EQ(times.size(), static_cast<size_t>(CountPackets(source)));
+  EXPECT_EQ(std::adjacent_find(times.begin(), times.end(), std::greater_equal<>()), times.end());
 }
 
 TEST(Copy, TakesTheRangeThatIsAskedFor) {
