@@ -73,9 +73,9 @@ int PacketTrack::Create(const AVStream* source) {
 }
 
 int PacketTrack::Write(AVPacket* packet, int64_t stamp, int64_t duration) {
-  mLast = std::max(av_rescale_q(stamp, mStampBase, mBase), mLast + 1);
-  packet->pts = mLast;
-  packet->dts = mLast;
+  // The file sees to it that no two packets fall on one tick.
+  packet->pts = av_rescale_q(stamp, mStampBase, mBase);
+  packet->dts = packet->pts;
   packet->duration = std::max<int64_t>(1, av_rescale_q(duration, mStampBase, mBase));
   packet->pos = -1;
   const int result = mFile->WritePacket(packet, mBase, &mTrack);

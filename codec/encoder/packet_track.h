@@ -35,7 +35,6 @@ class PacketTrack {
   OutputTrack mTrack;
   AVRational mStampBase = {0, 1};
   AVRational mBase = {0, 1};  // of what is written
-  int64_t mLast = -1;         // stamp in the same
   int64_t mPacketsWritten = 0;
 };
 

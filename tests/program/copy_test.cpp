@@ -200,12 +200,11 @@ TEST(Copy, KeepsTimesThatVary) {
   }());
 }
 
-// Pictures at 0, 0.06, 0.08, 0.14, 0.16 s and so on.
-std::string UnevenPictures() {
-  return Source("uneven_ticks.mov", "-vf settb=1/1000,setpts=(N+0.5*mod(N\\,2))*40 " +
-                                        FrameTimingOption() +
-                                        " passthrough -enc_time_base 1:1000 -c:v mjpeg -pix_fmt "
-                                        "yuvj420p -an -video_track_timescale 1000");
+// Pictures whose number N gives their time in milliseconds.
+std::string UnevenPictures(const std::string& name, const std::string& time) {
+  return Source(name, "-vf settb=1/1000,setpts=" + time + " " + FrameTimingOption() +
+                          " passthrough -enc_time_base 1:1000 -c:v mjpeg -pix_fmt yuvj420p -an "
+                          "-video_track_timescale 1000");
 }
 
 // How long the last packet of the pictures is shown, in seconds.
@@ -222,15 +221,17 @@ double LastDuration(const std::string& path) {
 // the first one of the range is shown in its place; equally long ones stay so.
 TEST(Copy, OfARangeShowsItsOldestPictureUpToTheEnd) {
   const std::string output = ScratchPath("open_end.mov");
-  ASSERT_EQ(Copy(UnevenPictures(), output, "-s 0.1 -e 0.5").status, 0);
+  // At 0, 0.06, 0.08, 0.14, 0.16 s and so on.
+  const std::string uneven = UnevenPictures("pairs.mov", "(N+0.5*mod(N\\,2))*40");
+  ASSERT_EQ(Copy(uneven, output, "-s 0.1 -e 0.5").status, 0);
   EXPECT_NEAR(LastDuration(output), 0.06, kMatroskaTick);
   ASSERT_EQ(Copy(Source("mjpeg.mov", kKinds[3].coding), output, "-s 0.33 -e 0.5").status, 0);
   EXPECT_NEAR(LastDuration(output), 0.04, kMatroskaTick);
 }
 
-// AVI has one tick for a picture, so that two of these pictures fall on one.
+// AVI has a tick of 40 ms for each of these pictures, which come four at a time within 30 ms.
 TEST(Copy, GivesEachPictureATickOfItsOwn) {
-  const std::string source = UnevenPictures();
+  const std::string source = UnevenPictures("bursts.mov", "floor(N/4)*160+mod(N\\,4)*10");
   const std::string output = ScratchPath("ticks.avi");
   const CommandResult result = Copy(source, output);
   ASSERT_EQ(result.status, 0) << result.err;
