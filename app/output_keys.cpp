@@ -136,7 +136,8 @@ std::vector<OutputKey> MakeKeys() {
       Text("chroma-location", "the same: `left`"),
       Text("field-order",
            "`tt` or `bb` encodes each picture as two fields, the top or the bottom one to be "
-           "shown first, `progressive` (unless set) as a whole; `libx264` only, in profile Main"),
+           "shown first, `progressive` (unless set) as a whole; `libx264` only, in profile Main or "
+           "above"),
       Flag(
           "true-level",
           "1 has `libx264` name the H.264 level that size, rate, buffer and preset need, 0 (unless "

@@ -54,14 +54,24 @@ void Reverse::SetOutputParameter(const char* key, const char* value) {
 }
 
 void Reverse::SetMirror(bool isMirror) {
-  Set([&] {
-    mReversal = isMirror ? std::make_unique<MirrorReversal>() : std::make_unique<Reversal>();
-  });
+  mIsMirror = isMirror;
+  ChooseReversal();
 }
 
 void Reverse::SetCopy(bool isCopy) {
+  mIsCopy = isCopy;
+  ChooseReversal();
+}
+
+void Reverse::ChooseReversal() {
   Set([&] {
-    if (isCopy) mReversal = std::make_unique<CopyReversal>();
+    if (mIsCopy) {
+      mReversal = std::make_unique<CopyReversal>();
+    } else if (mIsMirror) {
+      mReversal = std::make_unique<MirrorReversal>();
+    } else {
+      mReversal = std::make_unique<Reversal>();
+    }
   });
 }
 

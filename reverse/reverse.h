@@ -120,8 +120,8 @@ class Reverse {
   // The same, and the packets of the pictures are written as they are, bit for bit, without being
   // decoded and encoded. The sound is PCM, or ALAC or FLAC if the container takes no PCM, unless
   // "audio-codec" says otherwise. Init
-  // fails where that is not possible: Failure tells why. Replaces SetMirror. Off unless set. To be
-  // called before Init.
+  // fails where that is not possible: Failure tells why. Counts before SetMirror, in whatever order
+  // they are called. Off unless set. To be called before Init.
   void SetCopy(bool isCopy);
   // A job that loses a part of its range fails, as if the output could not be written. Off unless
   // set. To be called before Start. Account tells what was lost.
@@ -154,6 +154,7 @@ class Reverse {
  private:
   template <typename Body>
   void Set(const Body& body);
+  void ChooseReversal();
   int CreateParts();
   int CreateDecoder();
   int CreateWriter();
@@ -188,6 +189,8 @@ class Reverse {
   JobAccount mAccount;
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;
+  bool mIsMirror = false;
+  bool mIsCopy = false;
   bool mIsInitialised = false;
   bool mIsStrict = false;
   bool mDiscardsCancelled = false;

@@ -4,12 +4,15 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "reverse/copy_keys.h"
 #include "reverse/reverse.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/media_reading.h"
 #include "tests/support/picture_count.h"
 
 namespace codec {
@@ -68,6 +71,30 @@ TEST(CopyJob, TellsWhatStandsInItsWay) {
   EXPECT_EQ(job.Failure().step, FailedStep::kCopy);
   EXPECT_NE(job.Failure().obstacle.find("leans on others (h264)"), std::string::npos);
   EXPECT_FALSE(std::filesystem::exists(output));
+}
+
+// The last word on each counts, in whatever order they come.
+TEST(CopyJob, IsMadeOnlyAsLongAsItIsAskedFor) {
+  const std::string clip =
+      CustomClip("copy_job_alone.mkv", {"-f", "lavfi", "-i", "testsrc2=rate=25:size=64x64",
+                                        "-frames:v", "5", "-c:v", "mjpeg", "-pix_fmt", "yuvj420p"});
+  const std::string output = ScratchPath("asked.mkv");
+  const auto codecAfter = [&](const std::vector<std::pair<bool, bool>>& calls) {
+    Reverse job(clip.c_str(), 0, 0, output.c_str());
+    for (const auto& [isCopy, isOn] : calls) {
+      if (isCopy) job.SetCopy(isOn);
+      if (!isCopy) job.SetMirror(isOn);
+    }
+    EXPECT_EQ(job.Init(), 0);
+    EXPECT_EQ(job.Start(), 0);
+    job.WaitForEnd(60000);
+    job.Release();
+    EXPECT_EQ(job.Account().pictures, 5);
+    return test_support::StreamFields(output, "v")["codec_name"];
+  };
+  EXPECT_EQ(codecAfter({{true, true}, {false, false}}), "mjpeg");
+  EXPECT_EQ(codecAfter({{false, true}, {true, true}, {true, false}}), "h264");
+  EXPECT_EQ(codecAfter({{true, true}, {true, false}, {false, true}}), "h264");
 }
 
 TEST(CopyJob, RefusesKeysOfPictures) {
