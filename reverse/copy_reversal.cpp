@@ -7,10 +7,12 @@
 #include <string_view>
 #include <utility>
 
+#include "base/log.h"
 #include "codec/decoder/packet_clock.h"
 #include "codec/encoder/container.h"
 #include "codec/encoder/exact_sound.h"
 #include "codec/ffmpeg/compat.h"
+#include "codec/utils/field_order.h"
 #include "codec/utils/orientation.h"
 #include "codec/writer/packet_trial.h"
 #include "codec/writer/packet_writer.h"
@@ -20,12 +22,22 @@
 namespace codec {
 namespace {
 
+constexpr char kTag[] = "codec::Reverse";
+
 // Codecs whose packets do not say which field is shown first: only the container does.
 constexpr std::array kWithoutFields = {AV_CODEC_ID_RAWVIDEO, AV_CODEC_ID_V210,    AV_CODEC_ID_R210,
                                        AV_CODEC_ID_HUFFYUV,  AV_CODEC_ID_FFVHUFF, AV_CODEC_ID_PNG};
 
 // The best of those that hold most codecs first.
 constexpr std::array<const char*, 5> kContainers = {".mov", ".mkv", ".mp4", ".avi", ".ts"};
+
+// AVI has no place for the order of fields that readers look at.
+bool LosesFields(const std::string& output, const MediaFormat& format) {
+  std::string order;
+  format.GetString("field-order", order);
+  const bool isWoven = IsWoven(FieldOrderOf(order).value_or(FieldOrder::kProgressive));
+  return isWoven && ChooseContainer(output.c_str()) == ChooseContainer(".avi");
+}
 
 std::string NameOf(AVCodecID codec) { return avcodec_get_name(codec); }
 
@@ -153,7 +165,13 @@ void CopyReversal::Describe(const MediaInfo& info, double start, double end,
 
 MediaWriter* CopyReversal::MakeWriter(MediaFormat& format) const {
   auto writer = std::make_unique<PacketWriter>(Pictures());
-  if (writer->Configure(format) == 0) return writer.release();
+  if (writer->Configure(format) == 0) {
+    if (LosesFields(mOutput, format)) {
+      log_warn(kTag, "the pictures are interlaced, which %s does not say; .mov and .mkv do",
+               mOutput.c_str());
+    }
+    return writer.release();
+  }
   format.SetInt32("output-error", writer->OutputError());
   return nullptr;
 }

@@ -384,6 +384,23 @@ TEST(Copy, TurnsTheOrderOfFieldsIfThePicturesDoNotSayIt) {
   EXPECT_NE(refused.err.find("its pictures are interlaced"), std::string::npos) << refused.err;
 }
 
+// A container that keeps the order gets no warning.
+TEST(Copy, WarnsOfAContainerThatDoesNotSayTheOrderOfFields) {
+  const std::string source =
+      MakeFieldClip({"copy_fields_png.mov", false, "-c:v png -pix_fmt rgb24 -field_order bb"});
+  ASSERT_EQ(StreamFields(source, "v")["field_order"], "bb");
+  for (const std::string container : {".avi", ".mov", ".mkv"}) {
+    const std::string output = ScratchPath("fields_told" + container);
+    const CommandResult result = Copy(source, output);
+    EXPECT_EQ(result.status, 0) << result.err;
+    const bool isTold = StreamFields(output, "v")["field_order"] == "tt";
+    const bool isWarned = result.err.find("the pictures are interlaced, which " + output +
+                                          " does not say") != std::string::npos;
+    EXPECT_EQ(isTold, container != ".avi");
+    EXPECT_EQ(isWarned, !isTold) << container << " " << result.err;
+  }
+}
+
 struct Refusal {
   const char* output;
   std::string source;
