@@ -18,7 +18,8 @@ namespace {
 // is.
 constexpr int kMostFrameBytes = 32 << 20;
 constexpr size_t kMostAllocation = size_t{256} << 20;
-constexpr int kMostFrames = 16;
+// A whole group of the seeds with its sound. More would only be slower.
+constexpr int kMostFrames = 6;
 
 using Read = int (codec::FFmpegDecoder::*)(uint8_t*, uint32_t*, uint32_t*, double*);
 
@@ -35,6 +36,31 @@ void ReadFrames(codec::FFmpegDecoder* decoder, Read read, uint8_t* buffer, uint3
   }
 }
 
+// All that the tool switches on.
+codec::DecoderAdditions AllAdditions() {
+  codec::DecoderAdditions additions;
+  additions.keepsMetPicture = true;
+  additions.cutsToEvenSize = true;
+  additions.tellsLowRates = true;
+  additions.scansLength = true;
+  additions.restarts = codec::Restarts::kJoined;
+  additions.laysOverBlack = true;
+  additions.adaptsChanges = true;
+  additions.readsTags = true;
+  additions.keepsLoopFilter = true;
+  additions.skipsKeyScan = true;
+  additions.asksContainerForShape = true;
+  additions.expectsSilence = true;
+  return additions;
+}
+
+// What the mirror asks for before it seeks.
+void AskForBegin(codec::FFmpegDecoderImpl2* decoder) {
+  const double begin = decoder->FirstPictureTime();
+  decoder->Fields();
+  if (!std::isnan(begin)) decoder->SetZero(begin);
+}
+
 }  // namespace
 
 void DecoderTarget(const uint8_t* data, size_t size) {
@@ -44,6 +70,8 @@ void DecoderTarget(const uint8_t* data, size_t size) {
   const MemoryFile file(data, size);
   codec::DecoderOptions options;
   options.threads = 1;
+  const bool isMirror = size % 2 == 1;
+  if (isMirror) options.additions = AllAdditions();
   codec::FFmpegDecoderImpl2 decoder(file.Path().c_str(), options);
   if (decoder.Init() != 0) return;
   codec::MediaInfo info;
@@ -53,9 +81,10 @@ void DecoderTarget(const uint8_t* data, size_t size) {
   const auto most = static_cast<uint32_t>(bytes);
   // No byte larger than is promised to be enough.
   const std::unique_ptr<uint8_t[]> buffer(new uint8_t[most]);
+  if (isMirror) AskForBegin(&decoder);
   constexpr int kDecodeForward = 3;
   constexpr int kHold = 2;
-  for (const double part : {0.75, 0.5, 0.0}) {
+  for (const double part : {0.5, 0.0}) {
     decoder.Seek(static_cast<double>(info.duration) * part, kDecodeForward);
     ReadFrames(&decoder, &codec::FFmpegDecoder::ReceiveFrame, buffer.get(), most);
   }

@@ -3,8 +3,11 @@
 // target.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/fuzz/seeds.h"
 #include "tests/fuzz/targets.h"
+#include "tests/robustness/corpus.h"
 #include "tests/robustness/damage.h"
 
 namespace fuzz {
@@ -25,6 +28,18 @@ TEST_P(FuzzTarget, TakesItsSeedsAndDamagedOnes) {
     run(seed);
     for (uint64_t i = 0; i < kDamagedOfEach; ++i) run(test_support::Damage(seed, ++number));
   }
+}
+
+// What fuzzers have met: the smallest set of inputs that reaches all code that they reached.
+TEST_P(FuzzTarget, TakesItsCorpus) {
+  const std::filesystem::path folder = std::filesystem::path(FUZZ_CORPUS) / GetParam().name;
+  int count = 0;
+  for (const auto& file : std::filesystem::directory_iterator(folder)) {
+    const std::string bytes = test_support::ReadBytes(file.path().string());
+    GetParam().run(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+    ++count;
+  }
+  EXPECT_GT(count, 0) << folder;
 }
 
 INSTANTIATE_TEST_SUITE_P(All, FuzzTarget, testing::ValuesIn(kTargets),

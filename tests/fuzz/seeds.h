@@ -7,7 +7,7 @@
 
 namespace fuzz {
 
-// A few small inputs for the target of this name, made anew; at most 64 KB each.
+// A few small inputs for the target of this name, made anew; at most 8 KB each.
 std::vector<std::string> Seeds(const std::string& target);
 
 }  // namespace fuzz

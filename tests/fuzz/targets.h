@@ -15,7 +15,8 @@ void PngTarget(const uint8_t* data, size_t size);
 void IniTarget(const uint8_t* data, size_t size);
 // Operations on the parameter bag.
 void FormatTarget(const uint8_t* data, size_t size);
-// A media file, sought in and read in every way that the decoder knows.
+// A media file, sought in and read in every way that the decoder knows. With all that the tool
+// switches on if it has an odd number of bytes.
 void DecoderTarget(const uint8_t* data, size_t size);
 
 struct Target {

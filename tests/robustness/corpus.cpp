@@ -12,19 +12,11 @@
 #include <stdexcept>
 
 #include "tests/robustness/crafted.h"
-#include "tests/support/clips.h"
+#include "tests/robustness/recipe.h"
 #include "tests/support/command.h"
 
 namespace test_support {
 namespace {
-
-struct Recipe {
-  const char* name;
-  const char* words;  // for ffmpeg; words in braces stand for the generated inputs
-};
-
-constexpr char kScene[] = "testsrc2=size=160x90:rate=25";
-constexpr char kX264[] = "-c:v libx264 -preset ultrafast -pix_fmt yuv420p";
 
 // Few pictures and few samples, because most of a run is spent on encoding them; but more than a
 // second, for a second step, and more than one group of pictures.
@@ -121,30 +113,6 @@ constexpr std::array kHostile = {
     Recipe{"robust_long_gop.ts", "{v} {a} -t 4 {x264} -g 250 -bf 2 -c:a aac"},
 };
 
-std::string Replaced(std::string text, const std::string& what, const std::string& with) {
-  for (size_t at = text.find(what); at != std::string::npos;
-       at = text.find(what, at + with.size())) {
-    text.replace(at, what.size(), with);
-  }
-  return text;
-}
-
-std::string Make(const Recipe& recipe) {
-  std::string text = recipe.words;
-  const std::string scene = std::string("-f lavfi -i ") + kScene;
-  text = Replaced(text, "{v}", scene);
-  text = Replaced(text, "{b}", "-f lavfi -i testsrc2=size=160x90:rate=15");
-  text = Replaced(text, "{v1}", scene + ":duration=2");
-  text = Replaced(text, "{a}", "-f lavfi -i sine=frequency=440:sample_rate=48000");
-  text = Replaced(text, "{s}", "-f lavfi -i sine=frequency=440:sample_rate=16000");
-  text = Replaced(text, "{a1}", "-f lavfi -i sine=frequency=440:sample_rate=48000:duration=1");
-  text = Replaced(text, "{x264}", kX264);
-  text = Replaced(text, "{timing}", FrameTimingOption());
-  std::vector<std::string> words;
-  AppendWords(text, &words);
-  return CustomClip(recipe.name, words);
-}
-
 // Older releases of ffmpeg cannot change the stamps of packets.
 bool CanBeMade(const Recipe& recipe) {
   static const bool changesStamps =
@@ -154,10 +122,10 @@ bool CanBeMade(const Recipe& recipe) {
 
 std::string ByName(const std::string& name) {
   for (const Recipe& recipe : kHostile) {
-    if (name == recipe.name) return Make(recipe);
+    if (name == recipe.name) return MakeClip(recipe);
   }
   for (const Recipe& recipe : kBase) {
-    if (name == recipe.name) return Make(recipe);
+    if (name == recipe.name) return MakeClip(recipe);
   }
   throw std::runtime_error("no recipe for " + name);
 }
@@ -297,7 +265,7 @@ void WriteBytes(const std::string& path, const std::string& bytes) {
 
 std::vector<std::string> BaseClips() {
   std::vector<std::string> paths;
-  for (const Recipe& recipe : kBase) paths.push_back(Make(recipe));
+  for (const Recipe& recipe : kBase) paths.push_back(MakeClip(recipe));
   return paths;
 }
 
@@ -305,7 +273,7 @@ std::vector<SandboxCase> HostileCases() {
   std::vector<SandboxCase> cases;
   for (const Recipe& recipe : kHostile) {
     if (!CanBeMade(recipe)) continue;
-    SandboxCase one = File(recipe.name, Make(recipe));
+    SandboxCase one = File(recipe.name, MakeClip(recipe));
     if (one.name.rfind("robust_large", 0) == 0) one.limits.peakMegabytes = 6144;
     cases.push_back(std::move(one));
   }

@@ -22,6 +22,7 @@
 #include "tests/faults/faults.h"
 #include "tests/robustness/corpus.h"
 #include "tests/robustness/sandbox.h"
+#include "tests/robustness/tally.h"
 #include "tests/support/access_list.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"

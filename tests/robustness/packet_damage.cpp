@@ -145,7 +145,7 @@ void WritePackets(const AVFormatContext* input, const Packets& packets, const st
   // streams never ends at some that are missing.
   const std::string muxer = output->oformat->name;
   const bool needsOrder = muxer == "asf";
-  const bool needsStamps = needsOrder || muxer == "mpeg";
+  const bool needsStamps = needsOrder || muxer == "mpeg" || muxer == "vob";
   int64_t last = 0;
   for (const UniquePacket& packet : packets) {
     av_packet_rescale_ts(packet.get(), input->streams[packet->stream_index]->time_base,

@@ -9,8 +9,10 @@
 
 #include "tests/robustness/corpus.h"
 #include "tests/robustness/damage.h"
+#include "tests/robustness/output_check.h"
 #include "tests/robustness/packet_damage.h"
 #include "tests/robustness/sandbox.h"
+#include "tests/robustness/tally.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 

@@ -8,23 +8,19 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <deque>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <map>
-#include <numeric>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
+#include "app/command_line.h"
+#include "app/progress_lines.h"
 #include "app/run_driver.h"
-#include "base/log.h"
-#include "codec/ffmpeg/compat.h"
 #include "codec/ffmpeg/log_bridge.h"
-#include "codec/ffmpeg/owned.h"
+#include "tests/robustness/output_check.h"
 #include "tests/support/command.h"
-#include "tests/support/picture_count.h"
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
@@ -45,32 +41,24 @@ using Clock = std::chrono::steady_clock;
 constexpr int kLeakedStatus = 101;
 constexpr size_t kKeptLogBytes = 65536;
 
-constexpr std::array<const char*, kVerdicts> kVerdictNames = {
-    "reversed", "refused", "unplayable", "uncounted", "silent", "crashed", "hung", "too large"};
+constexpr std::array<const char*, kVerdicts> kVerdictNames = {"reversed",  "refused", "unplayable",
+                                                              "uncounted", "silent",  "left behind",
+                                                              "crashed",   "hung",    "too large"};
 
-// Whether the first picture that this stream's packets hold comes out of its decoder.
-class FirstPicture {
- public:
-  explicit FirstPicture(const AVStream* stream) {
-    const AVCodec* const codec = avcodec_find_decoder(stream->codecpar->codec_id);
-    if (codec == nullptr) return;
-    mDecoder = codec::ffmpeg::NewDecoder(stream, codec);
-    if (mDecoder != nullptr && avcodec_open2(mDecoder.get(), codec, nullptr) < 0) mDecoder.reset();
+// What a body's exit status says; any other one is a crash.
+Verdict VerdictOf(int status) {
+  constexpr std::array kKnown = {
+      std::pair{kReversedStatus, Verdict::kReversed},
+      std::pair{kRefusedStatus, Verdict::kRefused},
+      std::pair{kUnplayableStatus, Verdict::kUnplayable},
+      std::pair{kUncountedStatus, Verdict::kUncounted},
+      std::pair{kLeftBehindStatus, Verdict::kLeftBehind},
+  };
+  for (const auto& [known, verdict] : kKnown) {
+    if (status == known) return verdict;
   }
-
-  // Null at the end of the stream.
-  void Send(const AVPacket* packet) {
-    if (mDecoder == nullptr || mFound) return;
-    avcodec_send_packet(mDecoder.get(), packet);
-    mFound = avcodec_receive_frame(mDecoder.get(), mFrame.get()) >= 0;
-  }
-  bool Found() const { return mFound; }
-
- private:
-  codec::ffmpeg::UniqueCodecContext mDecoder;
-  codec::ffmpeg::UniqueFrame mFrame{av_frame_alloc()};
-  bool mFound = false;
-};
+  return Verdict::kCrashed;
+}
 
 bool HasLeaks() {
 #if defined(__SANITIZE_ADDRESS__)
@@ -80,50 +68,39 @@ bool HasLeaks() {
 #endif
 }
 
-// Leaves its account behind.
-class WatchedJob : public codec::Reverse {
+// Shows the progress as the tool does, and keeps what the run tells.
+class WatchedRun : public app::ProgressLines {
  public:
-  WatchedJob(const app::CommandLine& line, codec::JobAccount* account, double* seconds)
-      : Reverse(line.input.c_str(), line.start, line.end, line.output.c_str()),
-        mAccount(account),
-        mSeconds(seconds) {}
-  ~WatchedJob() override {
-    *mAccount = Account();
-    *mSeconds = RangeSeconds();
+  void OnProgress(const app::Progress& progress) override {
+    mTold.seconds = progress.range;
+    app::ProgressLines::OnProgress(progress);
   }
+  void OnAccount(const codec::JobAccount& account) override { mTold.account = account; }
+  const ToldRun& Told() const { return mTold; }
 
  private:
-  codec::JobAccount* const mAccount;
-  double* const mSeconds;
+  ToldRun mTold;
 };
 
-// Every picture that FFmpeg decodes is in the output or counted as lost.
-bool IsCounted(const app::CommandLine& line, const codec::JobAccount& account, double seconds) {
-  const bool isWhole = line.start == 0 && line.end == 0;
-  const int64_t decodable = isWhole ? CountDecodable(line.input, seconds) : 0;
-  const int64_t written = CountPackets(line.output);
-  if (written == account.pictures && written + account.lost.Count() >= decodable) return true;
-  log_error("test", "decodable %lld, in the output %lld, written %lld, lost %lld",
-            static_cast<long long>(decodable), static_cast<long long>(written),
-            static_cast<long long>(account.pictures), static_cast<long long>(account.lost.Count()));
-  return false;
+bool Exists(const std::string& path) {
+  std::error_code ignored;
+  return fs::exists(fs::symlink_status(path, ignored));
 }
 
 int RunCase(const SandboxCase& one, const std::string& scratch) {
   codec::ffmpeg::InstallLogBridge();
   if (one.body) return one.body(scratch);
+  const std::string input = one.input(scratch);
+  const std::string output = scratch + "-out" + one.extension;
+  std::vector<const char*> words = {"clip-reverse", "-i", input.c_str(), "-o", output.c_str()};
+  for (const std::string& option : one.options) words.push_back(option.c_str());
   app::CommandLine line;
-  line.input = one.input(scratch);
-  line.output = scratch + "-out.mp4";
-  line.start = one.start;
-  line.end = one.end;
-  codec::JobAccount account;
-  double seconds = 0;
-  auto job = std::make_unique<WatchedJob>(line, &account, &seconds);
-  app::SwitchOnAdditions(line, job.get());
-  if (app::RunJob(std::move(job), line) != 0) return kRefusedStatus;
-  if (!IsPlayable(line.output)) return kUnplayableStatus;
-  return IsCounted(line, account, seconds) ? kReversedStatus : kUncountedStatus;
+  WatchedRun run;
+  if (app::ParseCommandLine(static_cast<int>(words.size()), words.data(), &line) != 0 ||
+      app::RunReverse(line, &run) != 0) {
+    return Exists(output) ? kLeftBehindStatus : kRefusedStatus;
+  }
+  return StatusOf(line, run.Told());
 }
 
 [[noreturn]] void RunBody(const RunLimits& limits, const std::string& logPath,
@@ -136,11 +113,7 @@ int RunCase(const SandboxCase& one, const std::string& scratch) {
   const rlimit noCore{0, 0};
   setrlimit(RLIMIT_CORE, &noCore);
   int status = body();
-  if ((status == kReversedStatus || status == kUncountedStatus || status == kUnplayableStatus ||
-       status == kRefusedStatus) &&
-      HasLeaks()) {
-    status = kLeakedStatus;
-  }
+  if (VerdictOf(status) != Verdict::kCrashed && HasLeaks()) status = kLeakedStatus;
   // The parent's own objects are not this process's to destroy.
   _exit(status);
 }
@@ -174,18 +147,8 @@ Verdict Judge(int waitStatus, bool overTime, bool hasError) {
   if (WIFSIGNALED(waitStatus)) {
     return WTERMSIG(waitStatus) == SIGXCPU ? Verdict::kHung : Verdict::kCrashed;
   }
-  switch (WEXITSTATUS(waitStatus)) {
-    case kReversedStatus:
-      return Verdict::kReversed;
-    case kUnplayableStatus:
-      return Verdict::kUnplayable;
-    case kUncountedStatus:
-      return Verdict::kUncounted;
-    case kRefusedStatus:
-      return hasError ? Verdict::kRefused : Verdict::kSilent;
-    default:
-      return Verdict::kCrashed;
-  }
+  const Verdict verdict = VerdictOf(WEXITSTATUS(waitStatus));
+  return verdict == Verdict::kRefused && !hasError ? Verdict::kSilent : verdict;
 }
 
 double Seconds(const timeval& time) {
@@ -250,29 +213,6 @@ bool Finish(const Child& child, SandboxResult* result) {
 
 }  // namespace
 
-bool IsPlayable(const std::string& path) {
-  AVFormatContext* context = nullptr;
-  if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0) return false;
-  const codec::ffmpeg::UniqueInput input(context);
-  const int video = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  if (video < 0) return false;
-  FirstPicture picture(context->streams[video]);
-  std::map<int, int64_t> missing;
-  for (unsigned i = 0; i < context->nb_streams; ++i) {
-    missing[static_cast<int>(i)] = context->streams[i]->nb_frames;
-  }
-  const codec::ffmpeg::UniquePacket packet(av_packet_alloc());
-  while (av_read_frame(context, packet.get()) >= 0) {
-    const codec::ffmpeg::PacketGuard guard(packet.get());
-    if ((packet->flags & AV_PKT_FLAG_CORRUPT) != 0) return false;
-    --missing[packet->stream_index];
-    if (packet->stream_index == video) picture.Send(packet.get());
-  }
-  picture.Send(nullptr);
-  return picture.Found() && std::all_of(missing.begin(), missing.end(),
-                                        [](const auto& row) { return row.second == 0; });
-}
-
 long DefaultPeakMegabytes() {
 #if defined(__SANITIZE_ADDRESS__)
   return 1536;
@@ -285,46 +225,6 @@ const char* VerdictName(Verdict verdict) { return kVerdictNames[static_cast<size
 
 bool IsGood(Verdict verdict) {
   return verdict == Verdict::kReversed || verdict == Verdict::kRefused;
-}
-
-void Tally::Add(const SandboxResult& result) {
-  ++counts[static_cast<size_t>(result.verdict)];
-  if (result.peakMegabytes > peakMegabytes) {
-    peakMegabytes = result.peakMegabytes;
-    largest = result.name;
-  }
-  if (result.cpuSeconds > longestCpuSeconds) {
-    longestCpuSeconds = result.cpuSeconds;
-    longest = result.name;
-  }
-}
-
-int64_t Tally::Tried() const { return std::accumulate(counts.begin(), counts.end(), int64_t{0}); }
-
-int64_t Tally::Bad() const {
-  int64_t bad = 0;
-  for (size_t i = 0; i < kVerdicts; ++i) {
-    if (!IsGood(static_cast<Verdict>(i))) bad += counts[i];
-  }
-  return bad;
-}
-
-std::string Tally::Heading() {
-  return "input                  tried reversed  refused unplayable uncounted silent crashed   "
-         "hung "
-         "too large  peak MB  longest s";
-}
-
-std::string Tally::Row(const std::string& title) const {
-  std::array<char, 256> row{};
-  std::snprintf(row.data(), row.size(),
-                "%-20s %7lld %8lld %8lld %10lld %9lld %6lld %7lld %6lld %9lld %8ld %10.2f",
-                title.c_str(), static_cast<long long>(Tried()), static_cast<long long>(counts[0]),
-                static_cast<long long>(counts[1]), static_cast<long long>(counts[2]),
-                static_cast<long long>(counts[3]), static_cast<long long>(counts[4]),
-                static_cast<long long>(counts[5]), static_cast<long long>(counts[6]),
-                static_cast<long long>(counts[7]), peakMegabytes, longestCpuSeconds);
-  return row.data();
 }
 
 void RunSandboxed(const std::vector<SandboxCase>& cases, int jobs,

@@ -2,9 +2,7 @@
 // Runs reversals, each in a process of its own, and tells how they ended.
 #pragma once
 
-#include <array>
 #include <chrono>
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -27,29 +25,33 @@ struct SandboxCase {
   // "-", which nobody else uses meanwhile. `input` gives the path of what is to be reversed; where
   // there is a `body`, it is run instead of a reversal and gives the exit status.
   std::function<std::string(const std::string& scratch)> input;
-  std::function<int(const std::string& scratch)> body;
-  double start = 0;
-  double end = 0;
-  RunLimits limits;
+  std::function<int(const std::string& scratch)> body = nullptr;
+  // What stands on the command line beside the names of input and output.
+  std::vector<std::string> options = {};
+  std::string extension = ".mp4";  // of the output
+  RunLimits limits = {};
 };
 
 // Exit statuses of a body.
 constexpr int kReversedStatus = 0;
 constexpr int kUnplayableStatus = 100;
 constexpr int kUncountedStatus = 102;
+constexpr int kLeftBehindStatus = 103;
 constexpr int kRefusedStatus = 255;
 
 enum class Verdict {
   kReversed,    // status 0, and the output can be played
   kRefused,     // status -1, and an error line says why
   kUnplayable,  // status 0, but the output lacks packets, or pictures at all
-  kUncounted,   // status 0, but pictures are missing that the job's account does not tell as lost
+  kUncounted,   // status 0, but the output is not what the job's account tells, or pictures are
+                // missing that it does not tell as lost, or it tells losses of a strict run
   kSilent,      // status -1 without an error line
+  kLeftBehind,  // status -1, but there is an output
   kCrashed,     // a signal, a sanitizer's finding, a leak, another exit status
   kHung,        // over a limit of time
   kTooLarge,    // over the limit of memory
 };
-constexpr size_t kVerdicts = 8;
+constexpr size_t kVerdicts = 9;
 const char* VerdictName(Verdict verdict);
 // Whether a run that meets any input may end like this.
 bool IsGood(Verdict verdict);
@@ -61,25 +63,6 @@ struct SandboxResult {
   long peakMegabytes = 0;
   double cpuSeconds = 0;
   std::string log;  // the end of what was written to standard error
-};
-
-// Whether a player can show the file: a picture comes out of it, and every packet of its index is
-// there.
-bool IsPlayable(const std::string& path);
-
-// How many runs ended how.
-struct Tally {
-  std::array<int64_t, kVerdicts> counts{};
-  long peakMegabytes = 0;
-  double longestCpuSeconds = 0;
-  std::string largest;
-  std::string longest;
-
-  void Add(const SandboxResult& result);
-  int64_t Tried() const;
-  int64_t Bad() const;
-  static std::string Heading();
-  std::string Row(const std::string& title) const;
 };
 
 // Runs all cases, `jobs` at a time. `done` is called for each, in the order in which they end.

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: MIT
+// A few mutations of every row of the long run, and how it judges and counts them.
+#include "tests/robustness/soak_rows.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/robustness/corpus.h"
+#include "tests/robustness/output_check.h"
+#include "tests/robustness/soak_clips.h"
+#include "tests/robustness/tally.h"
+#include "tests/support/command.h"
+#include "tests/support/picture_count.h"
+
+namespace test_support {
+namespace {
+
+constexpr int kJobs = 2;
+
+void ExpectGood(const SandboxResult& result) {
+  EXPECT_TRUE(IsGood(result.verdict)) << result.name << ": " << VerdictName(result.verdict) << "\n"
+                                      << result.log;
+}
+
+TEST(SoakRows, EachIsReversedOrRefused) {
+  constexpr int64_t kOfEach = 8;
+  constexpr int64_t kFirst = 61;  // three cuts, then damage
+  uint64_t seed = 1;
+  for (const SoakRow& row : SoakRows()) {
+    std::vector<SandboxCase> cases;
+    for (int64_t i = 0; i < kOfEach; ++i) cases.push_back(Mutation(row, kFirst + i, ++seed));
+    RunSandboxed(cases, kJobs, &ExpectGood);
+  }
+}
+
+TEST(SoakRows, UndamagedClipsAreReversed) {
+  std::vector<SandboxCase> cases;
+  for (const std::string& path : MirrorClips()) {
+    cases.push_back({path, [path](const std::string& /*scratch*/) { return path; }});
+  }
+  for (const std::string& path : CopyClips()) {
+    cases.push_back({path, [path](const std::string& /*scratch*/) { return path; }});
+    cases.back().options = {"--copy"};
+    cases.back().extension = ".mkv";
+  }
+  RunSandboxed(cases, kJobs, [](const SandboxResult& result) {
+    EXPECT_EQ(result.verdict, Verdict::kReversed) << result.name << "\n" << result.log;
+  });
+}
+
+TEST(SoakRows, OptionsReachTheRun) {
+  const std::string path = BaseClips().front();
+  SandboxCase one{path, [path](const std::string& /*scratch*/) { return path; }};
+  const auto run = [&one](std::vector<std::string> options) {
+    one.options = std::move(options);
+    Verdict verdict = Verdict::kCrashed;
+    RunSandboxed({one}, kJobs, [&](const SandboxResult& result) { verdict = result.verdict; });
+    return verdict;
+  };
+  EXPECT_EQ(run({"-s", "0.5", "-e", "0.2"}), Verdict::kReversed) << "no pictures";
+  EXPECT_EQ(run({"-s", "nan"}), Verdict::kRefused);
+  EXPECT_EQ(run({"--memory", "1M"}), Verdict::kRefused);
+  EXPECT_EQ(run({"--copy"}), Verdict::kRefused) << "groups of pictures";
+}
+
+TEST(OutputCheck, HoldsTheOutputAgainstWhatIsTold) {
+  app::CommandLine line;
+  line.input = BaseClips().front();
+  line.output = line.input;
+  ToldRun told;
+  told.seconds = 1.2;
+  told.account.pictures = CountPackets(line.output);
+  EXPECT_EQ(StatusOf(line, told), kReversedStatus);
+  told.account.lost.undecoded = 1;
+  EXPECT_EQ(StatusOf(line, told), kReversedStatus);
+  line.isStrict = true;
+  EXPECT_EQ(StatusOf(line, told), kUncountedStatus) << "a loss";
+  line.isStrict = false;
+  ++told.account.pictures;
+  EXPECT_EQ(StatusOf(line, told), kUncountedStatus) << "a picture more than there is";
+}
+
+TEST(OutputCheck, CopiedPicturesNeedNotBeDecodable) {
+  const std::string clip = BaseClips().front();
+  const std::string bytes = ReadBytes(clip);
+  const size_t data = bytes.find("mdat") + 4;
+  const std::string path = ScratchPath("undecodable.mp4");
+  WriteBytes(path, bytes.substr(0, data) + std::string(bytes.size() - data, '\0'));
+  EXPECT_FALSE(IsPlayable(path));
+  EXPECT_TRUE(IsPlayable(path, Pictures::kCopied));
+  WriteBytes(path, bytes.substr(0, bytes.size() - 100));
+  EXPECT_FALSE(IsPlayable(path, Pictures::kCopied)) << "its end is missing";
+}
+
+TEST(MarkdownTable, HasAColumnForWhatHappened) {
+  Tally first;
+  first.Add({"a", Verdict::kReversed, 0, 20, 0.5, ""});
+  first.Add({"b", Verdict::kRefused, 0, 10, 1.25, ""});
+  Tally second;
+  second.counts[static_cast<size_t>(Verdict::kReversed)] = 1234567;
+  EXPECT_EQ(MarkdownTable({{"one", first}, {"two", second}}),
+            "| Input | tried | reversed | refused | peak MB | longest s |\n"
+            "|---|---|---|---|---|---|\n"
+            "| one | 2 | 1 | 1 | 20 | 1.25 |\n"
+            "| two | 1,234,567 | 1,234,567 | 0 | 0 | 0.00 |\n"
+            "| all of these | 1,234,569 | 1,234,568 | 1 | | |\n");
+  second.Add({"c", Verdict::kHung, 0, 10, 1.25, ""});
+  EXPECT_EQ(MarkdownTable({{"two", second}}),
+            "| Input | tried | reversed | refused | hung | peak MB | longest s |\n"
+            "|---|---|---|---|---|---|---|\n"
+            "| two | 1,234,568 | 1,234,567 | 0 | 1 | 10 | 1.25 |\n"
+            "| all of these | 1,234,568 | 1,234,567 | 0 | 1 | | |\n");
+}
+
+}  // namespace
+}  // namespace test_support
