@@ -54,7 +54,8 @@ ffmpeg::UniquePacket PicturePackets::ReadPicture() {
 }
 
 bool PicturePackets::Land(int64_t time) {
-  const bool isEarly = mFirst.Stamp() != AV_NOPTS_VALUE && time <= mFirst.Stamp();
+  // Without a first time no landing would ever be early enough.
+  const bool isEarly = mFirst.Stamp() == AV_NOPTS_VALUE || time <= mFirst.Stamp();
   if (!isEarly && mInput.file.SeekBackward(mInput.video->index, time) >= 0) return false;
   mInput.file.SeekToStart(std::numeric_limits<int64_t>::min());
   return true;

@@ -12,6 +12,7 @@
 #include "codec/decoder/input_file.h"
 #include "codec/decoder/packet_clock.h"
 #include "tests/support/clips.h"
+#include "tests/support/edit_lists.h"
 
 namespace codec {
 namespace {
@@ -113,6 +114,18 @@ TEST(PicturePackets, FindTheFirstThatLeansOnAnother) {
 }
 
 // What they meet is the stream as it is read forward.
+// A player shows no picture of such a file, and no landing finds the first one.
+TEST(PicturePackets, OfAnEditListThatShowsNoneAreNone) {
+  const std::string path =
+      CustomClip("packets_unshown.mov",
+                 {"-f", "lavfi", "-i", "testsrc2=rate=25", "-frames:v", "2", "-c:v", "mjpeg"});
+  PicturePackets packets;
+  Open(test_support::WithEdits(path, "packets_unshown.mov", {{0.04, 30}}), &packets);
+  packets.SetRange(0, kAll);
+  EXPECT_EQ(packets.Sample(), nullptr);
+  EXPECT_TRUE(packets.ReadBack().empty());
+}
+
 TEST(PicturePackets, OfFilesWithoutAnIndexAreComplete) {
   const std::string path =
       CustomClip("packets.ts", {"-f", "lavfi", "-i", "testsrc2=rate=25:size=320x240", "-t", "5",
