@@ -78,6 +78,9 @@ bool IsPlayable(const std::string& path, Pictures pictures) {
   AVFormatContext* context = nullptr;
   if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0) return false;
   const codec::ffmpeg::UniqueInput input(context);
+  // Some containers have no list of their streams.
+  const bool isListed = (context->ctx_flags & AVFMTCTX_NOHEADER) == 0;
+  if (!isListed && avformat_find_stream_info(context, nullptr) < 0) return false;
   const int video = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
   if (video < 0) return false;
   FirstPicture picture(context->streams[video]);
