@@ -15,7 +15,7 @@ constexpr Recipe kUnedited = {"soak_unedited.mp4", "{b} {s} -t 2 {x264} -g 6 -bf
 constexpr std::array kMirror = {
     Recipe{"soak_uneven.mp4",
            "{b} {s} -t 1.2 -vf setpts=(N+0.4*mod(N\\,3))/15/TB {timing} passthrough {x264} -g 6 "
-           "-bf 2 -c:a aac"},
+           "-bf 2 -c:a aac -movflags +faststart"},
     Recipe{"soak_fields.ts",
            "-f lavfi -i testsrc2=size=160x96:rate=30 {s} -t 1 -vf "
            "tinterlace=mode=interleave_top,setfield=tff -c:v mpeg2video -flags +ildct+ilme -g 6 "
