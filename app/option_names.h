@@ -49,7 +49,7 @@ inline constexpr OptionNames kJobNames = {"\"start\"",      "\"end\"",
                                           "\"mirror\" 0",   "\"like-source\"",
                                           "\"copy\"",       "\"strict\"",
                                           "\"overwrite\"",  "",
-                                          "a job",          "docs/library.md lists them",
+                                          "a job",          "docs/keys.md lists them",
                                           "its name",       "as the input",
                                           "another output", "the log says why"};
 

@@ -45,7 +45,8 @@ std::vector<OutputKey> MakeKeys() {
       {"rotation", true, T::kChoice, 0, 0, "degrees", kTurns, "target-width",
        "turns the pictures themselves clockwise, only together with another size"},
       {"rotate", true, T::kChoice, 0, 0, "degrees", kTurns, "",
-       "asks players to turn the pictures clockwise; a reversal asks what the clip asks"},
+       "asks players to turn the pictures clockwise, in `.mp4` and `.mov`; a reversal asks what the "
+       "clip asks"},
       {"sample_aspect_num", true, T::kInt, 1, 65535, "", "", "sample_aspect_den",
        "shape of a pixel, width: its width to its height is as this number to the next one"},
       {"sample_aspect_den", true, T::kInt, 1, 65535, "", "", "sample_aspect_num",
@@ -95,7 +96,7 @@ std::vector<OutputKey> MakeKeys() {
        "mixes to so many; 2 unless set"},
       {"has-water-mark", true, T::kFlag, 0, 0, "", "", "logo-path",
        "1 stamps a logo on pictures in `bgra` or `rgba`; not together with another size"},
-      {"logo-path", true, T::kFile, 0, 0, "", "", "has-water-mark",
+      {"logo-path", true, T::kFile, 0, 0, "", "", "water-mark-pos",
        "a PNG file of three samples a pixel, whose top left pixel is its black"},
       {"water-mark-pos", true, T::kInt, 1, 4, "", "", "has-water-mark",
        "the corner of the logo, clockwise from top left"},

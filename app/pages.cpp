@@ -52,7 +52,7 @@ std::string Capital(std::string text) {
   return text;
 }
 
-// docs/library.md: all keys.
+// docs/keys.md: all keys.
 std::string MarkdownKeys() {
   std::string text =
       "| Key | Type | Values | `--set` | Meaning |\n"
@@ -213,7 +213,7 @@ std::string FishOptions() {
 
 std::vector<PagePart> PageParts() {
   return {{"README.md", "help", MarkdownHelp()},
-          {"docs/library.md", "keys", MarkdownKeys()},
+          {"docs/keys.md", "keys", MarkdownKeys()},
           {"docs/clip-reverse.1", "keys", RoffKeys()},
           {"completions/clip-reverse.bash", "words", BashWords()},
           {"completions/_clip-reverse", "options", ZshOptions()},

@@ -77,6 +77,11 @@ bool DelaysAudio(const EncoderSettings& settings) {
 }
 
 std::string WhyNotEncoded(const EncoderSettings& settings) {
+  const std::string& format = settings.outputColorFormat;
+  if (settings.takesAnyEncoder && !format.empty() &&
+      av_get_pix_fmt(format.c_str()) == AV_PIX_FMT_NONE) {
+    return "FFmpeg has no pixel format " + format;
+  }
   std::string why = DelaysVideo(settings) ? WhyNoVideo(settings) : "";
   if (why.empty() && DelaysAudio(settings)) why = WhyNoAudio(settings);
   return why;

@@ -17,10 +17,10 @@ bool DelaysVideo(const EncoderSettings& settings);
 // allow any.
 bool DelaysAudio(const EncoderSettings& settings);
 
-// Why the settings cannot be encoded, as far as this can be told without pictures and sound: an
-// encoder that does not exist, an option that it does not have, a value that it does not take. One
-// sentence without a stop; empty if nothing stands against the settings. Of settings that allow any
-// encoder only.
+// Why the settings cannot be encoded, as far as this can be told without pictures and sound: a
+// pixel format or an encoder that does not exist, an option that the encoder does not have, a value
+// that it does not take. One sentence without a stop; empty if nothing stands against the settings.
+// Of settings that allow any encoder only.
 std::string WhyNotEncoded(const EncoderSettings& settings);
 
 }  // namespace codec

@@ -71,6 +71,8 @@ TEST(OutputKeys, AskForTheKeyWithoutWhichTheyDoNothing) {
             "");
   EXPECT_EQ(WhyNotTogether({{"rotation", "90"}}),
             "--set rotation does nothing alone; set target-width too");
+  EXPECT_EQ(WhyNotTogether({{"has-water-mark", "1"}, {"logo-path", "logo.png"}}),
+            "--set logo-path does nothing alone; set water-mark-pos too");
 }
 
 }  // namespace

@@ -195,8 +195,8 @@ TEST(CJob, RefusesOptionsInItsOwnWords) {
   };
   const std::vector<Row> rows = {
       {"crff", "30", "a job knows no key crff; did you mean crf?"},
-      {"elephant", "1", "a job knows no key elephant; docs/library.md lists them"},
-      {"width", "1", "a job knows no key width; docs/library.md lists them"},
+      {"elephant", "1", "a job knows no key elephant; docs/keys.md lists them"},
+      {"width", "1", "a job knows no key width; docs/keys.md lists them"},
       {"gop", "0", "gop takes 1 to 1000000 pictures, not 0"},
       {"sound", "no", "sound takes 0, 1, not no"},
       {"strict", "", "strict takes 0, 1, not nothing"},

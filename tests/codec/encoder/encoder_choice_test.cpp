@@ -49,12 +49,15 @@ TEST(EncoderChoice, DrivesNoneUnlessItIsAllowed) {
   EXPECT_FALSE(DelaysVideo(Settings({{"any-encoder", "0"}, {"video-codec", "libx265"}})));
   EXPECT_FALSE(DelaysAudio(Settings({{"any-encoder", "0"}, {"audio-codec", "flac"}})));
   EXPECT_EQ(WhyNotEncoded(Settings({{"any-encoder", "0"}, {"video-codec", "nobody"}})), "");
+  EXPECT_EQ(WhyNotEncoded(Settings({{"any-encoder", "0"}, {"output-color-format", "none"}})), "");
 }
 
 TEST(EncoderChoice, SaysWhatStandsAgainstTheSettings) {
   const std::vector<std::pair<Keys, const char*>> cases = {
       {{{"video-codec", "nobody"}}, "FFmpeg has no encoder nobody"},
       {{{"video-codec", "aac"}}, "aac is no video encoder"},
+      {{{"output-color-format", "yuv42p"}}, "FFmpeg has no pixel format yuv42p"},
+      {{{"output-color-format", "yuv422p"}}, ""},
       {{{"audio-codec", "mpeg4"}}, "mpeg4 is no audio encoder"},
       {{{"video-codec", "mpeg4"}, {"crf", "20"}},
        "mpeg4 has no crf; set qp, video-bitrate, or an option of its own"},
