@@ -43,9 +43,9 @@ std::string WhyNotEncodable(const Order& order) {
     if (!why.empty()) return why;
   }
   const codec::EncoderSettings wishes = WishesOf(order);
-  if (!DelaysVideo(wishes) && !DelaysAudio(wishes)) return "";
-  std::string why = WhyNotEncoded(wishes);
+  const std::string why = WhyNotEncoded(wishes);
   if (!why.empty()) return order.output + " cannot be made: " + why;
+  if (!DelaysVideo(wishes) && !DelaysAudio(wishes)) return "";
   const char* const path = order.output.c_str();
   const bool isRefused =
       (wishes.hasVideo && codec::RefusesCodec(path, wishes.videoCodec.c_str())) ||

@@ -45,7 +45,8 @@ std::vector<OutputKey> MakeKeys() {
       {"rotation", true, T::kChoice, 0, 0, "degrees", kTurns, "target-width",
        "turns the pictures themselves clockwise, only together with another size"},
       {"rotate", true, T::kChoice, 0, 0, "degrees", kTurns, "",
-       "asks players to turn the pictures clockwise, in `.mp4` and `.mov`; a reversal asks what the "
+       "asks players to turn the pictures clockwise, in `.mp4` and `.mov`; a reversal asks what "
+       "the "
        "clip asks"},
       {"sample_aspect_num", true, T::kInt, 1, 65535, "", "", "sample_aspect_den",
        "shape of a pixel, width: its width to its height is as this number to the next one"},
@@ -128,6 +129,9 @@ std::vector<OutputKey> MakeKeys() {
       Flag("even-slots",
            "1 keeps pictures in AVI, which knows no times but slots of one length, on their slots "
            "if the sound begins before them; 0 (unless set) may leave the second slot empty"),
+      Flag("scale-any-format",
+           "1 resizes pictures in every pixel format, those but `yuv420p`, `bgra` and `rgba` as "
+           "`yuv420p`; 0 (unless set) refuses those"),
       Text("color-range",
            "FFmpeg's name of what the numbers of the output's pictures stand for: `tv`; players "
            "guess what is not set"),

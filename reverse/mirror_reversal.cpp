@@ -16,6 +16,7 @@
 #include "codec/encoder/sample_rates.h"
 #include "codec/encoder/sound_layouts.h"
 #include "codec/ffmpeg/compat.h"
+#include "codec/filter/filter_factory.h"
 #include "codec/utils/color_keys.h"
 #include "codec/utils/numbers.h"
 #include "codec/utils/orientation.h"
@@ -53,6 +54,7 @@ void MirrorReversal::SetWishes(const std::string& outputPath, const MediaFormat&
   int rotation = 0;
   parameters.GetInt32("rotation", rotation);
   mTurnsPictures = rotation != 0;
+  mScalesPictures = parameters.Entries().count("target-width") != 0;
   for (const auto& [key, value] : parameters.Entries()) {
     mWishes.SetParameter(key.c_str(), value.c_str());
   }
@@ -234,8 +236,9 @@ void MirrorReversal::DescribeEncoders(const MediaInfo& info, MediaFormat* format
   int orientation = kUpright;
   format->GetInt32("orientation", orientation);
   DescribeLight(mPath, info.colors.transfer, format);
-  // The filters that turn pictures know one format.
-  if (orientation != kUpright || mTurnsPictures) return;
+  // The filters that turn pictures know one format, the one that resizes them a few.
+  const bool isResizedElsewhere = mScalesPictures && !CanScale(info.pixel_format_name);
+  if (orientation != kUpright || mTurnsPictures || isResizedElsewhere) return;
   format->SetString("output-color-format", info.pixel_format_name.c_str());
 }
 
@@ -264,6 +267,7 @@ void MirrorReversal::Describe(const MediaInfo& info, double start, double end,
   format->SetInt32("stamp-rate", StampRate(info.frame_rate, isConstant));
   format->SetInt32("has-constant-rate", isConstant ? 1 : 0);
   format->SetInt32("true-level", 1);
+  format->SetInt32("scale-any-format", 1);
   format->SetInt32("even-slots", 1);
   // The picture written last is the first of the range, which may stand for long. Where all stand
   // equally long, the container would tell another rate if this one was made longer.

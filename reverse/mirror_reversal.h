@@ -62,8 +62,9 @@ class MirrorReversal : public Reversal {
   double WithoutRounding(double end);
   void DescribeEncoders(const MediaInfo& info, MediaFormat* format) const;
 
-  EncoderSettings mWishes;      // what the caller wants of the encoders
-  bool mTurnsPictures = false;  // the caller wants turned pictures
+  EncoderSettings mWishes;       // what the caller wants of the encoders
+  bool mTurnsPictures = false;   // the caller wants turned pictures
+  bool mScalesPictures = false;  // the caller wants pictures of another size
   std::string mPath;
   FileExtent mExtent;
   std::shared_ptr<const JoinedParts> mJoined;  // null unless the clock restarts

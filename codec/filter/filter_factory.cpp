@@ -123,6 +123,8 @@ MediaFilter* CreateColorFilter(MediaFormat& format) {
   return filter.release();
 }
 
+bool CanScale(const std::string& colorFormat) { return TypeOf(kScaleTypes, colorFormat) != 0; }
+
 MediaFilter* CreateScaleFilter(MediaFormat& format) {
   log_debug(kTag, "CreateScaleFilter begin...");
   std::string name;

@@ -2,6 +2,8 @@
 // Builds configured chains of picture filters.
 #pragma once
 
+#include <string>
+
 #include "codec/filter/media_filter.h"
 #include "codec/format/media_format.h"
 
@@ -17,6 +19,9 @@ MediaFilter* CreateColorFilter(MediaFormat& format);
 
 // Resizes to "target-width" x "target-height" in "color-format": "bgra", "rgba" or "yuv420p".
 MediaFilter* CreateScaleFilter(MediaFormat& format);
+
+// Whether CreateScaleFilter resizes pictures of this "color-format".
+bool CanScale(const std::string& colorFormat);
 
 // Turns clockwise by "rotation" degrees in "color-format": "bgra" or "yuv420p".
 MediaFilter* CreateRotateFilter(MediaFormat& format);

@@ -15,7 +15,8 @@ struct WriterModel {
 };
 
 // Chooses by the two sizes, "rotation" and "has-water-mark". At equal sizes rotation is not looked
-// at.
+// at. With "scale-any-format" 1, pictures in an "input-color-format" that is not resized itself are
+// converted first.
 int ChooseWriterModel(const MediaFormat& format);
 
 // The row of this number; for any other number a row that cannot be built, with that number.

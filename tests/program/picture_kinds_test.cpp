@@ -175,6 +175,27 @@ std::string ChangingClip() {
   return joined;
 }
 
+// Each of these is resized by way of 4:2:0 pictures of 8 bits.
+TEST(PictureKinds, AreResizedInAnyFormat) {
+  constexpr size_t kPictures = 30;
+  for (const char* format : {"yuv422p", "yuv420p10le", "yuv422p10le", "rgb24", "gray", "yuv411p"}) {
+    const std::string input = CustomClip(
+        std::string("resized_") + format + ".mkv",
+        {"-f", "lavfi", "-i", SceneFilter(640, 360, "25"), "-frames:v", std::to_string(kPictures),
+         "-c:v", format == std::string("rgb24") ? "png" : "ffvhuff", "-pix_fmt", format});
+    const std::string shown =
+        Shown(input, std::string("resized_") + format, "", "[0:v]scale=320:180:flags=area");
+    for (const char* codec : {"libx264", "libx265"}) {
+      const std::string output = ScratchPath("resized.mp4");
+      const CommandResult result = RunProgram(
+          {"-i", input, "-o", output, "--set", "target-width=320", "--set", "target-height=180",
+           "--set", std::string("video-codec=") + codec, "--set", "thread-count=2"});
+      ASSERT_EQ(result.status, 0) << result.err;
+      ExpectReversed(output, shown, kPictures, 30);
+    }
+  }
+}
+
 TEST(PictureKinds, ThatChangeInTheStreamAreMadeLikeTheFirst) {
   const std::string transport = ChangingClip();
   const std::string matroska = ScratchPath("changing.mkv");

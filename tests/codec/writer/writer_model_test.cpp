@@ -30,6 +30,34 @@ TEST(WriterModel, FollowsSizeRotationAndWaterMark) {
   }
 }
 
+TEST(WriterModel, ConvertsBeforeItResizesIfThatIsAllowed) {
+  struct Case {
+    const char* input;
+    const char* output;
+    int scalesAny;
+    int waterMark;
+    int model;
+  };
+  const Case cases[] = {{"yuv422p", "yuv420p", 0, 0, 3},     {"yuv422p", "yuv420p", 1, 0, 4},
+                        {"yuv420p10le", "yuv420p", 1, 0, 4}, {"yuv422p", "yuv420p", 2, 0, 3},
+                        {"yuv422p", "yuv420p", 1, 1, 6},     {"yuv420p", "yuv420p", 1, 0, 3},
+                        {"bgra", "yuv420p", 1, 0, 3},        {"rgba", "yuv420p", 1, 0, 3},
+                        {"gray", "yuv422p10le", 1, 0, 4},    {"pal8", "pal8", 1, 0, 3}};
+  for (const Case& one : cases) {
+    MediaFormat format;
+    format.SetInt32("width", 640);
+    format.SetInt32("height", 360);
+    format.SetInt32("target-width", 320);
+    format.SetInt32("target-height", 180);
+    format.SetString("input-color-format", one.input);
+    format.SetString("output-color-format", one.output);
+    format.SetInt32("scale-any-format", one.scalesAny);
+    format.SetInt32("has-water-mark", one.waterMark);
+    EXPECT_EQ(ChooseWriterModel(format), one.model)
+        << one.input << " " << one.scalesAny << " " << one.waterMark;
+  }
+}
+
 TEST(WriterModel, HasNamesAndBuildersForSeven) {
   struct Row {
     int number;
