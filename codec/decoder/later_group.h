@@ -13,7 +13,7 @@ namespace codec {
 // follows them, packet by packet. At the first place that has a picture of this group, they take
 // over: from there on they are the places of the second walk, and are not decoded again.
 //
-// Knows packets and stamps only. docs/architecture.md draws the border between two groups.
+// Knows packets and stamps only. docs/decoder.md draws the border between two groups.
 class LaterGroup {
  public:
   static constexpr int64_t kNone = -1;

@@ -29,7 +29,7 @@ namespace codec {
 // step 2 answers from memory, if L leans on nothing before it. First the decoder is drained: its
 // pictures before the takeover are given, others are dropped.
 //
-// docs/architecture.md has more of this, with all that may go wrong at the border.
+// docs/decoder.md has more of this, with all that may go wrong at the border.
 //
 // Note: places
 //   A decoder with several threads answers late (see PictureDecoder). The memo gives each picture
