@@ -66,8 +66,10 @@ std::string ContainerAdvice(const Order& order, const std::string& notTaken) {
   const codec::EncoderPair taken = codec::EncodersTaken(order.output.c_str());
   std::string text = order.output + " cannot hold " + notTaken + "; use ";
   if (taken.video != nullptr) text += std::string(order.names->set) + "video-codec=" + taken.video;
-  if (taken.video != nullptr && taken.audio != nullptr && !order.hasNoSound) {
-    text += std::string(" ") + order.names->set + "audio-codec=" + taken.audio;
+  if (taken.video != nullptr && !order.hasNoSound) {
+    text += " ";
+    text += taken.audio == nullptr ? order.names->noSound
+                                   : order.names->set + ("audio-codec=" + std::string(taken.audio));
   }
   if (taken.video != nullptr) text += ", or ";
   return text + ".mp4, .mov, .mkv, .avi or .ts";

@@ -17,6 +17,7 @@ struct OptionNames {
   const char* strict;
   const char* overwrite;
   const char* set;          // what stands before a key of the output
+  const char* noSound;      // what leaves the sound out
   const char* keyOwner;     // what knows these keys
   const char* keyList;      // where they are listed
   const char* inputName;    // what to check if there is no such input
@@ -36,6 +37,7 @@ inline constexpr OptionNames kToolNames = {"-s",
                                            "--strict",
                                            "--overwrite",
                                            "--set ",
+                                           "--no-sound",
                                            "--set",
                                            "--help=keys lists them",
                                            "the name after -i",
@@ -44,13 +46,22 @@ inline constexpr OptionNames kToolNames = {"-s",
                                            "the lines above say why, and -v tells more"};
 
 // Those of the C interface.
-inline constexpr OptionNames kJobNames = {"\"start\"",      "\"end\"",
-                                          "\"memory\"",     "\"plain\"",
-                                          "\"mirror\" 0",   "\"like-source\"",
-                                          "\"copy\"",       "\"strict\"",
-                                          "\"overwrite\"",  "",
-                                          "a job",          "docs/keys.md lists them",
-                                          "its name",       "as the input",
-                                          "another output", "the log says why"};
+inline constexpr OptionNames kJobNames = {"\"start\"",
+                                          "\"end\"",
+                                          "\"memory\"",
+                                          "\"plain\"",
+                                          "\"mirror\" 0",
+                                          "\"like-source\"",
+                                          "\"copy\"",
+                                          "\"strict\"",
+                                          "\"overwrite\"",
+                                          "",
+                                          "sound=0",
+                                          "a job",
+                                          "docs/keys.md lists them",
+                                          "its name",
+                                          "as the input",
+                                          "another output",
+                                          "the log says why"};
 
 }  // namespace app

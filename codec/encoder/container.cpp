@@ -118,6 +118,12 @@ bool TakesPackets(const AVOutputFormat& format, const AVCodecParameters& codec, 
 EncoderPair EncodersTaken(const char* path) {
   const AVOutputFormat* const format = ChooseContainer(path);
   if (format == nullptr) return {};
+  // Numbered pictures answer for many codecs, but are of the kind that their names tell.
+  if (std::string_view(format->name) == "image2") {
+    const AVCodec* const own =
+        avcodec_find_encoder(av_guess_codec(format, nullptr, path, nullptr, AVMEDIA_TYPE_VIDEO));
+    return {own == nullptr ? nullptr : own->name, nullptr};
+  }
   return {FirstTaken(*format, kVideoEncoders), FirstTaken(*format, kAudioEncoders)};
 }
 

@@ -101,5 +101,31 @@ TEST(Recipes, ThatCannotWorkEndBeforeTheOutputExists) {
   }
 }
 
+// The options that the last line of a refused run names. Empty if there are none.
+std::string OptionsOfAdvice(const std::string& log) {
+  const std::string use = "; use ";
+  const size_t begin = log.rfind(use);
+  const size_t end = log.rfind(", or .mp4");
+  if (begin == std::string::npos || end == std::string::npos || end < begin) return "";
+  return log.substr(begin + use.size(), end - begin - use.size());
+}
+
+TEST(Recipes, OfTheAdviceAfterARefusalWork) {
+  for (const char* const name :
+       {"a.webm", "a.ogg", "a.mxf", "a.gif", "a%03d.jpg", "a%03d.png", "a.nut"}) {
+    std::vector<std::string> words = {
+        "-i",    Clip(ClipKind::kH264Short), "-o", ScratchPath(name), "-e", "0.3",
+        "--set", "video-codec=prores_ks"};
+    const CommandResult refused = RunProgram(words);
+    if (refused.status == 0) continue;  // a container that takes everything
+    const std::string options = OptionsOfAdvice(refused.err);
+    ASSERT_NE(options, "") << refused.err;
+    words.resize(words.size() - 2);
+    AppendWords(options, &words);
+    const CommandResult result = RunProgram(words);
+    EXPECT_EQ(result.status, 0) << options << " " << result.err;
+  }
+}
+
 }  // namespace
 }  // namespace test_support

@@ -172,7 +172,7 @@ TEST_F(Replacing, IsLeftOutInAPlainRun) {
 TEST_F(Replacing, KeepsTheOldFileWhereTheContainerTakesNoH264) {
   const std::pair<const char*, const char*> outputs[] = {
       {"out.webm", "--set video-codec=libvpx-vp9 --set audio-codec=libopus, or "},
-      {"out.gif", "--set video-codec=gif, or "},
+      {"out.gif", "--set video-codec=gif --no-sound, or "},
       {"out.yuv", ""}};
   for (const auto& [name, codecs] : outputs) {
     const std::string output = PutOld(name);
