@@ -152,6 +152,12 @@ OptionWord FindOption(const char* word) {
 
 std::string NearestOption(std::string_view word) {
   const std::string name(word.substr(0, word.find('=')));
+  // A key of the output, as other programs have options.
+  for (const OutputKey& key : OutputKeys()) {
+    if (key.isSettable && name == std::string("--") + key.name) {
+      return std::string("--set ") + key.name + "=";
+    }
+  }
   std::vector<std::string> names;
   for (const Option& option : Options()) {
     for (const char* candidate : {option.name, option.synonym, option.meant}) {

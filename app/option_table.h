@@ -45,7 +45,8 @@ struct OptionWord {
 // Only names of two dashes have their value inside.
 OptionWord FindOption(const char* word);
 
-// The option that was meant by a word that is none; empty if none is near.
+// The option that was meant by a word that is none, as "-s" or "--set preset="; empty if none is
+// near.
 std::string NearestOption(std::string_view word);
 
 }  // namespace app

@@ -64,6 +64,9 @@ TEST(OptionTable, NamesTheOptionThatWasMeant) {
                                                                  {"--no-audio", "--no-sound"},
                                                                  {"--force", "--overwrite"},
                                                                  {"--plain=1", "--plain"},
+                                                                 {"--preset", "--set preset="},
+                                                                 {"--crf=20", "--set crf="},
+                                                                 {"--width", ""},
                                                                  {"-x", ""},
                                                                  {"--colour", ""},
                                                                  {"--", ""}};
