@@ -121,7 +121,7 @@ EncoderPair EncodersTaken(const char* path) {
   // Numbered pictures answer for many codecs, but are of the kind that their names tell.
   if (std::string_view(format->name) == "image2") {
     const AVCodec* const own =
-        avcodec_find_encoder(av_guess_codec(format, nullptr, path, nullptr, AVMEDIA_TYPE_VIDEO));
+        avcodec_find_encoder(ffmpeg::UsualCodec(format, path, AVMEDIA_TYPE_VIDEO));
     return {own == nullptr ? nullptr : own->name, nullptr};
   }
   return {FirstTaken(*format, kVideoEncoders), FirstTaken(*format, kAudioEncoders)};
