@@ -39,7 +39,7 @@ codec::EncoderSettings WishesOf(const Order& order) {
 
 std::string WhyNotEncodable(const Order& order) {
   if (order.isCopy) {
-    const std::string why = WhyNotCopied(order);
+    std::string why = WhyNotCopied(order);
     if (!why.empty()) return why;
   }
   const codec::EncoderSettings wishes = WishesOf(order);

@@ -119,12 +119,11 @@ void DelayedVideoEncoder::DescribeColors() {
   mInput.isFullRange = IsFullRangeFormat(mInput.format) || context->color_range == AVCOL_RANGE_JPEG;
   const bool fromRgb = IsRgb(mInput.format);
   const bool toRgb = IsRgb(context->pix_fmt);
-  if (IsFullRangeFormat(context->pix_fmt)) {
+  const bool staysFullRange = mInput.isFullRange && !fromRgb;
+  if (IsFullRangeFormat(context->pix_fmt) || staysFullRange) {
     context->color_range = AVCOL_RANGE_JPEG;
   } else if (fromRgb) {
     context->color_range = AVCOL_RANGE_MPEG;
-  } else if (mInput.isFullRange) {
-    context->color_range = AVCOL_RANGE_JPEG;
   }
   if (toRgb) context->colorspace = AVCOL_SPC_RGB;
   if (fromRgb && !toRgb && context->colorspace != AVCOL_SPC_BT709) {

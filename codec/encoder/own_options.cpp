@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <string_view>
 #include <utility>
 
@@ -86,7 +87,7 @@ bool SetQuality(AVCodecContext* context, const std::string& value) {
   constexpr double kMost = 1000;
   if (value.empty() || *rest != '\0' || !(quality >= 0 && quality <= kMost)) return false;
   context->flags |= AV_CODEC_FLAG_QSCALE;
-  context->global_quality = static_cast<int>(quality * FF_QP2LAMBDA + 0.5);
+  context->global_quality = static_cast<int>(std::lround(quality * FF_QP2LAMBDA));
   return true;
 }
 
@@ -101,6 +102,14 @@ bool Knows(AVCodecContext* context, const std::string& name) {
                                                                : AV_OPT_FLAG_VIDEO_PARAM);
   return name == "q" ||
          av_opt_find(context, name.c_str(), nullptr, flags, AV_OPT_SEARCH_CHILDREN) != nullptr;
+}
+
+// Empty, or why the encoder refuses the option.
+std::string SetOne(AVCodecContext* context, const std::string& name, const std::string& value) {
+  const std::string encoder = context->codec->name;
+  if (!Knows(context, name)) return encoder + " has no option " + name;
+  if (Set(context, name, value)) return "";
+  return encoder + " does not take " + value + " for its option " + name;
 }
 
 }  // namespace
@@ -148,12 +157,9 @@ EncoderOptions OwnAudioOptions(const EncoderSettings& settings, const AVCodec* e
 }
 
 std::string SetOwnOptions(AVCodecContext* context, const EncoderOptions& options) {
-  const std::string encoder = context->codec->name;
   for (const auto& [name, value] : options) {
-    if (!Knows(context, name)) return encoder + " has no option " + name;
-    if (!Set(context, name, value)) {
-      return encoder + " does not take " + value + " for its option " + name;
-    }
+    std::string why = SetOne(context, name, value);
+    if (!why.empty()) return why;
   }
   return "";
 }

@@ -88,7 +88,7 @@ void Fade(const Component& color, const Component& alpha, int black, const Grid&
 }
 
 void FadePalette(uint8_t* palette) {
-  for (int i = 0; i < AVPALETTE_COUNT; ++i) {
+  for (size_t i = 0; i < AVPALETTE_COUNT; ++i) {
     uint32_t color = 0;
     std::memcpy(&color, palette + 4 * i, sizeof(color));
     const uint32_t weight = color >> 24;
