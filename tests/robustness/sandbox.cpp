@@ -214,7 +214,7 @@ bool Finish(const Child& child, SandboxResult* result) {
 }  // namespace
 
 long DefaultPeakMegabytes() {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   return 1536;
 #else
   return 512;

@@ -17,6 +17,11 @@
 namespace test_support {
 namespace {
 
+// What a program has from this one's environment. The others than the PATH tell a sanitizer which
+// findings are not ours.
+constexpr std::array kKept = {"PATH", "ASAN_OPTIONS", "LSAN_OPTIONS", "TSAN_OPTIONS",
+                              "UBSAN_OPTIONS"};
+
 std::vector<char*> Pointers(const std::vector<std::string>& words) {
   std::vector<char*> pointers;
   pointers.reserve(words.size() + 1);
@@ -39,7 +44,10 @@ pid_t SpawnOn(const std::string& path, const std::vector<std::string>& settings,
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
 
   std::vector<std::string> environment = settings;
-  environment.push_back(std::string("PATH=") + std::getenv("PATH"));
+  for (const char* name : kKept) {
+    const char* const value = std::getenv(name);
+    if (value != nullptr) environment.push_back(std::string(name) + "=" + value);
+  }
   pid_t child = 0;
   const int spawned = posix_spawnp(&child, arguments[0].c_str(), &actions, &attributes,
                                    Pointers(arguments).data(), Pointers(environment).data());

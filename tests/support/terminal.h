@@ -44,7 +44,8 @@ struct TerminalRun {
 };
 
 // Runs a program of the PATH on a terminal that it is in the foreground of, in an environment of
-// these settings and the PATH. Once `cue` has appeared, types `keys`.
+// these settings, the PATH and the options of the sanitizers. Once `cue` has appeared, types
+// `keys`.
 TerminalRun RunOnTerminal(int columns, const std::vector<std::string>& settings,
                           const std::vector<std::string>& arguments, const std::string& cue = "",
                           const std::string& keys = "");
