@@ -1,5 +1,6 @@
 # Warnings and sanitizers that all of our own targets share.
 option(CLIPREVERSE_WARNINGS_AS_ERRORS "Treat warnings as errors" OFF)
+option(CLIPREVERSE_PRECOMPILED_HEADERS "Compile the headers that all tests take only once" OFF)
 set(CLIPREVERSE_SANITIZE "" CACHE STRING "Value for -fsanitize=, empty for none")
 
 add_library(clipreverse_options INTERFACE)
