@@ -14,7 +14,7 @@ enum class FailedStep {
   kMemory,       // planning its memory: see MemoryNeeded
   kReadFacts,    // what the input holds is nothing that can be reversed: see InputInfo
   kCopy,         // finding out whether the pictures can be copied: see the obstacle
-  kCheckRange,   // the range starts at or after the end of the input, or is empty: see SetRefuseEmpty
+  kCheckRange,   // the range starts at or after the end of the input, or is empty
   kOpenOutput,   // making the output, its encoders and its container
   kStart,        // starting the work: the host gave no thread
   kReadInput,    // reading pictures: there is none at or around the range
