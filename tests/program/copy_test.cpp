@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/edit_lists.h"
@@ -112,13 +113,18 @@ const Kind kKinds[] = {
     {"png.mov", "-c:v png -c:a pcm_s24be", "png", "mov mkv avi"},
     {"raw.avi", "-c:v rawvideo -pix_fmt yuv420p -c:a pcm_s16le", "rawvideo", "avi mkv"},
     {"raw.mov", "-c:v rawvideo -pix_fmt uyvy422 -c:a pcm_s16le", "rawvideo", "mov mkv avi"},
-    {"h264.mp4", "-c:v libx264 -preset ultrafast -pix_fmt yuv420p -g 1 -c:a alac", "h264",
+    {"h264.mov", "-c:v libx264 -preset ultrafast -pix_fmt yuv420p -g 1 -c:a alac", "h264",
      "mp4 mov mkv"},
     {"hevc.mp4",
      "-c:v libx265 -preset ultrafast -x265-params keyint=1:log-level=error -pix_fmt yuv420p "
      "-c:a flac -strict -2",
      "hevc", "mp4 mov mkv"},
 };
+
+// FFmpeg 4 puts no sound without loss into MP4.
+bool HasExactSound(const std::string& container) {
+  return container != "mp4" || AV_VERSION_MAJOR(avformat_version()) >= 59;
+}
 
 class Copies : public testing::TestWithParam<Kind> {};
 
@@ -132,6 +138,10 @@ TEST_P(Copies, HaveThePacketsOfTheSourceInReverse) {
   for (std::string container; containers >> container;) {
     const std::string output = ScratchPath("copied." + container);
     const CommandResult result = Copy(source, output);
+    if (!HasExactSound(container)) {
+      EXPECT_NE(result.err.find("cannot hold sound without loss"), std::string::npos) << result.err;
+      continue;
+    }
     ASSERT_EQ(result.status, 0) << container << " " << result.err;
     EXPECT_EQ(StreamFields(output, "v")["codec_name"], kind.codec) << container;
     EXPECT_TRUE(Packets(output) == expected) << container;
@@ -349,7 +359,7 @@ TEST(Copy, NeedsNoMoreMemoryForALongClip) {
 }
 
 TEST(Copy, KeepsTheTurnOfTheClip) {
-  const std::string straight = Source("h264.mp4", kKinds[10].coding);
+  const std::string straight = Source("straight.mp4", std::string(kAlone) + " -c:a aac");
   const std::string turned = TurnedCopy(straight, "copy_turned.mp4", kHeight);
   const std::string output = ScratchPath("turned.mov");
   ASSERT_EQ(Copy(turned, output).status, 0);
@@ -424,7 +434,7 @@ TEST(Copy, ThatCannotBeMadeEndsBeforeTheOutputExists) {
        "out, which encodes its pictures anew"},
       {"a%d.png", jpeg, "--no-sound", "a%d.png cannot hold its mjpeg pictures"},
       {"a.mov", Source("raw.avi", kKinds[8].coding), "", "cannot hold its rawvideo pictures"},
-      {"a.ts", Source("h264.mp4", kKinds[10].coding), "",
+      {"a.ts", Source("h264.mov", kKinds[10].coding), "",
        "a.ts cannot hold sound without loss; use .mov or .mkv"},
       {"a.mov", jpeg, "--set audio-codec=flac", "a.mov cannot hold flac sound like this; use .mkv"},
       {"a.mov", jpeg, "--set crf=20",
@@ -451,7 +461,7 @@ TEST(Copy, ThatCannotBeMadeEndsBeforeTheOutputExists) {
 
 // Sound that is encoded after all goes where PCM does not.
 TEST(Copy, EncodesSoundIfACodecIsNamed) {
-  const std::string source = Source("h264.mp4", kKinds[10].coding);
+  const std::string source = Source("h264.mov", kKinds[10].coding);
   const std::string output = ScratchPath("encoded.ts");
   const CommandResult result = Copy(source, output, "--set audio-codec=aac");
   ASSERT_EQ(result.status, 0) << result.err;
@@ -501,6 +511,9 @@ TEST(Copy, GivesSoundItsOwnWidth) {
 
 // FFmpeg's own copy has the beginning of the picture that the file breaks off in.
 TEST(Copy, LeavesOutAPictureOfWhichAPartIsMissing) {
+  if (AV_VERSION_MAJOR(avformat_version()) < 59) {
+    GTEST_SKIP() << "FFmpeg 4 does not hand on that a packet of MXF is cut";
+  }
   const std::string source =
       Source("cut.mxf", "-c:v dnxhd -profile:v dnxhr_lb -pix_fmt yuv422p -an");
   const std::string path = ScratchPath("cut.mxf");
