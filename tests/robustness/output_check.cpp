@@ -55,11 +55,28 @@ bool IsWholeRange(const app::CommandLine& line) {
   return !line.startText.has_value() && !line.endText.has_value();
 }
 
+// The packets of pictures as they were written. A parser would join a copied picture whose end is
+// damaged with the next one.
+int64_t CountCopies(const std::string& path) {
+  AVFormatContext* context = nullptr;
+  if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0) return 0;
+  const codec::ffmpeg::UniqueInput input(context);
+  context->flags |= AVFMT_FLAG_NOPARSE;
+  const codec::ffmpeg::UniquePacket packet(av_packet_alloc());
+  int64_t count = 0;
+  while (av_read_frame(context, packet.get()) >= 0) {
+    const codec::ffmpeg::PacketGuard guard(packet.get());
+    const AVStream* const stream = context->streams[packet->stream_index];
+    if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) ++count;
+  }
+  return count;
+}
+
 // Every picture that FFmpeg decodes is in the output or counted as lost, and a strict run has lost
 // nothing.
 bool IsCounted(const app::CommandLine& line, const ToldRun& told) {
   const int64_t decodable = IsWholeRange(line) ? CountDecodable(line.input, told.seconds) : 0;
-  const int64_t written = CountPackets(line.output);
+  const int64_t written = line.isCopy ? CountCopies(line.output) : CountPackets(line.output);
   const codec::JobAccount& account = told.account;
   const bool isAllowed = account.IsWhole() || !line.isStrict;
   if (isAllowed && written == account.pictures && written + account.lost.Count() >= decodable) {
@@ -103,9 +120,7 @@ bool IsPlayable(const std::string& path, Pictures pictures) {
 
 int StatusOf(const app::CommandLine& line, const ToldRun& told) {
   const Pictures pictures = line.isCopy ? Pictures::kCopied : Pictures::kDecoded;
-  // An empty range leaves a container without pictures.
-  const bool isEmpty = told.seconds <= 0 && told.account.pictures == 0;
-  if (!isEmpty && !IsPlayable(line.output, pictures)) return kUnplayableStatus;
+  if (!IsPlayable(line.output, pictures)) return kUnplayableStatus;
   return IsCounted(line, told) ? kReversedStatus : kUncountedStatus;
 }
 

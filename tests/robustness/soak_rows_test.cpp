@@ -58,7 +58,8 @@ TEST(SoakRows, OptionsReachTheRun) {
     RunSandboxed({one}, kJobs, [&](const SandboxResult& result) { verdict = result.verdict; });
     return verdict;
   };
-  EXPECT_EQ(run({"-s", "0.5", "-e", "0.2"}), Verdict::kReversed) << "no pictures";
+  EXPECT_EQ(run({"-s", "0.2", "-e", "0.5"}), Verdict::kReversed);
+  EXPECT_EQ(run({"-s", "0.5", "-e", "0.2"}), Verdict::kRefused) << "an empty range";
   EXPECT_EQ(run({"-s", "nan"}), Verdict::kRefused);
   EXPECT_EQ(run({"--memory", "1M"}), Verdict::kRefused);
   EXPECT_EQ(run({"--copy"}), Verdict::kRefused) << "groups of pictures";
