@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/media_reading.h"
@@ -145,6 +146,9 @@ class VideoMatrix : public testing::TestWithParam<VideoRow> {};
 
 TEST_P(VideoMatrix, WritesThePicturesIntoEveryContainerThatFfmpegDoes) {
   const VideoRow& row = GetParam();
+  if (avcodec_find_encoder_by_name(EncoderOf(row).c_str()) == nullptr) {
+    GTEST_SKIP() << "this FFmpeg came before the encoder";
+  }
   const std::string source = Source(row.source);
   std::string written;
   for (const std::string container : kContainers) {

@@ -364,9 +364,11 @@ TEST(Copy, KeepsTheTurnOfTheClip) {
   const std::string output = ScratchPath("turned.mov");
   ASSERT_EQ(Copy(turned, output).status, 0);
   const auto turn = [](const std::string& path) {
-    return test_support::Run({"ffprobe", "-v", "error", "-select_streams", "v", "-show_entries",
-                              "stream_side_data=displaymatrix", "-of", "csv=p=0", path})
-        .out;
+    const std::string told =
+        test_support::Run({"ffprobe", "-v", "error", "-select_streams", "v", "-show_streams", path})
+            .out;
+    const size_t matrix = std::min(told.find("displaymatrix="), told.size());
+    return told.substr(matrix, told.find("[/SIDE_DATA]", matrix) - matrix);
   };
   EXPECT_FALSE(turn(turned).empty());
   EXPECT_EQ(turn(output), turn(turned));

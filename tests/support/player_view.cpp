@@ -10,6 +10,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/support/command.h"
 
 namespace test_support {
@@ -197,7 +198,10 @@ PlayerView Mirrored(const PlayerView& view) {
   return mirrored;
 }
 
-double SoundFrame(int rate) { return rate > 0 ? 1024.0 / rate : 0; }
+double SoundFrame(int rate) {
+  const int samples = AV_VERSION_MAJOR(avformat_version()) < 59 ? 2048 : 1024;
+  return rate > 0 ? static_cast<double>(samples) / rate : 0;
+}
 
 void ExpectSame(const PlayerView& expected, const PlayerView& got, double least, double most) {
   ExpectSamePictures(expected, got);

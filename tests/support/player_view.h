@@ -37,7 +37,8 @@ PlayerView Mirrored(const PlayerView& view);
 
 // What is at most left out at the end of a clip: what containers round its length up by.
 constexpr double kLengthRounding = 0.0015;
-// By how much a file may be longer than what was asked for: a frame of the encoder of sound.
+// By how much a file may be longer than what was asked for: a frame of the encoder of sound. FFmpeg
+// 4 also counts the frame that the encoder begins with, which no player plays.
 double SoundFrame(int rate);
 
 // Fails the test if the pictures are not those of `expected`, each once and in order, shown at the
