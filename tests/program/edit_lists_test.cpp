@@ -5,9 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/media_reading.h"
@@ -76,18 +78,27 @@ const Edited kEdited[] = {
      }},
 };
 
+// Whether pictures or sound go on after what the file says is its end.
+bool IsToldTooShort(const PlayerView& view) {
+  const double soundEnd = static_cast<double>(view.sound.size()) / view.rate;
+  return std::max(view.times.back(), soundEnd) > view.end + SoundFrame(view.rate);
+}
+
 class EditLists : public testing::TestWithParam<Edited> {};
 
 TEST_P(EditLists, ArePlayedBackward) {
   const std::string clip = GetParam().make();
   const ViewWords words = {kWidth, kHeight};
+  PlayerView source = ViewOf(clip, words);
+  if (AV_VERSION_MAJOR(avformat_version()) < 59 && IsToldTooShort(source)) {
+    GTEST_SKIP() << "FFmpeg 4 wrote a length that leaves out how much later a stream begins";
+  }
   const std::string once = ScratchPath("edited_once.mp4");
   const std::string twice = ScratchPath("edited_twice.mp4");
   CommandResult result = RunProgram({"-i", clip, "-o", once});
   ASSERT_EQ(result.status, 0) << result.err;
   result = RunProgram({"-i", once, "-o", twice});
   ASSERT_EQ(result.status, 0) << result.err;
-  PlayerView source = ViewOf(clip, words);
   const PlayerView seen = ViewOf(once, words);
   {
     SCOPED_TRACE("once");
