@@ -54,7 +54,8 @@ const char* FirstTaken(const AVOutputFormat& format, const std::array<const char
 constexpr std::array<std::string_view, 5> kFixedRateContainers = {"avi", "mxf", "mxf_opatom", "ogg",
                                                                   "ogv"};
 
-// Without stamps but not without a header, which these refuse to write for a foreign codec.
+// Without stamps but not without a header, which these refuse to write for a foreign codec. In
+// FFmpeg 9 they also refuse it if the stream names no frame rate.
 constexpr std::array<std::string_view, 2> kOwnJudges = {"mxf", "mxf_opatom"};
 
 template <typename Names>
@@ -72,6 +73,8 @@ const AVOutputFormat* ChooseContainer(const char* path) {
 bool HasFixedRate(const AVOutputFormat& format) {
   return Contains(kFixedRateContainers, format.name);
 }
+
+bool NeedsFrameRate(const AVOutputFormat& format) { return Contains(kOwnJudges, format.name); }
 
 bool TellsRotation(const char* path) {
   const AVOutputFormat* const format = ChooseContainer(path);

@@ -102,7 +102,9 @@ void DelayedVideoEncoder::Describe(const AVCodec* codec) {
   mFrameTicks = isFine ? mClock.FrameTicks() : 1;
   mStamps.SetFrameTicks(mFrameTicks);
   mTrack.stream->time_base = mStampBase;
-  if (mSettings.hasConstantRate) mTrack.stream->avg_frame_rate = rate;
+  if (mSettings.hasConstantRate || NeedsFrameRate(*mFile->Format())) {
+    mTrack.stream->avg_frame_rate = rate;
+  }
   context->gop_size = StandsAlone(codec) ? 1 : std::max(TruncateToInt(mSettings.gop), 1);
   mInput.format = static_cast<AVPixelFormat>(mSettings.videoPixelFormat);
   context->pix_fmt = NearestPixelFormat(codec, mInput.format);

@@ -103,7 +103,9 @@ void VideoEncoder::Describe(const AVCodec* codec) {
   mClock.Open(mSettings.frameRate, HasFixedRate(*mFile->Format()) ? 0 : mSettings.stampRate);
   context->time_base = mClock.FrameBase();
   stream->time_base = mClock.StampBase();
-  if (mSettings.hasConstantRate) stream->avg_frame_rate = mClock.FrameRate();
+  if (mSettings.hasConstantRate || NeedsFrameRate(*mFile->Format())) {
+    stream->avg_frame_rate = mClock.FrameRate();
+  }
   if (IsMobileCodec(codec->name)) context->framerate = av_inv_q(context->time_base);
   log_debug(kTag, "video codec frameRate:%f ,den:%d, num:%d", mSettings.frameRate,
             context->time_base.den, context->time_base.num);
