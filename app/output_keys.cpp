@@ -46,8 +46,7 @@ std::vector<OutputKey> MakeKeys() {
        "turns the pictures themselves clockwise, only together with another size"},
       {"rotate", true, T::kChoice, 0, 0, "degrees", kTurns, "",
        "asks players to turn the pictures clockwise, in `.mp4` and `.mov`; a reversal asks what "
-       "the "
-       "clip asks"},
+       "the clip asks"},
       {"sample_aspect_num", true, T::kInt, 1, 65535, "", "", "sample_aspect_den",
        "shape of a pixel, width: its width to its height is as this number to the next one"},
       {"sample_aspect_den", true, T::kInt, 1, 65535, "", "", "sample_aspect_num",
