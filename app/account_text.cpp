@@ -41,8 +41,8 @@ std::string LossText(const codec::JobAccount& account) {
                     FirstText(account.sound.firstLost));
   }
   if (account.input.Missing() > 0) {
-    parts.push_back("the file is cut off: it tells of " + std::to_string(account.input.told) +
-                    " bytes and holds " + std::to_string(account.input.held));
+    parts.push_back("the file is cut off: " + std::to_string(account.input.Missing()) + " of its " +
+                    std::to_string(account.input.told) + " bytes are missing");
   }
   std::string text;
   for (const std::string& part : parts) text += (text.empty() ? "" : ", ") + part;

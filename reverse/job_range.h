@@ -15,7 +15,7 @@ class JobRange {
   // empty.
   void RefuseEmpty(bool refuses) { mRefusesEmpty = refuses; }
   // Brings the range inside a clip of this length. 0, or -1 after an error line if the range begins
-  // at or after its end, or is refused.
+  // at or after the clip's end, or is refused.
   int FitInto(double duration);
 
   double Start() const { return mStart; }

@@ -15,8 +15,8 @@ constexpr char kTag[] = "codec::Reverse";
 
 }  // namespace
 
-// Players are told of a turn if the container can; else, and of mirrored pictures never, so that
-// the pictures themselves are brought upright.
+// Players are told of a turn if the container can tell it. Otherwise, and if they are mirrored, the
+// pictures themselves are brought upright.
 void DescribeOrientation(const MediaInfo& info, MediaFormat* format) {
   if (info.orientation == kUpright) return;
   std::string path;

@@ -54,7 +54,10 @@ void MirrorReversal::SetWishes(const std::string& outputPath, const MediaFormat&
   int rotation = 0;
   parameters.GetInt32("rotation", rotation);
   mTurnsPictures = rotation != 0;
-  mScalesPictures = parameters.Entries().count("target-width") != 0;
+  mTargetWidth = 0;
+  mTargetHeight = 0;
+  parameters.GetInt32("target-width", mTargetWidth);
+  parameters.GetInt32("target-height", mTargetHeight);
   for (const auto& [key, value] : parameters.Entries()) {
     mWishes.SetParameter(key.c_str(), value.c_str());
   }
@@ -237,7 +240,9 @@ void MirrorReversal::DescribeEncoders(const MediaInfo& info, MediaFormat* format
   format->GetInt32("orientation", orientation);
   DescribeLight(mPath, info.colors.transfer, format);
   // The filters that turn pictures know one format, the one that resizes them a few.
-  const bool isResizedElsewhere = mScalesPictures && !CanScale(info.pixel_format_name);
+  const bool isResized = (mTargetWidth != 0 && mTargetWidth != info.width) ||
+                         (mTargetHeight != 0 && mTargetHeight != info.height);
+  const bool isResizedElsewhere = isResized && !CanScale(info.pixel_format_name);
   if (orientation != kUpright || mTurnsPictures || isResizedElsewhere) return;
   format->SetString("output-color-format", info.pixel_format_name.c_str());
 }

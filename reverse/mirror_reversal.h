@@ -62,9 +62,11 @@ class MirrorReversal : public Reversal {
   double WithoutRounding(double end);
   void DescribeEncoders(const MediaInfo& info, MediaFormat* format) const;
 
-  EncoderSettings mWishes;       // what the caller wants of the encoders
-  bool mTurnsPictures = false;   // the caller wants turned pictures
-  bool mScalesPictures = false;  // the caller wants pictures of another size
+  EncoderSettings mWishes;      // what the caller wants of the encoders
+  bool mTurnsPictures = false;  // the caller wants turned pictures
+  // The size of pictures that the caller wants; 0 for that of the clip.
+  int mTargetWidth = 0;
+  int mTargetHeight = 0;
   std::string mPath;
   FileExtent mExtent;
   std::shared_ptr<const JoinedParts> mJoined;  // null unless the clock restarts

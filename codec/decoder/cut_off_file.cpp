@@ -12,6 +12,8 @@
 
 #include "base/descriptor.h"
 #include "base/local_file.h"
+#include "codec/decoder/input_file.h"
+#include "codec/ffmpeg/compat.h"
 
 namespace codec {
 namespace {
@@ -98,7 +100,8 @@ std::optional<Element> ReadMatroska(const FileBytes& file, int64_t at) {
   return Element{kind->value, begin, size->value == unknown ? -1 : EndOf(begin, size->value)};
 }
 
-// Where a Matroska file ends in a cluster of packets, or between two elements.
+// Blank unless the file ends in a cluster of packets: between two elements, the index may be all
+// that is missing.
 int64_t ToldByMatroska(const FileBytes& file) {
   constexpr uint64_t kHeader = 0x1A45DFA3;
   constexpr uint64_t kSegment = 0x18538067;
@@ -109,13 +112,14 @@ int64_t ToldByMatroska(const FileBytes& file) {
   if (!segment || segment->kind != kSegment || segment->end <= file.Size()) return 0;
   int64_t at = segment->begin;
   for (int i = 0; i < kMostElements && at < file.Size(); ++i) {
+    const std::optional<VariableNumber> kind = ReadVariable(file, at, true);
+    if (!kind) return 0;
     const std::optional<Element> element = ReadMatroska(file, at);
-    const bool isPackets = !element || element->kind == kCluster;
     const bool isOpen = !element || element->end < element->begin || element->end > file.Size();
-    if (isOpen) return isPackets ? segment->end : 0;
+    if (isOpen) return kind->value == kCluster ? segment->end : 0;
     at = element->end;
   }
-  return segment->end;
+  return 0;
 }
 
 std::optional<Element> ReadRiff(const FileBytes& file, int64_t at) {
@@ -168,28 +172,41 @@ std::optional<Element> ReadBox(const FileBytes& file, int64_t at) {
   return Element{*kind, begin, *whole == 0 ? -1 : EndOf(at, *whole)};
 }
 
-int64_t ToldByMp4(const FileBytes& file) {
+// Whether the file ends in the box of packets of an MP4 file.
+bool EndsInPacketsOfMp4(const FileBytes& file) {
   int64_t at = 0;
   for (int i = 0; i < kMostElements; ++i) {
     const std::optional<Element> box = ReadBox(file, at);
-    if (!box || box->end < box->begin || box->kind == Tag("moof")) return 0;
-    if (box->end > file.Size()) return box->kind == Tag("mdat") ? box->end : 0;
+    if (!box || box->end < box->begin || box->kind == Tag("moof")) return false;
+    if (box->end > file.Size()) return box->kind == Tag("mdat");
     at = box->end;
   }
-  return 0;
+  return false;
 }
 
-// Each gives 0 for a file of another kind.
-constexpr std::array kContainers = {&ToldByMatroska, &ToldByAvi, &ToldByMp4};
+// Up to the end of the last packet of pictures or sound that the index lists. The box around them
+// may be larger.
+int64_t ToldByIndex(const std::string& path) {
+  InputFile input;
+  if (input.OpenHeader(path) != 0) return 0;
+  int64_t end = 0;
+  for (unsigned i = 0; i < input.Context()->nb_streams; ++i) {
+    AVStream* const stream = input.Context()->streams[i];
+    const AVMediaType type = stream->codecpar->codec_type;
+    if (type != AVMEDIA_TYPE_VIDEO && type != AVMEDIA_TYPE_AUDIO) continue;
+    end = std::max(end, ffmpeg::IndexedBytes(stream));
+  }
+  return end;
+}
 
 }  // namespace
 
 FileExtent ReadExtent(const std::string& path) {
   const FileBytes file(but::LocalPath(path));
-  for (const auto& toldBy : kContainers) {
-    if (const int64_t told = toldBy(file); told > 0) return {told, file.Size()};
-  }
-  return {};
+  int64_t told = ToldByMatroska(file);
+  if (told == 0) told = ToldByAvi(file);
+  if (told == 0 && EndsInPacketsOfMp4(file)) told = ToldByIndex(path);
+  return told > file.Size() ? FileExtent{told, file.Size()} : FileExtent{};
 }
 
 }  // namespace codec

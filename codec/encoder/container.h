@@ -15,8 +15,8 @@ const AVOutputFormat* ChooseContainer(const char* path);
 // Whether the container stores no times of its pictures, only how long each of them lasts.
 bool HasFixedRate(const AVOutputFormat& format);
 
-// Whether the container is not written unless the stream of pictures names a frame rate, which it
-// does for constant rates anyway.
+// Whether a release of FFmpeg refuses the container unless the stream of pictures names a frame
+// rate. Without a rate there would be no file, so it is named without being asked for.
 bool NeedsFrameRate(const AVOutputFormat& format);
 
 // Whether players are told of a turn by the path's container. Where they are not, the pictures have

@@ -181,6 +181,24 @@ int64_t IndexedAtOrBefore(AVStream* stream, int64_t ticks) {
 #endif
 }
 
+int64_t IndexedBytes(AVStream* stream) {
+  int64_t end = 0;
+#if HAS_INDEX_CALLS
+  const int count = avformat_index_get_entries_count(stream);
+#else
+  const int count = stream->nb_index_entries;
+#endif
+  for (int i = 0; i < count; ++i) {
+#if HAS_INDEX_CALLS
+    const AVIndexEntry& entry = *avformat_index_get_entry(stream, i);
+#else
+    const AVIndexEntry& entry = stream->index_entries[i];
+#endif
+    end = std::max(end, entry.pos + entry.size);
+  }
+  return end;
+}
+
 int EncodeOne(AVCodecContext* context, AVPacket* packet, const AVFrame* frame, int* gotPacket) {
   *gotPacket = 0;
   int result = avcodec_send_frame(context, frame);

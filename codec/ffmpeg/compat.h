@@ -58,6 +58,9 @@ AVRational RealBaseRate(const AVStream* stream);
 // so far; AV_NOPTS_VALUE when there is none.
 int64_t IndexedAtOrBefore(AVStream* stream, int64_t ticks);
 
+// Where in the file the last packet of that index ends, in bytes; 0 if there is no index.
+int64_t IndexedBytes(AVStream* stream);
+
 // Encoding and muxing.
 
 // Encodes one picture in one call; `*gotPacket` becomes 1 when `packet` holds a packet, whose

@@ -21,13 +21,14 @@ std::string Told(const char* name) {
   return isTold ? std::string(text) : std::string();
 }
 
-// A stream may say a number that the enumeration cannot hold; reading it as one is undefined. So
-// its bytes are read. FFmpeg has no name for such a number.
+// A stream may say a number that the enumeration cannot hold. To read or to make such a value is
+// undefined, so its bytes are read, and numbers from `count` on have no name.
 template <typename Enum>
-std::string NameOf(const Enum& value, const char* (*name)(Enum)) {
+std::string NameOf(const Enum& value, Enum count, const char* (*name)(Enum)) {
   int number = 0;
   static_assert(sizeof(number) == sizeof(value));
   std::memcpy(&number, &value, sizeof(number));
+  if (number < 0 || number >= static_cast<int>(count)) return "";
   return Told(name(static_cast<Enum>(number)));
 }
 
@@ -50,11 +51,11 @@ bool HasChromaOf(const AVPixFmtDescriptor& a, const AVPixFmtDescriptor& b) {
 }  // namespace
 
 PictureColors ColorsOf(const AVCodecContext& context) {
-  return {NameOf(context.color_range, &av_color_range_name),
-          NameOf(context.colorspace, &av_color_space_name),
-          NameOf(context.color_primaries, &av_color_primaries_name),
-          NameOf(context.color_trc, &av_color_transfer_name),
-          NameOf(context.chroma_sample_location, &av_chroma_location_name)};
+  return {NameOf(context.color_range, AVCOL_RANGE_NB, &av_color_range_name),
+          NameOf(context.colorspace, AVCOL_SPC_NB, &av_color_space_name),
+          NameOf(context.color_primaries, AVCOL_PRI_NB, &av_color_primaries_name),
+          NameOf(context.color_trc, AVCOL_TRC_NB, &av_color_transfer_name),
+          NameOf(context.chroma_sample_location, AVCHROMA_LOC_NB, &av_chroma_location_name)};
 }
 
 PictureColors ConvertedColors(const PictureColors& source, const std::string& inputFormat,

@@ -37,8 +37,8 @@ class PictureIntake {
   void SetGiver(BufferGiver* giver) { mGiver = giver; }
 
   // 0, or FFmpeg's negative error, after an error line, if the picture is lost that should not be:
-  // EINVAL if it is too large, or nobody takes those before it, ENOMEM without memory. After that
-  // one pictures are left out without a word. Throws std::bad_alloc.
+  // EINVAL if it is too large, or nobody takes those before it, ENOMEM without memory. After
+  // ENOMEM later pictures are left out silently. Throws std::bad_alloc.
   int Write(uint8_t* data, uint32_t size, int64_t pts);
   // Pictures that came, without those whose time was not later.
   int64_t Pictures() const { return mPictures; }
@@ -46,7 +46,7 @@ class PictureIntake {
  private:
   bool AwaitBuffer();
   int Lose();
-  // Null, with an error if that is one, if there is no buffer for the picture.
+  // Null if there is no buffer for the picture; `error` is set if that is an error.
   PooledBuffer Filled(uint8_t* data, uint32_t size, int* error);
   PooledBuffer Copied(const uint8_t* data, uint32_t size, int* error);
 

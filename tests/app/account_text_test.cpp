@@ -44,7 +44,7 @@ TEST(AccountText, SaysHowMuchWasLostAndWhyAndWhere) {
 TEST(AccountText, SaysThatTheFileIsCutOff) {
   codec::JobAccount account;
   account.input = {1000, 600};
-  EXPECT_EQ(LossText(account), "the file is cut off: it tells of 1000 bytes and holds 600");
+  EXPECT_EQ(LossText(account), "the file is cut off: 400 of its 1000 bytes are missing");
   EXPECT_FALSE(account.IsWhole());
 }
 

@@ -196,6 +196,19 @@ TEST(PictureKinds, AreResizedInAnyFormat) {
   }
 }
 
+// Pictures that have the wanted size already keep their depth.
+TEST(PictureKinds, AreNotTouchedIfTheyHaveTheSize) {
+  const std::string input =
+      CustomClip("deep_size.mkv", {"-f", "lavfi", "-i", SceneFilter(160, 96, "25"), "-frames:v",
+                                   "5", "-c:v", "ffvhuff", "-pix_fmt", "yuv422p10le"});
+  const std::string output = ScratchPath("deep_size.mkv");
+  const CommandResult result =
+      RunProgram({"-i", input, "-o", output, "--set", "video-codec=ffv1", "--set",
+                  "target-width=160", "--set", "target-height=96"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(test_support::StreamFields(output, "v")["pix_fmt"], "yuv422p10le");
+}
+
 TEST(PictureKinds, ThatChangeInTheStreamAreMadeLikeTheFirst) {
   const std::string transport = ChangingClip();
   const std::string matroska = ScratchPath("changing.mkv");

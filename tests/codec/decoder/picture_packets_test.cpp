@@ -113,7 +113,6 @@ TEST(PicturePackets, FindTheFirstThatLeansOnAnother) {
   EXPECT_EQ(raw.FindDependent(), nullptr);
 }
 
-// What they meet is the stream as it is read forward.
 // A player shows no picture of such a file, and no landing finds the first one.
 TEST(PicturePackets, OfAnEditListThatShowsNoneAreNone) {
   const std::string path =
@@ -126,6 +125,7 @@ TEST(PicturePackets, OfAnEditListThatShowsNoneAreNone) {
   EXPECT_TRUE(packets.ReadBack().empty());
 }
 
+// What they meet is the stream as it is read forward.
 TEST(PicturePackets, OfFilesWithoutAnIndexAreComplete) {
   const std::string path =
       CustomClip("packets.ts", {"-f", "lavfi", "-i", "testsrc2=rate=25:size=320x240", "-t", "5",
