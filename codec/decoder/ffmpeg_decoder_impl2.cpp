@@ -265,9 +265,9 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
   session.times.SetFirstVideo(seconds);
   session.times.SetFirstAudio(seconds);
   mParts->seeker.LeaveTimesAsTheyAre();
-  const std::optional<double> told =
-      session.input.Joined() == nullptr ? ToldEnd(session.input.Context()) : std::nullopt;
   const std::optional<double> scanned = mParts->scannedEnd;
+  const std::optional<double> told =
+      session.input.Joined() == nullptr ? ToldEnd(session.input.Context(), scanned) : std::nullopt;
   if (!told.has_value() && !scanned.has_value()) return;
   // The container's own word counts, unless its packets say something else.
   constexpr double kAsLong = 0.1;

@@ -32,6 +32,8 @@ void LengthScan::Look(const AVPacket* packet, Track* track) {
   int64_t begin = StampOf(packet);
   if (begin == AV_NOPTS_VALUE) begin = track->next;
   track->next = Sum(begin, LengthOf(packet, track->stream, track->stream->time_base));
+  // Of what is decoded for the sake of others only, the file says that the end comes before.
+  if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0) return;
   track->end = track->end.has_value() ? std::max(*track->end, track->next) : track->next;
 }
 

@@ -22,8 +22,8 @@ class LengthScan {
 
   // The largest end of any packet, in seconds of the file's stamps. A packet without a stamp
   // follows the packet before it, or begins at 0 if it is the first. A packet that does not say how
-  // long it lasts counts with the average of its stream's rate, or with 0. Nothing if there was no
-  // packet.
+  // long it lasts counts with the average of its stream's rate, or with 0. A packet whose picture
+  // or sound is not to be shown does not count. Nothing if there was no packet that counts.
   std::optional<double> End() const;
 
  private:

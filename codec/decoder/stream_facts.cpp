@@ -12,6 +12,9 @@
 namespace codec {
 namespace {
 
+// Containers round the length of the whole by up to a tick; the coarsest usual one is 1/600 s.
+constexpr double kMostRounding = 0.002;
+
 double AsDouble(AVRational value) { return static_cast<double>(value.num) / value.den; }
 
 bool Usable(double rate) { return std::isfinite(rate) && rate >= 1.0; }
@@ -91,6 +94,49 @@ int HevcReferences(int level, int64_t pixels) {
       MostAt(kByQuarters, static_cast<int>(std::min<int64_t>(quarters, 4)), kLeast));
 }
 
+bool IsPlayed(const AVStream* stream) {
+  const AVMediaType type = stream->codecpar->codec_type;
+  return (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) &&
+         (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+}
+
+// In seconds of the file's stamps. Minus infinity if the stream does not tell its end.
+double StreamEnd(const AVStream* stream) {
+  if (stream->start_time == AV_NOPTS_VALUE || stream->duration == AV_NOPTS_VALUE) {
+    return -std::numeric_limits<double>::infinity();
+  }
+  return (static_cast<double>(stream->start_time) + static_cast<double>(stream->duration)) *
+         av_q2d(stream->time_base);
+}
+
+double LastStreamEnd(const AVFormatContext* file) {
+  double last = -std::numeric_limits<double>::infinity();
+  for (unsigned int i = 0; i < file->nb_streams; ++i) {
+    if (IsPlayed(file->streams[i])) last = std::max(last, StreamEnd(file->streams[i]));
+  }
+  return last;
+}
+
+double Length(const AVFormatContext* file) {
+  return static_cast<double>(file->duration) / AV_TIME_BASE;
+}
+
+// FFmpeg worked out the length from stamps.
+bool IsFromStamps(const AVFormatContext* file) {
+  return file->duration_estimation_method == AVFMT_DURATION_FROM_PTS &&
+         file->start_time != AV_NOPTS_VALUE;
+}
+
+bool BeginsLate(const AVFormatContext* file) {
+  constexpr int64_t kLate = AV_TIME_BASE / 1000;
+  return file->start_time != AV_NOPTS_VALUE && file->start_time > kLate;
+}
+
+// FFmpeg 4 writes MP4 in which the length of the whole leaves out how much later a stream begins.
+bool HasLongerStream(const AVFormatContext* file) {
+  return LastStreamEnd(file) > Length(file) + kMostRounding;
+}
+
 }  // namespace
 
 double RotationDegrees(const std::string& text) {
@@ -135,17 +181,21 @@ double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRation
 }
 
 bool IsLengthVague(const AVFormatContext* file) {
-  constexpr int64_t kLate = AV_TIME_BASE / 1000;
-  return file->duration > 0 && file->start_time != AV_NOPTS_VALUE && file->start_time > kLate &&
-         file->duration_estimation_method != AVFMT_DURATION_FROM_PTS;
+  if (file->duration <= 0 || IsFromStamps(file)) return false;
+  return BeginsLate(file) || HasLongerStream(file);
 }
 
-// What FFmpeg works out of stamps counts from the first one.
-std::optional<double> ToldEnd(const AVFormatContext* file) {
-  if (file->duration <= 0 || IsLengthVague(file)) return std::nullopt;
-  const bool isFromFirst = file->duration_estimation_method == AVFMT_DURATION_FROM_PTS &&
-                           file->start_time != AV_NOPTS_VALUE;
-  return static_cast<double>(file->duration + (isFromFirst ? file->start_time : 0)) / AV_TIME_BASE;
+std::optional<double> ToldEnd(const AVFormatContext* file, std::optional<double> scanned) {
+  if (file->duration <= 0) return std::nullopt;
+  // What FFmpeg works out of stamps counts from the first one.
+  if (IsFromStamps(file)) {
+    return static_cast<double>(file->duration + file->start_time) / AV_TIME_BASE;
+  }
+  if (BeginsLate(file)) return std::nullopt;
+  // Neither word is enough alone: a stream counts pictures that an edit leaves out, and the last
+  // packet of sound may be longer than the sound.
+  if (!scanned.has_value() || !HasLongerStream(file)) return Length(file);
+  return std::clamp(*scanned, Length(file), LastStreamEnd(file));
 }
 
 AVPixelFormat FoldedPixelFormat(AVPixelFormat format) {

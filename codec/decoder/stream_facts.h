@@ -26,13 +26,15 @@ bool IsConstantRate(AVRational average, AVRational realBase);
 // AV_NOPTS_VALUE stands for unknown; 0 if both are.
 double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRational timeBase);
 
-// Whether the file tells a length, but not from when on: its stamps begin later than 0, and some
-// writers count the length from 0, some from the first stamp.
+// Whether the file tells a length that only its packets can confirm. One reason: its stamps begin
+// later than 0, and some writers count the length from 0, some from the first stamp. The other: a
+// stream of pictures or sound tells a later end than the file.
 bool IsLengthVague(const AVFormatContext* file);
 
-// The end in the file's stamps, in seconds, that the file tells. Nothing if it tells no length, or
-// a vague one.
-std::optional<double> ToldEnd(const AVFormatContext* file);
+// The end in the file's stamps, in seconds, that the file tells. If one of its streams tells a
+// later end, `scanned`, the end of the packets, decides between the two. Nothing if the file tells
+// no length, or does not tell from when on.
+std::optional<double> ToldEnd(const AVFormatContext* file, std::optional<double> scanned);
 
 // The ordinary format of a full-range planar one; other formats are their own.
 AVPixelFormat FoldedPixelFormat(AVPixelFormat format);

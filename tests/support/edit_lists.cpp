@@ -75,24 +75,40 @@ std::string Replaced(const std::string& content, const std::string& name, const 
   return all;
 }
 
+// A copy of a file of ffmpeg's with what is made of the content of its moov.
+template <typename Make>
+std::string WithMovie(const std::string& path, const std::string& name, const Make& make) {
+  std::ifstream in(path, std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (bytes.find("moov") < bytes.find("mdat")) throw std::runtime_error("moov comes first");
+  const std::string output = ScratchPath(name);
+  std::ofstream(output, std::ios::binary) << Replaced(
+      bytes, "moov", [&](const std::string& movie) { return Box("moov", make(movie)); });
+  return output;
+}
+
 }  // namespace
 
 std::string WithEdits(const std::string& path, const std::string& name,
                       const std::vector<Edit>& edits) {
-  std::ifstream in(path, std::ios::binary);
-  const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (bytes.find("moov") < bytes.find("mdat")) throw std::runtime_error("moov comes first");
-  const std::string copy = Replaced(bytes, "moov", [&](const std::string& movie) {
+  return WithMovie(path, name, [&](const std::string& movie) {
     const uint32_t movieScale = TimeScale(Inner(movie, "mvhd"));
-    return Box("moov", Replaced(movie, "trak", [&](const std::string& track) {
-                 return Box("trak", Replaced(track, "edts", [&](const std::string& /*old*/) {
-                              return Edited(track, movieScale, edits);
-                            }));
-               }));
+    return Replaced(movie, "trak", [&](const std::string& track) {
+      return Box("trak", Replaced(track, "edts", [&](const std::string& /*old*/) {
+                   return Edited(track, movieScale, edits);
+                 }));
+    });
   });
-  const std::string output = ScratchPath(name);
-  std::ofstream(output, std::ios::binary) << copy;
-  return output;
+}
+
+std::string WithLength(const std::string& path, const std::string& name, double seconds) {
+  constexpr size_t kBeforeLength = 16;
+  return WithMovie(path, name, [&](const std::string& movie) {
+    return Replaced(movie, "mvhd", [&](std::string header) {
+      const auto ticks = static_cast<uint32_t>(std::lround(seconds * TimeScale(header)));
+      return Box("mvhd", header.replace(kBeforeLength, kWord, Written(ticks)));
+    });
+  });
 }
 
 }  // namespace test_support

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Writes edit lists into MP4 and MOV files, since ffmpeg writes only simple ones.
+// Writes edit lists and lengths into MP4 and MOV files, since ffmpeg writes only simple ones.
 #pragma once
 
 #include <string>
@@ -17,5 +17,8 @@ struct Edit {
 // std::runtime_error if the file has its moov before its data, or a track without an edit list.
 std::string WithEdits(const std::string& path, const std::string& name,
                       const std::vector<Edit>& edits);
+
+// A copy of such a file which tells that it lasts so many seconds. What its tracks tell stays.
+std::string WithLength(const std::string& path, const std::string& name, double seconds);
 
 }  // namespace test_support

@@ -115,11 +115,13 @@ double EndTime(const std::string& path) {
   constexpr double kLate = 1e-3;
   if (start <= kLate) return length;
   std::istringstream lines(Output({"ffprobe", "-v", "error", "-show_entries",
-                                   "packet=pts_time,duration_time", "-of", "csv=p=0", path}));
+                                   "packet=pts_time,duration_time,flags", "-of", "csv=p=0", path}));
   double end = 0;
   for (std::string line; std::getline(lines, line);) {
     const size_t comma = line.find(',');
     if (comma == std::string::npos || line.compare(0, 3, "N/A") == 0) continue;
+    // What is decoded for the sake of others only, and never shown.
+    if (line.find('D', line.rfind(',')) != std::string::npos) continue;
     const std::string lasts = line.substr(comma + 1);
     end = std::max(end, std::stod(line) + (lasts.compare(0, 3, "N/A") == 0 ? 0 : std::stod(lasts)));
   }

@@ -58,6 +58,12 @@ TEST_F(LengthScanTest, TakesTheRateOfPacketsThatDoNotSayHowLongTheyLast) {
   EXPECT_EQ(EndOf({{0, 30, 30, 0}}), 3.2);
 }
 
+TEST_F(LengthScanTest, LeavesOutWhatIsNotShown) {
+  EXPECT_EQ(EndOf({{0, 30, 30, 5}, {0, 40, 31, 5, false, true}}), 3.5);
+  EXPECT_EQ(EndOf({{0, 40, 31, 5, false, true}}), std::nullopt);
+  EXPECT_EQ(EndOf({{0, 30, 30, 5, true, true}, {0, kNone, kNone, 5}}), 4);
+}
+
 TEST_F(LengthScanTest, SurvivesStampsBeyondAllNumbers) {
   constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
   EXPECT_EQ(EndOf({{0, kMost - 3, 0, 100}}), static_cast<double>(kMost) / 10);

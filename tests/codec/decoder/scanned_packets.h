@@ -17,6 +17,7 @@ struct ScannedPacket {
   int64_t dts;
   int64_t duration = 0;
   bool isKey = false;
+  bool isHidden = false;  // decoded for the sake of others only
 };
 
 class ScannedPackets : public PacketSource {
@@ -29,7 +30,7 @@ class ScannedPackets : public PacketSource {
     packet->pts = next.pts;
     packet->dts = next.dts;
     packet->duration = next.duration;
-    packet->flags = next.isKey ? AV_PKT_FLAG_KEY : 0;
+    packet->flags = (next.isKey ? AV_PKT_FLAG_KEY : 0) | (next.isHidden ? AV_PKT_FLAG_DISCARD : 0);
     return true;
   }
   // Packets that have been read.

@@ -5,6 +5,8 @@
 
 #include <cmath>
 
+#include "codec/ffmpeg/owned.h"
+
 namespace codec {
 namespace {
 
@@ -139,6 +141,65 @@ TEST(StreamFacts, GuessesThePicturesHeldWhereThereIsNoLevel) {
   EXPECT_EQ(Held(AV_CODEC_ID_HEVC, kUnknown, 1920, 1080), 6);
   EXPECT_EQ(Held(AV_CODEC_ID_VP9, kUnknown, 1920, 1080), 8);
   EXPECT_EQ(Held(AV_CODEC_ID_H264, 40, 0, 0), 16);
+}
+
+constexpr std::optional<double> kNoScan;
+
+// A file of 4 s with streams in milliseconds.
+class ToldLength : public testing::Test {
+ protected:
+  void SetUp() override {
+    mFile.reset(avformat_alloc_context());
+    mFile->start_time = 0;
+    mFile->duration = 4 * AV_TIME_BASE;
+    mFile->duration_estimation_method = AVFMT_DURATION_FROM_STREAM;
+  }
+
+  AVStream* Add(AVMediaType type, int64_t start, int64_t duration) {
+    AVStream* const stream = avformat_new_stream(mFile.get(), nullptr);
+    stream->codecpar->codec_type = type;
+    stream->time_base = {1, 1000};
+    stream->start_time = start;
+    stream->duration = duration;
+    return stream;
+  }
+
+  ffmpeg::UniqueInput mFile;
+};
+
+TEST_F(ToldLength, CountsIfNoStreamIsLonger) {
+  Add(AVMEDIA_TYPE_VIDEO, 10, 3990);
+  Add(AVMEDIA_TYPE_AUDIO, 0, 4001);
+  EXPECT_FALSE(IsLengthVague(mFile.get()));
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), 4.5).value(), 4);
+}
+
+TEST_F(ToldLength, IsVagueIfAStreamBeginsLaterThanItCounts) {
+  Add(AVMEDIA_TYPE_VIDEO, 720, 4000);
+  Add(AVMEDIA_TYPE_AUDIO, 0, 4000);
+  EXPECT_TRUE(IsLengthVague(mFile.get()));
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), kNoScan).value(), 4);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), 3.5).value(), 4);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), 4.5).value(), 4.5);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), 4.73).value(), 4.72);
+}
+
+TEST_F(ToldLength, IsNoneIfTheFileBeginsLate) {
+  mFile->start_time = AV_TIME_BASE;
+  EXPECT_TRUE(IsLengthVague(mFile.get()));
+  EXPECT_EQ(ToldEnd(mFile.get(), kNoScan), std::nullopt);
+  mFile->duration_estimation_method = AVFMT_DURATION_FROM_PTS;
+  EXPECT_FALSE(IsLengthVague(mFile.get()));
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), kNoScan).value(), 5);
+}
+
+TEST_F(ToldLength, DoesNotAskStreamsThatAreNotPlayed) {
+  Add(AVMEDIA_TYPE_SUBTITLE, 0, 9000);
+  Add(AVMEDIA_TYPE_VIDEO, 0, 9000)->disposition = AV_DISPOSITION_ATTACHED_PIC;
+  Add(AVMEDIA_TYPE_VIDEO, AV_NOPTS_VALUE, 9000);
+  Add(AVMEDIA_TYPE_AUDIO, 4500, AV_NOPTS_VALUE);
+  EXPECT_FALSE(IsLengthVague(mFile.get()));
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), kNoScan).value(), 4);
 }
 
 }  // namespace
