@@ -25,8 +25,9 @@ class JobMemory {
   // Sets what steps may take. To be called after the decoder was opened.
   void ApplyTo(ReverseRange* range) const;
 
-  // If the input was refused for lack of memory: the bytes that the job needs, and the bytes that
-  // it may have. Otherwise both are 0.
+  // If the input was refused for lack of memory: the bytes with which the next run is accepted (a
+  // guess if there was no memory to probe the input), and the bytes that the job may have.
+  // Otherwise both are 0.
   int64_t Needed() const { return mNeeded; }
   int64_t Granted() const { return mGranted; }
 

@@ -171,6 +171,32 @@ TEST(MemoryOption, RefusesWhatCannotFitAndSaysWhatToDo) {
       << result.err;
 }
 
+// The number in a refusal is enough for the next run, whatever limit was refused.
+TEST(MemoryOption, TellsASizeThatIsEnough) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer takes memory of its own";
+#endif
+  // Probing the large pictures takes more than the small limits.
+  const Case large = {"", 0, 3840, 2160, "hevc", 30, 12, "0", 12, Outcome::kRefusal};
+  const std::string output = ScratchPath("enough.mp4");
+  for (const std::string& clip : {Clip(ClipKind::kH264), ClipOf(large)}) {
+    for (const std::string limit : {"1M", "20M", "38M"}) {
+      const std::vector<std::string> words = {"-i", clip, "-o", output, "-e", "0.1"};
+      std::vector<std::string> refused = words;
+      refused.insert(refused.end(), {"--memory", limit});
+      CommandResult result = RunProgram(refused);
+      ASSERT_EQ(result.status, 255) << limit;
+      const size_t number = result.err.rfind(" needs ");
+      ASSERT_NE(number, std::string::npos) << result.err;
+      const std::string told = std::to_string(std::stoi(result.err.substr(number + 7)));
+      std::vector<std::string> taken = words;
+      taken.insert(taken.end(), {"--memory", told + "M"});
+      result = RunProgram(taken);
+      EXPECT_EQ(result.status, 0) << limit << " then " << told << "M: " << result.err;
+    }
+  }
+}
+
 TEST(MemoryOption, RefusesWhatIsNoSize) {
   const CommandResult result = RunProgram({"-i", "in.mp4", "-o", "out.mp4", "--memory", "much"});
   EXPECT_EQ(result.status, 255);
