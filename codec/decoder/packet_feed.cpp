@@ -21,7 +21,7 @@ void PacketFeed::Read(const Look& look) {
   AVPacket* const packet = mPacket.get();
   const bool isRead = mSession->input.Read(packet);
   for (const int64_t stamp : mSession->input.TakeLeftOut()) {
-    mSession->losses.Lose(stamp, PictureLosses::Loss::kUndecoded);
+    mSession->losses.Lose(stamp, PictureLosses::Loss::kLeftOut);
   }
   if (!isRead) {
     mEnded = true;

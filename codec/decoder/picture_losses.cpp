@@ -32,7 +32,8 @@ void PictureLosses::Lose(int64_t stamp, Loss loss) {
 
 void PictureLosses::Give(int64_t stamp) {
   if (!mFirstGiven.has_value() && stamp != AV_NOPTS_VALUE) NoteFirst(stamp);
-  if (!mLost.empty()) mLost.erase(stamp);
+  const auto found = mLost.find(stamp);
+  if (found != mLost.end() && found->second != Loss::kLeftOut) mLost.erase(found);
 }
 
 // The decoder may still hold the pictures after the first one.

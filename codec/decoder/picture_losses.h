@@ -18,7 +18,9 @@ namespace codec {
 // can tell them apart.
 class PictureLosses {
  public:
-  enum class Loss { kUndecoded, kDropped };
+  // Pictures that were left out are not given to the decoder, so none of them comes after all. A
+  // decoder that makes stamps up may give another picture with such a stamp.
+  enum class Loss { kUndecoded, kDropped, kLeftOut };
 
   // A seek begins to read at another packet.
   void Restart();
@@ -30,7 +32,7 @@ class PictureLosses {
 
   // The picture of this stamp, in ticks of the stream, could not be delivered.
   void Lose(int64_t stamp, Loss loss);
-  // The picture of this stamp came after all.
+  // The picture of this stamp came after all, unless it was left out.
   void Give(int64_t stamp);
 
   // The pictures that were lost at or after `from` and before `to`, in seconds from `zero`, which

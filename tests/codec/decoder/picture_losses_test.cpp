@@ -35,6 +35,14 @@ TEST(PictureLosses, ForgetsPicturesThatComeAfterAll) {
   EXPECT_TRUE(std::isinf(lost.first));
 }
 
+// A decoder that distrusts the stamps of packets may give another picture with this stamp.
+TEST(PictureLosses, KeepsPicturesThatWereLeftOut) {
+  PictureLosses losses;
+  losses.Lose(200, Loss::kLeftOut);
+  losses.Give(200);
+  EXPECT_EQ(losses.Take(0, 1, kMilliseconds, 0).undecoded, 1);
+}
+
 // The stretches of a walk: the later one first, and packets of it are read again with the earlier.
 TEST(PictureLosses, TellsEachStretchOnce) {
   PictureLosses losses;
