@@ -18,7 +18,7 @@ JobAccount ClosedAccount(const BackwardWalk& walk, double start, double end, Med
   const bool isDone = walk.IsDone() && writer->OutputError() == 0;
   if (isDone && (walk.IsTorn() || lost.timeless > 0)) {
     const int64_t met = reversal.CountPictures(start, end);
-    lost.unread = std::max<int64_t>(met - account.pictures - lost.Count(), 0);
+    lost.unread += std::max<int64_t>(met - account.pictures - lost.Count(), 0);
   }
   if (isDone && !walk.SawLaterPicture()) account.input = reversal.InputExtent();
   return account;

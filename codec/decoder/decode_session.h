@@ -9,6 +9,7 @@
 #include "codec/decoder/audio_converter.h"
 #include "codec/decoder/frame_times.h"
 #include "codec/decoder/input_file.h"
+#include "codec/decoder/missed_start.h"
 #include "codec/decoder/picture_copy.h"
 #include "codec/decoder/picture_losses.h"
 #include "codec/decoder/stream_decoder.h"
@@ -27,6 +28,7 @@ struct DecodeSession {
   AudioConverter sound;
   FrameTimes times;
   PictureLosses losses;
+  MissedStart missedStart;
 
   double duration = 0;                        // seconds
   int64_t first_video_pts_ = AV_NOPTS_VALUE;  // ticks of the video: of its first packet

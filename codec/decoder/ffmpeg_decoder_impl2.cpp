@@ -41,6 +41,7 @@ struct FFmpegDecoderImpl2::Parts {
 
   // Seconds of the file's stamps at which the last packet ends, if the length was scanned for.
   std::optional<double> scannedEnd;
+  double latestEnd = 0;  // seconds, of the stretches whose losses were taken
   FieldOrder firstFields = FieldOrder::kProgressive;  // of the first picture
   // An exception may leave the parts in the middle of a change.
   bool isWhole = true;
@@ -198,8 +199,17 @@ int FFmpegDecoderImpl2::HostError() {
 LostPictures FFmpegDecoderImpl2::TakeLost(double from, double to) {
   if (mParts == nullptr || mParts->session.video == nullptr) return {};
   DecodeSession& session = mParts->session;
-  return session.losses.Take(from, to, session.video->Stream()->time_base,
-                             session.times.FirstVideo());
+  const double zero = session.times.FirstVideo();
+  LostPictures lost = session.losses.Take(from, to, session.video->Stream()->time_base, zero);
+  mParts->latestEnd = std::max(mParts->latestEnd, to);
+  // The walk has come to the start of the clip.
+  if (from <= 0 && session.missedStart.IsAny()) {
+    WithParts([this, zero, &session, &lost] {
+      lost.unread += session.missedStart.Count(session.input, zero + mParts->latestEnd);
+      return 0;
+    });
+  }
+  return lost;
 }
 
 int FFmpegDecoderImpl2::GetWidth() { return mInfo.width; }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "codec/decoder/key_frame_scan.h"
 
+#include <utility>
+
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/packet_clock.h"
@@ -18,6 +20,7 @@ void KeyFrameScan::Run(PacketSource* source, AVPacket* packet, int64_t* firstPts
   while (!isOver() && source->Read(packet)) {
     const ffmpeg::PacketGuard guard(packet);
     if (packet->stream_index != mVideoIndex) continue;
+    if (!std::exchange(mHasFirst, true)) mFirstPosition = packet->pos;
     if (*firstPts == AV_NOPTS_VALUE) *firstPts = PacketTimestamp(packet);
     if (!IsKey(packet)) {
       if (mKeyFound) ++mCount;

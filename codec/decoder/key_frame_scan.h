@@ -20,6 +20,8 @@ class KeyFrameScan {
   // `firstPts` is set from the first video packet if it is AV_NOPTS_VALUE. `packet` is scratch.
   void Run(PacketSource* source, AVPacket* packet, int64_t* firstPts);
 
+  // Bytes, of the first video packet; below 0 if there was none, or its position is unknown.
+  int64_t FirstPosition() const { return mFirstPosition; }
   // Non-key packets between two key packets; 0 if no second key packet came after some of them.
   int64_t PacketsBetween() const { return mSecondKeyFound ? mCount : 0; }
 
@@ -29,6 +31,8 @@ class KeyFrameScan {
   bool mKeyFound = false;
   bool mSecondKeyFound = false;
   int64_t mCount = 0;
+  bool mHasFirst = false;
+  int64_t mFirstPosition = -1;
 };
 
 // Looks for changing packet durations, and for the first stamp if the scan above met no video.

@@ -43,6 +43,7 @@ void PacketFeed::SendPicture() {
   if (video->IsResting()) return;
   // Stamps of decoding are none of pictures.
   mSession->losses.Expect(mPacket->pts);
+  mSession->missedStart.NoteRead(mPacket->pos);
   const bool awaited = video->IsAwaitingKey();
   if (video->PassesOver(mPacket.get())) return;
   if (awaited) mSession->times.RestartVideo(mPacket.get());

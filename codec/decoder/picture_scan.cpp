@@ -18,8 +18,10 @@ int PictureScan::Read(const std::string& path, const std::shared_ptr<const Joine
 void PictureScan::Run(const AVStream* video, PacketSource* source, AVPacket* packet) {
   while (source->Read(packet)) {
     const ffmpeg::PacketGuard guard(packet);
+    if (packet->stream_index != video->index) continue;
+    if (packet->pos >= mEnd) return;
     const int64_t stamp = StampOf(packet);
-    if (packet->stream_index != video->index || stamp == AV_NOPTS_VALUE) continue;
+    if (stamp == AV_NOPTS_VALUE || (packet->flags & AV_PKT_FLAG_DISCARD) != 0) continue;
     const double time = Seconds(stamp, video->time_base);
     if (mFrom <= time && time < mTo) ++mPictures;
   }

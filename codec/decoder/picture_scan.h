@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -19,10 +20,15 @@ class PictureScan {
   // Pictures at or after `from` and before `to` count, both in seconds of the file's stamps.
   PictureScan(double from, double to) : mFrom(from), mTo(to) {}
 
+  // Reading ends with the first packet of the video at or after this position, in bytes. That
+  // packet does not count.
+  void EndBefore(int64_t position) { mEnd = position; }
+
   // Reads the best video stream of a local file. 0, or -1 with the reason logged. `parts` as for
   // InputFile::Join; null if the clock does not restart.
   int Read(const std::string& path, const std::shared_ptr<const JoinedParts>& parts);
-  // Reads `source` to its end. `packet` is scratch.
+  // Reads `source` to its end. Pictures that are decoded but not shown do not count. `packet` is
+  // scratch.
   void Run(const AVStream* video, PacketSource* source, AVPacket* packet);
 
   int64_t Pictures() const { return mPictures; }
@@ -30,6 +36,7 @@ class PictureScan {
  private:
   const double mFrom;
   const double mTo;
+  int64_t mEnd = std::numeric_limits<int64_t>::max();
   int64_t mPictures = 0;
 };
 

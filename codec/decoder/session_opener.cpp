@@ -246,6 +246,7 @@ void SessionOpener::ScanKeyFrames() {
   if (mOptions.additions.skipsKeyScan) scan.EndAtFirst();
   if (session.video != nullptr && mPacket != nullptr) {
     scan.Run(&session.input, mPacket.get(), &session.first_video_pts_);
+    session.missedStart.SetFirst(scan.FirstPosition());
   }
   if (session.video != nullptr) session.video->SkipLoopFilter();
   // A cover picture has no index to seek in; the sound beside it is still to be read from the

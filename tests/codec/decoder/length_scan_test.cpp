@@ -59,9 +59,9 @@ TEST_F(LengthScanTest, TakesTheRateOfPacketsThatDoNotSayHowLongTheyLast) {
 }
 
 TEST_F(LengthScanTest, LeavesOutWhatIsNotShown) {
-  EXPECT_EQ(EndOf({{0, 30, 30, 5}, {0, 40, 31, 5, false, true}}), 3.5);
-  EXPECT_EQ(EndOf({{0, 40, 31, 5, false, true}}), std::nullopt);
-  EXPECT_EQ(EndOf({{0, 30, 30, 5, true, true}, {0, kNone, kNone, 5}}), 4);
+  EXPECT_EQ(EndOf({{0, 30, 30, 5}, {0, 40, 31, 5, false, -1, kHidden}}), 3.5);
+  EXPECT_EQ(EndOf({{0, 40, 31, 5, false, -1, kHidden}}), std::nullopt);
+  EXPECT_EQ(EndOf({{0, 30, 30, 5, true, -1, kHidden}, {0, kNone, kNone, 5}}), 4);
 }
 
 TEST_F(LengthScanTest, SurvivesStampsBeyondAllNumbers) {

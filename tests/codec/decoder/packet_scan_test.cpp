@@ -82,9 +82,9 @@ class PacketScan : public ::testing::Test {
 };
 
 TEST_F(PacketScan, CountsThePacketsBetweenTwoKeyPackets) {
-  ScannedPackets source({{1, 0, 0, 0, true},
-                         {0, 8, 6, 0, false},
-                         {0, 10, 7, 0, true},
+  ScannedPackets source({{1, 0, 0, 0, true, 50},
+                         {0, 8, 6, 0, false, 70},
+                         {0, 10, 7, 0, true, 90},
                          {0, 11, 8, 0, false},
                          {1, 0, 0, 0, true},
                          {0, 12, 9, 0, false},
@@ -94,6 +94,7 @@ TEST_F(PacketScan, CountsThePacketsBetweenTwoKeyPackets) {
   scan.Run(&source, mPacket.get(), &mFirst);
   EXPECT_EQ(scan.PacketsBetween(), 2);
   EXPECT_EQ(mFirst, 8);
+  EXPECT_EQ(scan.FirstPosition(), 70);
   EXPECT_EQ(source.Count(), 7U);
 }
 

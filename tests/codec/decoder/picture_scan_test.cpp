@@ -30,5 +30,23 @@ TEST(PictureScan, CountsThePicturesOfTheRangeWhereverTheyStand) {
   EXPECT_EQ(scan.Pictures(), 3);
 }
 
+TEST(PictureScan, CountsThePicturesBeforeAPosition) {
+  const ffmpeg::UniqueInput file(avformat_alloc_context());
+  const ffmpeg::UniquePacket packet(av_packet_alloc());
+  for (int i = 0; i < 2; ++i) {
+    avformat_new_stream(file.get(), nullptr)->time_base = {1, 1000};
+  }
+  ScannedPackets source({{0, 0, 0, 0, true, 100},
+                         {1, 0, 0, 0, true, 900},
+                         {0, 40, 40, 0, true, 200, kHidden},
+                         {0, 80, 80, 0, true, -1},
+                         {0, 120, 120, 0, true, 300},
+                         {0, 160, 160, 0, true, 150}});
+  PictureScan scan(0, 1);
+  scan.EndBefore(300);
+  scan.Run(file->streams[0], &source, packet.get());
+  EXPECT_EQ(scan.Pictures(), 2) << "the first and the one whose place is unknown";
+}
+
 }  // namespace
 }  // namespace codec

@@ -11,13 +11,17 @@
 
 namespace codec {
 
+// A packet whose picture is decoded for the sake of others only.
+inline constexpr bool kHidden = false;
+
 struct ScannedPacket {
   int stream;
   int64_t pts;
   int64_t dts;
   int64_t duration = 0;
   bool isKey = false;
-  bool isHidden = false;  // decoded for the sake of others only
+  int64_t position = -1;
+  bool isShown = true;
 };
 
 class ScannedPackets : public PacketSource {
@@ -30,7 +34,8 @@ class ScannedPackets : public PacketSource {
     packet->pts = next.pts;
     packet->dts = next.dts;
     packet->duration = next.duration;
-    packet->flags = (next.isKey ? AV_PKT_FLAG_KEY : 0) | (next.isHidden ? AV_PKT_FLAG_DISCARD : 0);
+    packet->flags = (next.isKey ? AV_PKT_FLAG_KEY : 0) | (next.isShown ? 0 : AV_PKT_FLAG_DISCARD);
+    packet->pos = next.position;
     return true;
   }
   // Packets that have been read.
