@@ -197,22 +197,6 @@ TEST(Account, TellsThePicturesWithoutATimeOfTheirOwn) {
   }
 }
 
-// Two key pictures have the first time. The index knows the second, so no seek finds the first.
-TEST(Account, TellsThePictureThatNoSeekToTheStartFinds) {
-  const std::string clip = CustomClip(
-      "account_first_pair.mkv", {"-f", "lavfi", "-i", SceneFilter(640, 360, "25"), "-t", "2", "-vf",
-                                 "setpts='max(N-1,0)/25/TB'", FrameTimingOption(), "passthrough",
-                                 "-c:v", "mjpeg", "-pix_fmt", "yuvj420p"});
-  ASSERT_EQ(CountDecodable(clip, 2), 50);
-  const std::string output = ScratchPath("first_pair.mkv");
-  EXPECT_EQ(RunProgram({"-i", clip, "-o", output, "--strict"}).status, kFailure);
-  const CommandResult result = RunProgram({"-i", clip, "-o", output});
-  EXPECT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(ReversedLine(result.err), "49 pictures reversed");
-  EXPECT_NE(Warning(result, "1 picture stood out of order"), "") << result.err;
-  EXPECT_EQ(RunProgram({"-i", clip, "-o", output, "-s", "0.5", "--strict"}).status, 0);
-}
-
 // A copy of a Matroska file whose cluster of this time, in milliseconds, says another.
 std::string WithClusterMoved(const std::string& clip, unsigned from, unsigned to,
                              const std::string& name) {

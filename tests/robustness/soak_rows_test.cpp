@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "tests/robustness/corpus.h"
+#include "tests/robustness/damage.h"
 #include "tests/robustness/output_check.h"
 #include "tests/robustness/soak_clips.h"
 #include "tests/robustness/tally.h"
@@ -31,6 +32,21 @@ TEST(SoakRows, EachIsReversedOrRefused) {
     std::vector<SandboxCase> cases;
     for (int64_t i = 0; i < kOfEach; ++i) cases.push_back(Mutation(row, kFirst + i, ++seed));
     RunSandboxed(cases, kJobs, &ExpectGood);
+  }
+}
+
+// The index leads past the first packet, so no seek finds the pictures before.
+TEST(SoakRows, PicturesBeforeTheStartThatASeekReachesAreCounted) {
+  constexpr uint64_t kBrokenIndex = 1122008526;
+  constexpr uint64_t kTwoFirstKeys = 20261182852467;
+  for (const uint64_t seed : {kBrokenIndex, kTwoFirstKeys}) {
+    const std::string path = BaseClips()[1];
+    SandboxCase one{std::to_string(seed), [path, seed](const std::string& scratch) {
+                      const std::string damaged = scratch + "-damaged.mkv";
+                      WriteBytes(damaged, Damage(ReadBytes(path), seed));
+                      return damaged;
+                    }};
+    RunSandboxed({one}, kJobs, &ExpectGood);
   }
 }
 
