@@ -115,9 +115,10 @@ const Kind kKinds[] = {
     {"raw.mov", "-c:v rawvideo -pix_fmt uyvy422 -c:a pcm_s16le", "rawvideo", "mov mkv avi"},
     {"h264.mov", "-c:v libx264 -preset ultrafast -pix_fmt yuv420p -g 1 -c:a alac", "h264",
      "mp4 mov mkv"},
+    // Without a word, newer releases of FFmpeg write 32 bits, of which 24 are kept.
     {"hevc.mp4",
      "-c:v libx265 -preset ultrafast -x265-params keyint=1:log-level=error -pix_fmt yuv420p "
-     "-c:a flac -strict -2",
+     "-c:a flac -bits_per_raw_sample:a 24 -strict -2",
      "hevc", "mp4 mov mkv"},
 };
 
@@ -388,7 +389,10 @@ TEST(Copy, TurnsTheOrderOfFieldsIfThePicturesDoNotSayIt) {
   const FieldClip prores = {"copy_fields_prores.mov", true, "-c:v prores_ks -flags +ildct"};
   const std::string source = MakeFieldClip(raw);
   const std::string output = ScratchPath("fields.mov");
-  ASSERT_EQ(StreamFields(source, "v")["field_order"], "tt");
+  // FFmpeg 9 names the order by what it knows of the pictures, not by the option: by another word
+  // for top first.
+  const std::string told = StreamFields(source, "v")["field_order"];
+  ASSERT_TRUE(told == "tt" || told == "tb") << told;
   ASSERT_EQ(Copy(source, output).status, 0);
   EXPECT_EQ(StreamFields(output, "v")["field_order"], "bb");
   const CommandResult refused = Copy(MakeFieldClip(prores), output + "2.mov");

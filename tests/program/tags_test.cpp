@@ -41,6 +41,9 @@ std::string Tag(const std::string& path, const std::string& name) {
 TEST(Tags, AreKeptAndChaptersMirrored) {
   for (const char* source : {"tagged.mp4", "tagged.mov", "tagged.mkv"}) {
     const std::string input = TaggedClip(source);
+    // Matroska of older releases of FFmpeg puts its first picture later, by what the sound begins
+    // with.
+    const std::string border = std::to_string(1.2 + VideoTimes(input).front());
     for (const char* name : {"out.mp4", "out.mov", "out.mkv"}) {
       SCOPED_TRACE(std::string(source) + " " + name);
       const std::string output = ScratchPath(name);
@@ -53,10 +56,8 @@ TEST(Tags, AreKeptAndChaptersMirrored) {
       EXPECT_EQ(Tag(output, "encoder").find("Other"), std::string::npos);
       EXPECT_EQ(StreamFields(output, "v").at("TAG:language"), "eng");
       EXPECT_EQ(StreamFields(output, "a").at("TAG:language"), "fra");
-      // Matroska puts its first picture later than MP4, by what the sound begins with.
-      const char* const border = std::string(source) == "tagged.mkv" ? "1.221000" : "1.200000";
-      EXPECT_EQ(Chapters(output), std::string("0.000000,") + border + ",Second part\n" + border +
-                                      ",2.200000,First\n");
+      EXPECT_EQ(Chapters(output),
+                "0.000000," + border + ",Second part\n" + border + ",2.200000,First\n");
     }
   }
 }
