@@ -85,6 +85,10 @@ CommandResult Copy(const std::string& source, const std::string& output,
   return RunProgram(arguments);
 }
 
+// 't' or 'b': the field of a clip's pictures that comes first. FFmpeg 7 and later name raw pictures
+// "tb" or "bt" if others name them "tt" or "bb".
+char FirstField(const std::string& clip) { return StreamFields(clip, "v")["field_order"].at(0); }
+
 // What players show, and when. Pictures are compared whole.
 void ExpectMirror(const std::string& source, const std::string& output) {
   const ViewWords words = {kWidth, kHeight};
@@ -389,10 +393,7 @@ TEST(Copy, TurnsTheOrderOfFieldsIfThePicturesDoNotSayIt) {
   const FieldClip prores = {"copy_fields_prores.mov", true, "-c:v prores_ks -flags +ildct"};
   const std::string source = MakeFieldClip(raw);
   const std::string output = ScratchPath("fields.mov");
-  // FFmpeg 9 names the order by what it knows of the pictures, not by the option: by another word
-  // for top first.
-  const std::string told = StreamFields(source, "v")["field_order"];
-  ASSERT_TRUE(told == "tt" || told == "tb") << told;
+  ASSERT_EQ(FirstField(source), 't');
   ASSERT_EQ(Copy(source, output).status, 0);
   EXPECT_EQ(StreamFields(output, "v")["field_order"], "bb");
   const CommandResult refused = Copy(MakeFieldClip(prores), output + "2.mov");
@@ -404,7 +405,7 @@ TEST(Copy, TurnsTheOrderOfFieldsIfThePicturesDoNotSayIt) {
 TEST(Copy, WarnsOfAContainerThatDoesNotSayTheOrderOfFields) {
   const std::string source =
       MakeFieldClip({"copy_fields_png.mov", false, "-c:v png -pix_fmt rgb24 -field_order bb"});
-  ASSERT_EQ(StreamFields(source, "v")["field_order"], "bb");
+  ASSERT_EQ(FirstField(source), 'b');
   for (const std::string container : {".avi", ".mov", ".mkv"}) {
     const std::string output = ScratchPath("fields_told" + container);
     const CommandResult result = Copy(source, output);

@@ -66,9 +66,12 @@ std::vector<float> Delivered(AudioConverter* converter, const Source& source) {
   return samples;
 }
 
+// No release of FFmpeg knows places for so many.
+constexpr SoundLayout kWithoutPlaces = {11, 0};
+
 const SoundLayout kLayouts[] = {{1, AV_CH_LAYOUT_MONO},         {2, AV_CH_LAYOUT_STEREO},
                                 {6, AV_CH_LAYOUT_5POINT1_BACK}, {6, AV_CH_LAYOUT_5POINT1},
-                                {8, AV_CH_LAYOUT_7POINT1},      {12, 0}};
+                                {8, AV_CH_LAYOUT_7POINT1},      kWithoutPlaces};
 
 TEST(AudioConverter, KeepsEachChannelInItsPlaceIfTheTargetIsTheSource) {
   for (const SoundLayout& layout : kLayouts) {
@@ -134,7 +137,7 @@ TEST(AudioConverter, BringsOtherLayoutsToTheTarget) {
 
 // Nobody knows how to mix channels whose places nobody knows.
 TEST(AudioConverter, DropsWhatHasNoPlaces) {
-  const Source many(AV_SAMPLE_FMT_S16, {12, 0});
+  const Source many(AV_SAMPLE_FMT_S16, kWithoutPlaces);
   AudioConverter converter;
   EXPECT_EQ(converter.Open(many.Context()), -1);
 }
