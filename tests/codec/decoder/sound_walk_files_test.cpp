@@ -41,10 +41,12 @@ struct Walked {
   size_t blocks = 0;  // that begin in their step
 };
 
+// What an encoder needs to begin with lies before zero in Matroska of FFmpeg 7 and later.
 Walked WalkAll(SoundWalk* walk, double end) {
+  constexpr double kFirstSecond = -1;
   Walked walked;
   SoundStretch stretch;
-  for (double second = std::ceil(end); second >= 0; --second) {
+  for (double second = std::ceil(end); second >= kFirstSecond; --second) {
     EXPECT_EQ(walk->Read(second, second + 1, &stretch), 0);
     ++walked.steps;
     for (const StretchBlock& block : stretch.blocks) walked.blocks += block.time >= second ? 1 : 0;
