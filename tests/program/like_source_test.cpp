@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/support/channel_sound.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
@@ -20,6 +21,7 @@ namespace {
 constexpr int kPictures = 15;
 constexpr double kFrame = 0.04;
 constexpr double kLongestTail = 0.05;  // a frame of sound
+constexpr double kContainerTick = 0.0015;
 
 struct Row {
   const char* name;
@@ -41,8 +43,9 @@ constexpr Row kRows[] = {
     {"h264_aac", "mp4", "libx264 -pix_fmt yuv420p", "aac", "mono", 44100, 400, 64, true},
     {"h264_baseline", "mkv", "libx264 -profile:v baseline -pix_fmt yuv420p", "ac3 -b:a 448k",
      "5.1(side)", 48000},
-    {"h264_high10", "mkv", "libx264 -pix_fmt yuv420p10le", "flac", "5.1(side)", 48000, 400, 64,
-     true, false, true},
+    // Each block lasts whole milliseconds, which are what Matroska counts.
+    {"h264_high10", "mkv", "libx264 -pix_fmt yuv420p10le", "flac -af asetnsamples=4608:p=0",
+     "5.1(side)", 48000, 400, 64, true, false, true},
     {"h264_422", "mov", "libx264 -pix_fmt yuv422p", "pcm_s16le", "stereo", 32000, 400, 64, true,
      false, true},
     {"h264_444", "mkv", "libx264 -pix_fmt yuv444p", "libmp3lame", "stereo", 44100, 400, 64, true},
@@ -73,8 +76,8 @@ constexpr Row kRows[] = {
      true, false, true},
     {"dnxhr_sq", "mov", "dnxhd -profile:v dnxhr_sq -pix_fmt yuv422p", "pcm_s24le", "stereo", 48000,
      400, 128, true, false, true},
-    {"ffv1_16", "mkv", "ffv1 -pix_fmt yuv422p16le", "flac", "7.1", 48000, 400, 64, false, true,
-     true},
+    {"ffv1_16", "mkv", "ffv1 -pix_fmt yuv422p16le", "flac -af asetnsamples=4608:p=0", "7.1", 48000,
+     400, 64, false, true, true},
     {"huffyuv", "avi", "huffyuv -pix_fmt yuv422p", "pcm_f32le", "stereo", 48000, 400, 64, false,
      true, true},
     {"png", "mov", "png -pix_fmt rgb24", "pcm_f32le", "mono", 8000, 400, 64, false, true, true},
@@ -101,6 +104,15 @@ std::string Source(const Row& row) {
   return CustomClip("like_" + std::string(row.name) + "." + row.container, words);
 }
 
+bool IsFFmpeg4() { return AV_VERSION_MAJOR(avformat_version()) < 59; }
+
+// Matroska of FFmpeg 4 puts all but the first pictures later by what the sound begins with: once in
+// the source, and once more in the output.
+double TimeRounding(const std::string& path) {
+  const bool isUneven = IsFFmpeg4() && path.find(".mkv") != std::string::npos;
+  return kContainerTick + (isUneven ? kLongestTail : 0);
+}
+
 void ExpectEveryPictureOnce(const std::string& path) {
   const std::vector<Picture> pictures = DecodeLuma(path);
   ASSERT_EQ(pictures.size(), static_cast<size_t>(kPictures));
@@ -109,12 +121,12 @@ void ExpectEveryPictureOnce(const std::string& path) {
   }
   const std::vector<double> times = VideoTimes(path);
   ASSERT_EQ(times.size(), static_cast<size_t>(kPictures));
-  constexpr double kContainerTick = 0.0015;
+  const double rounding = TimeRounding(path);
   // The first picture lasts from the source's last one to the end of its sound.
   EXPECT_GE(times[1] - times[0], kFrame - kContainerTick);
   EXPECT_LE(times[1] - times[0], kFrame + kLongestTail);
   for (size_t i = 1; i < times.size(); ++i) {
-    EXPECT_NEAR(times[i] - times[1], static_cast<double>(i - 1) * kFrame, kContainerTick);
+    EXPECT_NEAR(times[i] - times[1], static_cast<double>(i - 1) * kFrame, rounding);
   }
 }
 
@@ -134,6 +146,10 @@ class LikeSource : public testing::TestWithParam<Row> {};
 
 TEST_P(LikeSource, WritesTheSourcesCodecsAndForms) {
   const Row& row = GetParam();
+  const std::string encoder = std::string(row.video).substr(0, std::string(row.video).find(' '));
+  if (avcodec_find_encoder_by_name(encoder.c_str()) == nullptr) {
+    GTEST_SKIP() << "this FFmpeg came before the encoder";
+  }
   const std::string source = Source(row);
   const std::string output = ScratchPath(std::string(row.name) + "." + row.container);
   const CommandResult result =
@@ -142,9 +158,12 @@ TEST_P(LikeSource, WritesTheSourcesCodecsAndForms) {
   EXPECT_EQ(result.err.find("has no encoder"), std::string::npos) << result.err;
   std::map<std::string, std::string> video = StreamFields(source, "v");
   std::map<std::string, std::string> written = StreamFields(output, "v");
-  for (const char* const key : {"codec_name", "pix_fmt", "color_range"}) {
+  for (const char* const key : {"codec_name", "pix_fmt"}) {
     EXPECT_EQ(written[key], video[key]) << key;
   }
+  // FFmpeg 4 says nothing, or a wrong word, of the range of RGB, which is full.
+  const bool saysRange = !IsFFmpeg4() || video["pix_fmt"] != "gbrp";
+  EXPECT_EQ(written["color_range"], saysRange ? video["color_range"] : "pc");
   if (row.hasProfile) {
     EXPECT_EQ(written["profile"], video["profile"]);
   }
