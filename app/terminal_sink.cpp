@@ -36,11 +36,13 @@ int Columns(std::FILE* terminal) {
 }
 
 // Names and tags of a clip may hold anything, also what would turn the terminal's colours or its
-// title.
+// title, or a newline after which the name goes on like a line of ours. Only the newline at the end
+// of the line stays.
 void MaskControls(std::string* line) {
-  for (char& c : *line) {
-    const auto byte = static_cast<unsigned char>(c);
-    if ((byte < ' ' && c != '\n' && c != '\t') || byte == 0x7f) c = '?';
+  const size_t end = line->find_last_not_of('\n') + 1;
+  for (size_t i = 0; i < end; ++i) {
+    const auto byte = static_cast<unsigned char>((*line)[i]);
+    if ((byte < ' ' && byte != '\t') || byte == 0x7f) (*line)[i] = '?';
   }
 }
 

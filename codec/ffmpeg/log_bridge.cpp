@@ -36,6 +36,20 @@ std::string TagOf(void* speaker) {
          (itemName != nullptr ? itemName(speaker) : av_default_item_name(speaker));
 }
 
+// A newline that FFmpeg put between two sentences, unlike one in a name, begins a line.
+bool HasLines(const char* format) {
+  const char* const newline = std::strchr(format, '\n');
+  return newline != nullptr && newline[1] != '\0';
+}
+
+void LogLines(int level, const std::string& tag, std::string lines) {
+  char* rest = nullptr;
+  for (char* line = strtok_r(lines.data(), "\n", &rest); line != nullptr;
+       line = strtok_r(nullptr, "\n", &rest)) {
+    log_text(level, tag.c_str(), line);
+  }
+}
+
 [[gnu::format(printf, 3, 0)]] void OnLine(void* speaker, int level, const char* format,
                                           va_list args) {
   // The higher bits of a level ask for a colour.
@@ -58,7 +72,12 @@ std::string TagOf(void* speaker) {
     if (line.empty() || (line.back() != '\n' && !cut && line.size() < kLongestLine)) return;
     // A decoder may say the same of each block of a damaged picture.
     const bool isRepeated = line == last && level <= AV_LOG_WARNING;
-    log_text(isRepeated ? kLogDebug : OurLevel(level), TagOf(speaker).c_str(), line.c_str());
+    const int ourLevel = isRepeated ? kLogDebug : OurLevel(level);
+    if (HasLines(format)) {
+      LogLines(ourLevel, TagOf(speaker), line);
+    } else {
+      log_text(ourLevel, TagOf(speaker).c_str(), line.c_str());
+    }
     last.swap(line);
   } catch (const std::bad_alloc&) {
     // FFmpeg, which is between here and whoever could catch it, cannot pass it on.

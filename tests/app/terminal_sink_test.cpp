@@ -120,7 +120,7 @@ TEST(TerminalSink, TakesATerminalWithoutAWidthForAnUsualOne) {
 TEST(TerminalSink, ShowsControlCharactersOfNamesAsQuestionMarks) {
   OnTerminal on(40);
   on.Log(spdlog::level::info, "[a] \x1b]0;title\x07\x7f two\nlines\tand \u00e9");
-  EXPECT_THAT(on.Device().Read(), HasSubstr("[a] ?]0;title?? two\r\nlines\tand \u00e9\r\n"));
+  EXPECT_THAT(on.Device().Read(), HasSubstr("[a] ?]0;title?? two?lines\tand \u00e9\r\n"));
 }
 
 TEST(TerminalSink, LeavesNothingOfABarThatWasNotShown) {

@@ -66,6 +66,13 @@ TEST_F(LogBridge, ShowsALineThatIsRepeatedOnce) {
   EXPECT_EQ(log.Count(kLogWarn, "ffmpeg", "other"), 1);
 }
 
+TEST_F(LogBridge, EndsALineWhereFFmpegDoesButNotWithinAName) {
+  const LogCapture log;
+  av_log(nullptr, AV_LOG_ERROR, "no size in %s\nConsider more\n", "file");
+  av_log(nullptr, AV_LOG_ERROR, "no file %s\n", "a\nb");
+  EXPECT_THAT(log.Texts("ffmpeg"), ElementsAre("no size in file", "Consider more", "no file a\nb"));
+}
+
 TEST_F(LogBridge, TellsNobodyHowSwscaleIsCalled) {
   const LogCapture log;
   const UniqueScaler scaler(sws_getContext(16, 16, AV_PIX_FMT_YUVJ420P, 16, 16, AV_PIX_FMT_YUV420P,
