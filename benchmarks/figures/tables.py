@@ -122,6 +122,9 @@ def codecs(texts):
         for case in ElementTree.fromstring(text[text.index("<?xml"):]).iter("testcase"):
             if case.find("failure") is not None:
                 raise ValueError(f"{case.get('name')} failed")
+            # As if FFmpeg has no such encoder.
+            if case.find("skipped") is not None:
+                continue
             said = {**case.attrib, **{item.get("name"): item.get("value") for item in case.iter("property")}}
             formats.setdefault((said["encoder"], said["containers"]), []).append(said["format"])
     lines = [line_of(("encoder", "pixel formats tried", *CONTAINERS)), rule(2 + len(CONTAINERS))]

@@ -14,7 +14,10 @@ import unittest
 SOURCE = pathlib.Path(sys.argv.pop(1)).resolve()
 TABLES = {"docs/performance.md": ("bench", "aims", "memory"), "README.md": ("readme",), "docs/containers.md": ("codecs",),
           "docs/reliability.md": ("peers", "mutations", "fuzzers", "releases")}
+BENCH_ROWS = ("| clip | seconds | against `reverse` | against forward | MB | MB of `reverse` | decodes a frame | cores busy |\n"
+              "|---|---|---|---|---|---|---|---|\n")
 STAND_INS = {
+    "bench": f"""echo '{BENCH_ROWS}'"| $2 | 5 | 0.61 | 0.90 | 330 | 900 | 1.04 | - |" """,
     "bench-memory": """echo "| clip | 96 MB |
 |---|---|
 | ${2}p, h264 | 43, 3.28x |" """,
@@ -207,6 +210,23 @@ class FiguresTest(unittest.TestCase):
         self.assertIn("| suite | FFmpeg | compiler | tests |\n|---|---|---|---|\n"
                       "| bullseye | 5.1.6 | g++ 12.2 | 310 |\n| bookworm | 5.1.6 | g++ 12.2 | 310 |\n", text)
 
+    def test_a_piece_is_no_failure_if_a_table_needs_others_too(self):
+        self.run_well("bench/720p-gop30")
+        self.assertEqual(self.tree.calls(), ["bench --clips 720p-gop30"])
+        self.assertIn("| 720p-gop30 | 5 |", self.tree.page("docs/performance.md"))
+        self.assertEqual(self.tree.page("README.md"),
+                         "Before readme.\n<!-- table: readme none -->\n<!-- end of table -->\nAfter readme.\n")
+        self.run_well("bench")
+        self.assertIn("take 0.61 to 0.61 of the", self.tree.page("README.md"))
+
+    def test_a_table_of_a_whole_part_that_cannot_be_made_is_a_failure(self):
+        self.tree.change("scripts/test-releases", "#!/bin/bash\necho 'suite FFmpeg'\necho bookworm not built\n")
+        self.tree.commit("a stand-in with a row that is too long")
+        self.run_well("releases/bookworm")
+        result = self.tree.figures("releases")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("releases is not written", result.stderr)
+
     def test_unknown_words_are_refused(self):
         for words in (["--chekc"], ["memroy"], ["memory/361"], ["--list", "memroy"]):
             result = self.tree.figures(*words)
@@ -222,11 +242,8 @@ class TablesTest(unittest.TestCase):
         sys.dont_write_bytecode = True
         sys.path.insert(0, str(SOURCE / "benchmarks/figures"))
 
-    ROWS = ("| clip | seconds | against `reverse` | against forward | MB | MB of `reverse` | decodes a frame | cores busy |\n"
-            "|---|---|---|---|---|---|---|---|\n")
-
     def row(self, name, seconds, reverse, megabytes):
-        return {name: self.ROWS + f"| {name} | {seconds} | {reverse} | 0.90 | {megabytes} | 900 | 1.04 | - |\n"}
+        return {name: BENCH_ROWS + f"| {name} | {seconds} | {reverse} | 0.90 | {megabytes} | 900 | 1.04 | - |\n"}
 
     def test_aims(self):
         import tables
@@ -268,6 +285,10 @@ class TablesTest(unittest.TestCase):
         self.assertEqual(tables.codecs({"all": text}).splitlines()[2:], [
             "| `libx264` | yuv420p, yuv422p | yes | - | yes | - | - | - | - |",
             "| `aac` | - | - | - | - | - | - | yes | - |"])
+        # A test that was skipped has no properties.
+        skipped = "<testcase name='x' result='skipped'><skipped message='no such encoder'/></testcase>"
+        self.assertEqual(tables.codecs({"all": report(skipped, case("aac", "", "ts "))}).splitlines()[2:],
+                         ["| `aac` | - | - | - | - | - | - | yes | - |"])
         with self.assertRaises(ValueError):
             tables.codecs({"all": report(case("aac", "", "ts ", "<failure/>"))})
 
