@@ -10,7 +10,8 @@ namespace codec {
 
 // Matroska and FLV round stamps to a millisecond, so a block may seem to begin up to half a
 // millisecond early or late. Blocks that follow each other within this error are put end to end.
-// The mean of their stamps gives their place: it is far nearer to the truth than any single stamp.
+// The first stamp gives their place if it may be exact, which the first stamp of a file mostly is;
+// otherwise the mean of their stamps, which is far nearer to the truth than any single one.
 // Blocks with exact stamps do not move, nor do blocks at a hole or an overlap. `blocks` in the
 // order of the stream; `rate` in samples a second.
 void UndoRounding(std::vector<SampleBlock>* blocks, int rate);

@@ -43,9 +43,9 @@ constexpr Row kRows[] = {
     {"h264_aac", "mp4", "libx264 -pix_fmt yuv420p", "aac", "mono", 44100, 400, 64, true},
     {"h264_baseline", "mkv", "libx264 -profile:v baseline -pix_fmt yuv420p", "ac3 -b:a 448k",
      "5.1(side)", 48000},
-    // Each block lasts whole milliseconds, which are what Matroska counts.
-    {"h264_high10", "mkv", "libx264 -pix_fmt yuv420p10le", "flac -af asetnsamples=4608:p=0",
-     "5.1(side)", 48000, 400, 64, true, false, true},
+    // No block lasts whole milliseconds, which are what Matroska counts.
+    {"h264_high10", "mkv", "libx264 -pix_fmt yuv420p10le", "flac -frame_size 1024", "5.1(side)",
+     48000, 400, 64, true, false, true},
     {"h264_422", "mov", "libx264 -pix_fmt yuv422p", "pcm_s16le", "stereo", 32000, 400, 64, true,
      false, true},
     {"h264_444", "mkv", "libx264 -pix_fmt yuv444p", "libmp3lame", "stereo", 44100, 400, 64, true},
@@ -76,8 +76,8 @@ constexpr Row kRows[] = {
      true, false, true},
     {"dnxhr_sq", "mov", "dnxhd -profile:v dnxhr_sq -pix_fmt yuv422p", "pcm_s24le", "stereo", 48000,
      400, 128, true, false, true},
-    {"ffv1_16", "mkv", "ffv1 -pix_fmt yuv422p16le", "flac -af asetnsamples=4608:p=0", "7.1", 48000,
-     400, 64, false, true, true},
+    {"ffv1_16", "mkv", "ffv1 -pix_fmt yuv422p16le", "flac -frame_size 4608", "7.1", 48000, 400, 64,
+     false, true, true},
     {"huffyuv", "avi", "huffyuv -pix_fmt yuv422p", "pcm_f32le", "stereo", 48000, 400, 64, false,
      true, true},
     {"png", "mov", "png -pix_fmt rgb24", "pcm_f32le", "mono", 8000, 400, 64, false, true, true},

@@ -41,6 +41,22 @@ TEST(UndoRounding, FindsThePlacesThatWereRounded) {
   }
 }
 
+// The mean of a few stamps is a sample or more off.
+TEST(UndoRounding, KeepsAFirstStampThatIsExact) {
+  for (const int rate : {8000, 11025, 44100, 48000, 96000}) {
+    for (const int samples : {576, 960, 1024, 1152, 4096}) {
+      for (int count = 1; count < 60; ++count) {
+        std::vector<SampleBlock> blocks;
+        for (int i = 0; i < count; ++i) {
+          blocks.push_back({Rounded(int64_t{i} * samples, rate), samples});
+        }
+        EXPECT_EQ(Starts(blocks, rate).back(), int64_t{count - 1} * samples)
+            << rate << " " << samples << " " << count;
+      }
+    }
+  }
+}
+
 // The first stamp is as wrong as any other. All of them together tell more.
 TEST(UndoRounding, DoesNotRelyOnTheFirstStamp) {
   constexpr int kRate = 44100;
