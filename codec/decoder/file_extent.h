@@ -7,7 +7,7 @@
 namespace codec {
 
 struct FileExtent {
-  int64_t told = 0;  // bytes up to the end of the container; 0 if nothing is known to be missing
+  int64_t told = 0;  // bytes that it should have; 0 if nothing is known to be missing
   int64_t held = 0;  // bytes of the file
 
   // Bytes that the file lacks.

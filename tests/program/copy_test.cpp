@@ -119,7 +119,7 @@ const Kind kKinds[] = {
     {"raw.mov", "-c:v rawvideo -pix_fmt uyvy422 -c:a pcm_s16le", "rawvideo", "mov mkv avi"},
     {"h264.mov", "-c:v libx264 -preset ultrafast -pix_fmt yuv420p -g 1 -c:a alac", "h264",
      "mp4 mov mkv"},
-    // Without a word, newer releases of FFmpeg write 32 bits, of which 24 are kept.
+    // Newer releases of FFmpeg write 32 bits unless a number is given. Only 24 of them are kept.
     {"hevc.mp4",
      "-c:v libx265 -preset ultrafast -x265-params keyint=1:log-level=error -pix_fmt yuv420p "
      "-c:a flac -bits_per_raw_sample:a 24 -strict -2",

@@ -31,15 +31,13 @@ std::string CountCells(const TitledTally& row, const std::vector<Verdict>& colum
 }  // namespace
 
 void Tally::Add(const SandboxResult& result) {
-  ++counts[static_cast<size_t>(result.verdict)];
-  if (result.peakMegabytes > peakMegabytes) {
-    peakMegabytes = result.peakMegabytes;
-    largest = result.name;
-  }
-  if (result.cpuSeconds > longestCpuSeconds) {
-    longestCpuSeconds = result.cpuSeconds;
-    longest = result.name;
-  }
+  Tally one;
+  one.counts[static_cast<size_t>(result.verdict)] = 1;
+  one.peakMegabytes = result.peakMegabytes;
+  one.largest = result.name;
+  one.longestCpuSeconds = result.cpuSeconds;
+  one.longest = result.name;
+  Add(one);
 }
 
 void Tally::Add(const Tally& other) {
