@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/ordered_job.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -77,6 +78,12 @@ int OrderedJob::Open(const Ask& ask) {
 }
 
 int OrderedJob::Start() { return mJob->Start(); }
+
+double OrderedJob::Percent() const {
+  constexpr double kMostBeforeTheEnd = 99.9;
+  const double done = static_cast<double>(mJob->GetProgress());
+  return mJob->WaitForEnd(0) ? done : std::min(done, kMostBeforeTheEnd);
+}
 
 int OrderedJob::Finish() {
   mJob->Release();

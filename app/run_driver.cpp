@@ -14,9 +14,10 @@ namespace {
 
 constexpr char kTag[] = "reverse::Main";
 
-Progress ProgressOf(codec::Reverse* job) {
+Progress ProgressOf(const OrderedJob& run, bool isPlain) {
+  codec::Reverse* const job = run.Job();
   Progress progress;
-  progress.percent = static_cast<double>(job->GetProgress());
+  progress.percent = isPlain ? static_cast<double>(job->GetProgress()) : run.Percent();
   progress.range = std::max(job->RangeSeconds(), 0.0);
   progress.position = progress.range * progress.percent / 100;
   progress.bytes = job->BytesWritten();
@@ -28,7 +29,8 @@ int RunOrdered(OrderedJob* run, const CommandLine& commandLine, ProgressObserver
   codec::Reverse* const job = run->Job();
   if (run->Open(AskAtTerminal()) != 0) return -1;
   if (run->Start() == 0) {
-    ReportProgress([job] { return ProgressOf(job); }, WaitFor(commandLine, job), observer);
+    ReportProgress([&] { return ProgressOf(*run, commandLine.isPlain); }, WaitFor(commandLine, job),
+                   observer);
   }
   const int result = run->Finish();
   if (!commandLine.isPlain) observer->OnAccount(job->Account());

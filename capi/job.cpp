@@ -181,8 +181,9 @@ bool Job::WaitInSteps(int milliseconds) {
   const Clock::time_point begin = Clock::now();
   while (true) {
     // What is over is told of when it is known how.
+    const double percent = Percent();
     if (mRun->Job()->WaitForEnd(0)) return true;
-    Tell();
+    Tell(percent);
     const auto passed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin);
     const int64_t left =
         milliseconds < 0 ? kStep : std::max<int64_t>(0, milliseconds - passed.count());
@@ -191,7 +192,7 @@ bool Job::WaitInSteps(int milliseconds) {
   }
 }
 
-void Job::Tell() {
+void Job::Tell(double percent) {
   if (mProgress == nullptr) return;
   // Reset if the callback throws, too.
   struct Telling {
@@ -200,12 +201,12 @@ void Job::Tell() {
     bool* const mIs;
   };
   const Telling telling(&mIsTelling);
-  mProgress(mUser, Percent());
+  mProgress(mUser, percent);
 }
 
 // The work's own number is 100 after a failure, too, and is gone once the output is closed.
 double Job::Percent() const {
-  if (!mEnd.has_value()) return static_cast<double>(mRun->Job()->GetProgress());
+  if (!mEnd.has_value()) return mRun->Percent();
   return *mEnd == CLIPREVERSE_OK ? 100 : 0;
 }
 
@@ -214,7 +215,7 @@ int Job::Finish() {
   mEnd = CLIPREVERSE_ERROR_MEMORY;
   if (mRun->Finish() != 0) return FailAsRun();
   mEnd = CLIPREVERSE_OK;
-  Tell();
+  Tell(Percent());
   return CLIPREVERSE_OK;
 }
 

@@ -44,7 +44,7 @@ class Job {
   // CLIPREVERSE_OK before Start, which leaves nothing to describe.
   int CheckDescribing();
   bool WaitInSteps(int milliseconds);
-  void Tell();
+  void Tell(double percent);
   double Percent() const;
   int Finish();
   int FailAsRun();

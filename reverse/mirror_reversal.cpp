@@ -47,7 +47,7 @@ constexpr double kMostQuiet = 1800;
 
 }  // namespace
 
-MirrorReversal::MirrorReversal() { SetWishes("", MediaFormat()); }
+MirrorReversal::MirrorReversal() : mWishes(UsualEncoders("")) {}
 
 void MirrorReversal::SetWishes(const std::string& outputPath, const MediaFormat& parameters) {
   mWishes = UsualEncoders(outputPath);

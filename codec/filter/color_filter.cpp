@@ -118,8 +118,10 @@ int ColorFilter::SizeBuffers(int64_t inputBytes, const char* outputName) {
   // reach further. The slack takes both.
   if (mModel->output == BufferRule::kInput) {
     output = inputBytes;
-    mInputSize =
-        std::max<int64_t>(inputBytes, av_image_get_buffer_size(mInputFormat, width, height, 1));
+    // A format without a rule of its own counts four bytes a pixel. Most have fewer, and a caller's
+    // picture may end there.
+    const int whole = av_image_get_buffer_size(mInputFormat, width, height, 1);
+    mInputSize = whole > 0 ? whole : inputBytes;
   }
   if (mModel->output == BufferRule::kAnyFormat) {
     output = PictureBufferSize(width, height, outputName);

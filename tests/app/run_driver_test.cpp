@@ -5,7 +5,12 @@
 
 #include <chrono>
 #include <filesystem>
+#include <future>
 #include <limits>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "app/progress_lines.h"
@@ -83,7 +88,7 @@ TEST(RunDriver, TellsItsObserverHowFarTheRunIs) {
   const LogCapture log;
   const std::string output = ScratchPath("observed.mp4");
   EXPECT_EQ(RunReverse({Clip(ClipKind::kH264Short), output, 0.5, 2.5}, &notes), 0);
-  ASSERT_GE(notes.reports.size(), 2U);
+  ASSERT_FALSE(notes.reports.empty());
   double before = 0;
   for (const Progress& progress : notes.reports) {
     EXPECT_DOUBLE_EQ(progress.range, 2);
@@ -98,6 +103,67 @@ TEST(RunDriver, TellsItsObserverHowFarTheRunIs) {
   EXPECT_EQ(notes.ends[0].output, output);
   EXPECT_EQ(notes.ends[0].advice, "");
   EXPECT_EQ(log.CountContaining(kLogInfo, "reverse::Main", "progress:"), 0);
+}
+
+// Takes all pictures, and closes the output only after the test has seen what is told before.
+class HeldWriter : public codec::MediaWriter {
+ public:
+  explicit HeldWriter(std::shared_future<void> release) : mRelease(std::move(release)) {}
+  int Configure(codec::MediaFormat& /*format*/) override { return 0; }
+  int Start() override { return 0; }
+  void Stop() override { mRelease.wait(); }
+  void WriteFrame(int, uint8_t*, uint32_t, int64_t) override {}
+  int64_t GetParameter(const char* /*key*/) override { return 0; }
+  void SetParameter(const char* /*key*/, int /*value*/) override {}
+  void SetParameter(const char* /*key*/, double /*value*/) override {}
+
+ private:
+  const std::shared_future<void> mRelease;
+};
+
+class HeldJob : public codec::Reverse {
+ public:
+  HeldJob(std::shared_future<void> release, const std::string& output)
+      : Reverse(Clip(ClipKind::kH264NoAudio).c_str(), 0, 0.5, output.c_str()),
+        mRelease(std::move(release)) {}
+  ~HeldJob() override { Release(); }
+
+ protected:
+  codec::MediaWriter* MakeWriter(codec::MediaFormat& /*format*/) override {
+    return new HeldWriter(mRelease);
+  }
+
+ private:
+  const std::shared_future<void> mRelease;
+};
+
+// Waits with its first report until all pictures are made. Lets the output be closed after the
+// second, which so is one of a job that is not over.
+class LateNotes : public Notes {
+ public:
+  void OnProgress(const Progress& progress) override {
+    Notes::OnProgress(progress);
+    if (reports.size() == 1) {
+      while (job->GetProgress() < 100) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    if (reports.size() == 2) release.set_value();
+  }
+
+  codec::Reverse* job = nullptr;
+  std::promise<void> release;
+};
+
+TEST(RunDriver, TellsHundredPercentOnceAfterTheOutputIsClosed) {
+  const LogCapture log;
+  const std::string output = ScratchPath("held.mp4");
+  LateNotes notes;
+  auto job = std::make_unique<HeldJob>(notes.release.get_future().share(), output);
+  notes.job = job.get();
+  RunJob(std::move(job), {Clip(ClipKind::kH264NoAudio), output, 0, 0.5}, &notes);
+  ASSERT_GE(notes.reports.size(), 3U);
+  EXPECT_NEAR(notes.reports[1].percent, 99.9, 1e-6);
+  EXPECT_EQ(notes.reports.back().percent, 100);
+  EXPECT_LT(notes.reports[notes.reports.size() - 2].percent, 100);
 }
 
 TEST(RunDriver, TellsItsObserverOfAFailureBeforeTheWork) {

@@ -67,7 +67,7 @@ class FullDisk : public testing::TestWithParam<const char*> {};
 
 // A name with the wanted extension that leads to a device without room.
 TEST_P(FullDisk, IsReportedOnceTheBytesDoNotFit) {
-  const std::string path = ScratchPath(std::string("full.") + GetParam());
+  const std::string path = ScratchPath(std::string("full_device.") + GetParam());
   ASSERT_EQ(symlink("/dev/full", path.c_str()), 0);
   FFmpegEncoderImpl encoder;
   encoder_test::Configure(&encoder, encoder_test::FilmFormat(path));
