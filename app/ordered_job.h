@@ -28,8 +28,8 @@ class OrderedJob {
   int Open(const Ask& ask);
   // Begins the work. 0, or -1 after error lines; Finish is to be called in either case.
   int Start();
-  // Percent done, 0 to 100. The job's own number is 100 after the last picture. This one stays below
-  // 100 until the output is closed, so it is told only once, and of a whole file.
+  // Percent done, 0 to 100. The job's own number is 100 after the last picture. This one stays
+  // below 100 until the output is closed, so it is told only once, and of a whole file.
   double Percent() const;
   // Ends the work, closes the output and logs what was written and lost. 0, or -1 after error
   // lines.
