@@ -11,7 +11,6 @@
 #include "codec/decoder/packet_clock.h"
 #include "codec/encoder/container.h"
 #include "codec/encoder/exact_sound.h"
-#include "codec/ffmpeg/compat.h"
 #include "codec/utils/field_order.h"
 #include "codec/utils/orientation.h"
 #include "codec/writer/packet_trial.h"

@@ -5,7 +5,7 @@
 
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
 
 namespace codec {
 namespace {

@@ -13,7 +13,7 @@
 #include "base/descriptor.h"
 #include "base/local_file.h"
 #include "codec/decoder/input_file.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_decoding.h"
 
 namespace codec {
 namespace {

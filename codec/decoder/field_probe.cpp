@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <array>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_fields.h"
 
 namespace codec {
 namespace {

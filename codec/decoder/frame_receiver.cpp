@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "codec/decoder/ffmpeg_decoder.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_decoding.h"
 
 namespace codec {
 

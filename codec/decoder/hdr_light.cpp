@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_decoding.h"
 #include "codec/ffmpeg/file_url.h"
 
 namespace codec {

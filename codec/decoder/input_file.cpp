@@ -9,7 +9,7 @@
 #include "base/local_file.h"
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/error_text.h"
 #include "codec/ffmpeg/file_url.h"
 
 namespace codec {

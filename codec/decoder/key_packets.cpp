@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_decoding.h"
 
 namespace codec {
 

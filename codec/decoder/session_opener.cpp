@@ -16,7 +16,8 @@
 #include "codec/decoder/part_scan.h"
 #include "codec/decoder/stream_facts.h"
 #include "codec/decoder/tag_reading.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_decoding.h"
+#include "codec/ffmpeg/compat_rotation.h"
 #include "codec/utils/color_keys.h"
 #include "codec/utils/orientation.h"
 

@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "codec/decoder/packet_clock.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_decoding.h"
 
 namespace codec {
 

@@ -12,7 +12,7 @@
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/packet_clock.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_decoding.h"
 
 namespace codec {
 namespace {

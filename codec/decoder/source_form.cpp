@@ -2,7 +2,7 @@
 #include "codec/decoder/source_form.h"
 
 #include "base/local_file.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
 #include "codec/ffmpeg/file_url.h"
 #include "codec/ffmpeg/owned.h"
 

@@ -10,7 +10,7 @@
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/packet_clock.h"
 #include "codec/decoder/packet_parts.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_decoding.h"
 
 namespace codec {
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "codec/decoder/time_probe.h"
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_fields.h"
 
 namespace codec {
 

@@ -11,7 +11,7 @@
 #include "base/log.h"
 #include "codec/encoder/encoder_context.h"
 #include "codec/encoder/sample_planes.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
 #include "codec/utils/image_utils.h"
 
 namespace codec {

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "base/log.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
 
 namespace codec {
 namespace {

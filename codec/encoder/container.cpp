@@ -6,7 +6,8 @@
 #include <string_view>
 #include <utility>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_encoding.h"
+#include "codec/ffmpeg/compat_rotation.h"
 
 namespace codec {
 namespace {

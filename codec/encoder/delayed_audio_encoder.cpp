@@ -9,7 +9,8 @@
 #include "codec/encoder/encoder_context.h"
 #include "codec/encoder/encoder_forms.h"
 #include "codec/encoder/own_options.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
+#include "codec/ffmpeg/error_text.h"
 #include "codec/utils/image_utils.h"
 
 namespace codec {

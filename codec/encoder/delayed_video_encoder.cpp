@@ -15,7 +15,8 @@
 #include "codec/encoder/interlacing.h"
 #include "codec/encoder/own_options.h"
 #include "codec/encoder/stream_colors.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_fields.h"
+#include "codec/ffmpeg/compat_rotation.h"
 #include "codec/utils/numbers.h"
 
 namespace codec {

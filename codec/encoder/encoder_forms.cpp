@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_encoding.h"
 
 namespace codec {
 namespace {

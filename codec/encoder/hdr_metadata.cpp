@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_rotation.h"
 
 namespace codec {
 namespace {

@@ -9,7 +9,8 @@
 #include "base/local_file.h"
 #include "base/log.h"
 #include "codec/encoder/container.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_encoding.h"
+#include "codec/ffmpeg/error_text.h"
 #include "codec/ffmpeg/file_url.h"
 
 namespace codec {

@@ -7,7 +7,7 @@
 
 #include "base/log.h"
 #include "codec/encoder/container.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_rotation.h"
 #include "codec/utils/field_order.h"
 
 namespace codec {

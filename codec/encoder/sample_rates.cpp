@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_encoding.h"
 
 namespace codec {
 

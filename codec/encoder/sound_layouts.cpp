@@ -7,7 +7,8 @@
 
 #include "codec/encoder/encoder_forms.h"
 #include "codec/encoder/sample_rates.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
+#include "codec/ffmpeg/compat_encoding.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {

@@ -12,7 +12,10 @@
 #include "codec/encoder/encoder_context.h"
 #include "codec/encoder/interlacing.h"
 #include "codec/encoder/stream_colors.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_encoding.h"
+#include "codec/ffmpeg/compat_fields.h"
+#include "codec/ffmpeg/compat_rotation.h"
+#include "codec/ffmpeg/error_text.h"
 #include "codec/utils/numbers.h"
 
 namespace codec {

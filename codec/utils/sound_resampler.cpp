@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "base/log.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
 
 namespace codec {
 namespace {

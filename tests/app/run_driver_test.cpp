@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "app/progress_lines.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/error_text.h"
 #include "tests/faults/faults.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"

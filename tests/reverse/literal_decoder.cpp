@@ -7,7 +7,8 @@
 #include <stdexcept>
 
 #include "codec/decoder/ffmpeg_decoder.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
+#include "codec/ffmpeg/compat_decoding.h"
 
 namespace codec {
 namespace {

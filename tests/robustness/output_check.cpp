@@ -6,7 +6,7 @@
 #include <map>
 
 #include "base/log.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_decoding.h"
 #include "codec/ffmpeg/owned.h"
 #include "tests/robustness/sandbox.h"
 #include "tests/support/picture_count.h"

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_encoding.h"
 
 namespace test_support {
 namespace {

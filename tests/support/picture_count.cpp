@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "codec/decoder/packet_clock.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_decoding.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace test_support {

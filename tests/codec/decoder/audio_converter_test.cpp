@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {

@@ -9,7 +9,7 @@
 
 #include "codec/decoder/audio_converter.h"
 #include "codec/decoder/picture_copy.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
 #include "tests/codec/decoder/decoder_reading.h"
 #include "tests/support/log_capture.h"
 

@@ -5,7 +5,8 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
+#include "codec/ffmpeg/compat_decoding.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {

@@ -6,7 +6,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
+#include "codec/ffmpeg/compat_decoding.h"
 
 namespace codec {
 namespace {

@@ -11,7 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
+#include "codec/ffmpeg/compat_decoding.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 

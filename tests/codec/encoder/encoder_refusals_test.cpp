@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "codec/encoder/ffmpeg_encoder_impl.h"
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/error_text.h"
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "tests/codec/encoder/encoder_fixture.h"
 #include "tests/support/command.h"

@@ -3,7 +3,8 @@
 
 #include <vector>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_channels.h"
+#include "codec/ffmpeg/compat_encoding.h"
 
 namespace codec::ffmpeg {
 namespace {

@@ -4,7 +4,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_encoding.h"
+#include "codec/ffmpeg/error_text.h"
 
 namespace codec::ffmpeg {
 namespace {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_fields.h"
+#include "codec/ffmpeg/owned.h"
 
 namespace codec::ffmpeg {
 namespace {

@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "codec/ffmpeg/compat.h"
+#include "codec/ffmpeg/compat_encoding.h"
+#include "codec/ffmpeg/compat_rotation.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 
