@@ -17,14 +17,29 @@ namespace {
 
 constexpr char kTag[] = "codec::ColorFilter";
 
-// A picture as plane pointers and row lengths, rows unpadded.
+// swscale stores whole vectors into the colors of some formats, and crashes if a row of them begins
+// elsewhere.
+constexpr int kVectorBytes = 16;
+
+bool IsOnVector(const uint8_t* row) {
+  return reinterpret_cast<uintptr_t>(row) % static_cast<uintptr_t>(kVectorBytes) == 0;
+}
+
+// A picture as plane pointers and row lengths.
 struct Planes {
   std::array<uint8_t*, 4> data{};
   std::array<int, 4> strides{};
 
+  // Rows unpadded.
   bool Fill(const uint8_t* picture, AVPixelFormat format, int width, int height) {
     return av_image_fill_arrays(data.data(), strides.data(), picture, format, width, height, 1) >=
            0;
+  }
+  bool AreOnVectors() const {
+    for (size_t i = 0; i < data.size(); ++i) {
+      if (!IsOnVector(data[i]) || strides[i] % kVectorBytes != 0) return false;
+    }
+    return true;
   }
   // Leaves every `step`th row from the first or the second on.
   void Take(int first, int step) {
@@ -34,6 +49,35 @@ struct Planes {
     }
   }
 };
+
+// A frame whose rows begin where vectors want them. Null if there is no memory.
+ffmpeg::UniqueFrame NewFrame(AVPixelFormat format, int width, int height) {
+  ffmpeg::UniqueFrame frame(av_frame_alloc());
+  if (frame == nullptr) return nullptr;
+  frame->format = format;
+  frame->width = width;
+  frame->height = height;
+  return av_frame_get_buffer(frame.get(), 0) < 0 ? nullptr : std::move(frame);
+}
+
+Planes PlanesOf(const AVFrame& frame) {
+  Planes planes;
+  std::copy_n(frame.data, planes.data.size(), planes.data.begin());
+  std::copy_n(frame.linesize, planes.strides.size(), planes.strides.begin());
+  return planes;
+}
+
+// Only the planes: older releases would copy a palette too for formats that have none.
+void Pack(const AVFrame& frame, const Planes& target) {
+  const AVPixFmtDescriptor* const facts =
+      av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
+  for (size_t i = 0; i < target.data.size() && target.strides[i] > 0; ++i) {
+    const bool isColor = i == 1 || i == 2;
+    const int rows = AV_CEIL_RSHIFT(frame.height, isColor ? facts->log2_chroma_h : 0);
+    av_image_copy_plane(target.data[i], target.strides[i], frame.data[i], frame.linesize[i],
+                        target.strides[i], rows);
+  }
+}
 
 bool HalvesColorRows(AVPixelFormat format) {
   const AVPixFmtDescriptor* const facts = av_pix_fmt_desc_get(format);
@@ -64,6 +108,48 @@ ffmpeg::UniqueScaler NewScaler(int width, int height, AVPixelFormat from, AVPixe
   return sws_init_context(scaler.get(), nullptr, nullptr) < 0 ? nullptr : std::move(scaler);
 }
 
+// Of a picture, or of one of its fields.
+struct Rows {
+  int first;
+  int step;
+  int colorPlace;  // of halved rows of color, in 256ths of a row; below 0 as swscale takes it
+};
+
+// One picture on its way through swscale.
+struct Conversion {
+  AVPixelFormat from = AV_PIX_FMT_NONE;
+  AVPixelFormat to = AV_PIX_FMT_NONE;
+  int width = 0;
+  int height = 0;
+  Planes source;
+  Planes target;
+};
+
+// By value: a field takes every second row of the planes.
+bool ConvertRows(Conversion picture, const Rows& rows) {
+  const int count = picture.height / rows.step;
+  // A context of its own for every picture: none of it carries over from one to the next.
+  const ffmpeg::UniqueScaler scaler =
+      NewScaler(picture.width, count, picture.from, picture.to, rows.colorPlace);
+  if (scaler == nullptr) {
+    log_error(kTag, "sws_getContext falied");
+    return false;
+  }
+  picture.source.Take(rows.first, rows.step);
+  picture.target.Take(rows.first, rows.step);
+  if (sws_scale(scaler.get(), picture.source.data.data(), picture.source.strides.data(), 0, count,
+                picture.target.data.data(), picture.target.strides.data()) < 0) {
+    log_error(kTag, "sws_scale failed");
+    return false;
+  }
+  return true;
+}
+
+bool ConvertFields(const Conversion& picture) {
+  // The rows of color of a field lie nearer to the field's own rows.
+  return ConvertRows(picture, {0, 2, 64}) && ConvertRows(picture, {1, 2, 192});
+}
+
 // Fields need whole samples of color each.
 bool KeepsFields(const MediaFormat& format, int height) {
   std::string name;
@@ -72,13 +158,6 @@ bool KeepsFields(const MediaFormat& format, int height) {
 }
 
 }  // namespace
-
-// Of a picture, or of one of its fields.
-struct ColorFilter::Rows {
-  int first;
-  int step;
-  int colorPlace;  // of halved rows of color, in 256ths of a row; below 0 as swscale takes it
-};
 
 int ColorFilter::Configure(MediaFormat& format) {
   if (MediaFilter::Configure(format) != 0) return -1;
@@ -147,41 +226,39 @@ MediaBuffer* ColorFilter::Process(uint8_t* picture) {
   return buffer;
 }
 
-void ColorFilter::Convert(const uint8_t* picture, uint8_t* out) const {
-  if (mKeepsFields) {
-    // The rows of color of a field lie nearer to the field's own rows.
-    for (const Rows& field : {Rows{0, 2, 64}, Rows{1, 2, 192}}) ConvertRows(picture, out, field);
+void ColorFilter::Convert(const uint8_t* picture, uint8_t* out) {
+  if (mKeepsFields || (mModel->convert == nullptr && mModel->swscale)) {
+    ConvertBySwscale(picture, out);
   } else if (mModel->convert != nullptr) {
     mModel->convert(picture, out, width, height);
-  } else if (mModel->swscale) {
-    ConvertRows(picture, out, {0, 1, -1});
   } else {
     std::memcpy(out, picture, static_cast<size_t>(mInputSize));
   }
 }
 
-void ColorFilter::ConvertRows(const uint8_t* picture, uint8_t* out, const Rows& rows) const {
+void ColorFilter::ConvertBySwscale(const uint8_t* picture, uint8_t* out) {
   const bool configured = mModel->from == AV_PIX_FMT_NONE;
-  const AVPixelFormat from = configured ? mInputFormat : mModel->from;
-  const AVPixelFormat to = configured ? mOutputFormat : mModel->to;
-  const int count = height / rows.step;
-  Planes source;
+  Conversion conversion;
+  conversion.from = configured ? mInputFormat : mModel->from;
+  conversion.to = configured ? mOutputFormat : mModel->to;
+  conversion.width = width;
+  conversion.height = height;
   Planes target;
-  ffmpeg::UniqueScaler scaler;
-  // A context of its own for every picture: none of it carries over from one to the next.
-  if (source.Fill(picture, from, width, height) && target.Fill(out, to, width, height)) {
-    scaler = NewScaler(width, count, from, to, rows.colorPlace);
-  }
-  if (scaler == nullptr) {
+  if (!conversion.source.Fill(picture, conversion.from, width, height) ||
+      !target.Fill(out, conversion.to, width, height)) {
     log_error(kTag, "sws_getContext falied");
     return;
   }
-  source.Take(rows.first, rows.step);
-  target.Take(rows.first, rows.step);
-  if (sws_scale(scaler.get(), source.data.data(), source.strides.data(), 0, count,
-                target.data.data(), target.strides.data()) < 0) {
-    log_error(kTag, "sws_scale failed");
+  const bool isDirect = target.AreOnVectors();
+  if (!isDirect && mAligned == nullptr) mAligned = NewFrame(conversion.to, width, height);
+  if (!isDirect && mAligned == nullptr) {
+    log_error(kTag, "no memory for a picture of %dx%d", width, height);
+    return;
   }
+  conversion.target = isDirect ? target : PlanesOf(*mAligned);
+  const bool isDone =
+      mKeepsFields ? ConvertFields(conversion) : ConvertRows(conversion, {0, 1, -1});
+  if (isDone && !isDirect) Pack(*mAligned, target);
 }
 
 }  // namespace codec

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "codec/ffmpeg/owned.h"
 #include "codec/filter/color_models.h"
 #include "codec/filter/media_filter.h"
 #include "codec/utils/working_buffer.h"
@@ -25,9 +26,8 @@ class ColorFilter : public MediaFilter {
 
  private:
   int SizeBuffers(int64_t inputBytes, const char* outputName);
-  void Convert(const uint8_t* picture, uint8_t* out) const;
-  struct Rows;
-  void ConvertRows(const uint8_t* picture, uint8_t* out, const Rows& rows) const;
+  void Convert(const uint8_t* picture, uint8_t* out);
+  void ConvertBySwscale(const uint8_t* picture, uint8_t* out);
 
   const ColorModel* mModel = nullptr;
   WorkingBuffer mWorking;
@@ -37,6 +37,8 @@ class ColorFilter : public MediaFilter {
   // What a buffer of the pool must hold.
   int32_t mOutputSize = 0;
   bool mKeepsFields = false;
+  // Where swscale writes pictures whose packed rows it cannot write.
+  ffmpeg::UniqueFrame mAligned;
 };
 
 }  // namespace codec

@@ -220,6 +220,33 @@ TEST(ColorModels, RepackPlanesExactly) {
   }
 }
 
+// Rows of color begin anywhere: U of 322 pixels at 16n + 8, of 66 at every second byte.
+TEST(ColorModels, WriteRowsThatBeginBesideVectors) {
+  const test_support::LogCapture quiet;
+  constexpr std::array<ModelRow, 5> kOthers = {{{23, "nv12", "yuv420p"},
+                                                {23, "nv21", "yuv420p"},
+                                                {23, "yuv444p", "yuv420p"},
+                                                {23, "yuv422p10le", "nv12"},
+                                                {23, "nv24", "yuv444p"}}};
+  for (const ModelRow& row : kOthers) {
+    for (const Size size : {Size{66, 50}, Size{322, 180}, Size{426, 240}, Size{854, 18}}) {
+      const Bytes picture = SmoothPicture(row.input, size);
+      Bytes padded(static_cast<size_t>(size.width) * static_cast<size_t>(size.height) * 4);
+      std::copy(picture.begin(), picture.end(), padded.begin());
+      const Bytes expected = BySwscale(row, size, picture, 0);
+      const PoolOf pool(static_cast<int>(padded.size()));
+      ColorFilter filter;
+      MediaFormat format = ModelFormat(size, row.model, row.input, row.output);
+      ASSERT_EQ(filter.Configure(format), 0);
+      // The second picture finds the memory of the first.
+      for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(Filtered(filter, padded, static_cast<int>(expected.size())), expected)
+            << row.input << " " << size.width;
+      }
+    }
+  }
+}
+
 TEST(ColorModels, RoundChromaRowsOfOddWidthsDown) {
   const test_support::LogCapture quiet;
   // 5 x 2: luma 10 bytes, then chroma rows of 2 bytes, of which U has 2 and V the 2 after them.
