@@ -131,6 +131,9 @@ std::vector<OutputKey> MakeKeys() {
       Flag("scale-any-format",
            "1 resizes pictures in every pixel format, those but `yuv420p`, `bgra` and `rgba` as "
            "`yuv420p`; 0 (unless set) refuses those"),
+      Flag("true-layout",
+           "1 reads `yuv411p` as FFmpeg lays it out if the width is no multiple of 4, 0 (unless "
+           "set) with shorter rows of color"),
       Text("color-range",
            "FFmpeg's name of what the numbers of the output's pictures stand for: `tv`; players "
            "guess what is not set"),

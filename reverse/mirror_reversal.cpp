@@ -274,6 +274,7 @@ void MirrorReversal::Describe(const MediaInfo& info, double start, double end,
   format->SetInt32("has-constant-rate", isConstant ? 1 : 0);
   format->SetInt32("true-level", 1);
   format->SetInt32("scale-any-format", 1);
+  format->SetInt32("true-layout", 1);
   format->SetInt32("even-slots", 1);
   // The picture written last is the first of the range, which may stand for long. Where all stand
   // equally long, the container would tell another rate if this one was made longer.

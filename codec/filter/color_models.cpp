@@ -10,9 +10,6 @@
 namespace codec {
 namespace {
 
-constexpr int kCopyModel = 1;
-constexpr int kGeneralModel = 23;
-
 constexpr ColorModel Yuv(int number, BufferRule rule, ConvertPicture convert) {
   return {number, rule, rule, convert, false, AV_PIX_FMT_NONE, AV_PIX_FMT_NONE};
 }
@@ -27,7 +24,7 @@ constexpr ColorModel Sws(int number, BufferRule rule, AVPixelFormat from, AVPixe
 }
 
 constexpr std::array<ColorModel, 23> kModels = {{
-    LastYuv(kCopyModel, BufferRule::kInput, nullptr),
+    LastYuv(kCopyColorModel, BufferRule::kInput, nullptr),
     Yuv(2, BufferRule::kThreeHalf, &Yuv411pToYuv420p),
     Yuv(3, BufferRule::kThreeHalf, &Yuv420p10ToYuv420p),
     Yuv(4, BufferRule::kThreeHalf, &BgraToYuv420p),
@@ -49,7 +46,7 @@ constexpr std::array<ColorModel, 23> kModels = {{
     Sws(20, BufferRule::kThree, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGB24),
     Sws(21, BufferRule::kOne, AV_PIX_FMT_RGBA, AV_PIX_FMT_RGB8),
     Sws(22, BufferRule::kOne, AV_PIX_FMT_BGRA, AV_PIX_FMT_RGB8),
-    Sws(kGeneralModel, BufferRule::kAnyFormat, AV_PIX_FMT_NONE, AV_PIX_FMT_NONE),
+    Sws(kGeneralColorModel, BufferRule::kAnyFormat, AV_PIX_FMT_NONE, AV_PIX_FMT_NONE),
 }};
 
 struct FormatPair {
@@ -91,11 +88,11 @@ int64_t RuleBytes(BufferRule rule, int64_t pixels) {
 int ChooseColorModel(const char* inputFormat, const char* outputFormat) {
   const std::string_view input = inputFormat;
   const std::string_view output = outputFormat;
-  if (input == output) return kCopyModel;
+  if (input == output) return kCopyColorModel;
   const auto* const row = std::find_if(kPairs.begin(), kPairs.end(), [&](const FormatPair& pair) {
     return pair.input == input && pair.output == output;
   });
-  return row == kPairs.end() ? kGeneralModel : row->model;
+  return row == kPairs.end() ? kGeneralColorModel : row->model;
 }
 
 }  // namespace codec

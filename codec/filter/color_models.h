@@ -33,6 +33,10 @@ struct ColorModel {
   AVPixelFormat to;
 };
 
+constexpr int kCopyColorModel = 1;
+// swscale between the formats that are configured.
+constexpr int kGeneralColorModel = 23;
+
 // Null for a number outside 1 to 23.
 const ColorModel* FindColorModel(int number);
 

@@ -97,6 +97,21 @@ Chain Checked(MediaFilter* filter, const char* message) {
   return Chain(filter);
 }
 
+// The fast conversion of "yuv411p" takes rows of color for a quarter of the width, rounded down.
+// FFmpeg rounds up.
+bool IsLaidOutOtherwise(const MediaFormat& format, const std::string& input) {
+  int isTrue = 0;
+  int width = 0;
+  format.GetInt32("true-layout", isTrue);
+  format.GetInt32("width", width);
+  return isTrue == 1 && input == "yuv411p" && width % 4 != 0;
+}
+
+int ModelOf(const MediaFormat& format, const std::string& input, const std::string& output) {
+  const int model = ChooseColorModel(input.c_str(), output.c_str());
+  return model != kCopyColorModel && IsLaidOutOtherwise(format, input) ? kGeneralColorModel : model;
+}
+
 // Configures a new filter; logs the message where it refuses.
 template <typename Filter>
 std::unique_ptr<Filter> Configured(MediaFormat& format, const char* message) {
@@ -113,7 +128,7 @@ MediaFilter* CreateColorFilter(MediaFormat& format) {
   std::string input;
   std::string output;
   if (!ReadPair(format, input, output)) return nullptr;
-  const int model = ChooseColorModel(input.c_str(), output.c_str());
+  const int model = ModelOf(format, input, output);
   log_debug(kTag, "colorConvortModel:%d", model);
   MediaFormat copy = format;
   copy.SetInt32("color-convert-model", model);

@@ -14,7 +14,7 @@ namespace codec {
 // size of the pictures that come in.
 
 // Converts "input-color-format" to "output-color-format"; any pair of FFmpeg's pixel formats will
-// do.
+// do. With "true-layout" 1, pictures in "yuv411p" are read as FFmpeg lays them out at every width.
 MediaFilter* CreateColorFilter(MediaFormat& format);
 
 // Resizes to "target-width" x "target-height" in "color-format": "bgra", "rgba" or "yuv420p".

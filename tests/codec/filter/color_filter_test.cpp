@@ -7,8 +7,11 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <memory>
+#include <tuple>
 
 #include "codec/ffmpeg/owned.h"
+#include "codec/filter/filter_factory.h"
 #include "tests/codec/filter/filter_fixture.h"
 #include "tests/support/log_capture.h"
 
@@ -244,6 +247,33 @@ TEST(ColorModels, WriteRowsThatBeginBesideVectors) {
             << row.input << " " << size.width;
       }
     }
+  }
+}
+
+// FFmpeg's rows of color are one byte longer than a quarter of 66 or 426 pixels.
+TEST(ColorModels, ReadQuartersOfAnyWidthAsFFmpegLaysThemOut) {
+  const test_support::LogCapture quiet;
+  const ModelRow row = {2, "yuv411p", "yuv420p"};
+  for (const Size size : {Size{66, 50}, Size{426, 240}}) {
+    const Bytes picture = SmoothPicture(row.input, size);
+    const Bytes expected = BySwscale(row, size, picture, 0);
+    const PoolOf pool(static_cast<int>(expected.size()));
+    MediaFormat format = ModelFormat(size, row.model, row.input, row.output);
+    format.SetInt32("true-layout", 1);
+    const std::unique_ptr<MediaFilter> filter(CreateColorFilter(format));
+    ASSERT_NE(filter, nullptr);
+    EXPECT_EQ(Filtered(*filter, picture, static_cast<int>(expected.size())), expected);
+  }
+}
+
+TEST(ColorModels, LeaveQuartersToTheFastConversionIfItServes) {
+  for (const auto& [width, isTrue, model] :
+       {std::tuple(64, 1, 2), std::tuple(66, 0, 2), std::tuple(66, 1, 23)}) {
+    const test_support::LogCapture log;
+    MediaFormat format = ModelFormat({width, 50}, 1, "yuv411p", "yuv420p");
+    format.SetInt32("true-layout", isTrue);
+    const std::unique_ptr<MediaFilter> filter(CreateColorFilter(format));
+    EXPECT_TRUE(log.Has(kLogInfo, kTag, "color convert model:" + std::to_string(model))) << width;
   }
 }
 
