@@ -15,7 +15,7 @@ enum class FailedStep {
   kReadFacts,    // what the input holds is nothing that can be reversed: see InputInfo
   kCopy,         // finding out whether the pictures can be copied: see the obstacle
   kCheckRange,   // the range starts at or after the end of the input, or is empty
-  kOpenOutput,   // making the output, its encoders and its container
+  kOpenOutput,   // making the output, its encoders and its container; may have an obstacle
   kStart,        // starting the work: the host gave no thread
   kReadInput,    // reading pictures: there is none at or around the range
   kReadRange,    // the same, but there are pictures before or after the range
@@ -34,7 +34,8 @@ struct JobFailure {
   // What the file of that step is, if not one that can be read and written back and forth: "a
   // directory", "a pipe (FIFO)". Null if it is such a file, or not known. Static text.
   const char* kind = nullptr;
-  // What stands in the way of an input that could be opened, or of copying it, and what would work.
+  // What stands in the way of an input that could be opened, of copying it, or of an output like
+  // this, and what would work.
   // Empty if nothing is known.
   std::string obstacle = {};
 };

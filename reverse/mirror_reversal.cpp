@@ -21,6 +21,7 @@
 #include "codec/utils/color_keys.h"
 #include "codec/utils/numbers.h"
 #include "codec/utils/orientation.h"
+#include "codec/writer/picture_sizes.h"
 #include "reverse/mirror_description.h"
 #include "reverse/output_description.h"
 #include "reverse/stamp_rate.h"
@@ -283,6 +284,25 @@ void MirrorReversal::Describe(const MediaInfo& info, double start, double end,
   int gop = 0;
   format->GetInt32("gop", gop);
   format->SetInt32("gop", std::max(gop, 1));
+}
+
+// The writer's own answer is an error line, and pictures without the logo.
+std::string MirrorReversal::Obstacle(const MediaInfo& /*info*/, double /*start*/, double /*end*/,
+                                     const MediaFormat& format) {
+  int hasLogo = 0;
+  format.GetInt32("has-water-mark", hasLogo);
+  if (hasLogo != 1) return "";
+  if (PictureSizes(format).Scaled()) {
+    return "a logo is stamped on pictures of the clip's own size only; leave has-water-mark out, "
+           "or "
+           "resize the clip first";
+  }
+  std::string pictures;
+  format.GetString("input-color-format", pictures);
+  if (CanMark(pictures)) return "";
+  return "a logo is stamped on pictures in bgra or rgba only, and these are " + pictures +
+         "; convert the clip first, as by ffmpeg -i IN -c:v ffv1 -pix_fmt bgra OUT.mkv, or leave "
+         "has-water-mark out";
 }
 
 std::unique_ptr<FramePlacement> MirrorReversal::Place(MediaWriter* writer, ReverseRange* range) {

@@ -36,6 +36,9 @@ class MirrorReversal : public Reversal {
   void Limit(double start, double end, MediaInfo* info) override;
   void Describe(const MediaInfo& info, double start, double end,
                 MediaFormat* format) const override;
+  // A logo that cannot be stamped.
+  std::string Obstacle(const MediaInfo& info, double start, double end,
+                       const MediaFormat& format) override;
   std::unique_ptr<FramePlacement> Place(MediaWriter* writer, ReverseRange* range) override;
   int64_t CountPictures(double start, double end) const override;
   // As it was when the input was opened: a file may grow meanwhile.

@@ -178,8 +178,9 @@ int Reverse::CreateWriter() {
   }
   const std::string obstacle = mReversal->Obstacle(info, mRange->Start(), mRange->End(), format);
   if (!obstacle.empty()) {
-    log_error(kTag, "%s cannot be copied: %s", mInputPath.c_str(), obstacle.c_str());
-    Fail(FailedStep::kCopy, mReversal->HostError());
+    log_error(kTag, "%s cannot be %s: %s", mInputPath.c_str(), mIsCopy ? "copied" : "reversed",
+              obstacle.c_str());
+    Fail(mIsCopy ? FailedStep::kCopy : FailedStep::kOpenOutput, mReversal->HostError());
     mFailure.obstacle = obstacle;
     return -1;
   }

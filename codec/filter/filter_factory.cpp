@@ -180,6 +180,8 @@ MediaFilter* CreateOrientationFilter(MediaFormat& format) {
   return Configured<OrientationFilter>(format, "OrientationFilter Configure error").release();
 }
 
+bool CanMark(const std::string& colorFormat) { return TypeOf(kWaterMarkTypes, colorFormat) != 0; }
+
 MediaFilter* CreateWaterMarkFilter(MediaFormat& format) {
   log_debug(kTag, "CreateWaterMarkFilter begin...");
   std::string name;

@@ -34,6 +34,9 @@ MediaFilter* CreateOrientationFilter(MediaFormat& format);
 // is treated as "bgra", after an error line.
 MediaFilter* CreateWaterMarkFilter(MediaFormat& format);
 
+// Whether CreateWaterMarkFilter stamps pictures of this "color-format" without an error line.
+bool CanMark(const std::string& colorFormat);
+
 // Resizes in "input-color-format", then converts to "output-color-format".
 MediaFilter* CreateColorScaleFilter(MediaFormat& format);
 

@@ -5,10 +5,13 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <fstream>
+#include <vector>
 
 #include "codec/ffmpeg/ffmpeg_headers.h"
 #include "reverse/reverse.h"
+#include "tests/codec/filter/png_file.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/log_capture.h"
@@ -72,6 +75,12 @@ Case WithRange(double start, double end) {
   return run;
 }
 
+std::string RedLogo() {
+  std::vector<uint8_t> pixels(size_t{16} * 16 * 3, 0);
+  for (size_t i = 3; i < pixels.size(); i += 3) pixels[i] = 250;
+  return testing::WritePng("failure_logo.png", 16, 16, {PNG_COLOR_TYPE_RGB, 8, false}, pixels);
+}
+
 std::string MakePipe(const std::string& name) {
   const std::string path = ScratchPath(name);
   mkfifo(path.c_str(), 0600);
@@ -112,6 +121,39 @@ TEST(JobFailure, TellsWhyTheOutputCannotBeWritten) {
   const std::string full = ScratchPath("full.ts");
   ASSERT_EQ(symlink("/dev/full", full.c_str()), 0);
   ExpectFailure(WithOutput(full), FailedStep::kWriteOutput, AVERROR(ENOSPC), "a character device");
+}
+
+JobFailure FailureWithLogo(const std::string& input, bool isScaled) {
+  const test_support::LogCapture log;
+  const std::string output = ScratchPath("failure_logo.mp4");
+  std::filesystem::remove(output);
+  Reverse job(input.c_str(), 0, 0, output.c_str());
+  job.SetMirror(true);
+  job.SetOutputParameter("has-water-mark", "1");
+  job.SetOutputParameter("logo-path", RedLogo().c_str());
+  job.SetOutputParameter("water-mark-pos", "2");
+  if (isScaled) job.SetOutputParameter("target-width", "32");
+  if (isScaled) job.SetOutputParameter("target-height", "32");
+  const bool isOpen = job.Init() == 0;
+  EXPECT_EQ(std::filesystem::exists(output), isOpen);
+  return job.Failure();
+}
+
+TEST(JobFailure, TellsWhyALogoCannotBeStamped) {
+  const std::string four = test_support::CustomClip(
+      "failure_bgra.avi", {"-f", "lavfi", "-i", "testsrc2=size=64x48:rate=25", "-t", "1",
+                           "-pix_fmt", "bgra", "-c:v", "rawvideo"});
+  EXPECT_EQ(FailureWithLogo(four, false).step, FailedStep::kNone);
+  EXPECT_EQ(FailureWithLogo(four, true).obstacle,
+            "a logo is stamped on pictures of the clip's own size only; leave has-water-mark out, "
+            "or resize the clip first");
+  const JobFailure planar = FailureWithLogo(Clip(ClipKind::kH264Short), false);
+  EXPECT_EQ(planar.step, FailedStep::kOpenOutput);
+  EXPECT_EQ(
+      planar.obstacle,
+      "a logo is stamped on pictures in bgra or rgba only, and these are yuv420p; convert the "
+      "clip first, as by ffmpeg -i IN -c:v ffv1 -pix_fmt bgra OUT.mkv, or leave "
+      "has-water-mark out");
 }
 
 // At 25 pictures a second.
