@@ -34,7 +34,7 @@ std::string LossText(const codec::JobAccount& account) {
   add(lost.undecoded, " could not be decoded");
   add(lost.dropped, " could not be converted");
   add(lost.timeless, " shared a time with the next");
-  add(lost.unread, " stood out of order");
+  add(lost.unread, " could not be reached");
   if (!parts.empty()) parts.back() += FirstText(lost.first);
   if (account.sound.lost > 0) {
     parts.push_back(SecondsText(account.sound.lost) + " of sound could not be decoded" +

@@ -16,7 +16,7 @@ JobAccount ClosedAccount(const BackwardWalk& walk, double start, double end, Med
     account.pictures = taken;
   }
   const bool isDone = walk.IsDone() && writer->OutputError() == 0;
-  if (isDone && (walk.IsTorn() || lost.timeless > 0)) {
+  if (isDone && (walk.IsTorn() || lost.timeless > 0 || lost.isDoubtful)) {
     const int64_t met = reversal.CountPictures(start, end);
     lost.unread += std::max<int64_t>(met - account.pictures - lost.Count(), 0);
   }

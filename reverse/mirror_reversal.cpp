@@ -77,6 +77,7 @@ DecoderAdditions MirrorReversal::Additions() const {
   additions.readsTags = true;
   additions.asksContainerForShape = true;
   additions.expectsSilence = true;
+  additions.skipsHoles = true;
   additions.keepsLoopFilter = DelaysVideo(mWishes);
   return additions;
 }

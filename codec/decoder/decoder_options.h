@@ -70,6 +70,9 @@ struct DecoderAdditions {
   // The shape of a pixel is what the container says, as players take it; that of the pictures
   // themselves counts if the container says nothing.
   bool asksContainerForShape = false;
+  // A packet that the index places outside of the file is passed over, if later ones lie inside. It
+  // ends the reading otherwise.
+  bool skipsHoles = false;
   // A file without a stream of sound is opened without an error line.
   bool expectsSilence = false;
 };

@@ -72,7 +72,7 @@ FrameSource::Step FrameSource::Receive(AVMediaType type, AVFrame* frame) {
   for (;;) {
     const int result = isVideo ? mFeed->ReceivePicture(frame) : audio->Receive(frame);
     if (result >= 0) {
-      if (isVideo) mSession->losses.Give(frame->best_effort_timestamp);
+      if (isVideo) NotePicture(*frame);
       return Step::kFrame;
     }
     if (result == AVERROR_EOF) return Step::kDone;
@@ -81,6 +81,13 @@ FrameSource::Step FrameSource::Receive(AVMediaType type, AVFrame* frame) {
     LogDecodeError(type, result);
     if (isVideo) NoteLoss();
   }
+}
+
+void FrameSource::NotePicture(const AVFrame& picture) {
+  mSession->losses.Give(picture.best_effort_timestamp);
+  const bool isDamaged =
+      picture.decode_error_flags != 0 || (picture.flags & AV_FRAME_FLAG_CORRUPT) != 0;
+  if (isDamaged) mSession->losses.Doubt();
 }
 
 void FrameSource::NoteLoss() {

@@ -46,6 +46,7 @@ class FrameSource {
 
   bool SendSound();
   Step Receive(AVMediaType type, AVFrame* frame);
+  void NotePicture(const AVFrame& picture);
   void NoteLoss();
   void NoteDelivered(Next next);
 

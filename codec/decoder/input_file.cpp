@@ -9,6 +9,7 @@
 #include "base/local_file.h"
 #include "base/log.h"
 #include "codec/decoder/decoder_tag.h"
+#include "codec/ffmpeg/compat_decoding.h"
 #include "codec/ffmpeg/error_text.h"
 #include "codec/ffmpeg/file_url.h"
 
@@ -94,6 +95,7 @@ bool InputFile::Read(AVPacket* packet) {
 int InputFile::ReadFrame(AVPacket* packet) {
   for (;;) {
     int result = av_read_frame(mContext.get(), packet);
+    if (result == AVERROR_EOF && mSkipsHoles && PassHole()) continue;
     if (result >= 0) result = mPalettes.Pass(packet);
     if (result < 0 || mReading == nullptr || mReading->Take(Context(), packet)) return result;
     av_packet_unref(packet);
@@ -103,6 +105,34 @@ int InputFile::ReadFrame(AVPacket* packet) {
 void InputFile::Join(const std::shared_ptr<const JoinedParts>& parts) {
   mParts = parts;
   mReading = parts == nullptr ? nullptr : std::make_unique<PartReading>(parts);
+}
+
+std::vector<int64_t> InputFile::Holes(int stream) const {
+  const int64_t bytes = avio_size(mContext->pb);
+  if (bytes <= 0) return {};
+  return ffmpeg::IndexedOutside(mContext->streams[stream], bytes);
+}
+
+// The demuxer has passed the packet that it could not read. At the true end this is tried a few
+// times for nothing.
+bool InputFile::PassHole() {
+  if (!mHolesLeft.has_value()) {
+    mHolesLeft = 0;
+    for (unsigned i = 0; i < mContext->nb_streams; ++i) {
+      *mHolesLeft += Holes(static_cast<int>(i)).size();
+    }
+  }
+  if (*mHolesLeft == 0) return false;
+  --*mHolesLeft;
+  mPassedHole = true;
+  return true;
+}
+
+void InputFile::OnSeek() {
+  ++mSeeks;
+  mPutBack.clear();
+  mPalettes.OnSeek();
+  mHolesLeft.reset();
 }
 
 std::vector<int64_t> InputFile::TakeLeftOut() {
@@ -116,9 +146,7 @@ void InputFile::PutBack(std::vector<ffmpeg::UniquePacket> packets) {
 }
 
 int InputFile::SeekBackward(int stream, int64_t position) {
-  ++mSeeks;
-  mPutBack.clear();
-  mPalettes.OnSeek();
+  OnSeek();
   if (mReading != nullptr) return mReading->SeekBackward(Context(), stream, position);
   return av_seek_frame(mContext.get(), stream, position, AVSEEK_FLAG_BACKWARD);
 }
@@ -137,9 +165,7 @@ int InputFile::AnyPacket(int64_t position) const {
 }
 
 int InputFile::SeekToStart(int64_t earliest) {
-  ++mSeeks;
-  mPutBack.clear();
-  mPalettes.OnSeek();
+  OnSeek();
   if (mReading != nullptr) return mReading->SeekToStart(Context());
   // Stamps may begin below 0: then 0 is somewhere in the middle. The first packet is decoded before
   // its picture is shown, and demuxers may look for it by the time of decoding.

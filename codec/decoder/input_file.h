@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -54,6 +55,14 @@ class InputFile : public PacketSource {
   // to belongs to another part. In ticks of their stream.
   std::vector<int64_t> TakeLeftOut();
 
+  // From now on reading does not end at a packet that the index places outside of the file, if a
+  // later packet lies inside. Off unless called: FFmpeg takes such a packet for the end.
+  void SkipHoles() { mSkipsHoles = true; }
+  // Whether that was of use since the last call.
+  bool TakePassedHole() { return std::exchange(mPassedHole, false); }
+  // The stamps of such packets of a stream, in its ticks.
+  std::vector<int64_t> Holes(int stream) const;
+
   // From now on no packet of this stream is read.
   void LeaveOut(int stream) { mContext->streams[stream]->discard = AVDISCARD_ALL; }
 
@@ -77,6 +86,8 @@ class InputFile : public PacketSource {
 
  private:
   int ReadFrame(AVPacket* packet);
+  bool PassHole();
+  void OnSeek();
   void LearnPalettes();
   int AnyPacket(int64_t position) const;
   // Logs that the file cannot be opened and why. -1.
@@ -94,6 +105,10 @@ class InputFile : public PacketSource {
   int64_t mPacketsRead = 0;
   int64_t mSeeks = 0;
   bool mWarnedOfStart = false;
+  bool mSkipsHoles = false;
+  bool mPassedHole = false;
+  // How many ends of the file may be holes; nothing before the first end after a seek.
+  std::optional<size_t> mHolesLeft;
 };
 
 }  // namespace codec

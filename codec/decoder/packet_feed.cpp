@@ -23,6 +23,7 @@ void PacketFeed::Read(const Look& look) {
   for (const int64_t stamp : mSession->input.TakeLeftOut()) {
     mSession->losses.Lose(stamp, PictureLosses::Loss::kLeftOut);
   }
+  if (mSession->input.TakePassedHole()) NoteHoles();
   if (!isRead) {
     mEnded = true;
     QueueSound(nullptr);
@@ -35,6 +36,15 @@ void PacketFeed::Read(const Look& look) {
     SendPicture();
   } else if (mSession->audio != nullptr && mSession->audio->Owns(packet)) {
     QueueSound(packet);
+  }
+}
+
+// Nobody knows which hole it was. Those of other stretches do not count there.
+void PacketFeed::NoteHoles() {
+  if (mSession->video == nullptr) return;
+  mSession->losses.Doubt();
+  for (const int64_t stamp : mSession->input.Holes(mSession->video->Index())) {
+    mSession->losses.Lose(stamp, PictureLosses::Loss::kLeftOut);
   }
 }
 

@@ -58,6 +58,7 @@ class PacketFeed {
     int64_t place;                // packets of the video before it
   };
 
+  void NoteHoles();
   void SendPicture();
   void QueueSound(AVPacket* packet);
   bool IsSoundDue() const;

@@ -47,6 +47,7 @@ void PictureLosses::NoteFirst(int64_t stamp) {
 
 LostPictures PictureLosses::Take(double from, double to, AVRational base, double zero) {
   LostPictures taken;
+  taken.isDoubtful = mIsDoubtful;
   while (!mLost.empty()) {
     const auto latest = std::prev(mLost.end());
     const double time = Seconds(latest->first, base) - zero;

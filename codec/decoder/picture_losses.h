@@ -35,6 +35,10 @@ class PictureLosses {
   // The picture of this stamp came after all, unless it was left out.
   void Give(int64_t stamp);
 
+  // A picture came out damaged, or the file lacks a packet: others may be missing that nobody has
+  // told. All stretches that are taken from now on say so.
+  void Doubt() { mIsDoubtful = true; }
+
   // The pictures that were lost at or after `from` and before `to`, in seconds from `zero`, which
   // is in seconds of the file's stamps. `base`: seconds of a tick. Everything at or after `from` is
   // forgotten.
@@ -44,6 +48,7 @@ class PictureLosses {
   void NoteFirst(int64_t stamp);
 
   std::map<int64_t, Loss> mLost;  // by stamp
+  bool mIsDoubtful = false;
   // Since Restart.
   std::vector<int64_t> mExpected;      // before the first picture came
   std::optional<int64_t> mFirstGiven;  // stamp of the first picture

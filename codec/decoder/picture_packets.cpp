@@ -120,7 +120,7 @@ PicturePackets::Piece PicturePackets::ReadPiece() {
   }
   const bool isMet =
       !mBorder || (packet != nullptr && PacketIdentity::Of(packet.get()).IsSamePacket(*mBorder));
-  mIsTorn = mIsTorn || !isMet;
+  mIsTorn = mIsTorn || !isMet || mInput.file.TakePassedHole();
   if (isCut) mIsDone = false;
   if (piece.empty()) {
     mEarlier = std::max(mSpan, mEarlier * 2);

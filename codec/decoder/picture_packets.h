@@ -47,8 +47,8 @@ class PicturePackets {
   // Whether pictures were met that lie before the start of the range, and any at its end or later.
   bool PassedPicture() const { return mPassed; }
   bool SawLaterPicture() const { return mSawLater; }
-  // Whether some pictures may have been missed, because times go back in the file or the file
-  // cannot be read further.
+  // Whether some pictures may have been missed, because times go back in the file, the file
+  // cannot be read further, or its index has holes.
   bool IsTorn() const { return mIsTorn; }
   // The first failure of the host, as FFmpeg's negative number; 0 if there was none.
   int Failure() const;

@@ -12,7 +12,13 @@ int PictureScan::Read(const std::string& path, const std::shared_ptr<const Joine
   ScanInput input;
   if (input.Open(path, kNoSound, parts) != 0 || input.video == nullptr) return -1;
   Run(input.video, &input.file, input.packet.get());
+  for (const int64_t stamp : input.file.Holes(input.video->index)) Count(*input.video, stamp);
   return 0;
+}
+
+void PictureScan::Count(const AVStream& video, int64_t stamp) {
+  const double time = Seconds(stamp, video.time_base);
+  if (mFrom <= time && time < mTo) ++mPictures;
 }
 
 void PictureScan::Run(const AVStream* video, PacketSource* source, AVPacket* packet) {
@@ -22,8 +28,7 @@ void PictureScan::Run(const AVStream* video, PacketSource* source, AVPacket* pac
     if (packet->pos >= mEnd) return;
     const int64_t stamp = StampOf(packet);
     if (stamp == AV_NOPTS_VALUE || (packet->flags & AV_PKT_FLAG_DISCARD) != 0) continue;
-    const double time = Seconds(stamp, video->time_base);
-    if (mFrom <= time && time < mTo) ++mPictures;
+    Count(*video, stamp);
   }
 }
 

@@ -24,7 +24,8 @@ class PictureScan {
   // packet does not count.
   void EndBefore(int64_t position) { mEnd = position; }
 
-  // Reads the best video stream of a local file. 0, or -1 with the reason logged. `parts` as for
+  // Reads the best video stream of a local file. Packets that its index places outside of the file
+  // count, too, if later ones lie inside. 0, or -1 with the reason logged. `parts` as for
   // InputFile::Join; null if the clock does not restart.
   int Read(const std::string& path, const std::shared_ptr<const JoinedParts>& parts);
   // Reads `source` to its end. Pictures that are decoded but not shown do not count. `packet` is
@@ -34,6 +35,8 @@ class PictureScan {
   int64_t Pictures() const { return mPictures; }
 
  private:
+  void Count(const AVStream& video, int64_t stamp);
+
   const double mFrom;
   const double mTo;
   int64_t mEnd = std::numeric_limits<int64_t>::max();

@@ -27,6 +27,7 @@ int ScanInput::Prepare(int soundStream, const std::shared_ptr<const JoinedParts>
     return -1;
   }
   file.Join(parts);
+  file.SkipHoles();
   const int best = av_find_best_stream(file.Context(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
   for (int i = 0; i < static_cast<int>(file.Context()->nb_streams); ++i) {
     const AVStream* const stream = file.Context()->streams[i];

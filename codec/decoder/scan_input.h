@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// An input that is read for the stamps of its packets alone.
+// An input that is read for the stamps of its packets alone, whatever holes its index has.
 #pragma once
 
 #include <memory>

@@ -63,6 +63,7 @@ std::string Words(const PartObstacle& obstacle) {
 
 int SessionOpener::Open(const std::string& path) {
   DecodeSession& session = *mSession;
+  if (mOptions.additions.skipsHoles) session.input.SkipHoles();
   // Probing decodes pictures, too. So pictures without room are refused before that.
   if (session.input.OpenHeader(path) != 0 || !AskForShare(false)) return -1;
   if (session.input.FindStreams() != 0 || !AskForShare(true)) return -1;

@@ -43,6 +43,7 @@ int SoundInput::Open(const std::string& path, int streamIndex,
 int SoundInput::OpenInput() {
   if (mInput != nullptr && mFailure.Error() == 0) mFailure.Note(mInput->Failure().Error());
   mInput = std::make_unique<InputFile>();
+  mInput->SkipHoles();
   ++mOpens;
   if (mInput->Open(mPath) != 0) {
     mFailure.Keep(AVERROR(EIO));

@@ -133,22 +133,39 @@ int64_t IndexedAtOrBefore(AVStream* stream, int64_t ticks) {
 #endif
 }
 
-int64_t IndexedBytes(AVStream* stream) {
-  int64_t end = 0;
+namespace {
+
+template <typename Use>
+void ForEachIndexed(AVStream* stream, const Use& use) {
 #if HAS_INDEX_CALLS
   const int count = avformat_index_get_entries_count(stream);
+  for (int i = 0; i < count; ++i) use(*avformat_index_get_entry(stream, i));
 #else
-  const int count = stream->nb_index_entries;
+  for (int i = 0; i < stream->nb_index_entries; ++i) use(stream->index_entries[i]);
 #endif
-  for (int i = 0; i < count; ++i) {
-#if HAS_INDEX_CALLS
-    const AVIndexEntry& entry = *avformat_index_get_entry(stream, i);
-#else
-    const AVIndexEntry& entry = stream->index_entries[i];
-#endif
-    end = std::max(end, entry.pos + entry.size);
-  }
+}
+
+}  // namespace
+
+int64_t IndexedBytes(AVStream* stream) {
+  int64_t end = 0;
+  ForEachIndexed(
+      stream, [&end](const AVIndexEntry& entry) { end = std::max(end, entry.pos + entry.size); });
   return end;
+}
+
+std::vector<int64_t> IndexedOutside(AVStream* stream, int64_t bytes) {
+  std::vector<int64_t> stamps;
+  size_t before = 0;
+  ForEachIndexed(stream, [&](const AVIndexEntry& entry) {
+    if (entry.pos + entry.size > bytes) {
+      stamps.push_back(entry.timestamp);
+    } else {
+      before = stamps.size();
+    }
+  });
+  stamps.resize(before);
+  return stamps;
 }
 
 }  // namespace codec::ffmpeg

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "codec/ffmpeg/owned.h"
 
@@ -54,5 +55,9 @@ int64_t IndexedAtOrBefore(AVStream* stream, int64_t ticks);
 
 // Where in the file the last packet of that index ends, in bytes; 0 if there is no index.
 int64_t IndexedBytes(AVStream* stream);
+
+// The stamps of the packets that this index places outside of a file of so many bytes, although a
+// later one lies inside. In ticks of the stream.
+std::vector<int64_t> IndexedOutside(AVStream* stream, int64_t bytes);
 
 }  // namespace codec::ffmpeg

@@ -36,7 +36,7 @@ TEST(AccountText, SaysHowMuchWasLostAndWhyAndWhere) {
   account.sound.firstLost = 2;
   EXPECT_EQ(LossText(account),
             "3 pictures could not be decoded, 2 pictures could not be converted, 1 picture shared "
-            "a time with the next, 4 pictures stood out of order (the first at 1.240 s), 0.064 s "
+            "a time with the next, 4 pictures could not be reached (the first at 1.240 s), 0.064 s "
             "of sound could not be decoded (the "
             "first at 2.000 s)");
 }

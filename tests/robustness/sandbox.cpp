@@ -207,7 +207,7 @@ bool Finish(const Child& child, SandboxResult* result) {
   if (IsGood(result->verdict) && result->peakMegabytes > most) {
     result->verdict = Verdict::kTooLarge;
   }
-  RemoveScratch(child.scratch);
+  result->scratch = child.scratch;
   return true;
 }
 
@@ -249,6 +249,7 @@ void RunSandboxed(const std::vector<SandboxCase>& cases, int jobs,
       running.erase(running.begin() + static_cast<long>(i));
       anyEnded = true;
       done(result);
+      RemoveScratch(result.scratch);
     }
     if (!anyEnded) std::this_thread::sleep_for(std::chrono::milliseconds(2));
   }
@@ -259,6 +260,7 @@ SandboxResult RunInChild(const std::string& name, const RunLimits& limits,
   const Child child = Begin(name, ScratchPath("child"), limits, body);
   SandboxResult result;
   while (!Finish(child, &result)) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  RemoveScratch(child.scratch);
   return result;
 }
 

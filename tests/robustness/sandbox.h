@@ -63,6 +63,8 @@ struct SandboxResult {
   long peakMegabytes = 0;
   double cpuSeconds = 0;
   std::string log;  // the end of what was written to standard error
+  // What the paths of its files begin with, before "-". They are removed after `done`.
+  std::string scratch = {};
 };
 
 // Runs all cases, `jobs` at a time. `done` is called for each, in the order in which they end.

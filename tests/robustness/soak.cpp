@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 // The long run of damaged inputs.
 // Usage: soak [--mutations N] [--seed S] [--jobs J] [--only ROW] [--markdown] [--rows]
+//             [--findings FOLDER]
 // Prints a table, with `--only` one row of it, with `--markdown` for a page of the documentation;
 // status 1 when any input ended badly. `--rows` prints the titles of the rows instead.
+// The files of each input that ended badly are kept in a folder of their own in FOLDER.
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <random>
 #include <string>
@@ -18,6 +21,7 @@
 namespace {
 
 using namespace test_support;
+namespace fs = std::filesystem;
 
 constexpr char kHostile[] = "hostile";
 
@@ -25,7 +29,8 @@ struct Options {
   int64_t mutations = 10000;
   uint64_t seed = std::random_device()();
   int jobs = static_cast<int>(std::thread::hardware_concurrency());
-  std::string only;  // the title of a row; empty for all
+  std::string only;      // the title of a row; empty for all
+  std::string findings;  // a folder; empty to keep nothing
   bool isMarkdown = false;
   bool showsRows = false;
 };
@@ -42,19 +47,32 @@ Options Parse(int argc, char** argv) {
     if (flag == "--seed") options.seed = std::strtoull(value, nullptr, 10);
     if (flag == "--jobs") options.jobs = std::atoi(value);
     if (flag == "--only") options.only = value;
+    if (flag == "--findings") options.findings = value;
   }
   return options;
 }
 
-Tally RunRow(const std::vector<SandboxCase>& cases, int jobs) {
+void KeepFiles(const SandboxResult& result, const fs::path& findings) {
+  const fs::path stem = result.scratch;
+  const fs::path folder = findings / result.name;
+  fs::create_directories(folder);
+  for (const fs::directory_entry& entry : fs::directory_iterator(stem.parent_path())) {
+    if (entry.path().filename().string().rfind(stem.filename().string() + "-", 0) != 0) continue;
+    fs::copy(entry.path(), folder / entry.path().filename(),
+             fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+  }
+}
+
+Tally RunRow(const std::vector<SandboxCase>& cases, const Options& options) {
   Tally tally;
-  RunSandboxed(cases, jobs, [&](const SandboxResult& result) {
+  RunSandboxed(cases, options.jobs, [&](const SandboxResult& result) {
     tally.Add(result);
     if (IsGood(result.verdict)) return;
     std::cerr << "== " << result.name << ": " << VerdictName(result.verdict) << ", wait status "
               << result.waitStatus << ", " << result.peakMegabytes << " MB, " << result.cpuSeconds
               << " s\n"
               << result.log.substr(result.log.size() - std::min<size_t>(result.log.size(), 6000));
+    if (!options.findings.empty()) KeepFiles(result, fs::path(options.findings));
   });
   return tally;
 }
@@ -80,7 +98,7 @@ std::vector<TitledTally> RunRows(const std::vector<SoakRow>& rows, const Options
   meanwhile << Tally::Heading() << std::endl;
   const auto run = [&](const std::string& title, const auto& cases) {
     if (!options.only.empty() && options.only != title) return;
-    done.push_back({title, RunRow(cases(), options.jobs)});
+    done.push_back({title, RunRow(cases(), options)});
     meanwhile << done.back().tally.Row(title) << std::endl;
   };
   run(kHostile, &HostileCases);

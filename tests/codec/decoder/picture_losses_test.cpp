@@ -35,6 +35,16 @@ TEST(PictureLosses, ForgetsPicturesThatComeAfterAll) {
   EXPECT_TRUE(std::isinf(lost.first));
 }
 
+TEST(PictureLosses, StayDoubtfulOnceTheyAre) {
+  PictureLosses losses;
+  EXPECT_FALSE(losses.Take(1, 2, kMilliseconds, 0).isDoubtful);
+  losses.Doubt();
+  LostPictures all;
+  all.Add(losses.Take(0, 1, kMilliseconds, 0));
+  EXPECT_TRUE(all.isDoubtful);
+  EXPECT_EQ(all.Count(), 0);
+}
+
 // A decoder that distrusts the stamps of packets may give another picture with this stamp.
 TEST(PictureLosses, KeepsPicturesThatWereLeftOut) {
   PictureLosses losses;
