@@ -51,11 +51,13 @@ void PacketFeed::NoteHoles() {
 void PacketFeed::SendPicture() {
   StreamDecoder* const video = mSession->video.get();
   if (video->IsResting()) return;
-  // Stamps of decoding are none of pictures.
-  mSession->losses.Expect(mPacket->pts);
   mSession->missedStart.NoteRead(mPacket->pos);
   const bool awaited = video->IsAwaitingKey();
+  // A packet that is passed over comes again from an earlier landing. Until then its stamp may be
+  // one that the demuxer made up after the seek, and that no picture has.
   if (video->PassesOver(mPacket.get())) return;
+  // Stamps of decoding are none of pictures.
+  mSession->losses.Expect(mPacket->pts);
   if (awaited) mSession->times.RestartVideo(mPacket.get());
   mMemo->Send(mPacket.get());
 }
