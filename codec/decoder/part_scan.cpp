@@ -40,10 +40,6 @@ std::optional<int64_t> Decoded(const AVPacket* packet, const AVStream* stream) {
 
 }  // namespace
 
-bool PartScan::IsNeeded(const AVFormatContext* file) {
-  return (file->iformat->flags & AVFMT_TS_DISCONT) != 0;
-}
-
 int PartScan::Run(const std::string& path, bool endsAtRestart) {
   mRefusesRestarts = endsAtRestart;
   if (mInput.Open(path) != 0) return -1;

@@ -28,9 +28,6 @@ struct PartObstacle {
 // gives a long picture after the sound that follows it.
 class PartScan {
  public:
-  // Whether clocks may restart in files of this format.
-  static bool IsNeeded(const AVFormatContext* file);
-
   // The streams that will be decoded, by FFmpeg's number; -1 for none.
   PartScan(int video, int audio) : mStreams{video, audio}, mClock(mStreams) {}
 

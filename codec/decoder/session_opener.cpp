@@ -213,7 +213,7 @@ int SessionOpener::LookForRestarts(const std::string& path) {
   DecodeSession& session = *mSession;
   const Restarts wanted = mOptions.additions.restarts;
   if (wanted == Restarts::kUnseen || session.video == nullptr) return 0;
-  if (!PartScan::IsNeeded(session.input.Context())) return 0;
+  if (!MayRestart(session.input.Context())) return 0;
   PartScan scan(session.VideoIndex(), session.audio == nullptr ? -1 : session.audio->Index());
   const int result = scan.Run(path, wanted == Restarts::kRefused);
   if (scan.Failure() != 0) session.input.Failure().Keep(scan.Failure());

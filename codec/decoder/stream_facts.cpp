@@ -123,8 +123,15 @@ double Length(const AVFormatContext* file) {
 
 // FFmpeg worked out the length from stamps.
 bool IsFromStamps(const AVFormatContext* file) {
-  return file->duration_estimation_method == AVFMT_DURATION_FROM_PTS &&
+  return file->duration_estimation_method == AVFMT_DURATION_FROM_PTS && MayRestart(file) &&
          file->start_time != AV_NOPTS_VALUE;
+}
+
+// NUT tells the stamp of the last packet as its length. A bit rate gives no more than a guess.
+bool IsNoLength(const AVFormatContext* file) {
+  const auto method = file->duration_estimation_method;
+  return method == AVFMT_DURATION_FROM_BITRATE ||
+         (method == AVFMT_DURATION_FROM_PTS && !MayRestart(file));
 }
 
 bool BeginsLate(const AVFormatContext* file) {
@@ -180,13 +187,17 @@ double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRation
   return static_cast<double>(timeBase.num) * static_cast<double>(streamDuration) / timeBase.den;
 }
 
+bool MayRestart(const AVFormatContext* file) {
+  return (file->iformat->flags & AVFMT_TS_DISCONT) != 0;
+}
+
 bool IsLengthVague(const AVFormatContext* file) {
   if (file->duration <= 0 || IsFromStamps(file)) return false;
-  return BeginsLate(file) || HasLongerStream(file);
+  return IsNoLength(file) || BeginsLate(file) || HasLongerStream(file);
 }
 
 std::optional<double> ToldEnd(const AVFormatContext* file, std::optional<double> scanned) {
-  if (file->duration <= 0) return std::nullopt;
+  if (file->duration <= 0 || IsNoLength(file)) return std::nullopt;
   // What FFmpeg works out of stamps counts from the first one.
   if (IsFromStamps(file)) {
     return static_cast<double>(file->duration + file->start_time) / AV_TIME_BASE;

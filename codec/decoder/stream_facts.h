@@ -26,9 +26,13 @@ bool IsConstantRate(AVRational average, AVRational realBase);
 // AV_NOPTS_VALUE stands for unknown; 0 if both are.
 double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRational timeBase);
 
+// Whether the clock may restart in files of this format, as in MPEG-PS and TS.
+bool MayRestart(const AVFormatContext* file);
+
 // Whether the file tells a length that only its packets can confirm. One reason: its stamps begin
-// later than 0, and some writers count the length from 0, some from the first stamp. The other: a
-// stream of pictures or sound tells a later end than the file.
+// later than 0, and some writers count the length from 0, some from the first stamp. Another: a
+// stream of pictures or sound tells a later end than the file. The last: the length is a guess by
+// the bit rate, or the time at which the last packet begins.
 bool IsLengthVague(const AVFormatContext* file);
 
 // The end in the file's stamps, in seconds, that the file tells. If one of its streams tells a

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "codec/decoder/stream_facts.h"
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/joined_clips.h"
@@ -20,16 +21,16 @@ using test_support::JoinedClip;
 using test_support::JoinedCoding;
 using test_support::JoinRecordings;
 
-bool IsNeededFor(const std::string& path) {
+bool MayRestartIn(const std::string& path) {
   InputFile input;
   EXPECT_EQ(input.Open(path), 0);
-  return PartScan::IsNeeded(input.Context());
+  return MayRestart(input.Context());
 }
 
-TEST(PartScan, IsNeededForRecordingsOnly) {
-  EXPECT_TRUE(IsNeededFor(Clip(test_support::ClipKind::kTransport)));
-  EXPECT_FALSE(IsNeededFor(Clip(test_support::ClipKind::kH264Short)));
-  EXPECT_FALSE(IsNeededFor(Clip(test_support::ClipKind::kVp9)));
+TEST(PartScan, LooksAtRecordingsOnly) {
+  EXPECT_TRUE(MayRestartIn(Clip(test_support::ClipKind::kTransport)));
+  EXPECT_FALSE(MayRestartIn(Clip(test_support::ClipKind::kH264Short)));
+  EXPECT_FALSE(MayRestartIn(Clip(test_support::ClipKind::kVp9)));
 }
 
 TEST(PartScan, FindsNoPartsInOneRecordingButItsEnd) {

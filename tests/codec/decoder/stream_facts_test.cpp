@@ -150,6 +150,7 @@ class ToldLength : public testing::Test {
  protected:
   void SetUp() override {
     mFile.reset(avformat_alloc_context());
+    mFile->iformat = av_find_input_format("mpegts");
     mFile->start_time = 0;
     mFile->duration = 4 * AV_TIME_BASE;
     mFile->duration_estimation_method = AVFMT_DURATION_FROM_STREAM;
@@ -191,6 +192,21 @@ TEST_F(ToldLength, IsNoneIfTheFileBeginsLate) {
   mFile->duration_estimation_method = AVFMT_DURATION_FROM_PTS;
   EXPECT_FALSE(IsLengthVague(mFile.get()));
   EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), kNoScan).value(), 5);
+}
+
+// NUT tells when its last packet begins, and FFmpeg says that it has worked this out.
+TEST_F(ToldLength, IsNoneIfItIsWhenTheLastPacketBegins) {
+  mFile->duration_estimation_method = AVFMT_DURATION_FROM_PTS;
+  EXPECT_FALSE(IsLengthVague(mFile.get()));
+  mFile->iformat = av_find_input_format("nut");
+  EXPECT_TRUE(IsLengthVague(mFile.get()));
+  EXPECT_EQ(ToldEnd(mFile.get(), 4.04), std::nullopt);
+}
+
+TEST_F(ToldLength, IsNoneIfItIsAGuess) {
+  mFile->duration_estimation_method = AVFMT_DURATION_FROM_BITRATE;
+  EXPECT_TRUE(IsLengthVague(mFile.get()));
+  EXPECT_EQ(ToldEnd(mFile.get(), 4.5), std::nullopt);
 }
 
 TEST_F(ToldLength, DoesNotAskStreamsThatAreNotPlayed) {
