@@ -41,6 +41,8 @@ struct FFmpegDecoderImpl2::Parts {
 
   // Seconds of the file's stamps at which the last packet ends, if the length was scanned for.
   std::optional<double> scannedEnd;
+  // Whether the scan has met pictures without a stamp of their own.
+  bool lacksTimes = false;
   double latestEnd = 0;  // seconds, of the stretches whose losses were taken
   FieldOrder firstFields = FieldOrder::kProgressive;  // of the first picture
   // An exception may leave the parts in the middle of a change.
@@ -122,6 +124,7 @@ int FFmpegDecoderImpl2::InitParts() {
   if (!parts->IsUsable()) log_error(kDecoderTag, "Could not allocate frame");
   parts->feed.Open(opener.Share().replayBudget);
   parts->scannedEnd = opener.ScannedEnd();
+  parts->lacksTimes = opener.LacksTimes();
   if (mOptions.additions.keepsMetPicture) parts->seeker.KeepMetPicture();
   mParts = std::move(parts);
   log_debug(kDecoderTag, "=====Init done=====");
@@ -284,7 +287,21 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
   const bool isTrue = told.has_value() && !(scanned && std::abs(*scanned - *told) >= kAsLong);
   const double end = std::max(isTrue ? *told : *scanned, picturesEnd);
   session.duration = std::max(0.0, end - seconds);
+  if (mParts->lacksTimes) ReachLastPicture();
   mInfo.duration = static_cast<float>(session.duration);
+}
+
+// A picture without a stamp may be shown later than its packet tells. So only decoding tells when
+// the last one ends.
+void FFmpegDecoderImpl2::ReachLastPicture() {
+  WithParts([this] {
+    DecodeSession& session = mParts->session;
+    const double picture = session.times.PictureSeconds();
+    const double end = mParts->seeker.LastPicture() + picture;
+    // Less is how stamps and lengths are rounded.
+    if (end > session.duration + picture / 2) session.duration = end;
+    return 0;
+  });
 }
 
 std::shared_ptr<const JoinedParts> FFmpegDecoderImpl2::Joined() const {

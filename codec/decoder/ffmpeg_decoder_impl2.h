@@ -105,6 +105,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   int WithParts(const Body& body);
   int InitParts();
   void LogCounters() const;
+  void ReachLastPicture();
 
   std::string mPath;
   DecoderOptions mOptions;

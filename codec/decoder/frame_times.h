@@ -28,6 +28,8 @@ class FrameTimes {
   void SetFirstAudio(double seconds) { mFirstAudio = seconds; }
   double FirstVideo() const { return mFirstVideo; }
   double FirstAudio() const { return mFirstAudio; }
+  // Of a picture at the rate of the clip; 0 if that is unknown.
+  double PictureSeconds() const { return mPictureSeconds; }
 
   // Times by the stamps of the decoded frames.
   double OfVideo(const AVFrame* frame);

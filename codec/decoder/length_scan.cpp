@@ -29,6 +29,8 @@ void LengthScan::Run(PacketSource* source, AVPacket* packet) {
 }
 
 void LengthScan::Look(const AVPacket* packet, Track* track) {
+  const bool isPicture = track->stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
+  if (isPicture && packet->pts == AV_NOPTS_VALUE) mLacksTimes = true;
   int64_t begin = StampOf(packet);
   if (begin == AV_NOPTS_VALUE) begin = track->next;
   track->next = Sum(begin, LengthOf(packet, track->stream, track->stream->time_base));

@@ -25,6 +25,8 @@ class LengthScan {
   // long it lasts counts with the average of its stream's rate, or with 0. A packet whose picture
   // or sound is not to be shown does not count. Nothing if there was no packet that counts.
   std::optional<double> End() const;
+  // Whether pictures had no stamp of their own, so that the last one may end later.
+  bool LacksTimes() const { return mLacksTimes; }
 
  private:
   struct Track {
@@ -33,9 +35,10 @@ class LengthScan {
     std::optional<int64_t> end;  // ticks
   };
 
-  static void Look(const AVPacket* packet, Track* track);
+  void Look(const AVPacket* packet, Track* track);
 
   std::vector<Track> mTracks;
+  bool mLacksTimes = false;
 };
 
 }  // namespace codec

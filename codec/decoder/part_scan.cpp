@@ -81,6 +81,7 @@ void PartScan::Look(const AVPacket* packet) {
   ++stream.packets;
   const auto found = std::find(mStreams.begin(), mStreams.end(), packet->stream_index);
   if (found == mStreams.end()) return;
+  if (found == mStreams.begin() && packet->pts == AV_NOPTS_VALUE) mLacksTimes = true;
   const AVStream* const from = mInput.Context()->streams[packet->stream_index];
   clocked.position = stream.position;
   clocked.track = static_cast<size_t>(found - mStreams.begin());

@@ -40,6 +40,8 @@ class PartScan {
   // Microseconds of the line at which the last packet of the streams that are decoded ends; nothing
   // if they have no stamps.
   std::optional<int64_t> End() const { return mClock.Joined().End(); }
+  // Whether pictures had no stamp of their own, so that the last one may end later.
+  bool LacksTimes() const { return mLacksTimes; }
   // Nothing if the streams that are decoded go through the whole file, and their clock makes sense.
   const std::optional<PartObstacle>& Obstacle() const { return mObstacle; }
   // FFmpeg's number of the first failure of the host; 0 while there was none.
@@ -70,6 +72,7 @@ class PartScan {
   std::deque<ClockedPacket> mWindow;  // by position
   std::optional<PartObstacle> mObstacle;
   bool mRefusesRestarts = false;
+  bool mLacksTimes = false;
 };
 
 }  // namespace codec

@@ -180,10 +180,25 @@ int Seeker::_SeekDecodeForward(float seconds) {
   if (seconds > mSession->duration) seconds = static_cast<float>(mSession->duration);
   if (!(seconds > 0)) seconds = 0;
   const int64_t target = std::min(Truncated(static_cast<double>(seconds)), kMaxWholeSeconds);
+  // Once the end of the pictures is known, nobody has to look for pictures after it.
+  const bool isAfterAll = static_cast<double>(seconds) > mLastPicture;
+  const Walk walk = isAfterAll ? Walk::kEnded : Approach(target, seconds);
+  if (walk == Walk::kReached) return 0;
+  if (walk == Walk::kEnded) MoveToSound(target);
+  return -1;
+}
+
+double Seeker::LastPicture() {
+  const int64_t target = std::min(Truncated(mSession->duration), kMaxWholeSeconds);
+  Approach(target, std::numeric_limits<float>::infinity());
+  return std::isinf(mLastPicture) ? -std::numeric_limits<double>::infinity() : mLastPicture;
+}
+
+// Lands at the whole second or further back, and walks to the time.
+Seeker::Walk Seeker::Approach(int64_t target, float seconds) {
   Way way = mWay.Serves(target) ? mWay : Way{target, target, target};
   int64_t back = 1;
-  // Once the end of the pictures is known, nobody has to look for pictures after it.
-  Walk walk = static_cast<double>(seconds) > mLastPicture ? Walk::kEnded : Walk::kOvershot;
+  Walk walk = Walk::kOvershot;
   while (walk == Walk::kOvershot) {
     MoveToWhole(way.landing);
     mSource->BeginWalk(FirstWantedStamp(seconds));
@@ -195,9 +210,7 @@ int Seeker::_SeekDecodeForward(float seconds) {
     back *= 2;
   }
   if (way.landing < way.failed) mWay = way;
-  if (walk == Walk::kReached) return 0;
-  if (walk == Walk::kEnded) MoveToSound(target);
-  return -1;
+  return walk;
 }
 
 // Stamps of recordings may begin at hours. Without the first time a position would be before the

@@ -34,6 +34,10 @@ class Seeker {
   // reads past that picture. Any other mode lands on the key frame at or before the time.
   int Seek(double seconds, int mode);
 
+  // The time of the last picture, in seconds: decodes from about the end of the clip as far as
+  // there are pictures. Minus infinity if there is none. A seek has to follow.
+  double LastPicture();
+
  private:
   enum class Walk { kReached, kOvershot, kEnded };
 
@@ -62,6 +66,7 @@ class Seeker {
   int64_t FirstWantedStamp(float seconds) const;
   void MoveToWhole(int64_t seconds);
   void MoveToSound(int64_t seconds);
+  Walk Approach(int64_t target, float seconds);
   Walk WalkTo(float seconds, bool mayOvershoot);
 
   DecodeSession* mSession;

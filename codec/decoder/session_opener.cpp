@@ -227,6 +227,7 @@ int SessionOpener::LookForRestarts(const std::string& path) {
   if (!scan.End().has_value()) return 0;
   // The file tells its length from its first packet on, which may be one that cannot be decoded.
   mScannedEnd = static_cast<double>(*scan.End()) / AV_TIME_BASE;
+  mLacksTimes = scan.LacksTimes();
   if (const std::shared_ptr<const JoinedParts> parts = scan.Parts()) Join(parts);
   return 0;
 }
@@ -290,6 +291,7 @@ void SessionOpener::ScanLength() {
   if (session.audio != nullptr) scan.Add(session.audio->Stream());
   scan.Run(&session.input, mPacket.get());
   mScannedEnd = scan.End();
+  mLacksTimes = scan.LacksTimes();
   const bool hasFirst = session.first_video_pts_ != AV_NOPTS_VALUE;
   const double first = hasFirst ? session.video->Seconds(session.first_video_pts_) : 0;
   session.duration = std::max(0.0, mScannedEnd.value_or(first) - first);

@@ -40,6 +40,8 @@ class SessionOpener {
   const DecoderShare& Share() const { return mShare; }
   // Seconds of the file's stamps at which the last packet ends, if the length was scanned for.
   std::optional<double> ScannedEnd() const { return mScannedEnd; }
+  // Whether the scan has met pictures without a stamp of their own.
+  bool LacksTimes() const { return mLacksTimes; }
 
  private:
   // Whether the video, if it is known by now, is granted a share.
@@ -63,6 +65,7 @@ class SessionOpener {
   double mFrameRate = 0;  // frames per second; 0 if unknown
   int64_t mFirstAudioTicks = AV_NOPTS_VALUE;
   std::optional<double> mScannedEnd;
+  bool mLacksTimes = false;
 };
 
 }  // namespace codec

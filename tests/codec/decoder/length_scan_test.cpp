@@ -64,6 +64,20 @@ TEST_F(LengthScanTest, LeavesOutWhatIsNotShown) {
   EXPECT_EQ(EndOf({{0, 30, 30, 5, true, -1, kHidden}, {0, kNone, kNone, 5}}), 4);
 }
 
+TEST_F(LengthScanTest, TellsWhetherPicturesHaveStampsOfTheirOwn) {
+  mFile->streams[0]->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
+  mFile->streams[1]->codecpar->codec_type = AVMEDIA_TYPE_AUDIO;
+  LengthScan scan;
+  scan.Add(mFile->streams[0]);
+  scan.Add(mFile->streams[1]);
+  ScannedPackets stamped({{0, 30, 30, 5}, {1, kNone, 30, 5}, {2, kNone, 30, 5}});
+  scan.Run(&stamped, mPacket.get());
+  EXPECT_FALSE(scan.LacksTimes());
+  ScannedPackets unstamped({{0, kNone, 30, 5}});
+  scan.Run(&unstamped, mPacket.get());
+  EXPECT_TRUE(scan.LacksTimes());
+}
+
 TEST_F(LengthScanTest, SurvivesStampsBeyondAllNumbers) {
   constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
   EXPECT_EQ(EndOf({{0, kMost - 3, 0, 100}}), static_cast<double>(kMost) / 10);
