@@ -72,6 +72,7 @@ DecoderAdditions MirrorReversal::Additions() const {
   additions.tellsLowRates = true;
   additions.scansLength = true;
   additions.restarts = Restarts::kJoined;
+  additions.landsOnStamps = true;
   additions.laysOverBlack = true;
   additions.adaptsChanges = true;
   additions.readsTags = true;

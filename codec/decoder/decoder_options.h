@@ -73,6 +73,10 @@ struct DecoderAdditions {
   // A packet that the index places outside of the file is passed over, if later ones lie inside. It
   // ends the reading otherwise.
   bool skipsHoles = false;
+  // In MPEG-PS and TS, decoding after a seek begins at a key packet with a stamp of its own, if
+  // some packets have none and restarts are looked for. FFmpeg makes up the stamps of the others,
+  // and other ones after each seek.
+  bool landsOnStamps = false;
   // A file without a stream of sound is opened without an error line.
   bool expectsSilence = false;
 };

@@ -125,6 +125,8 @@ int FFmpegDecoderImpl2::InitParts() {
   parts->feed.Open(opener.Share().replayBudget);
   parts->scannedEnd = opener.ScannedEnd();
   parts->lacksTimes = opener.LacksTimes();
+  const bool makesUpStamps = parts->lacksTimes && MayRestart(parts->session.input.Context());
+  if (mOptions.additions.landsOnStamps && makesUpStamps) parts->seeker.LandOnStamps();
   if (mOptions.additions.keepsMetPicture) parts->seeker.KeepMetPicture();
   mParts = std::move(parts);
   log_debug(kDecoderTag, "=====Init done=====");

@@ -238,7 +238,7 @@ void Seeker::MoveToWhole(int64_t seconds) {
   if (seconds != 0 && input.SeekBackward(-1, PositionOf(seconds)) >= 0) {
     mSession->times.Restart(static_cast<double>(seconds));
     Flush();
-    mSession->video->AwaitKey();
+    mSession->video->AwaitKey(mLandsOnStamps);
     return;
   }
   // To the start, also if the demuxer cannot move to the second: every time is reached from there.

@@ -27,6 +27,8 @@ class Seeker {
 
   // The picture that a seek of mode 3 meets is held for the next read. Off unless set.
   void KeepMetPicture() { mKeepsMetPicture = true; }
+  // Seeks of mode 3 begin to decode at key packets with a stamp of their own. Off unless set.
+  void LandOnStamps() { mLandsOnStamps = true; }
   // The times of the first frames are known, and not to be probed.
   void LeaveTimesAsTheyAre() { mNeedsTimeProbe = false; }
 
@@ -77,6 +79,7 @@ class Seeker {
   const ffmpeg::UniquePacket mPacket;
   bool mNeedsTimeProbe = true;
   bool mKeepsMetPicture = false;
+  bool mLandsOnStamps = false;
   Way mWay;  // the last one
   // Seconds; infinite until a walk has met the end of the pictures.
   double mLastPicture = std::numeric_limits<double>::infinity();

@@ -78,7 +78,8 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
 }
 
 bool StreamDecoder::PassesOver(const AVPacket* packet) {
-  mAwaitingKey = mAwaitingKey && !mKeyPackets->IsKey(packet);
+  const bool isStamped = packet->pts != AV_NOPTS_VALUE || !mAwaitingStamp;
+  mAwaitingKey = mAwaitingKey && !(mKeyPackets->IsKey(packet) && isStamped);
   return mAwaitingKey;
 }
 

@@ -36,9 +36,12 @@ class StreamDecoder : public PictureDecoder {
   int DecodeOne(AVPacket* packet, AVFrame* frame, AVFrame* spare, int* gotFrame);
   // Whether it has got a packet since the last flush.
   bool IsFed() const { return mFed; }
-  // Packets are passed over until the next flush, or until a packet that decoding can begin at. For
-  // video.
-  void AwaitKey() { mAwaitingKey = true; }
+  // Packets are passed over until the next flush, or until a packet that decoding can begin at. If
+  // `withStamp`, that packet has a stamp of its own. For video.
+  void AwaitKey(bool withStamp) {
+    mAwaitingKey = true;
+    mAwaitingStamp = withStamp;
+  }
   bool IsAwaitingKey() const { return mAwaitingKey; }
   // Whether this packet of the video is passed over, because a key is awaited. If not, the waiting
   // is over.
@@ -74,6 +77,7 @@ class StreamDecoder : public PictureDecoder {
   int mFailures = 0;  // of Receive, in a row
   bool mResting = false;
   bool mAwaitingKey = false;
+  bool mAwaitingStamp = false;  // with the key
   bool mFed = false;
   bool mKeepsLoopFilter = false;
 };

@@ -27,6 +27,7 @@ struct WholeClip {
 
 constexpr char kScene[] = "testsrc2=size=320x180:rate=25";
 constexpr char kSmallScene[] = "testsrc2=size=160x90:rate=25";
+constexpr char kStill[] = "color=gray:size=160x90:rate=25";
 
 const WholeClip kClips[] = {
     // The length is the time at which the last packet begins.
@@ -41,6 +42,9 @@ const WholeClip kClips[] = {
     // Several pictures share a stamp.
     {"Mpeg1", "mpg", kSmallScene, "mp2", 6,
      "-c:v mpeg1video -bf 0 -g 15 -b:v 200k -maxrate 200k -bufsize 200k"},
+    {"Vob", "vob", kSmallScene, "ac3", 14,
+     "-c:v mpeg2video -bf 2 -g 15 -b:v 200k -maxrate 200k -bufsize 200k"},
+    {"StillVob", "vob", kStill, "ac3", 14, "-c:v mpeg2video -bf 2 -g 50"},
 };
 
 class WholeClips : public testing::TestWithParam<WholeClip> {};
