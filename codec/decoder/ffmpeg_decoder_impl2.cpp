@@ -39,8 +39,7 @@ struct FFmpegDecoderImpl2::Parts {
   PacketDecoder packets{&session, &feed};
   Seeker seeker{&session, &source, &packets, &pending};
 
-  // Seconds of the file's stamps at which the last packet ends, if the length was scanned for.
-  std::optional<double> scannedEnd;
+  std::optional<ScannedLength> scanned;
   // Whether the scan has met pictures without a stamp of their own.
   bool lacksTimes = false;
   double latestEnd = 0;  // seconds, of the stretches whose losses were taken
@@ -123,7 +122,7 @@ int FFmpegDecoderImpl2::InitParts() {
   auto parts = std::make_unique<Parts>(std::move(session));
   if (!parts->IsUsable()) log_error(kDecoderTag, "Could not allocate frame");
   parts->feed.Open(opener.Share().replayBudget);
-  parts->scannedEnd = opener.ScannedEnd();
+  parts->scanned = opener.Scanned();
   parts->lacksTimes = opener.LacksTimes();
   const bool makesUpStamps = parts->lacksTimes && MayRestart(parts->session.input.Context());
   if (mOptions.additions.landsOnStamps && makesUpStamps) parts->seeker.LandOnStamps();
@@ -280,14 +279,11 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
   session.times.SetFirstVideo(seconds);
   session.times.SetFirstAudio(seconds);
   mParts->seeker.LeaveTimesAsTheyAre();
-  const std::optional<double> scanned = mParts->scannedEnd;
+  const std::optional<ScannedLength>& scanned = mParts->scanned;
   const std::optional<double> told =
       session.input.Joined() == nullptr ? ToldEnd(session.input.Context(), scanned) : std::nullopt;
   if (!told.has_value() && !scanned.has_value()) return;
-  // The container's own word counts, unless its packets say something else.
-  constexpr double kAsLong = 0.1;
-  const bool isTrue = told.has_value() && !(scanned && std::abs(*scanned - *told) >= kAsLong);
-  const double end = std::max(isTrue ? *told : *scanned, picturesEnd);
+  const double end = std::max(LikelyEnd(told, scanned), picturesEnd);
   session.duration = std::max(0.0, end - seconds);
   if (mParts->lacksTimes) ReachLastPicture();
   mInfo.duration = static_cast<float>(session.duration);

@@ -17,7 +17,7 @@ int64_t Sum(int64_t a, int64_t b) {
 
 }  // namespace
 
-void LengthScan::Add(const AVStream* stream) { mTracks.push_back({stream, 0, std::nullopt}); }
+void LengthScan::Add(const AVStream* stream) { mTracks.push_back({stream, 0, std::nullopt, 0}); }
 
 void LengthScan::Run(PacketSource* source, AVPacket* packet) {
   while (source->Read(packet)) {
@@ -36,15 +36,19 @@ void LengthScan::Look(const AVPacket* packet, Track* track) {
   track->next = Sum(begin, LengthOf(packet, track->stream, track->stream->time_base));
   // Of what is decoded for the sake of others only, the file says that the end comes before.
   if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0) return;
+  track->latest = track->end.has_value() ? std::max(track->latest, begin) : begin;
   track->end = track->end.has_value() ? std::max(*track->end, track->next) : track->next;
 }
 
-std::optional<double> LengthScan::End() const {
-  std::optional<double> largest;
+std::optional<ScannedLength> LengthScan::Length() const {
+  std::optional<ScannedLength> largest;
   for (const Track& track : mTracks) {
     if (!track.end.has_value()) continue;
     const double end = Seconds(*track.end, track.stream->time_base);
-    largest = largest.has_value() ? std::max(*largest, end) : end;
+    const double latest = Seconds(track.latest, track.stream->time_base);
+    if (!largest.has_value()) largest = {end, latest};
+    largest->end = std::max(largest->end, end);
+    largest->latest = std::max(largest->latest, latest);
   }
   return largest;
 }

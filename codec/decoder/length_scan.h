@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "codec/decoder/packet_source.h"
+#include "codec/decoder/stream_facts.h"
 
 namespace codec {
 
@@ -20,11 +21,12 @@ class LengthScan {
   // Reads `source` to its end. `packet` is scratch.
   void Run(PacketSource* source, AVPacket* packet);
 
-  // The largest end of any packet, in seconds of the file's stamps. A packet without a stamp
-  // follows the packet before it, or begins at 0 if it is the first. A packet that does not say how
-  // long it lasts counts with the average of its stream's rate, or with 0. A packet whose picture
-  // or sound is not to be shown does not count. Nothing if there was no packet that counts.
-  std::optional<double> End() const;
+  // The largest end of any packet, and the largest begin, in seconds of the file's stamps. A packet
+  // without a stamp follows the packet before it, or begins at 0 if it is the first. A packet that
+  // does not say how long it lasts counts with the average of its stream's rate, or with 0. A
+  // packet whose picture or sound is not to be shown does not count. Nothing if there was no packet
+  // that counts.
+  std::optional<ScannedLength> Length() const;
   // Whether pictures had no stamp of their own, so that the last one may end later.
   bool LacksTimes() const { return mLacksTimes; }
 
@@ -33,6 +35,7 @@ class LengthScan {
     const AVStream* stream;
     int64_t next;                // ticks: of a packet without a stamp
     std::optional<int64_t> end;  // ticks
+    int64_t latest;              // ticks: of the packet that is shown last
   };
 
   void Look(const AVPacket* packet, Track* track);

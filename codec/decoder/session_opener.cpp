@@ -88,7 +88,7 @@ int SessionOpener::Open(const std::string& path) {
             static_cast<long long>(session.first_video_pts_),
             static_cast<long long>(mFirstAudioTicks));
   const bool isUntold = !(session.duration > 0) || IsLengthVague(session.input.Context());
-  if (mOptions.additions.scansLength && isUntold && !mScannedEnd.has_value()) ScanLength();
+  if (mOptions.additions.scansLength && isUntold && !mScanned.has_value()) ScanLength();
   if (session.video != nullptr && session.first_video_pts_ != AV_NOPTS_VALUE) {
     session.times.SetFirstVideo(session.video->Seconds(session.first_video_pts_));
   }
@@ -226,7 +226,8 @@ int SessionOpener::LookForRestarts(const std::string& path) {
   }
   if (!scan.End().has_value()) return 0;
   // The file tells its length from its first packet on, which may be one that cannot be decoded.
-  mScannedEnd = static_cast<double>(*scan.End()) / AV_TIME_BASE;
+  const double end = static_cast<double>(*scan.End()) / AV_TIME_BASE;
+  mScanned = {end, end};
   mLacksTimes = scan.LacksTimes();
   if (const std::shared_ptr<const JoinedParts> parts = scan.Parts()) Join(parts);
   return 0;
@@ -238,7 +239,7 @@ void SessionOpener::Join(const std::shared_ptr<const JoinedParts>& parts) {
   log_info(kDecoderTag, "%s: the clock restarts %zu times; the parts are laid end to end",
            session.input.Path().c_str(), parts->Count() - 1);
   const double begin = static_cast<double>(parts->Parts().front().begin) / AV_TIME_BASE;
-  session.duration = std::max(0.0, *mScannedEnd - begin);
+  session.duration = std::max(0.0, mScanned->end - begin);
   mInfo->duration = static_cast<float>(session.duration);
 }
 
@@ -290,11 +291,11 @@ void SessionOpener::ScanLength() {
   scan.Add(session.video->Stream());
   if (session.audio != nullptr) scan.Add(session.audio->Stream());
   scan.Run(&session.input, mPacket.get());
-  mScannedEnd = scan.End();
+  mScanned = scan.Length();
   mLacksTimes = scan.LacksTimes();
   const bool hasFirst = session.first_video_pts_ != AV_NOPTS_VALUE;
   const double first = hasFirst ? session.video->Seconds(session.first_video_pts_) : 0;
-  session.duration = std::max(0.0, mScannedEnd.value_or(first) - first);
+  session.duration = std::max(0.0, (mScanned.has_value() ? mScanned->end : first) - first);
   mInfo->duration = static_cast<float>(session.duration);
   session.input.SeekToStart(std::numeric_limits<int64_t>::min());
   session.FlushDecoders();

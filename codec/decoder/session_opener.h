@@ -9,6 +9,7 @@
 #include "codec/decoder/decode_session.h"
 #include "codec/decoder/decoder_options.h"
 #include "codec/decoder/media_info.h"
+#include "codec/decoder/stream_facts.h"
 
 namespace codec {
 
@@ -38,8 +39,8 @@ class SessionOpener {
   const OpenFailure& WhyNotOpened() const { return mSession->input.WhyNotOpened(); }
   // What the options grant this input.
   const DecoderShare& Share() const { return mShare; }
-  // Seconds of the file's stamps at which the last packet ends, if the length was scanned for.
-  std::optional<double> ScannedEnd() const { return mScannedEnd; }
+  // What the packets say, if the length was scanned for.
+  const std::optional<ScannedLength>& Scanned() const { return mScanned; }
   // Whether the scan has met pictures without a stamp of their own.
   bool LacksTimes() const { return mLacksTimes; }
 
@@ -64,7 +65,7 @@ class SessionOpener {
   const ffmpeg::UniquePacket mPacket;
   double mFrameRate = 0;  // frames per second; 0 if unknown
   int64_t mFirstAudioTicks = AV_NOPTS_VALUE;
-  std::optional<double> mScannedEnd;
+  std::optional<ScannedLength> mScanned;
   bool mLacksTimes = false;
 };
 

@@ -144,6 +144,17 @@ bool HasLongerStream(const AVFormatContext* file) {
   return LastStreamEnd(file) > Length(file) + kMostRounding;
 }
 
+// Matroska does not tell how long a picture lasts. FFmpeg guesses by the rate.
+bool TellsPackets(const AVFormatContext* file) {
+  return file->iformat == nullptr ||
+         std::string_view(file->iformat->name).substr(0, 8) != "matroska";
+}
+
+// The file knows the end better than a guess at the length of the last packet.
+bool IsAmidLast(double end, const ScannedLength& scanned) {
+  return scanned.latest + kMostRounding < end && end < scanned.end;
+}
+
 }  // namespace
 
 double RotationDegrees(const std::string& text) {
@@ -196,7 +207,8 @@ bool IsLengthVague(const AVFormatContext* file) {
   return IsNoLength(file) || BeginsLate(file) || HasLongerStream(file);
 }
 
-std::optional<double> ToldEnd(const AVFormatContext* file, std::optional<double> scanned) {
+std::optional<double> ToldEnd(const AVFormatContext* file,
+                              const std::optional<ScannedLength>& scanned) {
   if (file->duration <= 0 || IsNoLength(file)) return std::nullopt;
   // What FFmpeg works out of stamps counts from the first one.
   if (IsFromStamps(file)) {
@@ -206,7 +218,16 @@ std::optional<double> ToldEnd(const AVFormatContext* file, std::optional<double>
   // Neither word is enough alone: a stream counts pictures that an edit leaves out, and the last
   // packet of sound may be longer than the sound.
   if (!scanned.has_value() || !HasLongerStream(file)) return Length(file);
-  return std::clamp(*scanned, Length(file), LastStreamEnd(file));
+  if (!TellsPackets(file) && IsAmidLast(Length(file), *scanned)) return Length(file);
+  return std::clamp(scanned->end, Length(file), LastStreamEnd(file));
+}
+
+double LikelyEnd(std::optional<double> told, const std::optional<ScannedLength>& scanned) {
+  constexpr double kAsLong = 0.1;
+  if (!scanned.has_value()) return told.value_or(0);
+  if (!told.has_value()) return scanned->end;
+  const bool isTrue = IsAmidLast(*told, *scanned) || std::abs(scanned->end - *told) < kAsLong;
+  return isTrue ? *told : scanned->end;
 }
 
 AVPixelFormat FoldedPixelFormat(AVPixelFormat format) {

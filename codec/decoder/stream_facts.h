@@ -35,10 +35,21 @@ bool MayRestart(const AVFormatContext* file);
 // the bit rate, or the time at which the last packet begins.
 bool IsLengthVague(const AVFormatContext* file);
 
+// What the packets of a file say of its length, in seconds of its stamps.
+struct ScannedLength {
+  double end = 0;     // of the last packet
+  double latest = 0;  // where the packet that is shown last begins; `end` if nobody knows
+};
+
 // The end in the file's stamps, in seconds, that the file tells. If one of its streams tells a
-// later end, `scanned`, the end of the packets, decides between the two. Nothing if the file tells
+// later end, what the packets say decides between the two. Nothing if the file tells
 // no length, or does not tell from when on.
-std::optional<double> ToldEnd(const AVFormatContext* file, std::optional<double> scanned);
+std::optional<double> ToldEnd(const AVFormatContext* file,
+                              const std::optional<ScannedLength>& scanned);
+
+// The end by both: the file's own word, `told`, unless its packets say something else. 0 if there
+// is neither.
+double LikelyEnd(std::optional<double> told, const std::optional<ScannedLength>& scanned);
 
 // The ordinary format of a full-range planar one; other formats are their own.
 AVPixelFormat FoldedPixelFormat(AVPixelFormat format);

@@ -3,8 +3,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/log.h"
@@ -72,10 +75,9 @@ int DelayedVideoEncoder::Create(const EncoderOptions& /*defaults*/) {
   mTrack.stream = mFile->AddStream(codec);
   if (mTrack.stream != nullptr) mContext = NewEncoder(codec, *mFile);
   mFrame.reset(av_frame_alloc());
-  const bool keepsBack =
+  mTellsTimes =
       mSettings.videoLength > 0 && mSettings.stampRate > 0 && !HasFixedRate(*mFile->Format());
-  if (keepsBack) mKept.reset(av_packet_alloc());
-  if (mContext == nullptr || mFrame == nullptr || (keepsBack && mKept == nullptr)) {
+  if (mContext == nullptr || mFrame == nullptr) {
     mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "Could not alloc video stream.");
     return -1;
@@ -191,6 +193,8 @@ int DelayedVideoEncoder::Encode(const uint8_t* picture, int64_t ptsUs) {
       mStampBase.num == mContext->time_base.num && mStampBase.den == mContext->time_base.den;
   if (isCounted) mLast.stamp = mLast.number;
   mStamps.Add(mLast.number, mLast.stamp);
+  result = WriteKeptUpTo(mLast.stamp);
+  if (result < 0) return result;
   mLastTime = static_cast<double>(mLast.stamp) * av_q2d(mStampBase);
   frame->pts = mLast.number;
   frame->sample_aspect_ratio = mContext->sample_aspect_ratio;
@@ -208,41 +212,54 @@ int DelayedVideoEncoder::Encode(const uint8_t* picture, int64_t ptsUs) {
 
 int DelayedVideoEncoder::Take(AVPacket* packet) {
   if (mIsDiscarding) return 0;
-  packet->pts = packet->pts == AV_NOPTS_VALUE ? packet->dts : packet->pts;
-  const int64_t decoded = packet->dts == AV_NOPTS_VALUE ? packet->pts : packet->dts;
-  packet->pts = mStamps.At(packet->pts);
+  const int64_t shown = packet->pts == AV_NOPTS_VALUE ? packet->dts : packet->pts;
+  const int64_t decoded = packet->dts == AV_NOPTS_VALUE ? shown : packet->dts;
+  const std::optional<int64_t> successor = mStamps.After(shown);
+  packet->pts = mStamps.At(shown);
   packet->dts = mStamps.At(decoded);
   packet->duration = mFrameTicks;
   mStamps.ForgetBefore(decoded);
   ++mPacketsWritten;
-  if (mKept == nullptr) return mFile->WritePacket(packet, mStampBase, &mTrack);
-  const int result = WriteKept();
-  av_packet_move_ref(mKept.get(), packet);
-  return result;
+  if (mTellsTimes && successor.has_value()) packet->duration = *successor - packet->pts;
+  const bool waits = mTellsTimes && (!successor.has_value() || !mKept.empty());
+  return waits ? KeepBack(packet) : mFile->WritePacket(packet, mStampBase, &mTrack);
 }
 
-// Players learn only from its duration how long the last picture is shown.
-int DelayedVideoEncoder::WriteKept() {
-  if (mKept == nullptr || mKept->size == 0) return 0;
-  const ffmpeg::PacketGuard guard(mKept.get());
-  if (mIsDraining && mKept->pts == mLast.stamp) ReachEnd(mKept.get());
-  return mFile->WritePacket(mKept.get(), mStampBase, &mTrack);
+// A picture lasts up to the next one, which the encoder may not have been given yet. Containers
+// take the latest end of a packet for the end of the video.
+int DelayedVideoEncoder::KeepBack(AVPacket* packet) {
+  ffmpeg::UniquePacket kept(av_packet_alloc());
+  if (kept == nullptr) return mFile->Remember(AVERROR(ENOMEM));
+  av_packet_move_ref(kept.get(), packet);
+  mKept.push_back(std::move(kept));
+  return 0;
 }
 
-void DelayedVideoEncoder::ReachEnd(AVPacket* packet) const {
-  const auto end = TruncateToInt64(mSettings.videoLength * mSettings.stampRate + 0.5);
-  if (end > packet->pts) packet->duration = end - packet->pts;
+// Only the first one waits for its successor; the others stand after it.
+int DelayedVideoEncoder::WriteKeptUpTo(int64_t successor) {
+  if (mKept.empty()) return 0;
+  AVPacket* const newest = mKept.front().get();
+  if (successor > newest->pts) newest->duration = successor - newest->pts;
+  int first = 0;
+  for (; !mKept.empty(); mKept.pop_front()) {
+    const int result = mFile->WritePacket(mKept.front().get(), mStampBase, &mTrack);
+    if (first == 0) first = result;
+  }
+  return first;
+}
+
+int64_t DelayedVideoEncoder::End() const {
+  return TruncateToInt64(mSettings.videoLength * mSettings.stampRate + 0.5);
 }
 
 int DelayedVideoEncoder::Drain() {
   if (mPicturesTaken == 0) return 0;
-  mIsDraining = true;
   const int result = mFile->Remember(mPump.Drain());
   if (result < 0) log_error(kTag, "Error encoding video frame");
   return result;
 }
 
-void DelayedVideoEncoder::Finish() { WriteKept(); }
+void DelayedVideoEncoder::Finish() { WriteKeptUpTo(End()); }
 
 // SVT-AV1 hangs when it is freed before it has ended a stream, and a stream without pictures does
 // not end either.

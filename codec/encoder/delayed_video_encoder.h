@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 
 #include "codec/encoder/encoder_settings.h"
 #include "codec/encoder/media_tracks.h"
@@ -55,15 +56,17 @@ class DelayedVideoEncoder : public VideoTrack, private PacketTaker {
   void DescribeColors();
   int OpenConverter();
   int OpenStream();
-  int WriteKept();
+  int KeepBack(AVPacket* packet);
+  int WriteKeptUpTo(int64_t successor);
+  int64_t End() const;
   void EndUnused();
-  void ReachEnd(AVPacket* packet) const;
 
   const EncoderSettings& mSettings;
   OutputFile* const mFile;
   ffmpeg::UniqueCodecContext mContext;
   ffmpeg::UniqueFrame mFrame;
-  ffmpeg::UniquePacket mKept;  // the newest packet, or an empty one; null if none is kept back
+  // The packet of the newest picture, which lasts nobody knows how long, and those after it.
+  std::deque<ffmpeg::UniquePacket> mKept;
   PictureConverter mConverter;
   PictureForm mInput;
   PacketPump mPump;
@@ -73,8 +76,8 @@ class DelayedVideoEncoder : public VideoTrack, private PacketTaker {
   AVRational mStampBase = {0, 1};
   int64_t mFrameTicks = 1;
   PictureClock::Place mLast;
-  double mLastTime = 0;  // seconds
-  bool mIsDraining = false;
+  double mLastTime = 0;      // seconds
+  bool mTellsTimes = false;  // packets tell how long their pictures are shown
   bool mIsDiscarding = false;
   int mPicturesTaken = 0;
   int mPacketsWritten = 0;

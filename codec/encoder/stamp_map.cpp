@@ -20,6 +20,14 @@ int64_t StampMap::At(int64_t number) const {
   return below->stamp + (number - below->number) * (above->stamp - below->stamp) / numbers;
 }
 
+std::optional<int64_t> StampMap::After(int64_t number) const {
+  const auto after =
+      std::upper_bound(mPlaces.begin(), mPlaces.end(), number,
+                       [](int64_t wanted, const Place& place) { return wanted < place.number; });
+  if (after == mPlaces.end()) return std::nullopt;
+  return after->stamp;
+}
+
 void StampMap::ForgetBefore(int64_t number) {
   // One place at or below the number stays: what lies between this place and the next one is still
   // asked for.

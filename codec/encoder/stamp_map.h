@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <optional>
 
 namespace codec {
 
@@ -20,6 +21,8 @@ class StampMap {
   void Add(int64_t number, int64_t stamp) { mPlaces.push_back({number, stamp}); }
   // The stamp of a picture, or a place between the stamps of its neighbours.
   int64_t At(int64_t number) const;
+  // The stamp of the first picture after this number; none if no such picture is known.
+  std::optional<int64_t> After(int64_t number) const;
   // Numbers below this one will not be asked for again.
   void ForgetBefore(int64_t number);
 

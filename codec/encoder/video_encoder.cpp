@@ -190,8 +190,7 @@ int VideoEncoder::EncodeInOneCall() {
   return Write(packet, mStamp);
 }
 
-// The encoder counts frames, and the file has stamps of its own. A picture lasts up to the next
-// one; players learn only from the duration how long the last one is shown.
+// The encoder counts frames, and the file has stamps of its own.
 int VideoEncoder::Write(AVPacket* packet, int64_t stamp) {
   packet->pts = stamp;
   packet->dts = stamp;
@@ -200,10 +199,12 @@ int VideoEncoder::Write(AVPacket* packet, int64_t stamp) {
                           : KeepBack(packet);
 }
 
-// Which picture is the last one shows only after it, and then its packet must not be written yet.
+// A picture lasts up to the next one, so its packet waits for the stamp of the next one. Containers
+// take the latest end of a packet for the end of the video.
 // To those who ask for the time of the last packet it counts as written, so that the order of
 // pictures and sound stays the same.
 int VideoEncoder::KeepBack(AVPacket* packet) {
+  if (packet->pts > mKept->pts) mKept->duration = packet->pts - mKept->pts;
   const int result = WriteKept();
   av_packet_move_ref(mKept.get(), packet);
   mTrack.lastTime = static_cast<double>(mKept->pts) * av_q2d(mClock.StampBase());

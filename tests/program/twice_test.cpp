@@ -181,6 +181,45 @@ TEST(FourTimes, NothingDrifts) {
   }
 }
 
+// Fast at its beginning, and slow on average: a picture in three seconds.
+std::string FastThenSlow() {
+  return CustomClip("twice_uneven.mp4",
+                    {"-f", "lavfi", "-i",
+                     SceneFilter(kWidth, kHeight, "25") +
+                         ",trim=end_frame=20,setpts='if(lt(N,10),N/25,(N-9)*8)/TB'",
+                     "-c:v", "libx264", "-preset", "veryfast", "-pix_fmt", "yuv420p",
+                     FrameTimingOption(), "vfr", "-video_track_timescale", "90000"});
+}
+
+TEST(TwiceUneven, KeepsTimesAndLength) {
+  const std::string clip = FastThenSlow();
+  const std::vector<double> times = VideoTimes(clip);
+  ASSERT_EQ(times.size(), 20U);
+  const double length = std::stod(ContainerFields(clip)["duration"]);
+  for (const char* extension : {".mp4", ".mov", ".mkv"}) {
+    for (const char* option : {"--strict", "--like-source"}) {
+      SCOPED_TRACE(std::string(extension) + " " + option);
+      std::string input = clip;
+      for (const char* name : {"uneven_1", "uneven_2"}) {
+        const std::string output = ScratchPath(std::string(name) + extension);
+        const CommandResult result = RunProgram({"-i", input, "-o", output, option});
+        ASSERT_EQ(result.status, 0) << result.err;
+        // FFmpeg takes the rate that H.264 in Matroska names for a constant one.
+        const bool isGuessed = input.find(".mkv") != std::string::npos;
+        if (!isGuessed) {
+          EXPECT_NEAR(std::stod(ContainerFields(output)["duration"]), length, kLengthRounding);
+        }
+        input = output;
+      }
+      const std::vector<double> again = VideoTimes(input);
+      ASSERT_EQ(again.size(), times.size());
+      for (size_t i = 0; i < times.size(); ++i) {
+        EXPECT_NEAR(again[i] - again[0], times[i] - times[0], 0.003) << i;
+      }
+    }
+  }
+}
+
 // Tags are kept through both, and chapters are where they were.
 TEST(TwiceMarked, KeepsTitlesAndChapters) {
   const std::string marks = ScratchPath("marks.txt");

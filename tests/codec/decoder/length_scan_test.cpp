@@ -26,12 +26,18 @@ class LengthScanTest : public testing::Test {
 
   // Of the first two streams.
   std::optional<double> EndOf(std::vector<ScannedPacket> packets) {
+    const std::optional<ScannedLength> length = LengthOf(std::move(packets));
+    if (!length.has_value()) return std::nullopt;
+    return length->end;
+  }
+
+  std::optional<ScannedLength> LengthOf(std::vector<ScannedPacket> packets) {
     LengthScan scan;
     scan.Add(mFile->streams[0]);
     scan.Add(mFile->streams[1]);
     ScannedPackets source(std::move(packets));
     scan.Run(&source, mPacket.get());
-    return scan.End();
+    return scan.Length();
   }
 
   ffmpeg::UniqueInput mFile;
@@ -44,6 +50,16 @@ TEST_F(LengthScanTest, FindsTheLargestEndOfTheStreamsThatCount) {
   EXPECT_EQ(EndOf({{0, 30, 30, 5}, {0, 20, 31, 5}, {1, 100, 100, 20}, {2, 77, 77, 1}}), 3.5);
   EXPECT_EQ(EndOf({{0, 30, 30, 5}, {1, 5000, 5000, 20}}), 5.02);
   EXPECT_EQ(EndOf({{0, -30, -30, 5}}), -2.5);
+}
+
+TEST_F(LengthScanTest, TellsWhereThePacketBeginsThatIsShownLast) {
+  const auto latest = [this](std::vector<ScannedPacket> packets) {
+    return LengthOf(std::move(packets)).value().latest;
+  };
+  EXPECT_EQ(latest({{0, -30, -30, 5}}), -3);
+  EXPECT_EQ(latest({{0, 30, 30, 5}, {0, 20, 31, 50}, {1, 1000, 1000, 20}}), 3);
+  EXPECT_EQ(latest({{0, 30, 30, 5}, {1, 3200, 3200, 20}}), 3.2);
+  EXPECT_EQ(latest({{0, 30, 30, 5}, {0, 40, 31, 5, false, -1, kHidden}}), 3);
 }
 
 TEST_F(LengthScanTest, LetsPacketsWithoutStampsFollowEachOther) {

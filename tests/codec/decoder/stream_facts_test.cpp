@@ -143,7 +143,9 @@ TEST(StreamFacts, GuessesThePicturesHeldWhereThereIsNoLevel) {
   EXPECT_EQ(Held(AV_CODEC_ID_H264, 40, 0, 0), 16);
 }
 
-constexpr std::optional<double> kNoScan;
+constexpr std::optional<ScannedLength> kNoScan;
+
+ScannedLength Scanned(double end) { return {end, end}; }
 
 // A file of 4 s with streams in milliseconds.
 class ToldLength : public testing::Test {
@@ -172,7 +174,7 @@ TEST_F(ToldLength, CountsIfNoStreamIsLonger) {
   Add(AVMEDIA_TYPE_VIDEO, 10, 3990);
   Add(AVMEDIA_TYPE_AUDIO, 0, 4001);
   EXPECT_FALSE(IsLengthVague(mFile.get()));
-  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), 4.5).value(), 4);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(4.5)).value(), 4);
 }
 
 TEST_F(ToldLength, IsVagueIfAStreamBeginsLaterThanItCounts) {
@@ -180,9 +182,19 @@ TEST_F(ToldLength, IsVagueIfAStreamBeginsLaterThanItCounts) {
   Add(AVMEDIA_TYPE_AUDIO, 0, 4000);
   EXPECT_TRUE(IsLengthVague(mFile.get()));
   EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), kNoScan).value(), 4);
-  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), 3.5).value(), 4);
-  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), 4.5).value(), 4.5);
-  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), 4.73).value(), 4.72);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(3.5)).value(), 4);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(4.5)).value(), 4.5);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(4.73)).value(), 4.72);
+}
+
+// Matroska does not tell how long a packet lasts, so that its last packet may seem too long.
+TEST_F(ToldLength, CountsInMatroskaIfItLiesWithinTheLastPacket) {
+  Add(AVMEDIA_TYPE_VIDEO, 0, 7000);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), ScannedLength{7, 3.9}).value(), 7);
+  mFile->iformat = av_find_input_format("matroska");
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), ScannedLength{7, 3.9}).value(), 4);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), ScannedLength{7, 4}).value(), 7);
+  mFile->iformat = nullptr;  // nothing was opened
 }
 
 TEST_F(ToldLength, IsNoneIfTheFileBeginsLate) {
@@ -216,6 +228,23 @@ TEST_F(ToldLength, DoesNotAskStreamsThatAreNotPlayed) {
   Add(AVMEDIA_TYPE_AUDIO, 4500, AV_NOPTS_VALUE);
   EXPECT_FALSE(IsLengthVague(mFile.get()));
   EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), kNoScan).value(), 4);
+}
+
+TEST(LikelyEnd, IsWhatIsKnown) {
+  EXPECT_DOUBLE_EQ(LikelyEnd(4, std::nullopt), 4);
+  EXPECT_DOUBLE_EQ(LikelyEnd(std::nullopt, ScannedLength{5, 4.9}), 5);
+}
+
+TEST(LikelyEnd, IsThatOfThePacketsIfTheFileIsWrong) {
+  EXPECT_DOUBLE_EQ(LikelyEnd(4, ScannedLength{4.05, 4.01}), 4);
+  EXPECT_DOUBLE_EQ(LikelyEnd(4, ScannedLength{8, 7.9}), 8);
+  EXPECT_DOUBLE_EQ(LikelyEnd(8, ScannedLength{4, 3.9}), 4);
+}
+
+// At an average rate of a picture in three seconds the last packet seems to last as long.
+TEST(LikelyEnd, IsTheFilesIfItLiesWithinTheLastPacket) {
+  EXPECT_DOUBLE_EQ(LikelyEnd(80.04, ScannedLength{83.2, 80}), 80.04);
+  EXPECT_DOUBLE_EQ(LikelyEnd(80, ScannedLength{83.2, 80}), 83.2);
 }
 
 }  // namespace

@@ -48,6 +48,17 @@ TEST(StampMap, KeepsTheOrderOfAllNumbers) {
   }
 }
 
+TEST(StampMap, TellsTheNextPicture) {
+  StampMap map;
+  EXPECT_EQ(map.After(0), std::nullopt);
+  map.Add(0, 500);
+  map.Add(4, 4100);
+  EXPECT_EQ(map.After(-1), 500);
+  EXPECT_EQ(map.After(0), 4100);
+  EXPECT_EQ(map.After(3), 4100);
+  EXPECT_EQ(map.After(4), std::nullopt);
+}
+
 TEST(StampMap, ForgetsOnlyWhatIsNotAskedForAgain) {
   StampMap map;
   map.SetFrameTicks(1);

@@ -91,6 +91,49 @@ TEST(StampRate, ShowsTheLastPictureUpToTheLengthOfTheVideo) {
   }
 }
 
+// Slides, then a burst: at the average rate a picture of the burst would last longer than all that
+// comes after it.
+std::vector<int64_t> SlowThenFast() {
+  std::vector<int64_t> times;
+  for (int i = 0; i < 6; ++i) times.push_back(int64_t{i} * 8000000);
+  for (int i = 0; i < 10; ++i) times.push_back(48000000 + int64_t{i} * 40000);
+  return times;
+}
+
+TEST(StampRate, ShowsEveryPictureForItsOwnTime) {
+  struct Way {
+    const char* codec;
+    const char* extension;
+    const char* reordered;  // pictures in a row; nullptr for the encoder that answers at once
+    bool sendReceive = false;
+  };
+  constexpr Way kWays[] = {
+      {"libx264", ".mp4", nullptr}, {"libx264", ".mov", nullptr},
+      {"libx264", ".mkv", nullptr}, {"libx264", ".mp4", nullptr, true},
+      {"libx264", ".mp4", "0"},     {"libx264", ".mp4", "3"},
+      {"libx264", ".mov", "3"},     {"libx264", ".mkv", "3"},
+      {"mpeg4", ".mp4", "2"},       {"ffv1", ".mov", "0"},
+      {"ffv1", ".mkv", "0"},
+  };
+  const LogCapture log;
+  for (const Way& way : kWays) {
+    const bool isAny = way.reordered != nullptr;
+    SCOPED_TRACE(std::string(way.codec) + way.extension + (isAny ? way.reordered : ""));
+    const std::string path = ScratchPath(std::string("own_time") + way.extension);
+    MediaFormat format = VideoFormat(path);
+    format.SetString("video-codec", way.codec);
+    format.SetDouble("frame-rate", 0.333);
+    format.SetInt32("stamp-rate", 90000);
+    format.SetString("video-length", "48.4");
+    if (isAny) {
+      format.SetInt32("any-encoder", 1);
+      if (way.codec != std::string("ffv1")) format.SetString("video-opt:bf", way.reordered);
+    }
+    Write(format, SlowThenFast(), way.sendReceive);
+    EXPECT_NEAR(std::stod(test_support::ContainerFields(path)["duration"]), 48.4, 0.0015);
+  }
+}
+
 TEST(StampRate, ShowsTheLastPictureForAFrameWhereTheLengthIsNotTold) {
   const LogCapture log;
   for (const char* length : {"0", "5"}) {
