@@ -217,10 +217,7 @@ const std::array kRows = {
     Row{[](const Failure& f) {
           return f.notTaken != nullptr && IsRefusedByContainer(f) && HasNoExtension(f.order.output);
         },
-        [](const Failure& f) {
-          return f.order.output +
-                 " has no extension that says what to write; use .mp4, .mov, .mkv, .avi or .ts";
-        }},
+        [](const Failure& f) { return ExtensionAdvice(f.order); }},
     Row{[](const Failure& f) { return f.notTaken != nullptr && IsRefusedByContainer(f); },
         [](const Failure& f) { return ContainerAdvice(f.order, f.notTaken); }},
     Row{[](const Failure& f) { return f.cause.kind != nullptr && IsRefusedByContainer(f); },

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "app/codec_advice.h"
 
+#include <filesystem>
+#include <system_error>
+
+#include "base/local_file.h"
 #include "codec/encoder/container.h"
 #include "codec/encoder/encoder_choice.h"
 #include "reverse/copy_keys.h"
@@ -24,6 +28,13 @@ std::string WhyNotCopied(const Order& order) {
   return "";
 }
 
+// FFmpeg would write MPEG-PS, which nobody has asked for. Of folders something else is told.
+bool LacksContainer(const Order& order) {
+  std::error_code none;
+  return order.Mirrors() && !order.output.empty() && !codec::NamesContainer(order.output.c_str()) &&
+         !std::filesystem::is_directory(but::LocalPath(order.output), none);
+}
+
 }  // namespace
 
 codec::EncoderSettings WishesOf(const Order& order) {
@@ -42,6 +53,7 @@ std::string WhyNotEncodable(const Order& order) {
     std::string why = WhyNotCopied(order);
     if (!why.empty()) return why;
   }
+  if (LacksContainer(order)) return ExtensionAdvice(order);
   const codec::EncoderSettings wishes = WishesOf(order);
   const std::string why = WhyNotEncoded(wishes);
   if (!why.empty()) return order.output + " cannot be made: " + why;
@@ -60,6 +72,11 @@ const char* NotTaken(const Order& order) {
       wishes.hasVideo ? codec::CodecNotTaken(path, wishes.videoCodec.c_str()) : nullptr;
   if (video != nullptr || order.hasNoSound) return video;
   return codec::CodecNotTaken(path, wishes.audioCodec.c_str());
+}
+
+std::string ExtensionAdvice(const Order& order) {
+  return order.output +
+         " has no extension that says what to write; use .mp4, .mov, .mkv, .avi or .ts";
 }
 
 std::string ContainerAdvice(const Order& order, const std::string& notTaken) {

@@ -13,12 +13,15 @@ namespace app {
 codec::EncoderSettings WishesOf(const Order& order);
 
 // One sentence on why the wished encoders cannot write the output: an encoder or option that does
-// not exist, a container that does not hold the codec. Empty if nothing stands against them, or
-// none was wished for. No file is opened.
+// not exist, no container, one that does not hold the codec. Empty if nothing stands against them,
+// or none was wished for. No file is opened.
 std::string WhyNotEncodable(const Order& order);
 
 // The name of the first codec that the output does not hold; null if it holds both.
 const char* NotTaken(const Order& order);
+
+// One sentence on an output whose name tells no container, and what would work.
+std::string ExtensionAdvice(const Order& order);
 
 // One sentence on an output that does not hold this codec, and what would work.
 std::string ContainerAdvice(const Order& order, const std::string& notTaken);

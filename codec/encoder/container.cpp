@@ -71,6 +71,8 @@ const AVOutputFormat* ChooseContainer(const char* path) {
   return format != nullptr ? format : av_guess_format("mpeg", nullptr, nullptr);
 }
 
+bool NamesContainer(const char* path) { return av_guess_format(nullptr, path, nullptr) != nullptr; }
+
 bool HasFixedRate(const AVOutputFormat& format) {
   return Contains(kFixedRateContainers, format.name);
 }

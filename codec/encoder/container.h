@@ -12,6 +12,9 @@ namespace codec {
 // FFmpeg was built without that one.
 const AVOutputFormat* ChooseContainer(const char* path);
 
+// Whether the path's extension names a container that FFmpeg writes.
+bool NamesContainer(const char* path);
+
 // Whether the container stores no times of its pictures, only how long each of them lasts.
 bool HasFixedRate(const AVOutputFormat& format);
 

@@ -81,8 +81,8 @@ void ExpectHonestFailure(const CommandResult& result, const std::string& output,
 
 TEST(Honesty, FailsForContainersThatDoNotTakeTheCodecs) {
   const std::vector<std::pair<std::string, std::string>> rows = {
-      {"webm", "H.264"}, {"gif", "H.264"}, {"mp3", "H.264"}, {"ogg", "H.264"}, {"unknown", "H.264"},
-      {"wav", "H.264"},  {"yuv", "H.264"}, {"jpg", "H.264"}, {"swf", "H.264"}, {"h264", "AAC"}};
+      {"webm", "H.264"}, {"gif", "H.264"}, {"mp3", "H.264"}, {"ogg", "H.264"}, {"wav", "H.264"},
+      {"yuv", "H.264"},  {"jpg", "H.264"}, {"swf", "H.264"}, {"h264", "AAC"}};
   for (const auto& [extension, codec] : rows) {
     const std::string output = ScratchPath("refused." + extension);
     const CommandResult result = Reverse(Source(), output);
@@ -98,6 +98,23 @@ TEST(Honesty, StopsDecodingOnceTheHeaderIsRefused) {
   EXPECT_EQ(result.status, kFailure);
   EXPECT_FALSE(Contains(result.err, "Error encoding"));
   EXPECT_TRUE(Contains(result.err, "encode video frames:0,"));
+}
+
+// FFmpeg's choice for such names would be MPEG-PS, which holds H.264 but no AAC.
+TEST(Honesty, RefusesNamesThatTellNoContainer) {
+  const std::string silent = test_support::Clip(test_support::ClipKind::kH264NoAudio);
+  for (const std::string& input : {silent, Source()}) {
+    for (const std::string& output :
+         {ScratchPath("a.xyz"), ScratchPath("none"), std::string("/dev/stdout")}) {
+      const CommandResult result = Reverse(input, output);
+      EXPECT_EQ(result.status, kFailure);
+      EXPECT_EQ(
+          Advice(result),
+          output + " has no extension that says what to write; use .mp4, .mov, .mkv, .avi or .ts");
+      EXPECT_TRUE(result.out.empty());
+    }
+    EXPECT_FALSE(fs::exists(ScratchPath("a.xyz")));
+  }
 }
 
 TEST(Honesty, LeavesAFileThatWasThereBefore) {
