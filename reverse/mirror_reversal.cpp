@@ -71,6 +71,7 @@ DecoderAdditions MirrorReversal::Additions() const {
   additions.cutsToEvenSize = true;
   additions.tellsLowRates = true;
   additions.scansLength = true;
+  additions.looksFurther = true;
   additions.restarts = Restarts::kJoined;
   additions.landsOnStamps = true;
   additions.laysOverBlack = true;

@@ -142,6 +142,7 @@ int Reverse::CreateDecoder() {
     return -1;
   }
   decoder->GetMediaInfo(mInputInfo);
+  mInputObstacle = decoder->WhyNotOpened().obstacle;
   if (mReversal->Prepare(decoder.get(), mInputPath, mAudioEnabled, &mInputInfo) != 0) {
     return Fail(FailedStep::kHost, mReversal->HostError());
   }
@@ -170,7 +171,9 @@ int Reverse::CreateWriter() {
 
   MediaFormat format;
   if (DescribeOutput(info, hasAudio, mOutput->Path(), format) != 0) {
-    return Fail(FailedStep::kReadFacts);
+    Fail(FailedStep::kReadFacts);
+    mFailure.obstacle = mInputObstacle;
+    return -1;
   }
   mReversal->Describe(info, mRange->Start(), mRange->End(), &format);
   for (const auto& [key, value] : mOutputParameters.Entries()) {

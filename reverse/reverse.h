@@ -186,6 +186,7 @@ class Reverse {
   std::unique_ptr<BackwardWalk> mLoop;  // uses the three above
   MediaInfo mInputInfo;
   JobFailure mFailure;
+  std::string mInputObstacle;  // why the input has no video; empty if nothing is known
   JobAccount mAccount;
   int32_t mFrameBufferSize = 0;
   bool mAudioEnabled = true;

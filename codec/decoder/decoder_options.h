@@ -52,6 +52,9 @@ struct DecoderAdditions {
   // If an input does not tell its length, or stamps begin late and the length may count from 0 or
   // from there, all of its packets are read to find it.
   bool scansLength = false;
+  // Pictures that begin long after the sound are looked for further into the file than FFmpeg does,
+  // and video of an unknown codec is named as the reason why there is none.
+  bool looksFurther = false;
   // Anything but kUnseen reads all packets of an input whose format allows restarts.
   Restarts restarts = Restarts::kUnseen;
   // Transparent pictures are laid over black, those of VP8 and VP9 included, whose transparency

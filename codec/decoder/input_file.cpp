@@ -47,6 +47,22 @@ int InputFile::FindStreams() {
   return -1;
 }
 
+int InputFile::FindStreamsFurther() {
+  constexpr int64_t kLongest = int64_t{60} * AV_TIME_BASE;
+  constexpr int64_t kMostBytes = int64_t{16} << 20;  // FFmpeg keeps what it has looked at
+  if (OpenHeader(std::string(mPath)) != 0) return -1;
+  mContext->max_analyze_duration = kLongest;
+  mContext->probesize = kMostBytes;
+  return FindStreams();
+}
+
+bool InputFile::LacksPictureForm() const {
+  const int index = av_find_best_stream(mContext.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  if (index < 0) return false;
+  const AVCodecParameters& video = *mContext->streams[index]->codecpar;
+  return video.format == AV_PIX_FMT_NONE && avcodec_find_decoder(video.codec_id) != nullptr;
+}
+
 void InputFile::Adopt(const std::string& path, ffmpeg::UniqueInput context) {
   mPath = path;
   mContext = std::move(context);

@@ -29,6 +29,12 @@ class InputFile : public PacketSource {
   // Both.
   int Open(const std::string& path) { return OpenHeader(path) == 0 ? FindStreams() : -1; }
 
+  // Opens the same file again and finds its streams in more of it than FFmpeg does by default. The
+  // results of FindStreams; streams that were known before are gone.
+  int FindStreamsFurther();
+  // Whether the form of the pictures is not known, although their codec is.
+  bool LacksPictureForm() const;
+
   // Goes on with a file that another object has opened at this path.
   void Adopt(const std::string& path, ffmpeg::UniqueInput context);
   // Gives the file away. To be destroyed next.

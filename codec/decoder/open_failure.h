@@ -11,7 +11,8 @@ struct OpenFailure {
   // What stands there that is no file to read back and forth: "a directory"; null if this is not
   // the reason. Static text.
   const char* kind = nullptr;
-  // Where the clock of the input restarts, and what would work; empty if this is not the reason.
+  // Where the clock of the input restarts, or that the codec of its video is unknown, and what
+  // would work; empty if this is not the reason.
   std::string obstacle = {};
 };
 

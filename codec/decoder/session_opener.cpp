@@ -59,6 +59,25 @@ std::string Words(const PartObstacle& obstacle) {
   return obstacle.what + place.data() + remedy;
 }
 
+// What to say of video that no decoder is known for; empty if there is none.
+std::string UnknownVideo(const AVFormatContext* file) {
+  for (unsigned int i = 0; i < file->nb_streams; ++i) {
+    const AVCodecParameters& stream = *file->streams[i]->codecpar;
+    const bool isCover = (file->streams[i]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+    if (stream.codec_type != AVMEDIA_TYPE_VIDEO || isCover) continue;
+    if (avcodec_find_decoder(stream.codec_id) != nullptr) continue;
+    std::array<char, AV_FOURCC_MAX_STRING_SIZE> tag{};
+    std::string name;
+    if (stream.codec_id != AV_CODEC_ID_NONE) {
+      name = std::string(" (") + avcodec_get_name(stream.codec_id) + ")";
+    } else if (stream.codec_tag != 0) {
+      name = std::string(" (") + av_fourcc_make_string(tag.data(), stream.codec_tag) + ")";
+    }
+    return "the codec of its video" + name + " is unknown; convert it with a program that plays it";
+  }
+  return "";
+}
+
 }  // namespace
 
 int SessionOpener::Open(const std::string& path) {
@@ -66,8 +85,16 @@ int SessionOpener::Open(const std::string& path) {
   if (mOptions.additions.skipsHoles) session.input.SkipHoles();
   // Probing decodes pictures, too. So pictures without room are refused before that.
   if (session.input.OpenHeader(path) != 0 || !AskForShare(false)) return -1;
-  if (session.input.FindStreams() != 0 || !AskForShare(true)) return -1;
-  if (OpenVideo() != 0) return -1;
+  if (session.input.FindStreams() != 0) return -1;
+  const bool looksFurther = mOptions.additions.looksFurther;
+  if (looksFurther && session.input.LacksPictureForm()) {
+    log_info(kDecoderTag, "%s: looking further for its pictures", path.c_str());
+    if (session.input.FindStreamsFurther() != 0) return -1;
+  }
+  if (!AskForShare(true) || OpenVideo() != 0) return -1;
+  if (looksFurther && session.video == nullptr) {
+    session.input.Refuse(UnknownVideo(session.input.Context()));
+  }
   OpenAudio();
   if (mOptions.additions.readsTags) {
     const int sound = session.audio == nullptr ? -1 : session.audio->Index();

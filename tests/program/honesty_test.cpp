@@ -210,6 +210,28 @@ TEST(Honesty, TellsWhatToDoAboutAnInputThatDoesNotServe) {
   EXPECT_EQ(Advice(RunProgram({"-v", "-i", "absent.mp4", "-o", "x.mp4"})), rows[1].second);
 }
 
+// Copies of a clip that name a codec which nobody knows.
+TEST(Honesty, NamesAnUnknownCodecOfTheVideo) {
+  struct Row {
+    std::string extension, known, other, name;
+  };
+  const Row rows[] = {{".mp4", "avc1", "zvc1", " (zvc1)"},
+                      {".mkv", "V_MPEG4/ISO/AVC", "V_MPEG4/ISO/ABC", ""}};
+  for (const Row& row : rows) {
+    const std::string clip =
+        test_support::CustomClip("known_codec" + row.extension, {"-i", Source(), "-c", "copy"});
+    std::string bytes = Bytes(clip);
+    for (size_t at = 0; (at = bytes.find(row.known, at)) != std::string::npos;) {
+      bytes.replace(at, row.known.size(), row.other);
+    }
+    const std::string input = ScratchPath("unknown_codec" + row.extension);
+    std::ofstream(input, std::ios::binary) << bytes;
+    EXPECT_EQ(Advice(Reverse(input, ScratchPath("unmade.mp4"))),
+              input + " cannot be reversed: the codec of its video" + row.name +
+                  " is unknown; convert it with a program that plays it");
+  }
+}
+
 TEST(Honesty, TellsWhatToDoAboutARangeBehindTheClip) {
   const std::string source = Clip(ClipKind::kH264NoAudio);
   EXPECT_EQ(Advice(RunProgram({"-i", source, "-o", ScratchPath("unmade.mp4"), "-s", "5"})),

@@ -130,5 +130,39 @@ TEST(PaletteAvi, IsShownInItsColors) {
 INSTANTIATE_TEST_SUITE_P(Kinds, MirroredInputs, testing::ValuesIn(kInputs),
                          [](const auto& tested) { return std::string(tested.param.name); });
 
+// FFmpeg looks for the form of the pictures in the first five seconds only.
+TEST(LatePictures, AreFoundLongAfterTheSound) {
+  const std::string clip =
+      CustomClip("late_pictures.mkv", {"-itsoffset",
+                                       "9",
+                                       "-f",
+                                       "lavfi",
+                                       "-i",
+                                       SceneFilter(400, 64, "25") + ",trim=end_frame=50",
+                                       "-f",
+                                       "lavfi",
+                                       "-i",
+                                       SweepFilter(44100, "mono"),
+                                       "-t",
+                                       "11",
+                                       FrameTimingOption(),
+                                       "passthrough",
+                                       "-c:v",
+                                       "libx264",
+                                       "-preset",
+                                       "ultrafast",
+                                       "-c:a",
+                                       "flac"});
+  const std::string output = ScratchPath("late_pictures.mp4");
+  const CommandResult result = RunProgram({"-i", clip, "-o", output, "--strict"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const std::vector<Picture> pictures = DecodeLuma(output);
+  ASSERT_EQ(pictures.size(), 50U);
+  for (size_t i = 0; i < pictures.size(); ++i) {
+    EXPECT_EQ(ReadFrameNumber(pictures[i]), static_cast<int>(49 - i));
+  }
+  EXPECT_NEAR(std::stod(StreamFields(output, "a")["duration"]), 11, 0.05);
+}
+
 }  // namespace
 }  // namespace test_support
