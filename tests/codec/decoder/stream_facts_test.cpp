@@ -158,6 +158,9 @@ class ToldLength : public testing::Test {
     mFile->duration_estimation_method = AVFMT_DURATION_FROM_STREAM;
   }
 
+  // The format would close what it has never opened.
+  void TearDown() override { mFile->iformat = nullptr; }
+
   AVStream* Add(AVMediaType type, int64_t start, int64_t duration) {
     AVStream* const stream = avformat_new_stream(mFile.get(), nullptr);
     stream->codecpar->codec_type = type;
