@@ -50,6 +50,7 @@ codec::DecoderAdditions AllAdditions() {
   additions.keepsLoopFilter = true;
   additions.skipsKeyScan = true;
   additions.asksContainerForShape = true;
+  additions.landsOnStamps = true;
   additions.expectsSilence = true;
   return additions;
 }
