@@ -104,6 +104,7 @@ bool InputFile::Read(AVPacket* packet) {
     av_packet_unref(packet);
     return false;
   }
+  if (mPacketsRead == 0 && mSeeks == 0) mFirstPosition = packet->pos;
   ++mPacketsRead;
   return true;
 }
@@ -180,6 +181,21 @@ int InputFile::AnyPacket(int64_t position) const {
   return key >= 0 && key < any ? 0 : AVSEEK_FLAG_ANY;
 }
 
+// The index that FFmpeg makes of a raw stream lacks a key packet without a stamp of decoding, such
+// as the first one if pictures are reordered.
+bool InputFile::HasMissedFirst() {
+  const bool isIndexMade = (mContext->iformat->flags & AVFMT_GENERIC_INDEX) != 0;
+  if (!isIndexMade || mContext->nb_streams != 1 || mFirstPosition < 0) return false;
+  std::vector<ffmpeg::UniquePacket> first;
+  first.emplace_back(av_packet_alloc());
+  if (first.front() == nullptr) mFailure.Note(AVERROR(ENOMEM));
+  if (first.front() == nullptr || !Read(first.front().get())) return false;
+  const bool hasMissed = first.front()->pos > mFirstPosition;
+  PutBack(std::move(first));
+  if (hasMissed) mPutBack.clear();
+  return hasMissed;
+}
+
 int InputFile::SeekToStart(int64_t earliest) {
   OnSeek();
   if (mReading != nullptr) return mReading->SeekToStart(Context());
@@ -192,8 +208,8 @@ int InputFile::SeekToStart(int64_t earliest) {
   const int64_t least = any == 0 ? std::numeric_limits<int64_t>::min() : std::min(earliest, start);
   const int result =
       avformat_seek_file(mContext.get(), -1, least, start, start, AVSEEK_FLAG_BACKWARD | any);
-  if (result >= 0) return result;
-  if (!mWarnedOfStart) {
+  if (result >= 0 && !HasMissedFirst()) return result;
+  if (result < 0 && !mWarnedOfStart) {
     log_warn(kDecoderTag, "%s: no way to its start by time: %s", mPath.c_str(),
              ffmpeg::ErrorText(result).c_str());
     mWarnedOfStart = true;

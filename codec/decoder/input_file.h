@@ -48,7 +48,8 @@ class InputFile : public PacketSource {
   // units if `stream` is -1. FFmpeg's result.
   int SeekBackward(int stream, int64_t position);
   // Moves to the first packet that can be reached with stamps from `earliest` to 0, in AV_TIME_BASE
-  // units, or to the first byte if there are no stamps. FFmpeg's result.
+  // units, or to the first byte if there are no stamps or the only stream would begin later than it
+  // did at first. FFmpeg's result.
   int SeekToStart(int64_t earliest);
 
   // From now on the stamps of packets are those on the line of these parts, and so are the times of
@@ -96,6 +97,7 @@ class InputFile : public PacketSource {
   void OnSeek();
   void LearnPalettes();
   int AnyPacket(int64_t position) const;
+  bool HasMissedFirst();
   // Logs that the file cannot be opened and why. -1.
   int CannotOpen(const std::string& reason) const;
 
@@ -107,6 +109,7 @@ class InputFile : public PacketSource {
   std::unique_ptr<PartReading> mReading;  // null unless joined
   std::deque<ffmpeg::UniquePacket> mPutBack;
   PaletteMemory mPalettes;
+  int64_t mFirstPosition = -1;  // bytes: of the first packet of all; -1 if unknown
   int mEndError = 0;
   int64_t mPacketsRead = 0;
   int64_t mSeeks = 0;

@@ -39,6 +39,8 @@ const WholeClip kClips[] = {
     {"Mpeg2StreamReordered", "m2v", kScene, nullptr, 2, "-c:v mpeg2video -g 12 -bf 2"},
     // The length is a guess by the bit rate.
     {"Mpeg1Stream", "m1v", kScene, nullptr, 2, "-c:v mpeg1video -g 12"},
+    // No index has the first key picture.
+    {"Mpeg4StreamReordered", "m4v", kScene, nullptr, 2, "-c:v mpeg4 -g 12 -bf 2"},
     // Several pictures share a stamp.
     {"Mpeg1", "mpg", kSmallScene, "mp2", 6,
      "-c:v mpeg1video -bf 0 -g 15 -b:v 200k -maxrate 200k -bufsize 200k"},
