@@ -51,6 +51,7 @@ codec::DecoderAdditions AllAdditions() {
   additions.skipsKeyScan = true;
   additions.asksContainerForShape = true;
   additions.landsOnStamps = true;
+  additions.skipsHoles = true;
   additions.expectsSilence = true;
   return additions;
 }
