@@ -215,13 +215,13 @@ TEST_F(ToldLength, IsNoneIfItIsWhenTheLastPacketBegins) {
   EXPECT_FALSE(IsLengthVague(mFile.get()));
   mFile->iformat = av_find_input_format("nut");
   EXPECT_TRUE(IsLengthVague(mFile.get()));
-  EXPECT_EQ(ToldEnd(mFile.get(), 4.04), std::nullopt);
+  EXPECT_EQ(ToldEnd(mFile.get(), Scanned(4.04)), std::nullopt);
 }
 
 TEST_F(ToldLength, IsNoneIfItIsAGuess) {
   mFile->duration_estimation_method = AVFMT_DURATION_FROM_BITRATE;
   EXPECT_TRUE(IsLengthVague(mFile.get()));
-  EXPECT_EQ(ToldEnd(mFile.get(), 4.5), std::nullopt);
+  EXPECT_EQ(ToldEnd(mFile.get(), Scanned(4.5)), std::nullopt);
 }
 
 TEST_F(ToldLength, DoesNotAskStreamsThatAreNotPlayed) {
