@@ -80,6 +80,7 @@ DecoderAdditions MirrorReversal::Additions() const {
   additions.asksContainerForShape = true;
   additions.expectsSilence = true;
   additions.skipsHoles = true;
+  additions.choosesSound = true;
   additions.keepsLoopFilter = DelaysVideo(mWishes);
   return additions;
 }
@@ -91,6 +92,10 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
   mPath = path;
   mExtent = ReadExtent(path);
   mSoundStream = decoder->SoundStream();
+  const PassedOverSound passed = decoder->PassedOver();
+  if (withSound && mSoundStream >= 0 && !passed.why.empty()) {
+    log_warn(kTag, "%s: %s", path.c_str(), passed.why.c_str());
+  }
   mJoined = decoder->Joined();
   decoder->LeaveSoundOut();
   if (withSound && mSoundStream >= 0 && OpenSound(path, mSoundStream) != 0) return -1;

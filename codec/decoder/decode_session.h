@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "codec/decoder/audio_converter.h"
+#include "codec/decoder/chosen_sound.h"
 #include "codec/decoder/frame_times.h"
 #include "codec/decoder/input_file.h"
 #include "codec/decoder/missed_start.h"
@@ -29,6 +30,8 @@ struct DecodeSession {
   FrameTimes times;
   PictureLosses losses;
   MissedStart missedStart;
+
+  PassedOverSound passedOverSound;
 
   double duration = 0;                        // seconds
   int64_t first_video_pts_ = AV_NOPTS_VALUE;  // ticks of the video: of its first packet

@@ -82,6 +82,9 @@ struct DecoderAdditions {
   bool landsOnStamps = false;
   // A file without a stream of sound is opened without an error line.
   bool expectsSilence = false;
+  // The sound is the one that players play beside the pictures: that of their own programme. Sound
+  // that cannot be decoded is passed over for other sound of this programme; PassedOver tells.
+  bool choosesSound = false;
 };
 
 // The share changes nothing in what comes out of a decoder.

@@ -225,6 +225,10 @@ int FFmpegDecoderImpl2::SoundStream() const {
   return hasSound ? mParts->session.audio->Index() : -1;
 }
 
+PassedOverSound FFmpegDecoderImpl2::PassedOver() const {
+  return mParts == nullptr ? PassedOverSound() : mParts->session.passedOverSound;
+}
+
 void FFmpegDecoderImpl2::LeaveSoundOut() {
   if (mParts == nullptr || mParts->session.audio == nullptr) return;
   mParts->session.input.LeaveOut(mParts->session.audio->Index());

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "codec/decoder/chosen_sound.h"
 #include "codec/decoder/decoder_options.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/open_failure.h"
@@ -64,11 +65,13 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   int HostError() override;
   LostPictures TakeLost(double from, double to) override;
 
-  // The next five are for a caller that reads the sound itself, and counts the times of sound and
+  // The next six are for a caller that reads the sound itself, and counts the times of sound and
   // pictures from one zero. To be called after Init, before the first seek or read.
   //
   // FFmpeg's number of the stream of the sound; -1 if there is no sound.
   int SoundStream() const;
+  // The sound that cannot be decoded. Blank unless the sound is chosen as players do.
+  PassedOverSound PassedOver() const;
   // From now on there is no sound, and its packets are not read.
   void LeaveSoundOut();
   // Time of the first picture in the file's stamps, in seconds; decodes it.

@@ -8,12 +8,14 @@
 #include <optional>
 
 #include "base/log.h"
+#include "codec/decoder/chosen_sound.h"
 #include "codec/decoder/decoder_choice.h"
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/field_probe.h"
 #include "codec/decoder/key_frame_scan.h"
 #include "codec/decoder/length_scan.h"
 #include "codec/decoder/part_scan.h"
+#include "codec/decoder/sound_choice.h"
 #include "codec/decoder/stream_facts.h"
 #include "codec/decoder/tag_reading.h"
 #include "codec/ffmpeg/compat_decoding.h"
@@ -23,13 +25,6 @@
 
 namespace codec {
 namespace {
-
-// Whether sound is there, decodable or not.
-bool HasSound(const AVFormatContext& file) {
-  return std::any_of(file.streams, file.streams + file.nb_streams, [](const AVStream* stream) {
-    return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
-  });
-}
 
 PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream, bool laysOverBlack) {
   const AVCodecParameters* const parameters = stream->codecpar;
@@ -212,18 +207,25 @@ void SessionOpener::DescribeProfile() {
 
 void SessionOpener::OpenAudio() {
   DecodeSession& session = *mSession;
-  if (mOptions.additions.expectsSilence && !HasSound(*session.input.Context())) return;
-  session.audio = StreamDecoder::Open(session.input, AVMEDIA_TYPE_AUDIO, 1);
-  if (session.audio == nullptr) return;
-  const AVCodecContext* const context = session.audio->Context();
-  if (session.sound.Open(context) != 0) {
-    session.audio.reset();
-    return;
+  if (mOptions.additions.expectsSilence && FirstSound(session.input.Context()) < 0) return;
+  if (mOptions.additions.choosesSound) {
+    session.audio = OpenChosenSound(session.input, session.VideoIndex(), &session.sound,
+                                    &session.passedOverSound);
+  } else {
+    session.audio = StreamDecoder::Open(session.input, AVMEDIA_TYPE_AUDIO, 1);
+    if (session.audio != nullptr && session.sound.Open(session.audio->Context()) != 0) {
+      session.audio.reset();
+    }
   }
+  if (session.audio != nullptr) DescribeAudio();
+}
+
+void SessionOpener::DescribeAudio() {
+  const AVCodecContext* const context = mSession->audio->Context();
   mInfo->has_audio = 1;
   mInfo->sample_rate = context->sample_rate;
   mInfo->audio_bit_rate = static_cast<int32_t>(context->bit_rate);
-  mInfo->sample_format = SampleFormatCode(session.sound.DeliveredFormat());
+  mInfo->sample_format = SampleFormatCode(mSession->sound.DeliveredFormat());
 }
 
 void SessionOpener::SetDuration(const StreamDecoder* decoder) {

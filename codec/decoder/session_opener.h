@@ -51,6 +51,7 @@ class SessionOpener {
   void DescribeVideo();
   void DescribeProfile();
   void OpenAudio();
+  void DescribeAudio();
   void SetDuration(const StreamDecoder* decoder);
   int LookForRestarts(const std::string& path);
   void Join(const std::shared_ptr<const JoinedParts>& parts);

@@ -2,6 +2,7 @@
 #include "codec/decoder/source_form.h"
 
 #include "base/local_file.h"
+#include "codec/decoder/sound_choice.h"
 #include "codec/ffmpeg/compat_channels.h"
 #include "codec/ffmpeg/file_url.h"
 #include "codec/ffmpeg/owned.h"
@@ -20,7 +21,7 @@ SourceForm ReadSourceForm(const std::string& path) {
   const ffmpeg::UniqueInput file(opened);
   if (avformat_find_stream_info(file.get(), nullptr) < 0) return form;
   const int video = av_find_best_stream(file.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  const int sound = av_find_best_stream(file.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+  const int sound = FirstDecodableSound(file.get(), video);
   if (video >= 0) {
     const AVStream* const stream = file->streams[video];
     const AVCodecParameters& parameters = *stream->codecpar;

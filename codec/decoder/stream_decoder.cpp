@@ -48,7 +48,14 @@ std::unique_ptr<StreamDecoder> StreamDecoder::Open(const InputFile& input, AVMed
               input.Path().c_str());
     return nullptr;
   }
-  const AVStream* const stream = file->streams[index];
+  return OpenStream(input, index, threads, wantsSecondPicture);
+}
+
+std::unique_ptr<StreamDecoder> StreamDecoder::OpenStream(const InputFile& input, int index,
+                                                         int threads, bool wantsSecondPicture) {
+  const AVStream* const stream = input.Context()->streams[index];
+  const AVMediaType type = stream->codecpar->codec_type;
+  const char* const typeName = av_get_media_type_string(type);
   const AVCodec* const codec = ChooseDecoder(stream, wantsSecondPicture);
   if (codec == nullptr) {
     log_error(kDecoderTag, "Failed to find %s codec", typeName);

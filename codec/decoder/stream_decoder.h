@@ -22,6 +22,9 @@ class StreamDecoder : public PictureDecoder {
   // ChooseDecoder. Null, with the reason logged, if there is no such stream or no decoder for it.
   static std::unique_ptr<StreamDecoder> Open(const InputFile& input, AVMediaType type, int threads,
                                              bool wantsSecondPicture = false);
+  // The same with the stream of this number, which the input has.
+  static std::unique_ptr<StreamDecoder> OpenStream(const InputFile& input, int index, int threads,
+                                                   bool wantsSecondPicture = false);
 
   bool Owns(const AVPacket* packet) const { return packet->stream_index == mStream->index; }
   int Index() const { return mStream->index; }

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+// Which sound of a clip is reversed, and what is told if there is none that could be.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tests/support/clips.h"
+#include "tests/support/command.h"
+#include "tests/support/media_reading.h"
+#include "tests/support/reversal.h"
+
+namespace test_support {
+namespace {
+
+constexpr double kSeconds = 4;
+
+const std::vector<std::string> kPictures = {"-f", "lavfi", "-i", SceneFilter(320, 180, "25")};
+const std::vector<std::string> kSweep = {"-f", "lavfi", "-i", SweepFilter(48000, "stereo")};
+const std::vector<std::string> kTone = {"-f", "lavfi", "-i", "sine=300:sample_rate=48000"};
+
+// A clip of some sources; `words` are those for the output.
+std::string Make(const std::string& name, const std::vector<std::vector<std::string>>& sources,
+                 const std::string& words) {
+  std::vector<std::string> all;
+  for (const auto& source : sources) all.insert(all.end(), source.begin(), source.end());
+  AppendWords(words, &all);
+  return CustomClip(name, all);
+}
+
+// A copy in which another code stands for a codec: FFmpeg does not know the codec.
+std::string Foreign(const std::string& clip, const std::string& code, const std::string& name) {
+  std::ifstream file(clip, std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const std::string strange = code.substr(0, code.size() - 4) + "zzzz";
+  for (size_t at = 0; (at = bytes.find(code, at)) != std::string::npos;) {
+    bytes.replace(at, code.size(), strange);
+  }
+  const std::string path = ScratchPath(name);
+  std::ofstream(path, std::ios::binary) << bytes;
+  return path;
+}
+
+bool Contains(const std::string& text, const std::string& piece) {
+  return text.find(piece) != std::string::npos;
+}
+
+void ExpectSound(const std::vector<float>& stereo, const std::string& output) {
+  const SoundMatch match = CompareSound(stereo, 48000, output, kSeconds);
+  EXPECT_GE(match.Median(), 0.9);
+}
+
+TEST(ChosenSound, IsTheNextOneIfTheFirstCannotBeDecoded) {
+  const std::string known =
+      Make("chosen_two.mov", {kPictures, kTone, kSweep},
+           "-map 0 -map 1 -map 2 -t 4 -c:v libx264 -pix_fmt yuv420p -c:a:0 pcm_s16le -c:a:1 aac");
+  const std::string input = Foreign(known, "sowt", "chosen_two.mov");
+  const std::string output = ScratchPath("chosen_two.out.mov");
+  const CommandResult result = RunProgram({"-i", input, "-o", output, "--strict"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(Contains(result.err, "FFmpeg has no decoder for the sound in stream 1 (zzzz)"));
+  EXPECT_TRUE(Contains(result.err, "; the sound in stream 2 (aac) is taken instead"));
+  ExpectSound(DecodeStereo(Make("chosen_sweep.wav", {kSweep}, "-t 4")), output);
+}
+
+TEST(ChosenSound, IsThatOfThePicturesProgramme) {
+  const std::string input =
+      Make("chosen_programmes.ts",
+           {kPictures, kSweep, {"-f", "lavfi", "-i", "testsrc=s=160x120:r=25"}, kTone},
+           "-map 2 -map 3 -map 0 -map 1 -t 4 -c:v mpeg2video -c:a mp2 -program title=A:st=0:st=1 "
+           "-program title=B:st=2:st=3");
+  const std::string output = ScratchPath("chosen_programmes.mov");
+  const CommandResult result = RunProgram({"-i", input, "-o", output});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const bool hasScene = StreamFields(output, "v").at("width") == "320";
+  const auto& sound = hasScene ? kSweep : kTone;
+  ExpectSound(
+      DecodeStereo(Make(hasScene ? "chosen_sweep.wav" : "chosen_tone.wav", {sound}, "-t 4")),
+      output);
+}
+
+}  // namespace
+}  // namespace test_support
