@@ -20,6 +20,11 @@ JobAccount ClosedAccount(const BackwardWalk& walk, double start, double end, Med
     const int64_t met = reversal.CountPictures(start, end);
     lost.unread += std::max<int64_t>(met - account.pictures - lost.Count(), 0);
   }
+  const LostSound leftOut = reversal.SoundLeftOut();
+  if (isDone && leftOut.seconds > 0) {
+    account.sound.lost += leftOut.seconds;
+    account.sound.firstLost = std::min(account.sound.firstLost, leftOut.time);
+  }
   if (isDone && !walk.SawLaterPicture()) account.input = reversal.InputExtent();
   return account;
 }

@@ -10,6 +10,7 @@
 #include "codec/decoder/cut_off_file.h"
 #include "codec/decoder/picture_scan.h"
 #include "codec/decoder/quiet_scan.h"
+#include "codec/decoder/sound_extent.h"
 #include "codec/decoder/tag_reading.h"
 #include "codec/encoder/container.h"
 #include "codec/encoder/encoder_choice.h"
@@ -92,9 +93,9 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
   mPath = path;
   mExtent = ReadExtent(path);
   mSoundStream = decoder->SoundStream();
-  const PassedOverSound passed = decoder->PassedOver();
-  if (withSound && mSoundStream >= 0 && !passed.why.empty()) {
-    log_warn(kTag, "%s: %s", path.c_str(), passed.why.c_str());
+  if (withSound) mPassedOver = decoder->PassedOver();
+  if (mSoundStream >= 0 && !mPassedOver.why.empty()) {
+    log_warn(kTag, "%s: %s", path.c_str(), mPassedOver.why.c_str());
   }
   mJoined = decoder->Joined();
   decoder->LeaveSoundOut();
@@ -123,13 +124,27 @@ int MirrorReversal::OpenSound(const std::string& path, int stream) {
     return PrepareForm();
   }
   if (mSound->Failure() != 0) return -1;
-  log_warn(kTag, "the sound of %s cannot be read, and is left out", path.c_str());
   mSound.reset();
+  mPassedOver = {stream, "its sound cannot be read"};
   return 0;
 }
 
-// Looks at every packet of the file only if the sound has holes that are long enough.
+// A stream of sound may be announced that has no packets, or none in the range.
 void MirrorReversal::Limit(double start, double end, MediaInfo* info) {
+  LimitQuiet(start, end, info);
+  if (mPassedOver.lost < 0) return;
+  SoundExtent extent;
+  if (extent.Read(mPath, mPassedOver.lost, mJoined) != 0) return;
+  const std::optional<LostSound> lost = extent.Within(mZero + start, mZero + end);
+  if (!lost.has_value()) return;
+  mLeftOut = {lost->time - mZero, lost->seconds};
+  const char* const why =
+      mPassedOver.why.empty() ? "FFmpeg cannot tell its form" : mPassedOver.why.c_str();
+  log_warn(kTag, "the sound of %s is left out: %s", mPath.c_str(), why);
+}
+
+// Looks at every packet of the file only if the sound has holes that are long enough.
+void MirrorReversal::LimitQuiet(double start, double end, MediaInfo* info) {
   if (mSound == nullptr || !MayBeQuiet(start, end)) return;
   QuietScan scan;
   if (scan.Read(mPath, mSoundStream, mJoined) != 0) return;

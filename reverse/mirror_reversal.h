@@ -32,7 +32,8 @@ class MirrorReversal : public Reversal {
   int Prepare(FFmpegDecoderImpl2* decoder, const std::string& path, bool withSound,
               MediaInfo* info) override;
   double Duration(const MediaInfo& info) const override;
-  // Leaves the sound out if the clock of the clip jumps too far within the range.
+  // Leaves the sound out if the clock of the clip jumps too far within the range. Warns of sound of
+  // the range that cannot be decoded.
   void Limit(double start, double end, MediaInfo* info) override;
   void Describe(const MediaInfo& info, double start, double end,
                 MediaFormat* format) const override;
@@ -41,6 +42,7 @@ class MirrorReversal : public Reversal {
                        const MediaFormat& format) override;
   std::unique_ptr<FramePlacement> Place(MediaWriter* writer, ReverseRange* range) override;
   int64_t CountPictures(double start, double end) const override;
+  LostSound SoundLeftOut() const override { return mLeftOut; }
   // As it was when the input was opened: a file may grow meanwhile.
   FileExtent InputExtent() const override { return mExtent; }
   int HostError() const override;
@@ -59,6 +61,7 @@ class MirrorReversal : public Reversal {
 
  private:
   int OpenSound(const std::string& path, int stream);
+  void LimitQuiet(double start, double end, MediaInfo* info);
   bool MayBeQuiet(double start, double end);
   int PrepareForm();
   SoundLayout ChooseLayout() const;
@@ -74,6 +77,8 @@ class MirrorReversal : public Reversal {
   FileExtent mExtent;
   std::shared_ptr<const JoinedParts> mJoined;  // null unless the clock restarts
   int mSoundStream = -1;                       // FFmpeg's number; -1 without sound
+  PassedOverSound mPassedOver;                 // blank if no sound is wanted
+  LostSound mLeftOut;                          // of the range
   double mZero = 0;                            // of the mirror, in the file's stamps, in seconds
   std::unique_ptr<SoundWalk> mSound;           // null without sound
   double mDuration = 0;                        // seconds

@@ -10,6 +10,7 @@
 #include "codec/decoder/ffmpeg_decoder_impl2.h"
 #include "codec/decoder/file_extent.h"
 #include "codec/decoder/media_info.h"
+#include "codec/decoder/sound_stretch.h"
 #include "codec/format/media_format.h"
 #include "codec/writer/media_writer.h"
 #include "reverse/backward_walk.h"
@@ -67,6 +68,10 @@ class Reversal {
   // The pictures of a range, in seconds, as the packets of the whole file tell; reads all of them.
   // Below 0 if nobody can tell.
   virtual int64_t CountPictures(double /*start*/, double /*end*/) const { return -1; }
+
+  // The sound of the range that is left out because it cannot be decoded, once the range is known.
+  // Its time is in seconds from the start of the input.
+  virtual LostSound SoundLeftOut() const { return {}; }
 
   // What the input lacks, if it is known that its end was cut off; otherwise blank.
   virtual FileExtent InputExtent() const { return {}; }

@@ -15,6 +15,7 @@
 namespace test_support {
 namespace {
 
+constexpr int kFailure = 255;
 constexpr double kSeconds = 4;
 
 const std::vector<std::string> kPictures = {"-f", "lavfi", "-i", SceneFilter(320, 180, "25")};
@@ -79,6 +80,63 @@ TEST(ChosenSound, IsThatOfThePicturesProgramme) {
   ExpectSound(
       DecodeStereo(Make(hasScene ? "chosen_sweep.wav" : "chosen_tone.wav", {sound}, "-t 4")),
       output);
+}
+
+struct LostCase {
+  const char* extension;
+  const char* encoder;
+  const char* code;  // that stands for the codec in the file
+};
+
+class UnknownCodec : public testing::TestWithParam<LostCase> {
+ protected:
+  static std::string Input() {
+    const LostCase& one = GetParam();
+    const std::string name = std::string("unknown_codec.") + one.extension;
+    const std::string known =
+        Make(name, {kPictures, kSweep},
+             std::string("-t 4 -c:v libx264 -pix_fmt yuv420p -c:a ") + one.encoder);
+    return Foreign(known, one.code, name);
+  }
+
+  const std::string mOutput = ScratchPath("unknown_codec.mp4");
+};
+
+TEST_P(UnknownCodec, IsToldAsLost) {
+  const std::string input = Input();
+  const CommandResult result = RunProgram({"-i", input, "-o", mOutput});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(Contains(result.err, "FFmpeg has no decoder for the sound in stream 1"));
+  EXPECT_TRUE(Contains(result.err, "the sound of " + input + " is left out: "));
+  EXPECT_TRUE(Contains(result.err, "4.000 s of sound could not be decoded (the first at 0.000 s)"))
+      << result.err;
+  const CommandResult strict = RunProgram({"-i", input, "-o", ScratchPath("x.mp4"), "--strict"});
+  EXPECT_EQ(strict.status, kFailure) << strict.err;
+}
+
+TEST_P(UnknownCodec, IsLostInTheRangeAlone) {
+  const CommandResult result =
+      RunProgram({"-i", Input(), "-o", mOutput, "-s", "1", "-e", "2.5", "--progress", "json"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(Contains(result.out + result.err, "\"lost_sound\":1.500")) << result.out;
+}
+
+TEST_P(UnknownCodec, IsNoLossIfNoSoundIsWanted) {
+  const CommandResult result = RunProgram({"-i", Input(), "-o", mOutput, "--no-sound", "--strict"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_FALSE(Contains(result.err, "the sound ")) << result.err;
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, UnknownCodec,
+                         testing::Values(LostCase{"mov", "pcm_s16le", "sowt"},
+                                         LostCase{"mkv", "flac", "A_FLAC"}),
+                         [](const auto& one) { return std::string(one.param.extension); });
+
+TEST(NoSound, IsNoLoss) {
+  const CommandResult result =
+      RunProgram({"-i", Clip(ClipKind::kH264NoAudio), "-o", ScratchPath("silent.mp4"), "--strict"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_FALSE(Contains(result.err, "sound")) << result.err;
 }
 
 }  // namespace
