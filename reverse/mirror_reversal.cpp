@@ -82,6 +82,7 @@ DecoderAdditions MirrorReversal::Additions() const {
   additions.expectsSilence = true;
   additions.skipsHoles = true;
   additions.choosesSound = true;
+  additions.findsLateSound = true;
   additions.keepsLoopFilter = DelaysVideo(mWishes);
   return additions;
 }
@@ -98,6 +99,7 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
     log_warn(kTag, "%s: %s", path.c_str(), mPassedOver.why.c_str());
   }
   mJoined = decoder->Joined();
+  mProbedTo = decoder->ProbedTo();
   decoder->LeaveSoundOut();
   if (withSound && mSoundStream >= 0 && OpenSound(path, mSoundStream) != 0) return -1;
   info->has_audio = mSound != nullptr ? 1 : 0;
@@ -119,7 +121,7 @@ int MirrorReversal::Prepare(FFmpegDecoderImpl2* decoder, const std::string& path
 int MirrorReversal::OpenSound(const std::string& path, int stream) {
   mSound = std::make_unique<SoundWalk>();
   mSound->NormalizeMix();
-  if (mSound->Open(path, stream, mJoined) == 0) {
+  if (mSound->Open(path, stream, mJoined, mProbedTo) == 0) {
     ChooseSound(mSound->SourceBits(), &mWishes);
     return PrepareForm();
   }

@@ -76,6 +76,7 @@ class MirrorReversal : public Reversal {
   std::string mPath;
   FileExtent mExtent;
   std::shared_ptr<const JoinedParts> mJoined;  // null unless the clock restarts
+  int64_t mProbedTo = 0;                       // bytes, as for InputFile::ProbeTo
   int mSoundStream = -1;                       // FFmpeg's number; -1 without sound
   PassedOverSound mPassedOver;                 // blank if no sound is wanted
   LostSound mLeftOut;                          // of the range

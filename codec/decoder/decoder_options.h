@@ -85,6 +85,9 @@ struct DecoderAdditions {
   // The sound is the one that players play beside the pictures: that of their own programme. Sound
   // that cannot be decoded is passed over for other sound of this programme; PassedOver tells.
   bool choosesSound = false;
+  // Sound that begins so late that FFmpeg's probe does not come to it is probed there. Found only
+  // if restarts are looked for.
+  bool findsLateSound = false;
 };
 
 // The share changes nothing in what comes out of a decoder.

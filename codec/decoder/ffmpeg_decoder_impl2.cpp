@@ -112,18 +112,28 @@ int FFmpegDecoderImpl2::InitParts() {
   auto session = std::make_unique<DecodeSession>();
   MediaInfo info;
   info.channels = SoundLayout().channels;
-  SessionOpener opener(session.get(), &info, mOptions);
-  const int result = opener.Open(mPath);
-  mOpenFailure = opener.WhyNotOpened();
+  auto opener = std::make_unique<SessionOpener>(session.get(), &info, mOptions);
+  int result = opener->Open(mPath);
+  mProbedTo = 0;
+  if (opener->ProbeNeeded().has_value()) {
+    mProbedTo = *opener->ProbeNeeded();
+    session = std::make_unique<DecodeSession>();
+    info = MediaInfo();
+    info.channels = SoundLayout().channels;
+    opener = std::make_unique<SessionOpener>(session.get(), &info, mOptions);
+    opener->ProbeTo(mProbedTo);
+    result = opener->Open(mPath);
+  }
+  mOpenFailure = opener->WhyNotOpened();
   if (result != 0) return -1;
   mInfo = info;
   mFrameBufferSize = session->pictures.Size();
   mAudioBufferSize = session->sound.MaxBlockBytes();
   auto parts = std::make_unique<Parts>(std::move(session));
   if (!parts->IsUsable()) log_error(kDecoderTag, "Could not allocate frame");
-  parts->feed.Open(opener.Share().replayBudget);
-  parts->scanned = opener.Scanned();
-  parts->lacksTimes = opener.LacksTimes();
+  parts->feed.Open(opener->Share().replayBudget);
+  parts->scanned = opener->Scanned();
+  parts->lacksTimes = opener->LacksTimes();
   const bool makesUpStamps = parts->lacksTimes && MayRestart(parts->session.input.Context());
   if (mOptions.additions.landsOnStamps && makesUpStamps) parts->seeker.LandOnStamps();
   if (mOptions.additions.keepsMetPicture) parts->seeker.KeepMetPicture();

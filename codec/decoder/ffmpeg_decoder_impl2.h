@@ -65,13 +65,15 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   int HostError() override;
   LostPictures TakeLost(double from, double to) override;
 
-  // The next six are for a caller that reads the sound itself, and counts the times of sound and
+  // The next seven are for a caller that reads the sound itself, and counts the times of sound and
   // pictures from one zero. To be called after Init, before the first seek or read.
   //
   // FFmpeg's number of the stream of the sound; -1 if there is no sound.
   int SoundStream() const;
   // The sound that cannot be decoded. Blank unless the sound is chosen as players do.
   PassedOverSound PassedOver() const;
+  // How far the file had to be probed for its sound, as for InputFile::ProbeTo.
+  int64_t ProbedTo() const { return mProbedTo; }
   // From now on there is no sound, and its packets are not read.
   void LeaveSoundOut();
   // Time of the first picture in the file's stamps, in seconds; decodes it.
@@ -117,6 +119,7 @@ class FFmpegDecoderImpl2 : public FFmpegDecoder {
   const std::unique_ptr<but::Mutex> mMutex;  // never null, as the next one
   const std::unique_ptr<FirstFailure> mThrown;
   OpenFailure mOpenFailure;
+  int64_t mProbedTo = 0;  // bytes
   MediaInfo mInfo;
   int mFrameBufferSize = 0;
   int mAudioBufferSize = 0;

@@ -37,6 +37,11 @@ int InputFile::OpenHeader(const std::string& path) {
 }
 
 int InputFile::FindStreams() {
+  constexpr int64_t kEver = int64_t{1000} * 3600 * AV_TIME_BASE;
+  if (mProbeBytes > 0) {
+    mContext->probesize = mProbeBytes;
+    mContext->max_analyze_duration = kEver;
+  }
   const int result = avformat_find_stream_info(mContext.get(), nullptr);
   if (result >= 0) {
     LearnPalettes();

@@ -21,6 +21,9 @@ namespace codec {
 
 class InputFile : public PacketSource {
  public:
+  // Streams are looked for in so many bytes of packets, however long these last. 0, as it is at
+  // first, for FFmpeg's own choice. The packets are held in memory meanwhile.
+  void ProbeTo(int64_t bytes) { mProbeBytes = bytes; }
   // Opens the local file, which must be one that can be read backwards, and reads its header. 0, or
   // -1 with the reason logged.
   int OpenHeader(const std::string& path);
@@ -111,6 +114,7 @@ class InputFile : public PacketSource {
   PaletteMemory mPalettes;
   int64_t mFirstPosition = -1;  // bytes: of the first packet of all; -1 if unknown
   int mEndError = 0;
+  int64_t mProbeBytes = 0;
   int64_t mPacketsRead = 0;
   int64_t mSeeks = 0;
   bool mWarnedOfStart = false;

@@ -6,6 +6,7 @@
 
 #include "codec/decoder/fresh_start.h"
 #include "codec/decoder/packet_clock.h"
+#include "codec/decoder/sound_choice.h"
 #include "codec/ffmpeg/owned.h"
 
 namespace codec {
@@ -64,6 +65,19 @@ int PartScan::Run(const std::string& path, bool endsAtRestart) {
 std::shared_ptr<const JoinedParts> PartScan::Parts() const {
   if (mObstacle.has_value() || mClock.Joined().Count() < 2) return nullptr;
   return std::make_shared<const JoinedParts>(mClock.Joined());
+}
+
+std::optional<UnprobedSound> PartScan::SoundUnknownTo(const AVFormatContext* probed) const {
+  std::optional<UnprobedSound> found;
+  for (size_t i = 0; i < mSeen.size(); ++i) {
+    const AVStream* const stream = mInput.Context()->streams[i];
+    const bool isSound = stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+    if (!isSound || mSeen[i].packets == 0) continue;
+    if (i < probed->nb_streams && IsKnownSound(probed->streams[i])) continue;
+    if (found.has_value() && found->position <= mSeen[i].first) continue;
+    found = UnprobedSound{stream->index, mSeen[i].first};
+  }
+  return found;
 }
 
 void PartScan::NoteStreams() {

@@ -23,6 +23,12 @@ struct PartObstacle {
   bool isRestart = false;  // nothing but that there are to be no restarts
 };
 
+// Sound that a probe has not met.
+struct UnprobedSound {
+  int stream = -1;       // FFmpeg's number
+  int64_t position = 0;  // of its first packet, in bytes
+};
+
 // Reads all packets of a file once, through an input of its own; nothing is decoded but what
 // FFmpeg decodes to find the streams. Packets are brought into the order of the file: a demuxer
 // gives a long picture after the sound that follows it.
@@ -44,6 +50,9 @@ class PartScan {
   bool LacksTimes() const { return mLacksTimes; }
   // Nothing if the streams that are decoded go through the whole file, and their clock makes sense.
   const std::optional<PartObstacle>& Obstacle() const { return mObstacle; }
+  // The earliest of the streams of sound that have packets, and of which this context of the same
+  // file does not know the form.
+  std::optional<UnprobedSound> SoundUnknownTo(const AVFormatContext* probed) const;
   // FFmpeg's number of the first failure of the host; 0 while there was none.
   int Failure() const { return mInput.Failure().Error(); }
 

@@ -75,6 +75,11 @@ std::string UnknownVideo(const AVFormatContext* file) {
 
 }  // namespace
 
+void SessionOpener::ProbeTo(int64_t bytes) {
+  mProbedTo = bytes;
+  mSession->input.ProbeTo(bytes);
+}
+
 int SessionOpener::Open(const std::string& path) {
   DecodeSession& session = *mSession;
   if (mOptions.additions.skipsHoles) session.input.SkipHoles();
@@ -99,6 +104,7 @@ int SessionOpener::Open(const std::string& path) {
   // the missing video rather than of a range that does not fit.
   if (session.video == nullptr) SetDuration(session.audio.get());
   if (LookForRestarts(path) != 0) return -1;
+  if (mProbeNeeded.has_value()) return 0;
   session.times.Open(session.video.get(), session.audio.get(), mFrameRate);
   if (session.video != nullptr) {
     const AVRational timeBase = session.video->Stream()->time_base;
@@ -253,6 +259,7 @@ int SessionOpener::LookForRestarts(const std::string& path) {
     log_error(kDecoderTag, "%s: %s", path.c_str(), obstacle.c_str());
     return -1;
   }
+  if (mOptions.additions.findsLateSound) LookForLateSound(scan);
   if (!scan.End().has_value()) return 0;
   // The file tells its length from its first packet on, which may be one that cannot be decoded.
   const double end = static_cast<double>(*scan.End()) / AV_TIME_BASE;
@@ -260,6 +267,26 @@ int SessionOpener::LookForRestarts(const std::string& path) {
   mLacksTimes = scan.LacksTimes();
   if (const std::shared_ptr<const JoinedParts> parts = scan.Parts()) Join(parts);
   return 0;
+}
+
+// A probe takes some more bytes than those before the sound: it decodes a few packets.
+void SessionOpener::LookForLateSound(const PartScan& scan) {
+  constexpr int64_t kMore = int64_t{4} << 20;
+  constexpr int64_t kMost = int64_t{64} << 20;
+  DecodeSession& session = *mSession;
+  AVFormatContext* const file = session.input.Context();
+  const std::optional<UnprobedSound> late = scan.SoundUnknownTo(file);
+  if (!late.has_value()) return;
+  // Sound of another programme does not stand in for that of this one.
+  if (session.audio != nullptr &&
+      ShareProgram(file, session.VideoIndex(), session.audio->Index())) {
+    return;
+  }
+  if (mProbedTo == 0 && late->position <= kMost - kMore) {
+    mProbeNeeded = late->position + kMore;
+  } else if (session.audio == nullptr) {
+    session.passedOverSound.lost = late->stream;
+  }
 }
 
 void SessionOpener::Join(const std::shared_ptr<const JoinedParts>& parts) {

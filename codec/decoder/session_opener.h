@@ -13,6 +13,8 @@
 
 namespace codec {
 
+class PartScan;
+
 // Fills a fresh session and a fresh record:
 //   1. open the file, ask what its pictures may take, find its streams, ask again
 //   2. open the video decoder, derive the picture facts
@@ -31,10 +33,16 @@ class SessionOpener {
         mShare(options),
         mPacket(av_packet_alloc()) {}
 
+  // Streams are looked for in so many bytes, as by InputFile::ProbeTo. To be called before Open.
+  void ProbeTo(int64_t bytes);
   // 0, or -1, logged, if the file does not open, its video has no pixel format, its pictures get
   // no share of memory, or its clock restarts and that is refused. Then the session is of no use.
   int Open(const std::string& path);
 
+  // Nothing unless Open has ended early, with 0: there is sound beyond what was probed. Then the
+  // session and the record are of no use, and the input is to be opened again with a fresh session
+  // and this number for ProbeTo.
+  std::optional<int64_t> ProbeNeeded() const { return mProbeNeeded; }
   // Why the input was not opened; blank if it was.
   const OpenFailure& WhyNotOpened() const { return mSession->input.WhyNotOpened(); }
   // What the options grant this input.
@@ -54,6 +62,7 @@ class SessionOpener {
   void DescribeAudio();
   void SetDuration(const StreamDecoder* decoder);
   int LookForRestarts(const std::string& path);
+  void LookForLateSound(const PartScan& scan);
   void Join(const std::shared_ptr<const JoinedParts>& parts);
   void ScanKeyFrames();
   void CheckVariableRate();
@@ -68,6 +77,8 @@ class SessionOpener {
   int64_t mFirstAudioTicks = AV_NOPTS_VALUE;
   std::optional<ScannedLength> mScanned;
   bool mLacksTimes = false;
+  int64_t mProbedTo = 0;  // bytes; 0 for FFmpeg's own choice
+  std::optional<int64_t> mProbeNeeded;
 };
 
 }  // namespace codec

@@ -32,8 +32,9 @@ bool SameBytes(const uint8_t* a, size_t sizeOfA, const uint8_t* b, size_t sizeOf
 }  // namespace
 
 int SoundInput::Open(const std::string& path, int streamIndex,
-                     const std::shared_ptr<const JoinedParts>& parts) {
+                     const std::shared_ptr<const JoinedParts>& parts, int64_t probedTo) {
   mParts = parts;
+  mProbedTo = probedTo;
   mPath = path;
   mIndex = streamIndex;
   return OpenInput() == 0 && KeepFirst() == 0 ? 0 : -1;
@@ -44,6 +45,7 @@ int SoundInput::OpenInput() {
   if (mInput != nullptr && mFailure.Error() == 0) mFailure.Note(mInput->Failure().Error());
   mInput = std::make_unique<InputFile>();
   mInput->SkipHoles();
+  mInput->ProbeTo(mProbedTo);
   ++mOpens;
   if (mInput->Open(mPath) != 0) {
     mFailure.Keep(AVERROR(EIO));

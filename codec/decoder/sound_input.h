@@ -18,10 +18,11 @@ namespace codec {
 class SoundInput {
  public:
   // Opens the local file with nothing but this stream switched on; the first packet is the next
-  // one. `parts` lays the stamps on one line, if the clock of the file restarts. 0, or -1 with the
+  // one. `parts` lays the stamps on one line, if the clock of the file restarts. `probedTo` as
+  // for InputFile::ProbeTo. 0, or -1 with the
   // reason logged.
   int Open(const std::string& path, int streamIndex,
-           const std::shared_ptr<const JoinedParts>& parts = nullptr);
+           const std::shared_ptr<const JoinedParts>& parts = nullptr, int64_t probedTo = 0);
 
   // Fills the blank `packet` with the stream's next one. False at the end of input, after an error
   // too: the packet is blank then.
@@ -74,6 +75,7 @@ class SoundInput {
   int mIndex = -1;
   int mVideo = -1;  // -1 when the file has none
   std::shared_ptr<const JoinedParts> mParts;
+  int64_t mProbedTo = 0;  // bytes
   std::unique_ptr<InputFile> mInput;
   ffmpeg::UniquePacket mFirst;
   double mFirstSeconds = 0;

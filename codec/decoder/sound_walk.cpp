@@ -21,14 +21,14 @@ PrerollNeed NeedOf(const SoundPreroll& preroll) {
 }  // namespace
 
 int SoundWalk::Open(const std::string& path, int streamIndex,
-                    const std::shared_ptr<const JoinedParts>& parts) {
+                    const std::shared_ptr<const JoinedParts>& parts, int64_t probedTo) {
   mFrame.reset(av_frame_alloc());
   if (mFrame == nullptr) {
     mFailure.Keep(AVERROR(ENOMEM));
     log_error(kDecoderTag, "Could not allocate frame");
     return -1;
   }
-  if (mInput.Open(path, streamIndex, parts) != 0) return -1;
+  if (mInput.Open(path, streamIndex, parts, probedTo) != 0) return -1;
   const AVStream* const stream = mInput.Stream();
   const SoundPreroll preroll(*stream->codecpar);
   if (mDecoder.Open(stream, preroll.DecoderOption(), &mFailure) != 0) return -1;

@@ -37,10 +37,10 @@ class SoundWalk : public SoundReader {
   // Open, before the first Read.
   void SetLayout(const SoundLayout& layout) { mConverter.SetTarget(layout); }
   // Opens the stream of this number in the local file. 0, or -1, with the reason logged, when the
-  // file cannot be read, or the stream's sound cannot be decoded or converted. `parts` as for
-  // SoundInput.
+  // file cannot be read, or the stream's sound cannot be decoded or converted. `parts` and
+  // `probedTo` as for SoundInput.
   int Open(const std::string& path, int streamIndex,
-           const std::shared_ptr<const JoinedParts>& parts = nullptr);
+           const std::shared_ptr<const JoinedParts>& parts = nullptr, int64_t probedTo = 0);
 
   // Time of the first sample in the file's stamps, in seconds. Nothing when there is no sound in
   // the whole stream.

@@ -132,6 +132,25 @@ INSTANTIATE_TEST_SUITE_P(Files, UnknownCodec,
                                          LostCase{"mkv", "flac", "A_FLAC"}),
                          [](const auto& one) { return std::string(one.param.extension); });
 
+// FFmpeg's own probe ends before such sound.
+class LateSound : public testing::TestWithParam<const char*> {};
+
+TEST_P(LateSound, IsReversed) {
+  const std::string input =
+      Make(std::string("late_sound.") + GetParam(),
+           {{"-f", "lavfi", "-i", "testsrc2=s=160x90:r=25:d=14", "-itsoffset", "9"}, kSweep},
+           "-t 13 -c:v mpeg2video -c:a mp2");
+  const std::string output = ScratchPath("late_sound.mov");
+  const CommandResult result = RunProgram({"-i", input, "-o", output, "--strict"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(ReversedLine(result.err), "325 pictures and 13.000 s of sound reversed");
+  // What is heard from 9 to 13 s of the source comes first.
+  ExpectSound(DecodeStereo(Make("chosen_sweep.wav", {kSweep}, "-t 4")), output);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, LateSound, testing::Values("ts", "vob"),
+                         [](const auto& one) { return std::string(one.param); });
+
 TEST(NoSound, IsNoLoss) {
   const CommandResult result =
       RunProgram({"-i", Clip(ClipKind::kH264NoAudio), "-o", ScratchPath("silent.mp4"), "--strict"});
