@@ -66,20 +66,26 @@ TEST(ChosenSound, IsTheNextOneIfTheFirstCannotBeDecoded) {
   ExpectSound(DecodeStereo(Make("chosen_sweep.wav", {kSweep}, "-t 4")), output);
 }
 
+// Of two clips with the same streams, paired otherwise. The better sound is in one pair.
 TEST(ChosenSound, IsThatOfThePicturesProgramme) {
-  const std::string input =
-      Make("chosen_programmes.ts",
-           {kPictures, kSweep, {"-f", "lavfi", "-i", "testsrc=s=160x120:r=25"}, kTone},
-           "-map 2 -map 3 -map 0 -map 1 -t 4 -c:v mpeg2video -c:a mp2 -program title=A:st=0:st=1 "
-           "-program title=B:st=2:st=3");
-  const std::string output = ScratchPath("chosen_programmes.mov");
-  const CommandResult result = RunProgram({"-i", input, "-o", output});
-  ASSERT_EQ(result.status, 0) << result.err;
-  const bool hasScene = StreamFields(output, "v").at("width") == "320";
-  const auto& sound = hasScene ? kSweep : kTone;
-  ExpectSound(
-      DecodeStereo(Make(hasScene ? "chosen_sweep.wav" : "chosen_tone.wav", {sound}, "-t 4")),
-      output);
+  for (const bool isCrossed : {false, true}) {
+    const std::string programmes = isCrossed
+                                       ? "-program title=A:st=0:st=3 -program title=B:st=2:st=1"
+                                       : "-program title=A:st=0:st=1 -program title=B:st=2:st=3";
+    const std::string input =
+        Make(isCrossed ? "chosen_crossed_rates.ts" : "chosen_programme_rates.ts",
+             {kPictures, kSweep, {"-f", "lavfi", "-i", "testsrc=s=160x120:r=25"}, kTone},
+             "-map 2 -map 3 -map 0 -map 1 -t 4 -c:v mpeg2video -c:a mp2 -b:a:0 96k -b:a:1 384k " +
+                 programmes);
+    const std::string output = ScratchPath("chosen_programmes.mov");
+    const CommandResult result = RunProgram({"-i", input, "-o", output, "--overwrite", "yes"});
+    ASSERT_EQ(result.status, 0) << result.err;
+    const bool hasScene = StreamFields(output, "v").at("width") == "320";
+    const bool isSweep = hasScene != isCrossed;
+    ExpectSound(DecodeStereo(Make(isSweep ? "chosen_sweep.wav" : "chosen_tone.wav",
+                                  {isSweep ? kSweep : kTone}, "-t 4")),
+                output);
+  }
 }
 
 struct LostCase {
