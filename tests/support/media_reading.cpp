@@ -29,6 +29,19 @@ std::map<std::string, std::string> ParseFields(const std::string& text) {
   return fields;
 }
 
+// Of the pictures of a constant rate, in seconds of the file's stamps. Counted, because packets may
+// have no stamp. 0 without pictures.
+double PicturesEnd(const std::string& path) {
+  const auto fields =
+      ParseFields(Output({"ffprobe", "-v", "error", "-count_packets", "-select_streams", "v:0",
+                          "-show_entries", "stream=start_time,nb_read_packets,avg_frame_rate",
+                          "-of", "default=noprint_wrappers=1", path}));
+  if (fields.empty()) return 0;
+  const std::string rate = fields.at("avg_frame_rate");
+  const double perSecond = std::stod(rate) / std::stod(rate.substr(rate.find('/') + 1));
+  return std::stod(fields.at("start_time")) + std::stod(fields.at("nb_read_packets")) / perSecond;
+}
+
 }  // namespace
 
 int ReadFrameNumber(const Picture& picture) {
@@ -111,6 +124,7 @@ double EndTime(const std::string& path) {
   const auto fields = ContainerFields(path);
   const double start = std::stod(fields.at("start_time"));
   const double length = std::stod(fields.at("duration"));
+  if (fields.at("format_name") == "mpeg") return std::max(start + length, PicturesEnd(path));
   if (fields.at("format_name").find("mpeg") == 0) return start + length;
   constexpr double kLate = 1e-3;
   if (start <= kLate) return length;
