@@ -61,6 +61,7 @@ foreach(header
         codec/decoder/lost_pictures.h
         codec/decoder/media_info.h
         codec/decoder/open_failure.h
+        codec/decoder/passed_over_sound.h
         codec/ffmpeg/error_text.h
         codec/ffmpeg/log_bridge.h
         codec/ffmpeg/versions.h

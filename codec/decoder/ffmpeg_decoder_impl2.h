@@ -6,10 +6,10 @@
 #include <memory>
 #include <string>
 
-#include "codec/decoder/chosen_sound.h"
 #include "codec/decoder/decoder_options.h"
 #include "codec/decoder/ffmpeg_decoder.h"
 #include "codec/decoder/open_failure.h"
+#include "codec/decoder/passed_over_sound.h"
 #include "codec/utils/field_order.h"
 
 struct AVFormatContext;
