@@ -204,7 +204,8 @@ int VideoEncoder::Write(AVPacket* packet, int64_t stamp) {
 // To those who ask for the time of the last packet it counts as written, so that the order of
 // pictures and sound stays the same.
 int VideoEncoder::KeepBack(AVPacket* packet) {
-  if (packet->pts > mKept->pts) mKept->duration = packet->pts - mKept->pts;
+  const bool hasKept = mKept->size > 0;
+  if (hasKept && packet->pts > mKept->pts) mKept->duration = packet->pts - mKept->pts;
   const int result = WriteKept();
   av_packet_move_ref(mKept.get(), packet);
   mTrack.lastTime = static_cast<double>(mKept->pts) * av_q2d(mClock.StampBase());
