@@ -2,6 +2,7 @@
 // How many pictures and how much sound a job has written and lost.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
@@ -16,6 +17,12 @@ struct SoundAccount {
   double lost = 0;     // could not be decoded
   // Of the earliest sound that was lost; infinite if there is none.
   double firstLost = std::numeric_limits<double>::infinity();
+
+  // Counts a stretch that was lost.
+  void Lose(double time, double seconds) {
+    lost += seconds;
+    firstLost = std::min(firstLost, time);
+  }
 };
 
 // Every picture that the job has met in its range is either written or counted as lost.

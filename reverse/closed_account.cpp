@@ -21,10 +21,7 @@ JobAccount ClosedAccount(const BackwardWalk& walk, double start, double end, Med
     lost.unread += std::max<int64_t>(met - account.pictures - lost.Count(), 0);
   }
   const LostSound leftOut = reversal.SoundLeftOut();
-  if (isDone && leftOut.seconds > 0) {
-    account.sound.lost += leftOut.seconds;
-    account.sound.firstLost = std::min(account.sound.firstLost, leftOut.time);
-  }
+  if (isDone && leftOut.seconds > 0) account.sound.Lose(leftOut.time, leftOut.seconds);
   if (isDone && !walk.SawLaterPicture()) account.input = reversal.InputExtent();
   return account;
 }

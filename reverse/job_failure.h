@@ -35,8 +35,7 @@ struct JobFailure {
   // directory", "a pipe (FIFO)". Null if it is such a file, or not known. Static text.
   const char* kind = nullptr;
   // What stands in the way of an input that could be opened, of copying it, or of an output like
-  // this, and what would work.
-  // Empty if nothing is known.
+  // this, and what would work. Empty if nothing is known.
   std::string obstacle = {};
 };
 

@@ -319,8 +319,7 @@ std::string MirrorReversal::Obstacle(const MediaInfo& /*info*/, double /*start*/
   if (hasLogo != 1) return "";
   if (PictureSizes(format).Scaled()) {
     return "a logo is stamped on pictures of the clip's own size only; leave has-water-mark out, "
-           "or "
-           "resize the clip first";
+           "or resize the clip first";
   }
   std::string pictures;
   format.GetString("input-color-format", pictures);

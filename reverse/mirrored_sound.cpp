@@ -105,8 +105,7 @@ size_t MirroredSound::CountNew() const {
 void MirroredSound::NoteLost(double from) {
   for (const LostSound& lost : mStretch.lost) {
     if (lost.time < from || lost.time >= mTop) continue;
-    mAccount.lost += lost.seconds;
-    mAccount.firstLost = std::min(mAccount.firstLost, lost.time);
+    mAccount.Lose(lost.time, lost.seconds);
   }
 }
 

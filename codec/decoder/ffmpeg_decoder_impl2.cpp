@@ -109,14 +109,13 @@ int FFmpegDecoderImpl2::Init() {
 int FFmpegDecoderImpl2::InitParts() {
   if (mParts != nullptr) return 0;
   log_debug(kDecoderTag, "=====Init=====");
-  auto session = std::make_unique<DecodeSession>();
+  std::unique_ptr<DecodeSession> session;
+  std::unique_ptr<SessionOpener> opener;
   MediaInfo info;
-  info.channels = SoundLayout().channels;
-  auto opener = std::make_unique<SessionOpener>(session.get(), &info, mOptions);
-  int result = opener->Open(mPath);
-  mProbedTo = 0;
-  if (opener->ProbeNeeded().has_value()) {
-    mProbedTo = *opener->ProbeNeeded();
+  int result = 0;
+  // Once, and once more if there is sound beyond what was probed.
+  for (std::optional<int64_t> probe = 0; probe.has_value(); probe = opener->ProbeNeeded()) {
+    mProbedTo = *probe;
     session = std::make_unique<DecodeSession>();
     info = MediaInfo();
     info.channels = SoundLayout().channels;

@@ -37,10 +37,9 @@ int InputFile::OpenHeader(const std::string& path) {
 }
 
 int InputFile::FindStreams() {
-  constexpr int64_t kEver = int64_t{1000} * 3600 * AV_TIME_BASE;
-  if (mProbeBytes > 0) {
-    mContext->probesize = mProbeBytes;
-    mContext->max_analyze_duration = kEver;
+  if (mProbe.bytes > 0) {
+    mContext->probesize = mProbe.bytes;
+    mContext->max_analyze_duration = mProbe.duration;
   }
   const int result = avformat_find_stream_info(mContext.get(), nullptr);
   if (result >= 0) {
@@ -52,13 +51,16 @@ int InputFile::FindStreams() {
   return -1;
 }
 
+void InputFile::ProbeTo(int64_t bytes) {
+  constexpr int64_t kEver = int64_t{1000} * 3600 * AV_TIME_BASE;
+  mProbe = {bytes, kEver};
+}
+
+// FFmpeg keeps the packets of a probe in memory.
 int InputFile::FindStreamsFurther() {
-  constexpr int64_t kLongest = int64_t{60} * AV_TIME_BASE;
-  constexpr int64_t kMostBytes = int64_t{16} << 20;  // FFmpeg keeps what it has looked at
-  if (OpenHeader(std::string(mPath)) != 0) return -1;
-  mContext->max_analyze_duration = kLongest;
-  mContext->probesize = kMostBytes;
-  return FindStreams();
+  constexpr Probe kFurther = {int64_t{16} << 20, int64_t{60} * AV_TIME_BASE};
+  if (mProbe.bytes == 0) mProbe = kFurther;
+  return Open(std::string(mPath));
 }
 
 bool InputFile::LacksPictureForm() const {
@@ -78,11 +80,19 @@ void InputFile::LearnPalettes() {
   const bool hasPalette = std::any_of(
       mContext->streams, mContext->streams + mContext->nb_streams,
       [](const AVStream* stream) { return stream->codecpar->format == AV_PIX_FMT_PAL8; });
-  if (!hasPalette) return;
-  std::vector<ffmpeg::UniquePacket> first;
-  first.emplace_back(av_packet_alloc());
-  if (first.front() == nullptr) return static_cast<void>(mFailure.Note(AVERROR(ENOMEM)));
-  if (Read(first.front().get())) PutBack(std::move(first));
+  if (hasPalette) Peek();
+}
+
+const AVPacket* InputFile::Peek() {
+  std::vector<ffmpeg::UniquePacket> next;
+  next.emplace_back(av_packet_alloc());
+  if (next.front() == nullptr) {
+    mFailure.Note(AVERROR(ENOMEM));
+    return nullptr;
+  }
+  if (!Read(next.front().get())) return nullptr;
+  PutBack(std::move(next));
+  return mPutBack.front().get();
 }
 
 int InputFile::CannotOpen(const std::string& reason) const {
@@ -191,12 +201,8 @@ int InputFile::AnyPacket(int64_t position) const {
 bool InputFile::HasMissedFirst() {
   const bool isIndexMade = (mContext->iformat->flags & AVFMT_GENERIC_INDEX) != 0;
   if (!isIndexMade || mContext->nb_streams != 1 || mFirstPosition < 0) return false;
-  std::vector<ffmpeg::UniquePacket> first;
-  first.emplace_back(av_packet_alloc());
-  if (first.front() == nullptr) mFailure.Note(AVERROR(ENOMEM));
-  if (first.front() == nullptr || !Read(first.front().get())) return false;
-  const bool hasMissed = first.front()->pos > mFirstPosition;
-  PutBack(std::move(first));
+  const AVPacket* const next = Peek();
+  const bool hasMissed = next != nullptr && next->pos > mFirstPosition;
   if (hasMissed) mPutBack.clear();
   return hasMissed;
 }

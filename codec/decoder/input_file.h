@@ -23,7 +23,7 @@ class InputFile : public PacketSource {
  public:
   // Streams are looked for in so many bytes of packets, however long these last. 0, as it is at
   // first, for FFmpeg's own choice. The packets are held in memory meanwhile.
-  void ProbeTo(int64_t bytes) { mProbeBytes = bytes; }
+  void ProbeTo(int64_t bytes);
   // Opens the local file, which must be one that can be read backwards, and reads its header. 0, or
   // -1 with the reason logged.
   int OpenHeader(const std::string& path);
@@ -32,8 +32,8 @@ class InputFile : public PacketSource {
   // Both.
   int Open(const std::string& path) { return OpenHeader(path) == 0 ? FindStreams() : -1; }
 
-  // Opens the same file again and finds its streams in more of it than FFmpeg does by default. The
-  // results of FindStreams; streams that were known before are gone.
+  // Opens the same file again and finds its streams in more of it than FFmpeg does by default, or
+  // than ProbeTo has said. The results of Open; streams that were known before are gone.
   int FindStreamsFurther();
   // Whether the form of the pictures is not known, although their codec is.
   bool LacksPictureForm() const;
@@ -95,10 +95,18 @@ class InputFile : public PacketSource {
   int64_t Seeks() const { return mSeeks; }
 
  private:
+  // How far streams are looked for.
+  struct Probe {
+    int64_t bytes = 0;     // 0 for FFmpeg's own choice
+    int64_t duration = 0;  // in AV_TIME_BASE units; counts with bytes only
+  };
+
   int ReadFrame(AVPacket* packet);
   bool PassHole();
   void OnSeek();
   void LearnPalettes();
+  // The next packet, which stays the next one; null if there is none, or no memory.
+  const AVPacket* Peek();
   int AnyPacket(int64_t position) const;
   bool HasMissedFirst();
   // Logs that the file cannot be opened and why. -1.
@@ -114,7 +122,7 @@ class InputFile : public PacketSource {
   PaletteMemory mPalettes;
   int64_t mFirstPosition = -1;  // bytes: of the first packet of all; -1 if unknown
   int mEndError = 0;
-  int64_t mProbeBytes = 0;
+  Probe mProbe;
   int64_t mPacketsRead = 0;
   int64_t mSeeks = 0;
   bool mWarnedOfStart = false;

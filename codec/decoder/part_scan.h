@@ -50,8 +50,8 @@ class PartScan {
   bool LacksTimes() const { return mLacksTimes; }
   // Nothing if the streams that are decoded go through the whole file, and their clock makes sense.
   const std::optional<PartObstacle>& Obstacle() const { return mObstacle; }
-  // The earliest of the streams of sound that have packets, and of which this context of the same
-  // file does not know the form.
+  // The stream of sound that begins first, of those whose form is unknown to `probed`, another
+  // context of the same file. Nothing if `probed` knows the form of all sound that has packets.
   std::optional<UnprobedSound> SoundUnknownTo(const AVFormatContext* probed) const;
   // FFmpeg's number of the first failure of the host; 0 while there was none.
   int Failure() const { return mInput.Failure().Error(); }

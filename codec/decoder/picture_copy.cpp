@@ -78,17 +78,8 @@ int PictureCopy::Pack(const AVFrame* frame, uint8_t* buffer) const {
 const AVFrame* PictureCopy::Adapted(const AVFrame* frame) {
   const auto from = static_cast<AVPixelFormat>(frame->format);
   if (mSize == 0 || frame->width < 1 || frame->height < 1) return nullptr;
-  if (mAdapted == nullptr) {
-    mAdapted.reset(av_frame_alloc());
-    if (mAdapted == nullptr) return nullptr;
-    mAdapted->format = mFormat;
-    mAdapted->width = mWidth;
-    mAdapted->height = mHeight;
-    if (av_frame_get_buffer(mAdapted.get(), 0) < 0) {
-      mAdapted.reset();
-      return nullptr;
-    }
-  }
+  if (mAdapted == nullptr) mAdapted = ffmpeg::NewPicture(mFormat, mWidth, mHeight);
+  if (mAdapted == nullptr) return nullptr;
   mScaler.reset(sws_getCachedContext(
       mScaler.release(), frame->width, frame->height, FoldedPixelFormat(from), mWidth, mHeight,
       FoldedPixelFormat(mFormat), SWS_BICUBIC, nullptr, nullptr, nullptr));

@@ -57,17 +57,12 @@ std::string Words(const PartObstacle& obstacle) {
 // What to say of video that no decoder is known for; empty if there is none.
 std::string UnknownVideo(const AVFormatContext* file) {
   for (unsigned int i = 0; i < file->nb_streams; ++i) {
-    const AVCodecParameters& stream = *file->streams[i]->codecpar;
-    const bool isCover = (file->streams[i]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
-    if (stream.codec_type != AVMEDIA_TYPE_VIDEO || isCover) continue;
-    if (avcodec_find_decoder(stream.codec_id) != nullptr) continue;
-    std::array<char, AV_FOURCC_MAX_STRING_SIZE> tag{};
-    std::string name;
-    if (stream.codec_id != AV_CODEC_ID_NONE) {
-      name = std::string(" (") + avcodec_get_name(stream.codec_id) + ")";
-    } else if (stream.codec_tag != 0) {
-      name = std::string(" (") + av_fourcc_make_string(tag.data(), stream.codec_tag) + ")";
-    }
+    const AVStream* const stream = file->streams[i];
+    const AVCodecParameters& video = *stream->codecpar;
+    if (video.codec_type != AVMEDIA_TYPE_VIDEO || !IsPlayed(stream)) continue;
+    if (avcodec_find_decoder(video.codec_id) != nullptr) continue;
+    const bool isNamed = video.codec_id != AV_CODEC_ID_NONE || video.codec_tag != 0;
+    const std::string name = isNamed ? " (" + CodecName(stream) + ")" : "";
     return "the codec of its video" + name + " is unknown; convert it with a program that plays it";
   }
   return "";

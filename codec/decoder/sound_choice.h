@@ -27,8 +27,7 @@ int FirstSound(const AVFormatContext* file);
 // Whether FFmpeg knows the rate and the channels of this stream of sound.
 bool IsKnownSound(const AVStream* stream);
 
-// For a person: FFmpeg's name of the codec, or the code in the file if FFmpeg has no name for
-// it.
+// For a person: FFmpeg's name of the codec, or the code in the file if FFmpeg has no name.
 std::string CodecName(const AVStream* stream);
 
 }  // namespace codec

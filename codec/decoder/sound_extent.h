@@ -21,8 +21,8 @@ class SoundExtent {
   int Read(const std::string& path, int stream, const std::shared_ptr<const JoinedParts>& parts);
 
   // The part of the sound that lies in [from, to), all in seconds of the file's stamps. Nothing if
-  // there is none. Packets without a stamp do not count. One that
-  // does not say how long it lasts counts with its distance from the one before it.
+  // there is none. Packets without a stamp do not count. A packet that does not say how long it
+  // lasts counts with its distance from the packet before.
   std::optional<LostSound> Within(double from, double to) const;
 
  private:

@@ -19,8 +19,7 @@ class SoundInput {
  public:
   // Opens the local file with nothing but this stream switched on; the first packet is the next
   // one. `parts` lays the stamps on one line, if the clock of the file restarts. `probedTo` as
-  // for InputFile::ProbeTo. 0, or -1 with the
-  // reason logged.
+  // for InputFile::ProbeTo. 0, or -1 with the reason logged.
   int Open(const std::string& path, int streamIndex,
            const std::shared_ptr<const JoinedParts>& parts = nullptr, int64_t probedTo = 0);
 

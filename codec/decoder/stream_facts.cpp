@@ -94,12 +94,6 @@ int HevcReferences(int level, int64_t pixels) {
       MostAt(kByQuarters, static_cast<int>(std::min<int64_t>(quarters, 4)), kLeast));
 }
 
-bool IsPlayed(const AVStream* stream) {
-  const AVMediaType type = stream->codecpar->codec_type;
-  return (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) &&
-         (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
-}
-
 // In seconds of the file's stamps. Minus infinity if the stream does not tell its end.
 double StreamEnd(const AVStream* stream) {
   if (stream->start_time == AV_NOPTS_VALUE || stream->duration == AV_NOPTS_VALUE) {
@@ -156,6 +150,12 @@ bool IsAmidLast(double end, const ScannedLength& scanned) {
 }
 
 }  // namespace
+
+bool IsPlayed(const AVStream* stream) {
+  const AVMediaType type = stream->codecpar->codec_type;
+  return (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) &&
+         (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+}
 
 double RotationDegrees(const std::string& text) {
   if (text.empty() || text == "0") return 0;

@@ -26,6 +26,9 @@ bool IsConstantRate(AVRational average, AVRational realBase);
 // AV_NOPTS_VALUE stands for unknown; 0 if both are.
 double DurationSeconds(int64_t demuxerDuration, int64_t streamDuration, AVRational timeBase);
 
+// Whether the stream is one of pictures or sound, and no cover.
+bool IsPlayed(const AVStream* stream);
+
 // Whether the clock may restart in files of this format, as in MPEG-PS and TS.
 bool MayRestart(const AVFormatContext* file);
 

@@ -75,8 +75,7 @@ int DelayedVideoEncoder::Create(const EncoderOptions& /*defaults*/) {
   mTrack.stream = mFile->AddStream(codec);
   if (mTrack.stream != nullptr) mContext = NewEncoder(codec, *mFile);
   mFrame.reset(av_frame_alloc());
-  mTellsTimes =
-      mSettings.videoLength > 0 && mSettings.stampRate > 0 && !HasFixedRate(*mFile->Format());
+  mTellsTimes = mSettings.TellsVideoEnd() && !HasFixedRate(*mFile->Format());
   if (mContext == nullptr || mFrame == nullptr) {
     mFile->Remember(AVERROR(ENOMEM));
     log_error(kTag, "Could not alloc video stream.");
@@ -248,10 +247,6 @@ int DelayedVideoEncoder::WriteKeptUpTo(int64_t successor) {
   return first;
 }
 
-int64_t DelayedVideoEncoder::End() const {
-  return TruncateToInt64(mSettings.videoLength * mSettings.stampRate + 0.5);
-}
-
 int DelayedVideoEncoder::Drain() {
   if (mPicturesTaken == 0) return 0;
   const int result = mFile->Remember(mPump.Drain());
@@ -259,7 +254,7 @@ int DelayedVideoEncoder::Drain() {
   return result;
 }
 
-void DelayedVideoEncoder::Finish() { WriteKeptUpTo(End()); }
+void DelayedVideoEncoder::Finish() { WriteKeptUpTo(mSettings.VideoEnd()); }
 
 // SVT-AV1 hangs when it is freed before it has ended a stream, and a stream without pictures does
 // not end either.

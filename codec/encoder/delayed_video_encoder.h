@@ -58,7 +58,6 @@ class DelayedVideoEncoder : public VideoTrack, private PacketTaker {
   int OpenStream();
   int KeepBack(AVPacket* packet);
   int WriteKeptUpTo(int64_t successor);
-  int64_t End() const;
   void EndUnused();
 
   const EncoderSettings& mSettings;

@@ -131,6 +131,8 @@ void EncoderSettings::SetParameter(const char* key, const char* value) {
   log_info(kTag, "ignore %s:%s", key, value);
 }
 
+int64_t EncoderSettings::VideoEnd() const { return TruncateToInt64(videoLength * stampRate + 0.5); }
+
 uint64_t EncoderSettings::ChannelMask() const {
   return std::strtoull(channelLayout.c_str(), nullptr, 0);
 }

@@ -76,6 +76,9 @@ struct EncoderSettings {
   std::string audioLanguage;
   std::string chapters;
 
+  // Whether it is known when the video ends, and where in ticks of `stampRate` that is.
+  bool TellsVideoEnd() const { return videoLength > 0 && stampRate > 0; }
+  int64_t VideoEnd() const;
   // The mask that `channelLayout` names; 0 if it names none.
   uint64_t ChannelMask() const;
   // Stores a value under its key. Text that is no number counts as 0. Unknown keys are logged and

@@ -65,8 +65,7 @@ int VideoEncoder::Create(const EncoderOptions& defaults) {
   mTrack.stream = mFile->AddStream(codec);
   if (mTrack.stream != nullptr) mContext = NewEncoder(codec, *mFile);
   mPacket.reset(av_packet_alloc());
-  const bool keepsBack =
-      mSettings.videoLength > 0 && mSettings.stampRate > 0 && !HasFixedRate(*mFile->Format());
+  const bool keepsBack = mSettings.TellsVideoEnd() && !HasFixedRate(*mFile->Format());
   if (keepsBack) mKept.reset(av_packet_alloc());
   if (mTrack.stream == nullptr || mContext == nullptr || mPacket == nullptr ||
       (keepsBack && mKept == nullptr)) {
@@ -220,7 +219,7 @@ int VideoEncoder::WriteKept() {
 
 void VideoEncoder::Finish() {
   if (mKept == nullptr || mKept->size == 0) return;
-  const auto end = TruncateToInt64(mSettings.videoLength * mSettings.stampRate + 0.5);
+  const int64_t end = mSettings.VideoEnd();
   if (end > mKept->pts) mKept->duration = end - mKept->pts;
   WriteKept();
 }

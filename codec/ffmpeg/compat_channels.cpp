@@ -7,45 +7,35 @@
 
 namespace codec::ffmpeg {
 
-int Channels(const AVCodecContext* context) {
+namespace {
+
+// Of a codec's context, a frame or a stream's parameters.
+template <typename Holder>
+int CountIn(const Holder& holder) {
 #if HAS_CHANNEL_LAYOUT
-  return context->ch_layout.nb_channels;
+  return holder.ch_layout.nb_channels;
 #else
-  return context->channels;
+  return holder.channels;
 #endif
 }
 
-int Channels(const AVFrame* frame) {
+template <typename Holder>
+uint64_t MaskIn(const Holder& holder) {
 #if HAS_CHANNEL_LAYOUT
-  return frame->ch_layout.nb_channels;
+  return MaskOf(holder.ch_layout);
 #else
-  return frame->channels;
+  return holder.channel_layout;
 #endif
 }
 
-int Channels(const AVCodecParameters* parameters) {
-#if HAS_CHANNEL_LAYOUT
-  return parameters->ch_layout.nb_channels;
-#else
-  return parameters->channels;
-#endif
-}
+}  // namespace
 
-uint64_t ChannelMask(const AVCodecContext* context) {
-#if HAS_CHANNEL_LAYOUT
-  return MaskOf(context->ch_layout);
-#else
-  return context->channel_layout;
-#endif
-}
+int Channels(const AVCodecContext* context) { return CountIn(*context); }
+int Channels(const AVFrame* frame) { return CountIn(*frame); }
+int Channels(const AVCodecParameters* parameters) { return CountIn(*parameters); }
 
-uint64_t ChannelMask(const AVFrame* frame) {
-#if HAS_CHANNEL_LAYOUT
-  return MaskOf(frame->ch_layout);
-#else
-  return frame->channel_layout;
-#endif
-}
+uint64_t ChannelMask(const AVCodecContext* context) { return MaskIn(*context); }
+uint64_t ChannelMask(const AVFrame* frame) { return MaskIn(*frame); }
 
 uint64_t DefaultChannelMask(int channels) {
 #if HAS_CHANNEL_LAYOUT

@@ -88,7 +88,8 @@ AVRational CodecTimeBase(const AVStream* stream) {
 
 AVRational RealBaseRate(const AVStream* stream) {
 #if HAS_PARAMETER_SIDE_DATA
-  // Newer releases report the field rate of field-coded codecs where no usable stamps exist.
+  // If there are no usable stamps, newer releases report the rate of fields for codecs that code
+  // fields.
   const AVRational coded = stream->codecpar->framerate;
   if (TicksPerFrame(stream->codecpar->codec_id) == 2 && IsSet(coded) &&
       av_cmp_q(stream->r_frame_rate, av_mul_q(coded, AVRational{2, 1})) == 0) {

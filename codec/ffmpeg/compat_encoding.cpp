@@ -46,26 +46,21 @@ const void* Supported(const AVCodec* encoder, AVCodecConfig config) {
   const int result = avcodec_get_supported_config(nullptr, encoder, config, 0, &list, nullptr);
   return result < 0 ? nullptr : list;
 }
+#define LIST_OF(encoder, config, member) Supported(encoder, config)
+#else
+#define LIST_OF(encoder, config, member) (encoder)->member
 #endif
 
 }  // namespace
 
 std::vector<int> SampleRates(const AVCodec* encoder) {
-#if HAS_SUPPORTED_CONFIG
-  const void* const list = Supported(encoder, AV_CODEC_CONFIG_SAMPLE_RATE);
-#else
-  const void* const list = encoder->supported_samplerates;
-#endif
+  const void* const list = LIST_OF(encoder, AV_CODEC_CONFIG_SAMPLE_RATE, supported_samplerates);
   return Listed<int>(list, [](int rate) { return rate == 0; });
 }
 
 std::vector<uint64_t> ChannelMasks(const AVCodec* encoder) {
 #if HAS_CHANNEL_LAYOUT
-#if HAS_SUPPORTED_CONFIG
-  const void* const list = Supported(encoder, AV_CODEC_CONFIG_CHANNEL_LAYOUT);
-#else
-  const void* const list = encoder->ch_layouts;
-#endif
+  const void* const list = LIST_OF(encoder, AV_CODEC_CONFIG_CHANNEL_LAYOUT, ch_layouts);
   std::vector<uint64_t> masks;
   const auto isEnd = [](const AVChannelLayout& layout) { return layout.nb_channels == 0; };
   for (const AVChannelLayout& layout : Listed<AVChannelLayout>(list, isEnd)) {
@@ -78,29 +73,17 @@ std::vector<uint64_t> ChannelMasks(const AVCodec* encoder) {
 }
 
 std::vector<AVPixelFormat> PixelFormats(const AVCodec* encoder) {
-#if HAS_SUPPORTED_CONFIG
-  const void* const list = Supported(encoder, AV_CODEC_CONFIG_PIX_FORMAT);
-#else
-  const void* const list = encoder->pix_fmts;
-#endif
+  const void* const list = LIST_OF(encoder, AV_CODEC_CONFIG_PIX_FORMAT, pix_fmts);
   return Listed<AVPixelFormat>(list, [](AVPixelFormat f) { return f == AV_PIX_FMT_NONE; });
 }
 
 std::vector<AVSampleFormat> SampleFormats(const AVCodec* encoder) {
-#if HAS_SUPPORTED_CONFIG
-  const void* const list = Supported(encoder, AV_CODEC_CONFIG_SAMPLE_FORMAT);
-#else
-  const void* const list = encoder->sample_fmts;
-#endif
+  const void* const list = LIST_OF(encoder, AV_CODEC_CONFIG_SAMPLE_FORMAT, sample_fmts);
   return Listed<AVSampleFormat>(list, [](AVSampleFormat f) { return f == AV_SAMPLE_FMT_NONE; });
 }
 
 std::vector<AVRational> FrameRates(const AVCodec* encoder) {
-#if HAS_SUPPORTED_CONFIG
-  const void* const list = Supported(encoder, AV_CODEC_CONFIG_FRAME_RATE);
-#else
-  const void* const list = encoder->supported_framerates;
-#endif
+  const void* const list = LIST_OF(encoder, AV_CODEC_CONFIG_FRAME_RATE, supported_framerates);
   return Listed<AVRational>(list, [](AVRational rate) { return rate.num == 0; });
 }
 

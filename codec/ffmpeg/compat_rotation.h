@@ -13,8 +13,8 @@ namespace codec::ffmpeg {
 // The clockwise turn that a demuxed stream asks of its player, in degrees as text ("" when none):
 // its "rotate" tag, or the text that FFmpeg 4 made of the display matrix of an MP4.
 std::string RotateText(const AVFormatContext* input, const AVStream* stream);
-// What the display matrix of a demuxed stream asks for, as a number of utils/orientation.h; 0 for
-// what is no such number; nothing where there is no matrix.
+// What the display matrix of a demuxed stream asks for, as a number of utils/orientation.h. 0 if it
+// asks for anything else; nothing if there is no matrix.
 std::optional<int> MatrixOrientation(const AVStream* stream);
 // Bytes that stand beside a stream, for its container: owned by the stream, replacing those of this
 // type; null when memory runs out. To be called after `avcodec_parameters_from_context`, which

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "codec/ffmpeg/ffmpeg_headers.h"
 
@@ -45,6 +46,17 @@ using UniqueBufferPool =
 using UniqueDictionary = std::unique_ptr<AVDictionary, ClearingDeleter<AVDictionary, av_dict_free>>;
 using UniqueResampler = std::unique_ptr<SwrContext, ClearingDeleter<SwrContext, swr_free>>;
 using UniqueScaler = std::unique_ptr<SwsContext, PlainDeleter<SwsContext, sws_freeContext>>;
+
+// A frame for a picture, whose rows begin where swscale's vectors want them. Null if there is no
+// memory, or the size or the format does not serve.
+inline UniqueFrame NewPicture(AVPixelFormat format, int width, int height) {
+  UniqueFrame frame(av_frame_alloc());
+  if (frame == nullptr) return nullptr;
+  frame->format = format;
+  frame->width = width;
+  frame->height = height;
+  return av_frame_get_buffer(frame.get(), 0) < 0 ? nullptr : std::move(frame);
+}
 
 // Unreferences a packet when the scope is left, on every path of a loop body.
 class PacketGuard {

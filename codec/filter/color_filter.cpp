@@ -50,16 +50,6 @@ struct Planes {
   }
 };
 
-// A frame whose rows begin where vectors want them. Null if there is no memory.
-ffmpeg::UniqueFrame NewFrame(AVPixelFormat format, int width, int height) {
-  ffmpeg::UniqueFrame frame(av_frame_alloc());
-  if (frame == nullptr) return nullptr;
-  frame->format = format;
-  frame->width = width;
-  frame->height = height;
-  return av_frame_get_buffer(frame.get(), 0) < 0 ? nullptr : std::move(frame);
-}
-
 Planes PlanesOf(const AVFrame& frame) {
   Planes planes;
   std::copy_n(frame.data, planes.data.size(), planes.data.begin());
@@ -250,7 +240,7 @@ void ColorFilter::ConvertBySwscale(const uint8_t* picture, uint8_t* out) {
     return;
   }
   const bool isDirect = target.AreOnVectors();
-  if (!isDirect && mAligned == nullptr) mAligned = NewFrame(conversion.to, width, height);
+  if (!isDirect && mAligned == nullptr) mAligned = ffmpeg::NewPicture(conversion.to, width, height);
   if (!isDirect && mAligned == nullptr) {
     log_error(kTag, "no memory for a picture of %dx%d", width, height);
     return;

@@ -220,12 +220,8 @@ TEST(Honesty, NamesAnUnknownCodecOfTheVideo) {
   for (const Row& row : rows) {
     const std::string clip =
         test_support::CustomClip("known_codec" + row.extension, {"-i", Source(), "-c", "copy"});
-    std::string bytes = Bytes(clip);
-    for (size_t at = 0; (at = bytes.find(row.known, at)) != std::string::npos;) {
-      bytes.replace(at, row.known.size(), row.other);
-    }
-    const std::string input = ScratchPath("unknown_codec" + row.extension);
-    std::ofstream(input, std::ios::binary) << bytes;
+    const std::string input =
+        test_support::ReplacedCopy(clip, row.known, row.other, "unknown_codec" + row.extension);
     EXPECT_EQ(Advice(Reverse(input, ScratchPath("unmade.mp4"))),
               input + " cannot be reversed: the codec of its video" + row.name +
                   " is unknown; convert it with a program that plays it");

@@ -2,8 +2,6 @@
 // Which sound of a clip is reversed, and what is told if there is none that could be.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -33,15 +31,7 @@ std::string Make(const std::string& name, const std::vector<std::vector<std::str
 
 // A copy in which another code stands for a codec: FFmpeg does not know the codec.
 std::string Foreign(const std::string& clip, const std::string& code, const std::string& name) {
-  std::ifstream file(clip, std::ios::binary);
-  std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  const std::string strange = code.substr(0, code.size() - 4) + "zzzz";
-  for (size_t at = 0; (at = bytes.find(code, at)) != std::string::npos;) {
-    bytes.replace(at, code.size(), strange);
-  }
-  const std::string path = ScratchPath(name);
-  std::ofstream(path, std::ios::binary) << bytes;
-  return path;
+  return ReplacedCopy(clip, code, code.substr(0, code.size() - 4) + "zzzz", name);
 }
 
 bool Contains(const std::string& text, const std::string& piece) {

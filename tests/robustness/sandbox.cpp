@@ -174,13 +174,8 @@ Child Begin(const std::string& name, const std::string& scratch, const RunLimits
 }
 
 void RemoveScratch(const std::string& scratch) {
-  const fs::path stem = scratch;
   std::error_code ignored;
-  for (const fs::directory_entry& entry : fs::directory_iterator(stem.parent_path(), ignored)) {
-    if (entry.path().filename().string().rfind(stem.filename().string() + "-", 0) == 0) {
-      fs::remove_all(entry.path(), ignored);
-    }
-  }
+  for (const fs::path& path : ScratchFiles(scratch)) fs::remove_all(path, ignored);
 }
 
 // False while the process goes on.
@@ -212,6 +207,18 @@ bool Finish(const Child& child, SandboxResult* result) {
 }
 
 }  // namespace
+
+std::vector<fs::path> ScratchFiles(const std::string& scratch) {
+  const fs::path stem = scratch;
+  std::vector<fs::path> files;
+  std::error_code ignored;
+  for (const fs::directory_entry& entry : fs::directory_iterator(stem.parent_path(), ignored)) {
+    const bool isOurs =
+        entry.path().filename().string().rfind(stem.filename().string() + "-", 0) == 0;
+    if (isOurs) files.push_back(entry.path());
+  }
+  return files;
+}
 
 long DefaultPeakMegabytes() {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -66,6 +67,9 @@ struct SandboxResult {
   // What the paths of its files begin with, before "-". They are removed after `done`.
   std::string scratch = {};
 };
+
+// The files and folders of a run.
+std::vector<std::filesystem::path> ScratchFiles(const std::string& scratch);
 
 // Runs all cases, `jobs` at a time. `done` is called for each, in the order in which they end.
 void RunSandboxed(const std::vector<SandboxCase>& cases, int jobs,

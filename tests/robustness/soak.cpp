@@ -53,12 +53,10 @@ Options Parse(int argc, char** argv) {
 }
 
 void KeepFiles(const SandboxResult& result, const fs::path& findings) {
-  const fs::path stem = result.scratch;
   const fs::path folder = findings / result.name;
   fs::create_directories(folder);
-  for (const fs::directory_entry& entry : fs::directory_iterator(stem.parent_path())) {
-    if (entry.path().filename().string().rfind(stem.filename().string() + "-", 0) != 0) continue;
-    fs::copy(entry.path(), folder / entry.path().filename(),
+  for (const fs::path& path : ScratchFiles(result.scratch)) {
+    fs::copy(path, folder / path.filename(),
              fs::copy_options::recursive | fs::copy_options::overwrite_existing);
   }
 }

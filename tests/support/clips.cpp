@@ -191,6 +191,18 @@ std::string TurnedSampleClip() {
   return TurnedCopy(SampleClip(), "turned_sample.mp4", kSampleHeight);
 }
 
+std::string ReplacedCopy(const std::string& clip, const std::string& from, const std::string& to,
+                         const std::string& name) {
+  std::ifstream in(clip, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  for (size_t at = 0; (at = bytes.find(from, at)) != std::string::npos;) {
+    bytes.replace(at, from.size(), to);
+  }
+  const std::string path = ScratchPath(name);
+  std::ofstream(path, std::ios::binary) << bytes;
+  return path;
+}
+
 const std::vector<ClipKind>& VideoClipKinds() {
   static const std::vector<ClipKind> kinds = [] {
     std::vector<ClipKind> all;

@@ -46,6 +46,10 @@ std::string TurnedCopy(const std::string& straight, const std::string& name, int
 std::string MatrixCopy(const std::string& straight, const std::string& name,
                        const std::array<int32_t, 9>& matrix);
 
+// A scratch copy in which each place with the bytes `from` has `to`, which is as long.
+std::string ReplacedCopy(const std::string& clip, const std::string& from, const std::string& to,
+                         const std::string& name);
+
 // Ten minutes of one colour, without sound: quick to make, and long to reverse.
 std::string LongStillClip();
 

@@ -158,7 +158,7 @@ class ToldLength : public testing::Test {
     mFile->duration_estimation_method = AVFMT_DURATION_FROM_STREAM;
   }
 
-  // The format would close what it has never opened.
+  // Closing a file calls its format, which has not opened this one.
   void TearDown() override { mFile->iformat = nullptr; }
 
   AVStream* Add(AVMediaType type, int64_t start, int64_t duration) {

@@ -63,8 +63,8 @@ std::string WriteThrough(MediaWriter* made, std::vector<uint8_t> picture, int by
                          const std::string& path) {
   const std::unique_ptr<MediaWriter> writer(made);
   if (writer == nullptr || writer->Start() != 0) return "no writer";
-  // What the writer may read behind a planar picture of 64 columns. Not more, so that a sanitizer
-  // sees what it reads besides.
+  // The writer may read 128 bytes after a planar picture of 64 columns. There are no more, so that
+  // a sanitizer sees it if the writer reads further.
   picture.resize(picture.size() + 128);
   picture.shrink_to_fit();
   for (int i = 0; i < kPictures; ++i) {
