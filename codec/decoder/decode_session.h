@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 
 #include "codec/decoder/audio_converter.h"
@@ -42,6 +43,15 @@ struct DecodeSession {
   void FlushDecoders() {
     if (video != nullptr) video->Flush();
     if (audio != nullptr) audio->Flush();
+  }
+
+  // A cover picture has no index to seek in; the sound beside it is still to be read from the
+  // start.
+  void ReturnToStart() {
+    if (input.SeekBackward(VideoIndex(), 0) < 0) {
+      input.SeekToStart(std::numeric_limits<int64_t>::min());
+    }
+    FlushDecoders();
   }
 };
 

@@ -42,6 +42,11 @@ std::optional<int64_t> JoinedParts::End() const {
   return mParts.back().end + mParts.back().shift;
 }
 
+std::optional<int64_t> JoinedParts::LastPicture() const {
+  if (mParts.empty() || mParts.back().lastPicture == INT64_MIN) return std::nullopt;
+  return mParts.back().lastPicture + mParts.back().shift;
+}
+
 const JoinedParts::Part& JoinedParts::PartOf(int64_t position, int64_t stamp) const {
   auto part =
       std::upper_bound(mParts.begin(), mParts.end(), position,

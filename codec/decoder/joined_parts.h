@@ -47,11 +47,13 @@ class JoinedParts {
     int64_t position = 0;  // of its first byte in the file
     int64_t begin = 0;     // microseconds of its own clock, as the next one
     int64_t end = 0;
-    int64_t shift = 0;  // microseconds from its own clock to the line
+    int64_t shift = 0;                // microseconds from its own clock to the line
     // Its first key picture: bytes, and microseconds of its own clock. None of its pictures before
     // these can be decoded.
     int64_t keyPosition = 0;
     int64_t keyTime = INT64_MIN;
+    // Where the picture that is shown last begins, by its own clock; INT64_MIN if there is none.
+    int64_t lastPicture = INT64_MIN;
   };
 
   // Parts come in the order of their positions.
@@ -63,6 +65,9 @@ class JoinedParts {
   const std::vector<Part>& Parts() const { return mParts; }
   // Microseconds of the line at which the last part ends; nothing if there is none.
   std::optional<int64_t> End() const;
+  // Microseconds of the line at which the picture that is shown last begins; nothing if the last
+  // part has no pictures.
+  std::optional<int64_t> LastPicture() const;
 
   // What is added to a stamp of a packet at this place in the file, both in microseconds. Beside a
   // restart packets of one stream may still tell the time of the other part.

@@ -15,6 +15,10 @@ int64_t Sum(int64_t a, int64_t b) {
   return __builtin_add_overflow(a, b, &sum) ? std::max(a, b) : sum;
 }
 
+bool IsPictures(const AVStream* stream) {
+  return stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
+}
+
 }  // namespace
 
 void LengthScan::Add(const AVStream* stream) { mTracks.push_back({stream, 0, std::nullopt, 0}); }
@@ -29,8 +33,7 @@ void LengthScan::Run(PacketSource* source, AVPacket* packet) {
 }
 
 void LengthScan::Look(const AVPacket* packet, Track* track) {
-  const bool isPicture = track->stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
-  if (isPicture && packet->pts == AV_NOPTS_VALUE) mLacksTimes = true;
+  if (IsPictures(track->stream) && packet->pts == AV_NOPTS_VALUE) mLacksTimes = true;
   int64_t begin = StampOf(packet);
   if (begin == AV_NOPTS_VALUE) begin = track->next;
   track->next = Sum(begin, LengthOf(packet, track->stream, track->stream->time_base));
@@ -49,6 +52,7 @@ std::optional<ScannedLength> LengthScan::Length() const {
     if (!largest.has_value()) largest = {end, latest};
     largest->end = std::max(largest->end, end);
     largest->latest = std::max(largest->latest, latest);
+    if (IsPictures(track.stream)) largest->picture = std::max(largest->picture, latest);
   }
   return largest;
 }

@@ -21,11 +21,11 @@ class LengthScan {
   // Reads `source` to its end. `packet` is scratch.
   void Run(PacketSource* source, AVPacket* packet);
 
-  // The largest end of any packet, and the largest begin, in seconds of the file's stamps. A packet
-  // without a stamp follows the packet before it, or begins at 0 if it is the first. A packet that
-  // does not say how long it lasts counts with the average of its stream's rate, or with 0. A
-  // packet whose picture or sound is not to be shown does not count. Nothing if there was no packet
-  // that counts.
+  // The largest end of any packet, and the largest begins, in seconds of the file's stamps. A
+  // packet without a stamp follows the packet before it, or begins at 0 if it is the first. A
+  // packet that does not say how long it lasts counts with the average of its stream's rate, or
+  // with 0. A packet whose picture or sound is not to be shown does not count. Nothing if there was
+  // no packet that counts.
   std::optional<ScannedLength> Length() const;
   // Whether pictures had no stamp of their own, so that the last one may end later.
   bool LacksTimes() const { return mLacksTimes; }

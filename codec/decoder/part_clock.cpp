@@ -108,6 +108,7 @@ void PartClock::Note(const ClockedPacket& packet) {
   const int64_t shown = *packet.shown;
   mPart.begin = std::min(mPart.begin, shown);
   mPart.end = std::max(mPart.end, shown + packet.length);
+  if (packet.track == kPictures) mPart.lastPicture = std::max(mPart.lastPicture, shown);
   Track& track = mTracks[packet.track];
   track.shown = std::max(track.shown.value_or(shown), shown);
   track.decoded = packet.decoded;

@@ -46,6 +46,9 @@ class PartScan {
   // Microseconds of the line at which the last packet of the streams that are decoded ends; nothing
   // if they have no stamps.
   std::optional<int64_t> End() const { return mClock.Joined().End(); }
+  // Microseconds of the line at which the picture that is shown last begins; nothing if the last
+  // part has no pictures with a stamp.
+  std::optional<int64_t> LastPicture() const { return mClock.Joined().LastPicture(); }
   // Whether pictures had no stamp of their own, so that the last one may end later.
   bool LacksTimes() const { return mLacksTimes; }
   // Nothing if the streams that are decoded go through the whole file, and their clock makes sense.

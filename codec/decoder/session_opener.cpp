@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <limits>
 #include <optional>
 
 #include "base/log.h"
@@ -13,7 +12,7 @@
 #include "codec/decoder/decoder_tag.h"
 #include "codec/decoder/field_probe.h"
 #include "codec/decoder/key_frame_scan.h"
-#include "codec/decoder/length_scan.h"
+#include "codec/decoder/length_check.h"
 #include "codec/decoder/part_scan.h"
 #include "codec/decoder/sound_choice.h"
 #include "codec/decoder/stream_facts.h"
@@ -110,8 +109,7 @@ int SessionOpener::Open(const std::string& path) {
   log_debug(kDecoderTag, "first video pts:%lld, first audio pts:%lld",
             static_cast<long long>(session.first_video_pts_),
             static_cast<long long>(mFirstAudioTicks));
-  const bool isUntold = !(session.duration > 0) || IsLengthVague(session.input.Context());
-  if (mOptions.additions.scansLength && isUntold && !mScanned.has_value()) ScanLength();
+  if (mOptions.additions.scansLength && !mScanned.has_value()) CheckLength();
   if (session.video != nullptr && session.first_video_pts_ != AV_NOPTS_VALUE) {
     session.times.SetFirstVideo(session.video->Seconds(session.first_video_pts_));
   }
@@ -259,6 +257,9 @@ int SessionOpener::LookForRestarts(const std::string& path) {
   // The file tells its length from its first packet on, which may be one that cannot be decoded.
   const double end = static_cast<double>(*scan.End()) / AV_TIME_BASE;
   mScanned = {end, end};
+  if (const std::optional<int64_t> picture = scan.LastPicture()) {
+    mScanned->picture = static_cast<double>(*picture) / AV_TIME_BASE;
+  }
   mLacksTimes = scan.LacksTimes();
   if (const std::shared_ptr<const JoinedParts> parts = scan.Parts()) Join(parts);
   return 0;
@@ -304,12 +305,7 @@ void SessionOpener::ScanKeyFrames() {
     session.missedStart.SetFirst(scan.FirstPosition());
   }
   if (session.video != nullptr) session.video->SkipLoopFilter();
-  // A cover picture has no index to seek in; the sound beside it is still to be read from the
-  // start.
-  if (session.input.SeekBackward(session.VideoIndex(), 0) < 0) {
-    session.input.SeekToStart(std::numeric_limits<int64_t>::min());
-  }
-  session.FlushDecoders();
+  session.ReturnToStart();
   if (mOptions.additions.skipsKeyScan) return;
   if (scan.PacketsBetween() == 0) {
     log_warn(kDecoderTag, "not find keyint, not support seek to no key frame");
@@ -335,21 +331,14 @@ void SessionOpener::CheckVariableRate() {
   session.FlushDecoders();
 }
 
-void SessionOpener::ScanLength() {
+void SessionOpener::CheckLength() {
   DecodeSession& session = *mSession;
   if (session.video == nullptr || mPacket == nullptr) return;
-  LengthScan scan;
-  scan.Add(session.video->Stream());
-  if (session.audio != nullptr) scan.Add(session.audio->Stream());
-  scan.Run(&session.input, mPacket.get());
-  mScanned = scan.Length();
-  mLacksTimes = scan.LacksTimes();
-  const bool hasFirst = session.first_video_pts_ != AV_NOPTS_VALUE;
-  const double first = hasFirst ? session.video->Seconds(session.first_video_pts_) : 0;
-  session.duration = std::max(0.0, (mScanned.has_value() ? mScanned->end : first) - first);
+  LengthCheck check(&session, mPacket.get());
+  check.Run();
+  mScanned = check.Scanned();
+  mLacksTimes = check.LacksTimes();
   mInfo->duration = static_cast<float>(session.duration);
-  session.input.SeekToStart(std::numeric_limits<int64_t>::min());
-  session.FlushDecoders();
 }
 
 }  // namespace codec

@@ -66,7 +66,7 @@ class SessionOpener {
   void Join(const std::shared_ptr<const JoinedParts>& parts);
   void ScanKeyFrames();
   void CheckVariableRate();
-  void ScanLength();
+  void CheckLength();
 
   DecodeSession* mSession;
   MediaInfo* mInfo;

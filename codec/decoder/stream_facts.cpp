@@ -222,10 +222,14 @@ std::optional<double> ToldEnd(const AVFormatContext* file,
   return std::clamp(scanned->end, Length(file), LastStreamEnd(file));
 }
 
+bool LeavesOutPicture(double end, const ScannedLength& scanned) {
+  return end < scanned.picture + kMostRounding;
+}
+
 double LikelyEnd(std::optional<double> told, const std::optional<ScannedLength>& scanned) {
   constexpr double kAsLong = 0.1;
   if (!scanned.has_value()) return told.value_or(0);
-  if (!told.has_value()) return scanned->end;
+  if (!told.has_value() || LeavesOutPicture(*told, *scanned)) return scanned->end;
   const bool isTrue = IsAmidLast(*told, *scanned) || std::abs(scanned->end - *told) < kAsLong;
   return isTrue ? *told : scanned->end;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 
@@ -42,7 +43,13 @@ bool IsLengthVague(const AVFormatContext* file);
 struct ScannedLength {
   double end = 0;     // of the last packet
   double latest = 0;  // where the packet that is shown last begins; `end` if nobody knows
+  // Where the picture that is shown last begins; minus infinity if nobody knows.
+  double picture = -std::numeric_limits<double>::infinity();
 };
+
+// Whether a file of this length does not last until its last picture. Some writers tell the time at
+// which the last picture begins as the length.
+bool LeavesOutPicture(double end, const ScannedLength& scanned);
 
 // The end in the file's stamps, in seconds, that the file tells. If one of its streams tells a
 // later end, what the packets say decides between the two. Nothing if the file tells
@@ -50,8 +57,8 @@ struct ScannedLength {
 std::optional<double> ToldEnd(const AVFormatContext* file,
                               const std::optional<ScannedLength>& scanned);
 
-// The end by both: the file's own word, `told`, unless its packets say something else. 0 if there
-// is neither.
+// The end by both: the file's own word, `told`, unless its packets say something else, or a picture
+// would be left out. 0 if there is neither.
 double LikelyEnd(std::optional<double> told, const std::optional<ScannedLength>& scanned);
 
 // The ordinary format of a full-range planar one; other formats are their own.

@@ -27,6 +27,13 @@ TEST(JoinedParts, MovesAStampByThePartOfItsPlace) {
   EXPECT_EQ(parts.End(), 280 * kSecond);
 }
 
+TEST(JoinedParts, TellsTheLastPictureOnTheLine) {
+  JoinedParts parts = ThreeParts();
+  EXPECT_EQ(parts.LastPicture(), std::nullopt);
+  parts.AddPart({3000, 7 * kSecond, 9 * kSecond, 273 * kSecond, 0, 0, 8 * kSecond});
+  EXPECT_EQ(parts.LastPicture(), 281 * kSecond);
+}
+
 TEST(JoinedParts, LeavesAStampToThePartNextDoorWhoseTimeItTells) {
   const JoinedParts parts = ThreeParts();
   EXPECT_EQ(parts.Shift(1001, 160 * kSecond), 0);

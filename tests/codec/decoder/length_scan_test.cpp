@@ -62,6 +62,17 @@ TEST_F(LengthScanTest, TellsWhereThePacketBeginsThatIsShownLast) {
   EXPECT_EQ(latest({{0, 30, 30, 5}, {0, 40, 31, 5, false, -1, kHidden}}), 3);
 }
 
+TEST_F(LengthScanTest, TellsWhereThePictureBeginsThatIsShownLast) {
+  const auto picture = [this](std::vector<ScannedPacket> packets) {
+    return LengthOf(std::move(packets)).value().picture;
+  };
+  const double nobodyKnows = -std::numeric_limits<double>::infinity();
+  EXPECT_EQ(picture({{0, 30, 30, 5}, {1, 3200, 3200, 20}}), nobodyKnows);
+  mFile->streams[0]->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
+  EXPECT_EQ(picture({{0, 30, 30, 5}, {0, 20, 31, 5}, {1, 3200, 3200, 20}}), 3);
+  EXPECT_EQ(picture({{1, 3200, 3200, 20}}), nobodyKnows);
+}
+
 TEST_F(LengthScanTest, LetsPacketsWithoutStampsFollowEachOther) {
   EXPECT_EQ(EndOf({{0, kNone, 30, 5}}), 3.5);
   EXPECT_EQ(EndOf({{0, kNone, kNone, 5}, {1, 7, 7, 0}, {0, kNone, kNone, 5}}), 1);

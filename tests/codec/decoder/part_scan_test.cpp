@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -13,6 +14,7 @@
 #include "tests/support/clips.h"
 #include "tests/support/command.h"
 #include "tests/support/joined_clips.h"
+#include "tests/support/media_reading.h"
 
 namespace codec {
 namespace {
@@ -41,6 +43,11 @@ TEST(PartScan, FindsNoPartsInOneRecordingButItsEnd) {
   ASSERT_TRUE(scan.End().has_value());
   // Six seconds from about eleven.
   EXPECT_NEAR(static_cast<double>(*scan.End()), 17.5e6, 0.2e6);
+  ASSERT_TRUE(scan.LastPicture().has_value());
+  const std::vector<double> times =
+      test_support::VideoTimes(Clip(test_support::ClipKind::kTransport));
+  EXPECT_NEAR(static_cast<double>(*scan.LastPicture()) / 1e6,
+              *std::max_element(times.begin(), times.end()), 0.001);
 }
 
 TEST(PartScan, FindsTheBordersToTheByte) {

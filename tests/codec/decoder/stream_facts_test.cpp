@@ -250,5 +250,11 @@ TEST(LikelyEnd, IsTheFilesIfItLiesWithinTheLastPacket) {
   EXPECT_DOUBLE_EQ(LikelyEnd(80, ScannedLength{83.2, 80}), 83.2);
 }
 
+TEST(LikelyEnd, LeavesOutNoPicture) {
+  EXPECT_DOUBLE_EQ(LikelyEnd(1.2, ScannedLength{1.24, 1.22, 1.16}), 1.2);
+  EXPECT_DOUBLE_EQ(LikelyEnd(1.2, ScannedLength{1.24, 1.22, 1.2}), 1.24);
+  EXPECT_DOUBLE_EQ(LikelyEnd(1.2, ScannedLength{1.24, 1.24, 1.21}), 1.24);
+}
+
 }  // namespace
 }  // namespace codec

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#include "codec/decoder/length_check.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "codec/utils/numbers.h"
+
+namespace codec {
+
+void LengthCheck::Run() {
+  if (!(mSession.duration > 0) || IsLengthVague(mSession.input.Context())) {
+    ScanAll();
+  } else {
+    ScanEnd();
+  }
+}
+
+LengthScan LengthCheck::ScannedFromHere() {
+  LengthScan scan;
+  scan.Add(mSession.video->Stream());
+  if (mSession.audio != nullptr) scan.Add(mSession.audio->Stream());
+  scan.Run(&mSession.input, mPacket);
+  return scan;
+}
+
+void LengthCheck::ScanAll() {
+  const LengthScan scan = ScannedFromHere();
+  mScanned = scan.Length();
+  mLacksTimes = scan.LacksTimes();
+  const bool hasFirst = mSession.first_video_pts_ != AV_NOPTS_VALUE;
+  const double first = hasFirst ? mSession.video->Seconds(mSession.first_video_pts_) : 0;
+  mSession.duration = std::max(0.0, (mScanned.has_value() ? mScanned->end : first) - first);
+  mSession.input.SeekToStart(std::numeric_limits<int64_t>::min());
+  mSession.FlushDecoders();
+}
+
+void LengthCheck::ScanEnd() {
+  const std::optional<double> told = ToldEnd(mSession.input.Context(), std::nullopt);
+  if (!told.has_value()) return;
+  const int64_t end = TruncateToInt64(*told * mSession.video->TicksPerSecond());
+  if (mSession.input.SeekBackward(mSession.VideoIndex(), end) >= 0) {
+    const std::optional<ScannedLength> scanned = ScannedFromHere().Length();
+    if (scanned.has_value() && LeavesOutPicture(*told, *scanned)) mScanned = scanned;
+  }
+  mSession.ReturnToStart();
+}
+
+}  // namespace codec
