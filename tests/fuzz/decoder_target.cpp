@@ -53,6 +53,9 @@ codec::DecoderAdditions AllAdditions() {
   additions.landsOnStamps = true;
   additions.skipsHoles = true;
   additions.expectsSilence = true;
+  additions.looksFurther = true;
+  additions.choosesSound = true;
+  additions.findsLateSound = true;
   return additions;
 }
 
