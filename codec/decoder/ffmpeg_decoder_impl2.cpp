@@ -40,8 +40,6 @@ struct FFmpegDecoderImpl2::Parts {
   Seeker seeker{&session, &source, &packets, &pending};
 
   std::optional<ScannedLength> scanned;
-  // Whether the scan has met pictures without a stamp of their own.
-  bool lacksTimes = false;
   double latestEnd = 0;  // seconds, of the stretches whose losses were taken
   FieldOrder firstFields = FieldOrder::kProgressive;  // of the first picture
   // An exception may leave the parts in the middle of a change.
@@ -132,8 +130,8 @@ int FFmpegDecoderImpl2::InitParts() {
   if (!parts->IsUsable()) log_error(kDecoderTag, "Could not allocate frame");
   parts->feed.Open(opener->Share().replayBudget);
   parts->scanned = opener->Scanned();
-  parts->lacksTimes = opener->LacksTimes();
-  const bool makesUpStamps = parts->lacksTimes && MayRestart(parts->session.input.Context());
+  const bool makesUpStamps = parts->scanned.has_value() && parts->scanned->lacksTimes &&
+                             MayRestart(parts->session.input.Context());
   if (mOptions.additions.landsOnStamps && makesUpStamps) parts->seeker.LandOnStamps();
   if (mOptions.additions.keepsMetPicture) parts->seeker.KeepMetPicture();
   mParts = std::move(parts);
@@ -298,7 +296,7 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
   if (!told.has_value() && !scanned.has_value()) return;
   const double end = std::max(LikelyEnd(told, scanned), picturesEnd);
   session.duration = std::max(0.0, end - seconds);
-  if (mParts->lacksTimes) ReachLastPicture();
+  if (scanned.has_value() && scanned->lacksTimes) ReachLastPicture();
   mInfo.duration = static_cast<float>(session.duration);
 }
 

@@ -47,7 +47,7 @@ class JoinedParts {
     int64_t position = 0;  // of its first byte in the file
     int64_t begin = 0;     // microseconds of its own clock, as the next one
     int64_t end = 0;
-    int64_t shift = 0;                // microseconds from its own clock to the line
+    int64_t shift = 0;  // microseconds from its own clock to the line
     // Its first key picture: bytes, and microseconds of its own clock. None of its pictures before
     // these can be decoded.
     int64_t keyPosition = 0;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "codec/decoder/length_scan.h"
 #include "codec/utils/numbers.h"
 
 namespace codec {
@@ -16,18 +17,16 @@ void LengthCheck::Run() {
   }
 }
 
-LengthScan LengthCheck::ScannedFromHere() {
+std::optional<ScannedLength> LengthCheck::ScannedFromHere() {
   LengthScan scan;
   scan.Add(mSession.video->Stream());
   if (mSession.audio != nullptr) scan.Add(mSession.audio->Stream());
   scan.Run(&mSession.input, mPacket);
-  return scan;
+  return scan.Length();
 }
 
 void LengthCheck::ScanAll() {
-  const LengthScan scan = ScannedFromHere();
-  mScanned = scan.Length();
-  mLacksTimes = scan.LacksTimes();
+  mScanned = ScannedFromHere();
   const bool hasFirst = mSession.first_video_pts_ != AV_NOPTS_VALUE;
   const double first = hasFirst ? mSession.video->Seconds(mSession.first_video_pts_) : 0;
   mSession.duration = std::max(0.0, (mScanned.has_value() ? mScanned->end : first) - first);
@@ -40,7 +39,7 @@ void LengthCheck::ScanEnd() {
   if (!told.has_value()) return;
   const int64_t end = TruncateToInt64(*told * mSession.video->TicksPerSecond());
   if (mSession.input.SeekBackward(mSession.VideoIndex(), end) >= 0) {
-    const std::optional<ScannedLength> scanned = ScannedFromHere().Length();
+    const std::optional<ScannedLength> scanned = ScannedFromHere();
     if (scanned.has_value() && LeavesOutPicture(*told, *scanned)) mScanned = scanned;
   }
   mSession.ReturnToStart();

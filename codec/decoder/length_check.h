@@ -5,7 +5,6 @@
 #include <optional>
 
 #include "codec/decoder/decode_session.h"
-#include "codec/decoder/length_scan.h"
 #include "codec/decoder/stream_facts.h"
 
 namespace codec {
@@ -25,18 +24,15 @@ class LengthCheck {
 
   // What the packets say; nothing if the file's own word stands.
   const std::optional<ScannedLength>& Scanned() const { return mScanned; }
-  // As LengthScan::LacksTimes, if all packets were read.
-  bool LacksTimes() const { return mLacksTimes; }
 
  private:
-  LengthScan ScannedFromHere();
+  std::optional<ScannedLength> ScannedFromHere();
   void ScanAll();
   void ScanEnd();
 
   DecodeSession& mSession;
   AVPacket* const mPacket;
   std::optional<ScannedLength> mScanned;
-  bool mLacksTimes = false;
 };
 
 }  // namespace codec

@@ -54,6 +54,7 @@ std::optional<ScannedLength> LengthScan::Length() const {
     largest->latest = std::max(largest->latest, latest);
     if (IsPictures(track.stream)) largest->picture = std::max(largest->picture, latest);
   }
+  if (largest.has_value()) largest->lacksTimes = mLacksTimes;
   return largest;
 }
 

@@ -27,8 +27,6 @@ class LengthScan {
   // with 0. A packet whose picture or sound is not to be shown does not count. Nothing if there was
   // no packet that counts.
   std::optional<ScannedLength> Length() const;
-  // Whether pictures had no stamp of their own, so that the last one may end later.
-  bool LacksTimes() const { return mLacksTimes; }
 
  private:
   struct Track {

@@ -62,6 +62,18 @@ int PartScan::Run(const std::string& path, bool endsAtRestart) {
   return 0;
 }
 
+std::optional<ScannedLength> PartScan::Length() const {
+  const std::optional<int64_t> last = mClock.Joined().End();
+  if (!last.has_value()) return std::nullopt;
+  const double end = static_cast<double>(*last) / AV_TIME_BASE;
+  ScannedLength length = {end, end};
+  if (const std::optional<int64_t> picture = mClock.Joined().LastPicture()) {
+    length.picture = static_cast<double>(*picture) / AV_TIME_BASE;
+  }
+  length.lacksTimes = mLacksTimes;
+  return length;
+}
+
 std::shared_ptr<const JoinedParts> PartScan::Parts() const {
   if (mObstacle.has_value() || mClock.Joined().Count() < 2) return nullptr;
   return std::make_shared<const JoinedParts>(mClock.Joined());

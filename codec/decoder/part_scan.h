@@ -12,6 +12,7 @@
 #include "codec/decoder/input_file.h"
 #include "codec/decoder/joined_parts.h"
 #include "codec/decoder/part_clock.h"
+#include "codec/decoder/stream_facts.h"
 
 namespace codec {
 
@@ -43,14 +44,9 @@ class PartScan {
 
   // What has been found: null if the clock never restarts.
   std::shared_ptr<const JoinedParts> Parts() const;
-  // Microseconds of the line at which the last packet of the streams that are decoded ends; nothing
-  // if they have no stamps.
-  std::optional<int64_t> End() const { return mClock.Joined().End(); }
-  // Microseconds of the line at which the picture that is shown last begins; nothing if the last
-  // part has no pictures with a stamp.
-  std::optional<int64_t> LastPicture() const { return mClock.Joined().LastPicture(); }
-  // Whether pictures had no stamp of their own, so that the last one may end later.
-  bool LacksTimes() const { return mLacksTimes; }
+  // The end of the last packet of the streams that are decoded, on the line; nothing if they have
+  // no stamps. The begin of the packet that is shown last stays unknown.
+  std::optional<ScannedLength> Length() const;
   // Nothing if the streams that are decoded go through the whole file, and their clock makes sense.
   const std::optional<PartObstacle>& Obstacle() const { return mObstacle; }
   // The stream of sound that begins first, of those whose form is unknown to `probed`, another

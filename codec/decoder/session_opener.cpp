@@ -2,8 +2,6 @@
 #include "codec/decoder/session_opener.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <optional>
 
 #include "base/log.h"
@@ -13,7 +11,7 @@
 #include "codec/decoder/field_probe.h"
 #include "codec/decoder/key_frame_scan.h"
 #include "codec/decoder/length_check.h"
-#include "codec/decoder/part_scan.h"
+#include "codec/decoder/restart_check.h"
 #include "codec/decoder/sound_choice.h"
 #include "codec/decoder/stream_facts.h"
 #include "codec/decoder/tag_reading.h"
@@ -40,17 +38,6 @@ PictureFacts FactsOf(const AVFormatContext* file, const AVStream* stream, bool l
   facts.frameRate = stream->avg_frame_rate.den > 0 ? av_q2d(stream->avg_frame_rate) : 0;
   facts.seconds = DurationSeconds(file->duration, stream->duration, stream->time_base);
   return facts;
-}
-
-// Where the obstacle lies, and what would work.
-std::string Words(const PartObstacle& obstacle) {
-  std::array<char, 64> place{};
-  std::snprintf(place.data(), place.size(), " at %.3f s (byte %lld)", obstacle.seconds,
-                static_cast<long long>(obstacle.position));
-  const char* const remedy =
-      obstacle.isRestart ? "; put it on one time line first, as by ffmpeg -i IN -c copy OUT.mkv"
-                         : "; join its parts anew, as by ffmpeg's concat demuxer";
-  return obstacle.what + place.data() + remedy;
 }
 
 // What to say of video that no decoder is known for; empty if there is none.
@@ -97,7 +84,7 @@ int SessionOpener::Open(const std::string& path) {
   // Sound alone has a length too: a caller that asks for the video of such a file is then told of
   // the missing video rather than of a range that does not fit.
   if (session.video == nullptr) SetDuration(session.audio.get());
-  if (LookForRestarts(path) != 0) return -1;
+  if (CheckRestarts(path) != 0) return -1;
   if (mProbeNeeded.has_value()) return 0;
   session.times.Open(session.video.get(), session.audio.get(), mFrameRate);
   if (session.video != nullptr) {
@@ -236,63 +223,13 @@ void SessionOpener::SetDuration(const StreamDecoder* decoder) {
   mInfo->duration = static_cast<float>(session.duration);
 }
 
-// Without video nothing is reversed.
-int SessionOpener::LookForRestarts(const std::string& path) {
-  DecodeSession& session = *mSession;
-  const Restarts wanted = mOptions.additions.restarts;
-  if (wanted == Restarts::kUnseen || session.video == nullptr) return 0;
-  if (!MayRestart(session.input.Context())) return 0;
-  PartScan scan(session.VideoIndex(), session.audio == nullptr ? -1 : session.audio->Index());
-  const int result = scan.Run(path, wanted == Restarts::kRefused);
-  if (scan.Failure() != 0) session.input.Failure().Keep(scan.Failure());
-  if (result != 0) return -1;
-  if (scan.Obstacle().has_value()) {
-    const std::string obstacle = Words(*scan.Obstacle());
-    session.input.Refuse(obstacle);
-    log_error(kDecoderTag, "%s: %s", path.c_str(), obstacle.c_str());
-    return -1;
-  }
-  if (mOptions.additions.findsLateSound) LookForLateSound(scan);
-  if (!scan.End().has_value()) return 0;
-  // The file tells its length from its first packet on, which may be one that cannot be decoded.
-  const double end = static_cast<double>(*scan.End()) / AV_TIME_BASE;
-  mScanned = {end, end};
-  if (const std::optional<int64_t> picture = scan.LastPicture()) {
-    mScanned->picture = static_cast<double>(*picture) / AV_TIME_BASE;
-  }
-  mLacksTimes = scan.LacksTimes();
-  if (const std::shared_ptr<const JoinedParts> parts = scan.Parts()) Join(parts);
+int SessionOpener::CheckRestarts(const std::string& path) {
+  RestartCheck check(mSession, mOptions.additions, mProbedTo);
+  if (check.Run(path) != 0) return -1;
+  mScanned = check.Scanned();
+  mProbeNeeded = check.ProbeNeeded();
+  mInfo->duration = static_cast<float>(mSession->duration);
   return 0;
-}
-
-// A probe takes some more bytes than those before the sound: it decodes a few packets.
-void SessionOpener::LookForLateSound(const PartScan& scan) {
-  constexpr int64_t kMore = int64_t{4} << 20;
-  constexpr int64_t kMost = int64_t{64} << 20;
-  DecodeSession& session = *mSession;
-  AVFormatContext* const file = session.input.Context();
-  const std::optional<UnprobedSound> late = scan.SoundUnknownTo(file);
-  if (!late.has_value()) return;
-  // Sound of another programme does not stand in for that of this one.
-  if (session.audio != nullptr &&
-      ShareProgram(file, session.VideoIndex(), session.audio->Index())) {
-    return;
-  }
-  if (mProbedTo == 0 && late->position <= kMost - kMore) {
-    mProbeNeeded = late->position + kMore;
-  } else if (session.audio == nullptr) {
-    session.passedOverSound.lost = late->stream;
-  }
-}
-
-void SessionOpener::Join(const std::shared_ptr<const JoinedParts>& parts) {
-  DecodeSession& session = *mSession;
-  session.input.Join(parts);
-  log_info(kDecoderTag, "%s: the clock restarts %zu times; the parts are laid end to end",
-           session.input.Path().c_str(), parts->Count() - 1);
-  const double begin = static_cast<double>(parts->Parts().front().begin) / AV_TIME_BASE;
-  session.duration = std::max(0.0, mScanned->end - begin);
-  mInfo->duration = static_cast<float>(session.duration);
 }
 
 void SessionOpener::ScanKeyFrames() {
@@ -337,7 +274,6 @@ void SessionOpener::CheckLength() {
   LengthCheck check(&session, mPacket.get());
   check.Run();
   mScanned = check.Scanned();
-  mLacksTimes = check.LacksTimes();
   mInfo->duration = static_cast<float>(session.duration);
 }
 

@@ -13,8 +13,6 @@
 
 namespace codec {
 
-class PartScan;
-
 // Fills a fresh session and a fresh record:
 //   1. open the file, ask what its pictures may take, find its streams, ask again
 //   2. open the video decoder, derive the picture facts
@@ -22,8 +20,7 @@ class PartScan;
 //   4. look for restarts of the clock, if this is switched on
 //   5. scan for the key-frame interval, back to the start
 //   6. only if the scan met no video: check for variable frame rate, back to the start
-//   7. only if the file does not tell its length, and this is switched on: scan for the length,
-//      back to the start
+//   7. if this is switched on: check the length that the file tells, back to the start
 class SessionOpener {
  public:
   SessionOpener(DecodeSession* session, MediaInfo* info, const DecoderOptions& options)
@@ -49,8 +46,6 @@ class SessionOpener {
   const DecoderShare& Share() const { return mShare; }
   // What the packets say, if the length was scanned for.
   const std::optional<ScannedLength>& Scanned() const { return mScanned; }
-  // Whether the scan has met pictures without a stamp of their own.
-  bool LacksTimes() const { return mLacksTimes; }
 
  private:
   // Whether the video, if it is known by now, is granted a share.
@@ -61,9 +56,7 @@ class SessionOpener {
   void OpenAudio();
   void DescribeAudio();
   void SetDuration(const StreamDecoder* decoder);
-  int LookForRestarts(const std::string& path);
-  void LookForLateSound(const PartScan& scan);
-  void Join(const std::shared_ptr<const JoinedParts>& parts);
+  int CheckRestarts(const std::string& path);
   void ScanKeyFrames();
   void CheckVariableRate();
   void CheckLength();
@@ -76,7 +69,6 @@ class SessionOpener {
   double mFrameRate = 0;  // frames per second; 0 if unknown
   int64_t mFirstAudioTicks = AV_NOPTS_VALUE;
   std::optional<ScannedLength> mScanned;
-  bool mLacksTimes = false;
   int64_t mProbedTo = 0;  // bytes; 0 for FFmpeg's own choice
   std::optional<int64_t> mProbeNeeded;
 };

@@ -45,6 +45,8 @@ struct ScannedLength {
   double latest = 0;  // where the packet that is shown last begins; `end` if nobody knows
   // Where the picture that is shown last begins; minus infinity if nobody knows.
   double picture = -std::numeric_limits<double>::infinity();
+  // Whether pictures had no stamp of their own, so that the last one may end later.
+  bool lacksTimes = false;
 };
 
 // Whether a file of this length does not last until its last picture. Some writers tell the time at

@@ -130,7 +130,7 @@ struct WriterInUse {
   }
 };
 
-Prepare WithWriter(const std::function<int(MediaWriter*)>& call, bool isStarted = true) {
+Prepare WithWriter(int (*call)(MediaWriter*), bool isStarted = true) {
   return [=]() -> Call {
     auto use = std::make_shared<WriterInUse>();
     MediaFormat format = Film(ScratchPath("call.mp4"));

@@ -42,7 +42,7 @@ TEST_P(JoinedSoundTest, IsThatOfThePartsDecodedAlone) {
     PartScan alone(0, 1);
     ASSERT_EQ(alone.Run(clip.parts[part], false), 0);
     const JoinedParts::Part& laid = parts->Parts()[part];
-    const double shift = static_cast<double>(laid.end + laid.shift - *alone.End()) / 1e6;
+    const double shift = static_cast<double>(laid.end + laid.shift) / 1e6 - alone.Length()->end;
     for (size_t i = linear.blocks.size(); i-- > kRinging;) {
       const LinearBlock& wanted = linear.blocks[i];
       const double time = wanted.time + shift;

@@ -99,10 +99,10 @@ TEST_F(LengthScanTest, TellsWhetherPicturesHaveStampsOfTheirOwn) {
   scan.Add(mFile->streams[1]);
   ScannedPackets stamped({{0, 30, 30, 5}, {1, kNone, 30, 5}, {2, kNone, 30, 5}});
   scan.Run(&stamped, mPacket.get());
-  EXPECT_FALSE(scan.LacksTimes());
+  EXPECT_FALSE(scan.Length()->lacksTimes);
   ScannedPackets unstamped({{0, kNone, 30, 5}});
   scan.Run(&unstamped, mPacket.get());
-  EXPECT_TRUE(scan.LacksTimes());
+  EXPECT_TRUE(scan.Length()->lacksTimes);
 }
 
 TEST_F(LengthScanTest, SurvivesStampsBeyondAllNumbers) {

@@ -40,14 +40,14 @@ TEST(PartScan, FindsNoPartsInOneRecordingButItsEnd) {
   ASSERT_EQ(scan.Run(Clip(test_support::ClipKind::kTransport), false), 0);
   EXPECT_EQ(scan.Parts(), nullptr);
   EXPECT_FALSE(scan.Obstacle().has_value());
-  ASSERT_TRUE(scan.End().has_value());
+  const std::optional<ScannedLength> length = scan.Length();
+  ASSERT_TRUE(length.has_value());
   // Six seconds from about eleven.
-  EXPECT_NEAR(static_cast<double>(*scan.End()), 17.5e6, 0.2e6);
-  ASSERT_TRUE(scan.LastPicture().has_value());
+  EXPECT_NEAR(length->end, 17.5, 0.2);
   const std::vector<double> times =
       test_support::VideoTimes(Clip(test_support::ClipKind::kTransport));
-  EXPECT_NEAR(static_cast<double>(*scan.LastPicture()) / 1e6,
-              *std::max_element(times.begin(), times.end()), 0.001);
+  EXPECT_NEAR(length->picture, *std::max_element(times.begin(), times.end()), 0.001);
+  EXPECT_FALSE(length->lacksTimes);
 }
 
 TEST(PartScan, FindsTheBordersToTheByte) {
