@@ -40,7 +40,9 @@ void LengthCheck::ScanEnd() {
   const int64_t end = TruncateToInt64(*told * mSession.video->TicksPerSecond());
   if (mSession.input.SeekBackward(mSession.VideoIndex(), end) >= 0) {
     const std::optional<ScannedLength> scanned = ScannedFromHere();
-    if (scanned.has_value() && LeavesOutPicture(*told, *scanned)) mScanned = scanned;
+    const bool isNeeded = scanned.has_value() && (LeavesOutPicture(*told, *scanned) ||
+                                                  EndsAfterStreams(mSession.input.Context()));
+    if (isNeeded) mScanned = scanned;
   }
   mSession.ReturnToStart();
 }

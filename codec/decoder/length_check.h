@@ -11,7 +11,7 @@ namespace codec {
 
 // Reads all packets of a file that does not tell its length, or tells a vague one. Of other files
 // it reads the packets from the last key picture on: the last picture may begin only when the
-// length that the file tells is over.
+// length that the file tells is over, and all packets may end before.
 class LengthCheck {
  public:
   // Uses both while it lives. The session has video, and the first stamp of its pictures has been

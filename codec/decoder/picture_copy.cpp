@@ -5,6 +5,7 @@
 #include <string>
 
 #include "codec/decoder/stream_facts.h"
+#include "codec/ffmpeg/compat_pictures.h"
 #include "codec/utils/over_black.h"
 #include "codec/utils/picture_crop.h"
 
@@ -64,8 +65,8 @@ int PictureCopy::Copy(const AVFrame* frame, uint8_t* buffer) {
 int PictureCopy::Pack(const AVFrame* frame, uint8_t* buffer) const {
   std::array<uint8_t*, 4> planes{};
   std::array<int, 4> strides{};
-  const int size = av_image_fill_arrays(planes.data(), strides.data(), buffer, mFormat, mWidth,
-                                        mHeight, kPacked);
+  const int size = ffmpeg::LayOutPicture(planes.data(), strides.data(), buffer, mFormat, mWidth,
+                                         mHeight, kPacked);
   if (size != mSize) return -1;
   // Older releases take the source planes without the inner const.
   av_image_copy(planes.data(), strides.data(), const_cast<const uint8_t**>(frame->data),

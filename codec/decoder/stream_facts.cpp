@@ -202,6 +202,16 @@ bool MayRestart(const AVFormatContext* file) {
   return (file->iformat->flags & AVFMT_TS_DISCONT) != 0;
 }
 
+bool EndsAfterStreams(const AVFormatContext* file) {
+  bool isTold = false;
+  for (unsigned int i = 0; i < file->nb_streams; ++i) {
+    if (!IsPlayed(file->streams[i])) continue;
+    isTold = std::isfinite(StreamEnd(file->streams[i]));
+    if (!isTold) return false;
+  }
+  return isTold && LastStreamEnd(file) < Length(file) - kMostRounding;
+}
+
 bool IsLengthVague(const AVFormatContext* file) {
   if (file->duration <= 0 || IsFromStamps(file)) return false;
   return IsNoLength(file) || BeginsLate(file) || HasLongerStream(file);
@@ -217,7 +227,9 @@ std::optional<double> ToldEnd(const AVFormatContext* file,
   if (BeginsLate(file)) return std::nullopt;
   // Neither word is enough alone: a stream counts pictures that an edit leaves out, and the last
   // packet of sound may be longer than the sound.
-  if (!scanned.has_value() || !HasLongerStream(file)) return Length(file);
+  if (!scanned.has_value()) return Length(file);
+  if (EndsAfterStreams(file)) return std::clamp(scanned->end, LastStreamEnd(file), Length(file));
+  if (!HasLongerStream(file)) return Length(file);
   if (!TellsPackets(file) && IsAmidLast(Length(file), *scanned)) return Length(file);
   return std::clamp(scanned->end, Length(file), LastStreamEnd(file));
 }

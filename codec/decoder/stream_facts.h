@@ -39,6 +39,10 @@ bool MayRestart(const AVFormatContext* file);
 // the bit rate, or the time at which the last packet begins.
 bool IsLengthVague(const AVFormatContext* file);
 
+// Whether all streams of pictures or sound tell earlier ends than the file. FFmpeg 4 counts the
+// delay of its AAC encoder in the length of an MP4.
+bool EndsAfterStreams(const AVFormatContext* file);
+
 // What the packets of a file say of its length, in seconds of its stamps.
 struct ScannedLength {
   double end = 0;     // of the last packet
@@ -54,8 +58,8 @@ struct ScannedLength {
 bool LeavesOutPicture(double end, const ScannedLength& scanned);
 
 // The end in the file's stamps, in seconds, that the file tells. If one of its streams tells a
-// later end, what the packets say decides between the two. Nothing if the file tells
-// no length, or does not tell from when on.
+// later end, or all of them tell earlier ones, what the packets say decides between the two.
+// Nothing if the file tells no length, or does not tell from when on.
 std::optional<double> ToldEnd(const AVFormatContext* file,
                               const std::optional<ScannedLength>& scanned);
 

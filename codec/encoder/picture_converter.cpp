@@ -4,6 +4,8 @@
 #include <array>
 #include <cerrno>
 
+#include "codec/ffmpeg/compat_pictures.h"
+
 namespace codec {
 namespace {
 
@@ -55,8 +57,8 @@ int PictureConverter::TakeFrame(AVFrame* frame) {
   frame->format = mTo;
   frame->width = mWidth;
   frame->height = mHeight;
-  const int filled = av_image_fill_arrays(frame->data, frame->linesize, frame->buf[0]->data, mTo,
-                                          mWidth, RoundedHeight(mHeight), kAlignment);
+  const int filled = ffmpeg::LayOutPicture(frame->data, frame->linesize, frame->buf[0]->data, mTo,
+                                           mWidth, RoundedHeight(mHeight), kAlignment);
   return filled < 0 ? filled : 0;
 }
 
@@ -64,7 +66,7 @@ int PictureConverter::Convert(const uint8_t* picture, AVFrame* frame) {
   std::array<uint8_t*, 4> planes{};
   std::array<int, 4> strides{};
   const int filled =
-      av_image_fill_arrays(planes.data(), strides.data(), picture, mFrom, mWidth, mHeight, 1);
+      ffmpeg::LayOutPicture(planes.data(), strides.data(), picture, mFrom, mWidth, mHeight, 1);
   if (filled < 0) return filled;
   const int taken = TakeFrame(frame);
   if (taken < 0) return taken;

@@ -14,6 +14,7 @@
 #include "codec/encoder/stream_colors.h"
 #include "codec/ffmpeg/compat_encoding.h"
 #include "codec/ffmpeg/compat_fields.h"
+#include "codec/ffmpeg/compat_pictures.h"
 #include "codec/ffmpeg/compat_rotation.h"
 #include "codec/ffmpeg/error_text.h"
 #include "codec/utils/numbers.h"
@@ -159,8 +160,8 @@ int VideoEncoder::Encode(const uint8_t* picture, int64_t ptsUs) {
   const PictureClock::Place place = mClock.Next(ptsUs);
   mPicture->pts = place.number;
   mStamp = place.stamp;
-  const int filled = av_image_fill_arrays(mPicture->data, mPicture->linesize, picture,
-                                          mContext->pix_fmt, mContext->width, mContext->height, 1);
+  const int filled = ffmpeg::LayOutPicture(mPicture->data, mPicture->linesize, picture,
+                                           mContext->pix_fmt, mContext->width, mContext->height, 1);
   if (mFile->Remember(filled) < 0) return filled;
   ++mPicturesTaken;
   std::optional<ffmpeg::LentBytes> lent;

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "codec/ffmpeg/compat_pictures.h"
 #include "codec/ffmpeg/owned.h"
 #include "codec/utils/field_order.h"
 #include "codec/utils/image_utils.h"
@@ -32,7 +33,7 @@ struct Planes {
 
   // Rows unpadded.
   bool Fill(const uint8_t* picture, AVPixelFormat format, int width, int height) {
-    return av_image_fill_arrays(data.data(), strides.data(), picture, format, width, height, 1) >=
+    return ffmpeg::LayOutPicture(data.data(), strides.data(), picture, format, width, height, 1) >=
            0;
   }
   bool AreOnVectors() const {

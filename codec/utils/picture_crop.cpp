@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstring>
 
+#include "codec/ffmpeg/compat_pictures.h"
+
 namespace codec {
 namespace {
 
@@ -15,8 +17,8 @@ struct Layout {
   int bytes = 0;
 
   Layout(AVPixelFormat format, const uint8_t* picture, int width, int height)
-      : bytes(av_image_fill_arrays(planes.data(), strides.data(), picture, format, width, height,
-                                   1)) {}
+      : bytes(ffmpeg::LayOutPicture(planes.data(), strides.data(), picture, format, width, height,
+                                    1)) {}
 };
 
 // Rows of a plane; the second and third one are those of chroma.

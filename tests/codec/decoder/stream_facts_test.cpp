@@ -190,6 +190,22 @@ TEST_F(ToldLength, IsVagueIfAStreamBeginsLaterThanItCounts) {
   EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(4.73)).value(), 4.72);
 }
 
+TEST_F(ToldLength, IsThatOfThePacketsIfAllStreamsAreShorter) {
+  Add(AVMEDIA_TYPE_VIDEO, 0, 3960);
+  AVStream* const sound = Add(AVMEDIA_TYPE_AUDIO, 20, 3958);
+  EXPECT_FALSE(IsLengthVague(mFile.get()));
+  EXPECT_TRUE(EndsAfterStreams(mFile.get()));
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), kNoScan).value(), 4);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(3.9)).value(), 3.978);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(3.98)).value(), 3.98);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(4.5)).value(), 4);
+  sound->duration = 3979;
+  EXPECT_FALSE(EndsAfterStreams(mFile.get()));
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(3.9)).value(), 4);
+  sound->duration = AV_NOPTS_VALUE;
+  EXPECT_FALSE(EndsAfterStreams(mFile.get()));
+}
+
 // Matroska does not tell how long a packet lasts, so that its last packet may seem too long.
 TEST_F(ToldLength, CountsInMatroskaIfItLiesWithinTheLastPacket) {
   Add(AVMEDIA_TYPE_VIDEO, 0, 7000);
