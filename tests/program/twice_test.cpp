@@ -83,10 +83,13 @@ const std::vector<Kind>& Kinds() {
                                          FrameTimingOption() + " vfr");
        }},
       {"CutAmidAGroup", ".mkv", &CutAmidAGroup},
-      {"MirroredLikeASelfie", ".mp4",
+      // The ffmpeg of FFmpeg 4 turns pictures, but does not mirror them.
+      {"MirroredLikeASelfie",
+       ".mp4",
        [] {
          return Oriented("selfie.mp4", {-kOne, 0, 0, 0, kOne, 0, kWidth * kOne, 0, 1 << 30});
-       }},
+       },
+       {kWidth, kHeight, "-noautorotate", "hflip"}},
       {"Portrait",
        ".mkv",
        [] {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 
@@ -120,14 +121,28 @@ std::map<std::string, std::string> ContainerFields(const std::string& path) {
       {"ffprobe", "-v", "error", "-show_format", "-of", "default=noprint_wrappers=1", path}));
 }
 
-double EndTime(const std::string& path) {
-  const auto fields = ContainerFields(path);
-  const double start = std::stod(fields.at("start_time"));
-  const double length = std::stod(fields.at("duration"));
-  if (fields.at("format_name") == "mpeg") return std::max(start + length, PicturesEnd(path));
-  if (fields.at("format_name").find("mpeg") == 0) return start + length;
-  constexpr double kLate = 1e-3;
-  if (start <= kLate) return length;
+namespace {
+
+// The end of the stream of pictures or sound that ends last. Nothing if one does not tell its end.
+std::optional<double> StreamsEnd(const std::string& path) {
+  std::optional<double> last;
+  for (const char* const kind : {"v", "a"}) {
+    std::istringstream lines(
+        Output({"ffprobe", "-v", "error", "-select_streams", kind, "-show_entries",
+                "stream=start_time,duration", "-of", "csv=p=0", path}));
+    for (std::string line; std::getline(lines, line);) {
+      const size_t comma = line.find(',');
+      if (comma == std::string::npos) continue;
+      if (line.find("N/A") != std::string::npos) return std::nullopt;
+      const double end = std::stod(line) + std::stod(line.substr(comma + 1));
+      last = std::max(last.value_or(end), end);
+    }
+  }
+  return last;
+}
+
+// The end of the last packet that is shown.
+double PacketsEnd(const std::string& path) {
   std::istringstream lines(Output({"ffprobe", "-v", "error", "-show_entries",
                                    "packet=pts_time,duration_time,flags", "-of", "csv=p=0", path}));
   double end = 0;
@@ -140,6 +155,23 @@ double EndTime(const std::string& path) {
     end = std::max(end, std::stod(line) + (lasts.compare(0, 3, "N/A") == 0 ? 0 : std::stod(lasts)));
   }
   return end;
+}
+
+}  // namespace
+
+double EndTime(const std::string& path) {
+  const auto fields = ContainerFields(path);
+  const double start = std::stod(fields.at("start_time"));
+  const double length = std::stod(fields.at("duration"));
+  if (fields.at("format_name") == "mpeg") return std::max(start + length, PicturesEnd(path));
+  if (fields.at("format_name").find("mpeg") == 0) return start + length;
+  constexpr double kLate = 1e-3;
+  if (start > kLate) return PacketsEnd(path);
+  // FFmpeg 4 writes MP4 whose length is not that of the streams.
+  constexpr double kRounding = 0.002;
+  const std::optional<double> streams = StreamsEnd(path);
+  if (!streams.has_value() || std::abs(*streams - length) <= kRounding) return length;
+  return std::clamp(PacketsEnd(path), std::min(length, *streams), std::max(length, *streams));
 }
 
 double Psnr(const Picture& a, const Picture& b) {

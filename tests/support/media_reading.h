@@ -44,7 +44,7 @@ std::string ToldFieldOrder(const std::string& path);
 
 // When a file ends, in seconds of its stamps, as its container says. FFmpeg works the length of
 // MPEG streams out from the first stamp on; others tell it from 0 on. If a file begins later, only
-// its packets say what is meant.
+// its packets say what is meant. They decide, too, if its streams tell other ends than the file.
 double EndTime(const std::string& path);
 
 // Peak signal-to-noise ratio in dB of the luma of two pictures of one size; 100 for equal ones.
