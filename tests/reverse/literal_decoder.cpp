@@ -102,7 +102,11 @@ int LiteralDecoder::Seek(double exact) {
       const ffmpeg::FrameGuard guard(mFrame.get());
       const double time = VideoTime();
       if (time > seconds + FLT_EPSILON || std::fabs(time - seconds) < FLT_EPSILON) return 0;
-    } else if (result != AVERROR(EAGAIN)) {
+      // Better: newer decoders of FFmpeg may give several pictures for a packet, and take no other
+      // one before.
+      continue;
+    }
+    if (result != AVERROR(EAGAIN)) {
       // Better: the sound after the last picture is read, from this second on.
       mIsSoundAlone = true;
       Land(0);
