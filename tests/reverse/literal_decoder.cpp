@@ -81,7 +81,9 @@ void LiteralDecoder::ScanKeyInterval() {
 }
 
 size_t LiteralDecoder::UnsettledBlocks() const {
-  return HasAudio() && mAudio->codec_id == AV_CODEC_ID_MP3 ? 3 : 0;
+  if (!HasAudio()) return 0;
+  if (mAudio->codec_id == AV_CODEC_ID_MP3) return 3;
+  return mAudio->codec_id == AV_CODEC_ID_MP2 ? 1 : 0;
 }
 
 int LiteralDecoder::Seek(double exact) {
