@@ -48,7 +48,7 @@ const std::vector<SoundClip>& SoundClips() {
       {"sound_vorbis.webm", "stereo", 48000, "-c:a libvorbis", "-c:v libvpx -deadline realtime",
        false},
       {"sound_vorbis.ogg", "stereo", 44100, "-c:a libvorbis",
-       "-c:v libtheora -page_duration 1500000", false},
+       "-c:v libtheora -vf noise=alls=30:allf=t -page_duration 1500000", false},
       {"sound_opus_20.webm", "stereo", 48000, "-c:a libopus -frame_duration 20",
        "-c:v libvpx -deadline realtime", false},
       {"sound_opus_60.webm", "mono", 48000, "-c:a libopus -frame_duration 60",
