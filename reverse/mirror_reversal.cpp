@@ -134,15 +134,19 @@ int MirrorReversal::OpenSound(const std::string& path, int stream) {
 // A stream of sound may be announced that has no packets, or none in the range.
 void MirrorReversal::Limit(double start, double end, MediaInfo* info) {
   LimitQuiet(start, end, info);
-  if (mPassedOver.lost < 0) return;
-  SoundExtent extent;
-  if (extent.Read(mPath, mPassedOver.lost, mJoined) != 0) return;
-  const std::optional<LostSound> lost = extent.Within(mZero + start, mZero + end);
-  if (!lost.has_value()) return;
-  mLeftOut = {lost->time - mZero, lost->seconds};
+  if (mPassedOver.lost < 0 || !LeaveOut(mPassedOver.lost, start, end)) return;
   const char* const why =
       mPassedOver.why.empty() ? "FFmpeg cannot tell its form" : mPassedOver.why.c_str();
   log_warn(kTag, "the sound of %s is left out: %s", mPath.c_str(), why);
+}
+
+// False if the stream has no sound in the range.
+bool MirrorReversal::LeaveOut(int stream, double start, double end) {
+  SoundExtent extent;
+  if (extent.Read(mPath, stream, mJoined) != 0) return false;
+  const std::optional<LostSound> lost = extent.Within(mZero + start, mZero + end);
+  if (lost.has_value()) mLeftOut = {lost->time - mZero, lost->seconds};
+  return lost.has_value();
 }
 
 // Looks at every packet of the file only if the sound has holes that are long enough.
@@ -155,6 +159,7 @@ void MirrorReversal::LimitQuiet(double start, double end, MediaInfo* info) {
   constexpr double kMinute = 60;
   log_warn(kTag, "%s has neither pictures nor sound for %.0f minutes; its sound is left out",
            mPath.c_str(), quiet / kMinute);
+  LeaveOut(mSoundStream, start, end);
   mSound.reset();
   info->has_audio = 0;
 }

@@ -61,6 +61,7 @@ class MirrorReversal : public Reversal {
 
  private:
   int OpenSound(const std::string& path, int stream);
+  bool LeaveOut(int stream, double start, double end);
   void LimitQuiet(double start, double end, MediaInfo* info);
   bool MayBeQuiet(double start, double end);
   int PrepareForm();

@@ -45,8 +45,8 @@ struct DecodeSession {
     if (audio != nullptr) audio->Flush();
   }
 
-  // A cover picture has no index to seek in; the sound beside it is still to be read from the
-  // start.
+  // The first packets are the next ones, and the decoders forget what they hold. A cover picture
+  // has no index to seek in; the sound beside it is still to be read from the start.
   void ReturnToStart() {
     if (input.SeekBackward(VideoIndex(), 0) < 0) {
       input.SeekToStart(std::numeric_limits<int64_t>::min());

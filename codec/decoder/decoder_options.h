@@ -50,8 +50,9 @@ struct DecoderAdditions {
   // A rate below one picture a second is told, too.
   bool tellsLowRates = false;
   // If an input does not tell its length, or stamps begin late and the length may count from 0 or
-  // from there, all of its packets are read to find it. Else the last packets are read, for a file
-  // whose last picture begins only when its length is over, or that ends earlier.
+  // from there, all of its packets are read to find it. Of others the packets from the last key
+  // picture on are read: a picture may begin when the told length is over, and all packets may end
+  // before.
   bool scansLength = false;
   // Pictures that begin long after the sound are looked for further into the file than FFmpeg does,
   // and video of an unknown codec is named as the reason why there is none.

@@ -278,8 +278,13 @@ double PicturesEnd(const DecodeSession& session) {
   if (stream->duration <= 0 || session.times.FirstVideo() <= session.video->Seconds(first)) {
     return kUnknown;
   }
-  return session.times.FirstVideo() + session.video->Seconds(stream->duration);
+  // The first packet may lie far before the others, if the pictures begin later than the sound.
+  const double reordered = session.video->Context()->has_b_frames * session.times.PictureSeconds();
+  const double late = session.times.FirstVideo() - session.video->Seconds(first);
+  return session.video->Seconds(stream->duration) + std::min(late, reordered);
 }
+
+constexpr double kShortPicture = 0.01;  // seconds
 
 }  // namespace
 
@@ -294,7 +299,11 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
   const std::optional<double> told =
       session.input.Joined() == nullptr ? ToldEnd(session.input.Context(), scanned) : std::nullopt;
   if (!told.has_value() && !scanned.has_value()) return;
-  const double end = std::max(LikelyEnd(told, scanned), picturesEnd);
+  double end = std::max(LikelyEnd(told, scanned), picturesEnd);
+  // Nobody knows how long the last picture stands.
+  if (scanned.has_value() && LeavesOutPicture(end, *scanned)) {
+    end = scanned->picture + std::max(session.times.PictureSeconds(), kShortPicture);
+  }
   session.duration = std::max(0.0, end - seconds);
   if (scanned.has_value() && scanned->lacksTimes) ReachLastPicture();
   mInfo.duration = static_cast<float>(session.duration);

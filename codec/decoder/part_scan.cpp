@@ -149,7 +149,8 @@ void PartScan::LookForSuccessors() {
     const AVMediaType type = file->streams[number]->codecpar->codec_type;
     for (size_t i = 0; i < mSeen.size(); ++i) {
       const Stream& other = mSeen[i];
-      if (other.packets < kFewest || file->streams[i]->codecpar->codec_type != type) continue;
+      if (i == static_cast<size_t>(number) || other.packets < kFewest) continue;
+      if (file->streams[i]->codecpar->codec_type != type) continue;
       const bool isAfter = other.first > chosen.position;
       if (!isAfter && other.position > chosen.first) continue;
       const std::string kind = type == AVMEDIA_TYPE_VIDEO ? "video" : "sound";

@@ -203,13 +203,16 @@ bool MayRestart(const AVFormatContext* file) {
 }
 
 bool EndsAfterStreams(const AVFormatContext* file) {
-  bool isTold = false;
+  const double length = Length(file) - kMostRounding;
+  bool isAnyPlayed = false;
   for (unsigned int i = 0; i < file->nb_streams; ++i) {
-    if (!IsPlayed(file->streams[i])) continue;
-    isTold = std::isfinite(StreamEnd(file->streams[i]));
-    if (!isTold) return false;
+    const AVStream* const stream = file->streams[i];
+    if ((stream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) continue;
+    const double end = StreamEnd(stream);
+    if (!std::isfinite(end) || end >= length) return false;
+    isAnyPlayed = isAnyPlayed || IsPlayed(stream);
   }
-  return isTold && LastStreamEnd(file) < Length(file) - kMostRounding;
+  return isAnyPlayed;
 }
 
 bool IsLengthVague(const AVFormatContext* file) {

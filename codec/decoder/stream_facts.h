@@ -39,8 +39,8 @@ bool MayRestart(const AVFormatContext* file);
 // the bit rate, or the time at which the last packet begins.
 bool IsLengthVague(const AVFormatContext* file);
 
-// Whether all streams of pictures or sound tell earlier ends than the file. FFmpeg 4 counts the
-// delay of its AAC encoder in the length of an MP4.
+// Whether all streams tell earlier ends than the file, and some are of pictures or sound. FFmpeg 4
+// counts the delay of its AAC encoder in the length of an MP4.
 bool EndsAfterStreams(const AVFormatContext* file);
 
 // What the packets of a file say of its length, in seconds of its stamps.

@@ -9,7 +9,7 @@
 #include "codec/ffmpeg/ffmpeg_headers.h"
 
 #define HAS_CHANNEL_LAYOUT (LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(59, 24, 100))  // FFmpeg 5.1
-#define HAS_MADE_UP_PALETTES (LIBAVUTIL_VERSION_MAJOR < 57)                    // until FFmpeg 4.4
+#define HAS_MADE_UP_PALETTES (LIBAVUTIL_VERSION_MAJOR < 57)                    // up to FFmpeg 4.4
 #define HAS_INDEX_CALLS (LIBAVFORMAT_VERSION_MAJOR >= 59)                      // FFmpeg 5.0
 #define HAS_COPY_OPAQUE (LIBAVCODEC_VERSION_MAJOR >= 60)                       // FFmpeg 6.0
 #define HAS_FIELD_FLAGS (LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 7, 100))  // FFmpeg 6.1
