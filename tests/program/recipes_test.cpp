@@ -87,8 +87,8 @@ TEST(Recipes, ThatCannotWorkEndBeforeTheOutputExists) {
       {"a.mp4", "video-codec=libx269", " cannot be made: FFmpeg has no encoder libx269"},
       {"a.mp4", "output-color-format=yuv42p", " cannot be made: FFmpeg has no pixel format yuv42p"},
       {"a.mp4", "video-opt:foo=2", " cannot be made: libx264 has no option foo"},
-      {"a.mp4", "video-codec=ffv1",
-       " cannot hold ffv1; use --set video-codec=libx264 --set audio-codec=aac, or .mp4, .mov, "
+      {"a.mp4", "video-codec=huffyuv",
+       " cannot hold huffyuv; use --set video-codec=libx264 --set audio-codec=aac, or .mp4, .mov, "
        ".mkv, .avi or .ts"},
   };
   for (const Refusal& refusal : refusals) {
