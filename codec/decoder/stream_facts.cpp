@@ -14,6 +14,8 @@ namespace {
 
 // Containers round the length of the whole by up to a tick; the coarsest usual one is 1/600 s.
 constexpr double kMostRounding = 0.002;
+// Seconds that an encoder of sound is late by; usual ones are by 20 to 50 ms.
+constexpr double kMostDelay = 0.1;
 
 double AsDouble(AVRational value) { return static_cast<double>(value.num) / value.den; }
 
@@ -212,7 +214,7 @@ bool EndsAfterStreams(const AVFormatContext* file) {
     if (!std::isfinite(end) || end >= length) return false;
     isAnyPlayed = isAnyPlayed || IsPlayed(stream);
   }
-  return isAnyPlayed;
+  return isAnyPlayed && LastStreamEnd(file) > Length(file) - kMostDelay;
 }
 
 bool IsLengthVague(const AVFormatContext* file) {

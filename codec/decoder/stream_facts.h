@@ -39,8 +39,9 @@ bool MayRestart(const AVFormatContext* file);
 // the bit rate, or the time at which the last packet begins.
 bool IsLengthVague(const AVFormatContext* file);
 
-// Whether all streams tell earlier ends than the file, and some are of pictures or sound. FFmpeg 4
-// counts the delay of its AAC encoder in the length of an MP4.
+// Whether all streams tell ends a little earlier than the file, and some are of pictures or sound.
+// FFmpeg 4 counts the delay of its AAC encoder in the length of an MP4. If streams end much
+// earlier, the file means it.
 bool EndsAfterStreams(const AVFormatContext* file);
 
 // What the packets of a file say of its length, in seconds of its stamps.

@@ -207,12 +207,18 @@ TEST_F(ToldLength, IsThatOfThePacketsIfAllStreamsAreShorter) {
 }
 
 TEST_F(ToldLength, IsThatOfSubtitlesIfTheyAreLongest) {
-  Add(AVMEDIA_TYPE_VIDEO, 0, 2000);
+  Add(AVMEDIA_TYPE_VIDEO, 0, 3960);
   Add(AVMEDIA_TYPE_VIDEO, 0, 0)->disposition = AV_DISPOSITION_ATTACHED_PIC;
   EXPECT_TRUE(EndsAfterStreams(mFile.get()));
   Add(AVMEDIA_TYPE_SUBTITLE, 0, 4000);
   EXPECT_FALSE(EndsAfterStreams(mFile.get()));
-  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(2)).value(), 4);
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(3.96)).value(), 4);
+}
+
+TEST_F(ToldLength, StandsIfAllStreamsAreMuchShorter) {
+  Add(AVMEDIA_TYPE_VIDEO, 0, 3890);
+  EXPECT_FALSE(EndsAfterStreams(mFile.get()));
+  EXPECT_DOUBLE_EQ(ToldEnd(mFile.get(), Scanned(3.89)).value(), 4);
 }
 
 // Matroska does not tell how long a packet lasts, so that its last packet may seem too long.
