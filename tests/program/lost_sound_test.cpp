@@ -154,5 +154,21 @@ TEST(NoSound, IsNoLoss) {
   EXPECT_FALSE(Contains(result.err, "sound")) << result.err;
 }
 
+// The last of 50 pictures begins an hour later than the others.
+TEST(QuietHour, LosesItsSoundNotWithoutAWord) {
+  const std::string input = Make(
+      "quiet_hour.mkv", {kPictures, {"-f", "lavfi", "-i", SweepFilter(48000, "stereo") + ":d=2"}},
+      "-vf setpts='if(eq(N,49),3600/TB,PTS)' -frames:v 50 " + FrameTimingOption() +
+          " passthrough -c:v libx264 -pix_fmt yuv420p -c:a aac");
+  const std::string output = ScratchPath("quiet_hour.out.mkv");
+  const CommandResult result = RunProgram({"-i", input, "-o", output});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_TRUE(
+      Contains(result.err, "neither pictures nor sound for 59 minutes; its sound is left out"));
+  EXPECT_TRUE(Contains(result.err, "s of sound could not be decoded (the first at 0.000 s)"));
+  EXPECT_EQ(RunProgram({"-i", input, "-o", output, "--strict", "--overwrite", "yes"}).status,
+            kFailure);
+}
+
 }  // namespace
 }  // namespace test_support

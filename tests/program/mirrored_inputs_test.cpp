@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -142,6 +143,44 @@ TEST(LongFirstPicture, KeepsItsTime) {
     EXPECT_EQ(VideoTimes(output).size(), VideoTimes(clip).size());
     EXPECT_NEAR(std::stod(ContainerFields(output)["duration"]), length, 0.002) << suffix;
   }
+}
+
+// All sound of this clip lies in one page, the last one.
+TEST(CutOffOgg, IsReversed) {
+  const std::string whole =
+      CustomClip("cut_off.ogv", {"-f", "lavfi", "-i", SceneFilter(320, 180, "25"), "-f", "lavfi",
+                                 "-i", SweepFilter(48000, "stereo"), "-t", "2", "-c:v", "libtheora",
+                                 "-q:v", "7", "-c:a", "libvorbis"});
+  for (const int percent : {60, 99}) {
+    const std::string clip = ScratchPath("cut_off.ogv");
+    std::filesystem::copy_file(whole, clip, std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::resize_file(clip, std::filesystem::file_size(whole) * percent / 100);
+    const std::string output = ScratchPath("cut_off.mp4");
+    const CommandResult result = RunProgram({"-i", clip, "-o", output});
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(VideoTimes(output).size(), DecodeLuma(clip).size());
+  }
+}
+
+// The index of AVI counts from 0 on, and the pictures begin three seconds later.
+TEST(LatePictures, OfAviEndWithTheFile) {
+  const std::string clip =
+      CustomClip("late_pictures.avi", {"-itsoffset", "3",
+                                       "-f",         "lavfi",
+                                       "-i",         SceneFilter(320, 180, "25"),
+                                       "-f",         "lavfi",
+                                       "-i",         SweepFilter(48000, "stereo") + ":d=2",
+                                       "-map",       "0:v",
+                                       "-map",       "1:a",
+                                       "-t",         "5",
+                                       "-c:v",       "libx264",
+                                       "-bf",        "2",
+                                       "-c:a",       "pcm_s16le"});
+  const std::string output = ScratchPath("late_pictures.mov");
+  const CommandResult result = RunProgram({"-i", clip, "-o", output});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const double told = std::stod(ContainerFields(clip)["duration"]);
+  EXPECT_NEAR(std::stod(ContainerFields(output)["duration"]), told, 0.2);
 }
 
 // A transport stream's header has no size of the pictures; nothing is wrong with that.

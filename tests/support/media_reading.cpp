@@ -167,10 +167,13 @@ double EndTime(const std::string& path) {
   if (fields.at("format_name").find("mpeg") == 0) return start + length;
   constexpr double kLate = 1e-3;
   if (start > kLate) return PacketsEnd(path);
-  // FFmpeg 4 writes MP4 whose length is not that of the streams.
+  // FFmpeg 4 writes MP4 whose length is not that of the streams: it counts the delay of an encoder,
+  // or leaves out how much later a stream begins.
   constexpr double kRounding = 0.002;
+  constexpr double kMostDelay = 0.1;
   const std::optional<double> streams = StreamsEnd(path);
   if (!streams.has_value() || std::abs(*streams - length) <= kRounding) return length;
+  if (*streams < length - kMostDelay) return length;
   return std::clamp(PacketsEnd(path), std::min(length, *streams), std::max(length, *streams));
 }
 
