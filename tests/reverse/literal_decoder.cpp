@@ -81,9 +81,7 @@ void LiteralDecoder::ScanKeyInterval() {
 }
 
 size_t LiteralDecoder::UnsettledBlocks() const {
-  if (!HasAudio()) return 0;
-  if (mAudio->codec_id == AV_CODEC_ID_MP3) return 3;
-  return mAudio->codec_id == AV_CODEC_ID_MP2 ? 1 : 0;
+  return HasAudio() && mAudio->codec_id == AV_CODEC_ID_MP3 ? 3 : 0;
 }
 
 int LiteralDecoder::Seek(double exact) {
