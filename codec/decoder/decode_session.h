@@ -39,6 +39,7 @@ struct DecodeSession {
   int32_t keyint_ = 0;                        // ticks between two key frames; 0 if unknown
 
   int VideoIndex() const { return video == nullptr ? -1 : video->Index(); }
+  int AudioIndex() const { return audio == nullptr ? -1 : audio->Index(); }
 
   void FlushDecoders() {
     if (video != nullptr) video->Flush();

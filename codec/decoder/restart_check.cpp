@@ -30,7 +30,7 @@ int RestartCheck::Run(const std::string& path) {
   const Restarts wanted = mAdditions.restarts;
   if (wanted == Restarts::kUnseen || mSession.video == nullptr) return 0;
   if (!MayRestart(mSession.input.Context())) return 0;
-  PartScan scan(mSession.VideoIndex(), mSession.audio == nullptr ? -1 : mSession.audio->Index());
+  PartScan scan(mSession.VideoIndex(), mSession.AudioIndex());
   const int result = scan.Run(path, wanted == Restarts::kRefused);
   if (scan.Failure() != 0) mSession.input.Failure().Keep(scan.Failure());
   if (result != 0) return -1;

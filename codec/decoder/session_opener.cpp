@@ -78,8 +78,7 @@ int SessionOpener::Open(const std::string& path) {
   }
   OpenAudio();
   if (mOptions.additions.readsTags) {
-    const int sound = session.audio == nullptr ? -1 : session.audio->Index();
-    mInfo->tags = ReadClipTags(session.input.Context(), session.VideoIndex(), sound);
+    mInfo->tags = ReadClipTags(session.input.Context(), session.VideoIndex(), session.AudioIndex());
   }
   // Sound alone has a length too: a caller that asks for the video of such a file is then told of
   // the missing video rather than of a range that does not fit.
@@ -100,6 +99,7 @@ int SessionOpener::Open(const std::string& path) {
   if (session.video != nullptr && session.first_video_pts_ != AV_NOPTS_VALUE) {
     session.times.SetFirstVideo(session.video->Seconds(session.first_video_pts_));
   }
+  mInfo->duration = static_cast<float>(session.duration);
   return 0;
 }
 
@@ -220,7 +220,6 @@ void SessionOpener::SetDuration(const StreamDecoder* decoder) {
   session.duration = decoder == nullptr ? DurationSeconds(whole, AV_NOPTS_VALUE, {0, 1})
                                         : DurationSeconds(whole, decoder->Stream()->duration,
                                                           decoder->Stream()->time_base);
-  mInfo->duration = static_cast<float>(session.duration);
 }
 
 int SessionOpener::CheckRestarts(const std::string& path) {
@@ -228,7 +227,6 @@ int SessionOpener::CheckRestarts(const std::string& path) {
   if (check.Run(path) != 0) return -1;
   mScanned = check.Scanned();
   mProbeNeeded = check.ProbeNeeded();
-  mInfo->duration = static_cast<float>(mSession->duration);
   return 0;
 }
 
@@ -274,7 +272,6 @@ void SessionOpener::CheckLength() {
   LengthCheck check(&session, mPacket.get());
   check.Run();
   mScanned = check.Scanned();
-  mInfo->duration = static_cast<float>(session.duration);
 }
 
 }  // namespace codec

@@ -96,6 +96,10 @@ int HevcReferences(int level, int64_t pixels) {
       MostAt(kByQuarters, static_cast<int>(std::min<int64_t>(quarters, 4)), kLeast));
 }
 
+bool IsCover(const AVStream* stream) {
+  return (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+}
+
 // In seconds of the file's stamps. Minus infinity if the stream does not tell its end.
 double StreamEnd(const AVStream* stream) {
   if (stream->start_time == AV_NOPTS_VALUE || stream->duration == AV_NOPTS_VALUE) {
@@ -155,8 +159,7 @@ bool IsAmidLast(double end, const ScannedLength& scanned) {
 
 bool IsPlayed(const AVStream* stream) {
   const AVMediaType type = stream->codecpar->codec_type;
-  return (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) &&
-         (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
+  return (type == AVMEDIA_TYPE_VIDEO || type == AVMEDIA_TYPE_AUDIO) && !IsCover(stream);
 }
 
 double RotationDegrees(const std::string& text) {
@@ -205,16 +208,13 @@ bool MayRestart(const AVFormatContext* file) {
 }
 
 bool EndsAfterStreams(const AVFormatContext* file) {
-  const double length = Length(file) - kMostRounding;
-  bool isAnyPlayed = false;
+  const double length = Length(file);
   for (unsigned int i = 0; i < file->nb_streams; ++i) {
-    const AVStream* const stream = file->streams[i];
-    if ((stream->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) continue;
-    const double end = StreamEnd(stream);
-    if (!std::isfinite(end) || end >= length) return false;
-    isAnyPlayed = isAnyPlayed || IsPlayed(stream);
+    const double end = StreamEnd(file->streams[i]);
+    const bool isEarlier = std::isfinite(end) && end < length - kMostRounding;
+    if (!isEarlier && !IsCover(file->streams[i])) return false;
   }
-  return isAnyPlayed && LastStreamEnd(file) > Length(file) - kMostDelay;
+  return LastStreamEnd(file) > length - kMostDelay;
 }
 
 bool IsLengthVague(const AVFormatContext* file) {

@@ -100,6 +100,11 @@ std::vector<std::string> ArgumentsFor(const ClipRecipe& recipe) {
   return words;
 }
 
+std::string AllBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
 }  // namespace
 
 std::string SceneFilter(int width, int height, const std::string& frameRate) {
@@ -164,8 +169,7 @@ std::string MatrixCopy(const std::string& straight, const std::string& name,
   fs::create_directories(directory);
   const fs::path path = directory / name;
   if (fs::exists(path)) return path.string();
-  std::ifstream in(straight, std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string bytes = AllBytes(straight);
   const size_t header = bytes.find("tkhd");
   if (header == std::string::npos) throw std::runtime_error("no track header in " + straight);
   constexpr size_t kMatrixOffset = 44;
@@ -193,8 +197,7 @@ std::string TurnedSampleClip() {
 
 std::string ReplacedCopy(const std::string& clip, const std::string& from, const std::string& to,
                          const std::string& name) {
-  std::ifstream in(clip, std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string bytes = AllBytes(clip);
   for (size_t at = 0; (at = bytes.find(from, at)) != std::string::npos;) {
     bytes.replace(at, from.size(), to);
   }
