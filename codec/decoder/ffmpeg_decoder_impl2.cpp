@@ -284,7 +284,7 @@ double PicturesEnd(const DecodeSession& session) {
   return session.video->Seconds(stream->duration) + std::min(late, reordered);
 }
 
-constexpr double kShortPicture = 0.01;  // seconds
+constexpr double kUnknownPicture = 0.01;  // seconds: of one in a clip without a rate
 
 }  // namespace
 
@@ -300,9 +300,9 @@ void FFmpegDecoderImpl2::SetZero(double seconds) {
       session.input.Joined() == nullptr ? ToldEnd(session.input.Context(), scanned) : std::nullopt;
   if (!told.has_value() && !scanned.has_value()) return;
   double end = std::max(LikelyEnd(told, scanned), picturesEnd);
-  // Nobody knows how long the last picture stands.
   if (scanned.has_value() && LeavesOutPicture(end, *scanned)) {
-    end = scanned->picture + std::max(session.times.PictureSeconds(), kShortPicture);
+    const double picture = session.times.PictureSeconds();
+    end = scanned->picture + (picture > 0 ? picture : kUnknownPicture);
   }
   session.duration = std::max(0.0, end - seconds);
   if (scanned.has_value() && scanned->lacksTimes) ReachLastPicture();

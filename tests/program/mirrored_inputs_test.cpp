@@ -127,6 +127,19 @@ TEST(ShortLength, LeavesOutNoPicture) {
   }
 }
 
+// They are shorter than what containers round their length by.
+TEST(ShortPictures, MakeNoLongerClip) {
+  const std::string clip =
+      CustomClip("short_pictures.mp4", {"-f", "lavfi", "-i", SceneFilter(160, 120, "600"), "-t",
+                                        "0.5", "-c:v", "libx264", "-bf", "0"});
+  const std::string output = ScratchPath("short_pictures.mp4");
+  const CommandResult result = RunProgram({"-i", clip, "-o", output});
+  ASSERT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(VideoTimes(output).size(), VideoTimes(clip).size());
+  EXPECT_NEAR(std::stod(ContainerFields(output)["duration"]),
+              std::stod(ContainerFields(clip)["duration"]), 0.002);
+}
+
 // The first picture of the source stands for three seconds, and so does the last of the output.
 TEST(LongFirstPicture, KeepsItsTime) {
   const std::string clip =
